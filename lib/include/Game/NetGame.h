@@ -1,0 +1,138 @@
+// Public header: the framework's interfaces and GameProvider, the one class an application of the
+// framework derives from.
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <memory>
+
+#include "Epoll/EPOLLNet.h"
+#include "Game/NetMessage.h"
+
+// The application's object for one connection, bound one-to-one to a pooled context for the
+// context's whole life: SetContext once, Initialize each time the context is taken from its pool
+// (on a poll thread or the creating thread), Release each time it goes back.
+class IPlayerNode : public IObject {
+  public:
+    virtual void Initialize() = 0;
+    virtual void Release() = 0;
+    virtual void SetContext(EPOLLContext* context) = 0;
+    virtual bool GetContext(EPOLLContext** context) = 0;
+};
+
+// What the framework calls back. All on the message worker unless said otherwise.
+class IGameProvider : public IObject {
+  public:
+    virtual long Start() = 0;
+    virtual bool OnReadComplete(IPlayerNode* node, void*& heldBuffer, long& heldLength,
+                                void* buffer, long length) = 0;
+    virtual void OnNetMessage(IPlayerNode* node, unsigned short type, void* message,
+                              long length) = 0;
+    virtual void OnClosed(IPlayerNode* node, bool flag) = 0;
+    virtual void OnTimer(long now) = 0;
+    // Poll thread or the creating thread.
+    virtual IPlayerNode* OnCreatePlayer() = 0;
+    virtual unsigned long GetPlayerAddrIn(IPlayerNode* node, sockaddr_in* addr, bool local) = 0;
+    virtual const char* GetEncodeName(long encode) = 0;
+    virtual long Encode(char* src, long length, long encode, char* dst, long capacity) = 0;
+    virtual long Decode(char* src, long length, long encode, char* dst, long capacity) = 0;
+};
+
+// Turns received bytes into messages. Message worker, except OnCreateContext.
+class INetMessager : public IObject {
+  public:
+    virtual void OnReadCompleted(EPOLLContext* context, void* buffer, long length) = 0;
+    virtual void OnConnectionClosed(EPOLLContext* context, bool flag) = 0;
+    virtual void OnTimer(long now) = 0;
+    virtual EPOLLContext* OnCreateContext() = 0;
+};
+
+// Queues messages on connections and writes them from the send thread. Any thread.
+class INetSender : public IObject {
+  public:
+    virtual bool Initialize() = 0;
+    virtual bool SendData(IPlayerNode* node, unsigned short type, void* data, long length,
+                          long encode) = 0;
+    virtual bool SendData(IPlayerNode* node, void* data, long length) = 0;
+    virtual void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
+                                long encode) = 0;
+    virtual void* AllocMassData(unsigned long count, void* data, long length) = 0;
+    virtual bool SendMassData(IPlayerNode* node, void* massData) = 0;
+    virtual void Close(IPlayerNode* node) = 0;
+    virtual void OnClosed(IPlayerNode* node) = 0;
+};
+
+// The framework objects an application may bring along instead of the epoll ones, for tests that
+// run the application on a network in memory.
+struct NetParts {
+    std::unique_ptr<INetMessager> messager;
+    std::unique_ptr<INetProvider> provider;
+    std::unique_ptr<INetSender> sender;
+};
+
+// Wires messager, network provider and sender together, and is what the application overrides.
+// Owns the three. The send API and Close may be called from any thread; the callbacks of one
+// provider never run concurrently with each other, except OnCreatePlayer.
+class GameProvider : public IGameProvider {
+  public:
+    GameProvider() = default;
+    explicit GameProvider(NetParts parts);
+    ~GameProvider() override;
+    GameProvider(const GameProvider&) = delete;
+    GameProvider& operator=(const GameProvider&) = delete;
+
+    // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
+    // threads one poll thread per processor. interval and timeout are seconds.
+    bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
+                    unsigned long timeout, unsigned long threads, unsigned long contexts,
+                    unsigned long buffers);
+    // Closes every connection and ends the reactor's threads; within seconds whatever peers do.
+    void Shutdown();
+    // Makes every connect in progress, and every later one, fail at once. Any thread.
+    void CancelConnects();
+
+    // Opens a listener or an outbound link; the node of the new context, or null (errno is set).
+    IPlayerNode* Create(bool listen, const char* host, unsigned short port,
+                        unsigned long connectTimeoutMs, unsigned long maxConnections, long family,
+                        long type, long protocol);
+    IPlayerNode* Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
+                        unsigned long maxConnections, long family, long type, long protocol);
+    // Registers the node's connection for reading; nothing arrives on a link or listener before.
+    bool RecvData(IPlayerNode* node);
+
+    // data starts with 8 bytes of room for the header, counted by length.
+    bool SendData(IPlayerNode* node, unsigned short type, void* data, long length, long encode);
+    // Bytes that already form whole messages.
+    bool SendData(IPlayerNode* node, void* data, long length);
+    // One buffer for count receivers. A partial send on one of them shortens it for the others:
+    // not for messages that must arrive whole at every receiver.
+    void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
+                        long encode);
+    bool SendMassData(IPlayerNode* node, void* massData);
+    // The close is reported later through OnClosed.
+    void Close(IPlayerNode* node);
+
+    // First IPv4 address of a host name, network order; -1 for a null host or a failed look-up.
+    static unsigned long dns2ip(const char* host);
+    // New value (inc, dec) and old value (xchg).
+    static long atomic_inc(long volatile* value);
+    static long atomic_dec(long volatile* value);
+    static long atomic_xchg(long volatile* value, long next);
+
+    bool OnReadComplete(IPlayerNode* node, void*& heldBuffer, long& heldLength, void* buffer,
+                        long length) override;
+    void OnNetMessage(IPlayerNode* node, unsigned short type, void* message, long length) override;
+    void OnClosed(IPlayerNode* node, bool flag) override;
+    void OnTimer(long now) override;
+    // Remote (or local) address of the node's connection; -1 without node or context.
+    unsigned long GetPlayerAddrIn(IPlayerNode* node, sockaddr_in* addr, bool local) override;
+    const char* GetEncodeName(long encode) override;
+    long Encode(char* src, long length, long encode, char* dst, long capacity) override;
+    long Decode(char* src, long length, long encode, char* dst, long capacity) override;
+
+  private:
+    INetMessager* m_lpNetMessager = nullptr;  // owned
+    INetProvider* m_lpNetProvider = nullptr;  // owned
+    INetSender* m_lpNetSender = nullptr;      // owned
+};

@@ -1,0 +1,158 @@
+// The lobby: one object that holds the whole state of the process.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "Common/IniFile.h"
+#include "CompeteConfig.h"
+#include "Game/NetGame.h"
+#include "LinkNode.h"
+#include "LobbyPlayer.h"
+#include "LobbyRedisServer.h"
+#include "PublisherMsg.h"
+#include "ReconnectService.h"
+#include "config_server_msg.h"
+
+class ActivitySystem;
+class CenterServerHandler;
+class ConfigServerHandler;
+class DataServerHandler;
+class LobbyClientHandler;
+class LogServerHandler;
+class QueueServerHandler;
+class WebServerHandler;
+
+// The configuration files, shared by every handler. Loaded by LobbyServer's constructor; the
+// last two again every 30 minutes on the message worker.
+extern CIniFile m_ConfigFile;               // LobbyServer.cfg
+extern CIniFile m_ConfigSensitiveNameCfg;   // SensitiveName.cfg
+extern CIniFile m_ConfigFileDiscUserID;     // disconnectuserid.cfg
+
+// Routes every message to the handler of its peer and runs the periodic jobs. Owns the seven
+// handlers (but the data server's, which lives until the process ends).
+// Thread: constructor, Start and destructor on main; the On... callbacks and everything they
+// reach on the message worker; ConnectServer on main or the reconnect keeper.
+class LobbyServer : public GameProvider {
+  public:
+    // parts replaces the network with one in memory (tests).
+    explicit LobbyServer(NetParts parts = {});
+    // The shutdown: keeper, framework, handlers.
+    ~LobbyServer() override;
+
+    // 0 when the lobby is serving, -1 when a link or the listener could not be set up.
+    long Start() override;
+    void OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) override;
+    void OnClosed(IPlayerNode* node, bool bClosed) override;
+    void OnTimer(long now) override;
+    IPlayerNode* OnCreatePlayer() override;
+
+    // Opens the outbound link whose address is [connect] name, stores its node and, before the
+    // link can be reported closed, runs onUp. 0 on success and when the link is up already, -1 on
+    // failure. Main or reconnect keeper.
+    int64_t ConnectServer(const char* name, LinkNode& node,
+                          const std::function<void()>& onUp = nullptr);
+    // Takes a closed link down and has the keeper re-open it; false when node is not the link.
+    // peer is the word the close line starts with. Message worker.
+    bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
+                   const char* peer, ReconnectId id);
+
+    int64_t StartLobbyService();
+    bool ConnectRedis();
+
+    // The session a peer's handle stands for, or null unless it is a node of this lobby that
+    // still has this id; an id of 0 never matches.
+    LobbyPlayer* FindPlayerByHandle(uint64_t handle, uint64_t nodeId);
+    // A node of this lobby at that address, whatever its id (it may be closed or another
+    // player's by now: only its id may be read); null for any other value.
+    LobbyPlayer* FindNodeByHandle(uint64_t handle);
+
+    // Login and sessions.
+    void OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length);
+    void CheckforClientIsReady(IPlayerNode* node, unsigned char result);
+    LobbyPlayer* GetPlayerByUserID(int userID);
+    // Head of the session list.
+    LobbyPlayer* GetClientLobbyPlayer();
+    int KickOutLobbyPlayer(int userID, LobbyPlayer* except);
+    void KickOutAllLobbyPlayer();
+    void SendKickOutNoticeToCenter(int userID);
+    void loadSensitiveNameCfg();
+    int isContainSensitiveName(const char* name);
+    int GetVipLevel(int value);
+
+    // Sending.
+    int SendMsgToDataServer(int type, void* data, long length);
+    int SendMsgToConfigServer(int type, unsigned char* data, long length);
+    void SendMsgToPlayerByID(int userID, unsigned short type, char* data, long length);
+    void SendMsgToAllLobbyClent(unsigned short type, void* data, long length);
+    void SendRoomInfoToClient(IPlayerNode* node);
+
+    // Notices of the web server, passed on to the client handler.
+    void HandleRechargeSucessNotice(void* data, long length);
+    void HandleConsumeSucessNotice(void* data, long length);
+    void HandleSychUserDataMsg(void* data, long length);
+    void HandleSychUserDataMsg(IPlayerNode* node, void* data, long length);
+
+    // Farm messages.
+    bool IsExistSubscribeKey(const std::string& key);
+    void publish(const std::string& key, const LobbyTransferFarmNotice& notice);
+    void RequestSubscribeKeyCfg();
+    void SendFarmTransferLog(const BulletinTransferFarmNotice* message);
+
+    // Books an activity's reward with the queue server.
+    void UpdateActivityUserPropInfo(LobbyPlayer* player, int activityId, int sourceId, int value,
+                                    int type);
+    void UpdateActivityUserPropInfo(int userId, int siteId, int activityId, int sourceId, int value,
+                                    int type, int clientSiteType);
+
+    CenterServerHandler* GetCenterServerHandler() { return m_lpCenterServerHandler.get(); }
+    LobbyClientHandler* GetLobbyClientHandler() { return m_lpLobbyClientHandler.get(); }
+    WebServerHandler* GetWebServerHandler() { return m_lpWebServerHandler.get(); }
+    LogServerHandler* GetLogServerHandler() { return m_lpLogServerHandler.get(); }
+    QueueServerHandler* GetQueueServerHandler() { return m_lpQueueServerHandler.get(); }
+    DataServerHandler* GetDataServerHandler() { return m_lpDataServerHandler; }
+    ConfigServerHandler* GetConfigServerHandler() { return m_lpConfigServerHandler.get(); }
+
+    ReconnectService m_Reconnect;
+
+    // Message worker only, from here on. The tables with suffix 1 are filled while a transfer
+    // runs and swapped in when it is finished.
+    std::map<int, int> m_mapConfigVipLevel, m_mapConfigVipLevel1;
+    std::map<int, tagVipPhotoItem> m_mapConfigVipPhoto, m_mapConfigVipPhoto1;
+    std::map<int, tagVipFrameItem> m_mapConfigVipFrame, m_mapConfigVipFrame1;
+    CompeteConfig m_competeConfig;
+    LobbyRedisServer m_LobbyRedisServer;
+    int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
+    int32_t m_iSendBulletinTime = 30;  // seconds
+    int64_t m_lTimer = 0;              // epoch seconds of the next keep-alive pass
+    std::vector<std::string> m_vecStrSensitiveName;
+    ActivitySystem* m_pActivitySystem = nullptr;  // the registry; not owned
+    std::vector<int32_t> m_vcDisconnnetUserID;
+    int32_t m_iPort = 0;  // of the listener; constant after Start
+    std::map<std::string, std::vector<PublishPlayer>> m_mapStrKeyToPlayer;
+    std::map<int32_t, std::vector<std::string>> m_mapPlayerToStrKey;
+    std::list<WebFarmSubscribeKeyInfo> m_lSubscribeKeyInfo;
+
+  private:
+    LinkNode m_lpLobbyServer;  // the listening node; null until the lobby listens
+    std::unique_ptr<CenterServerHandler> m_lpCenterServerHandler;
+    std::unique_ptr<LobbyClientHandler> m_lpLobbyClientHandler;
+    std::unique_ptr<WebServerHandler> m_lpWebServerHandler;
+    std::unique_ptr<LogServerHandler> m_lpLogServerHandler;
+    std::unique_ptr<QueueServerHandler> m_lpQueueServerHandler;
+    DataServerHandler* m_lpDataServerHandler = nullptr;  // deliberately never deleted
+    std::unique_ptr<ConfigServerHandler> m_lpConfigServerHandler;
+
+    // A link is stored, registered and greeted under this lock, and taken down under it, so that
+    // a greeting never goes to a node that was recycled meanwhile.
+    std::recursive_mutex m_lockLink;
+    std::mutex m_lockNodes;  // guards m_setNodes: poll threads add, the worker looks up
+    std::unordered_set<uint64_t> m_setNodes;  // every node ever created
+};

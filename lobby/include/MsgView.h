@@ -1,0 +1,58 @@
+// How handlers look at received messages.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+// A received message as a structure of its own: a short message reads as zeros past its end, and
+// nothing outside the received bytes is touched. Handlers never cast a received pointer: it may
+// lie at any offset of a receive block.
+template <class T> T ReadMsg(const void* data, long length) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    T msg;
+    std::memset(&msg, 0, sizeof(msg));
+    if (data != nullptr && length > 0) {
+        std::memcpy(&msg, data, std::min(sizeof(T), static_cast<size_t>(length)));
+    }
+    return msg;
+}
+
+// Record `index` of an array that starts at byte `offset` of a received message, read as above.
+template <class T>
+T ReadItem(const void* data, long length, size_t offset, size_t index) {
+    const size_t at = offset + index * sizeof(T);
+    const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
+    if (data == nullptr || at >= size) return ReadMsg<T>(nullptr, 0);
+    return ReadMsg<T>(static_cast<const char*>(data) + at, static_cast<long>(size - at));
+}
+
+// How many records of a counted array lie, at least in part, inside a received message. Counts
+// are trusted, but a loop over them ends where the message ends.
+template <class T>
+size_t ItemsWithin(long length, size_t offset, size_t count) {
+    const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
+    if (size <= offset) return 0;
+    return std::min(count, (size - offset + sizeof(T) - 1) / sizeof(T));
+}
+
+// A text field that need not be terminated.
+template <size_t N> std::string_view TextOf(const char (&field)[N]) {
+    return {field, strnlen(field, N)};
+}
+
+// The same, terminated, for %s.
+template <size_t N> std::string TextStr(const char (&field)[N]) {
+    return std::string(TextOf(field));
+}
+
+// Copies a text field into another, cut to its size and zero-filled; terminated unless it fills
+// the target.
+template <size_t N, size_t M> void CopyText(char (&to)[N], const char (&from)[M]) {
+    const size_t n = strnlen(from, std::min(N, M));
+    std::memcpy(to, from, n);
+    std::memset(to + n, 0, N - n);
+}
