@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs what building and testing need and is missing. Works as root or with sudo.
+# Usage: scripts/install-deps.sh [run|test]   run: build and demo; test: also the browser tests
+set -euo pipefail
+
+mode=${1:-run}
+packages=(build-essential cmake ninja-build pkg-config git ca-certificates procps
+          libhiredis-dev libcjson-dev libboost-dev libssl-dev libgtest-dev libgmock-dev
+          libbenchmark-dev libcli11-dev libcpp-httplib-dev redis-server redis-tools)
+if [ "$mode" = test ]; then
+    packages+=(chromium)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
+        missing+=("$package")
+done
+if [ "$mode" = test ]; then
+    command -v node >/dev/null || missing+=(nodejs)
+    command -v npm >/dev/null || missing+=(npm)
+fi
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Run as root, or install sudo: ${missing[*]} are missing." >&2; exit 1; }
+    as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
