@@ -1,0 +1,280 @@
+// Messages between client and lobby: login, profile, coin notices and refresh, coin exchange.
+// (Bank: BankInfoDef.h.) The coin notices reach the lobby from the web server with the same
+// layouts.
+//
+// Layouts are frozen: clients of other versions are in the field. Fields are little-endian and
+// packed to 4 bytes, so a 64-bit field may start at any multiple of 4. Text fields need not be
+// terminated by the sender.
+#pragma once
+
+#include <cstdint>
+
+#include "Game/NetMessage.h"
+#include "WireLayout.h"
+
+// Login and kick-out.
+inline constexpr uint16_t CLIENT_CONNECT_NOTICE_C2S = 0x00A1;  // tagLobbyClientConnectNotice
+inline constexpr uint16_t LOBBY_AUTHEN_RES_S2C = 0x00A6;       // LobbyAuthenRes
+inline constexpr uint16_t LOBBY_KICK_OUT_S2C = 0x00A8;         // LobbyKickOutNotice
+inline constexpr uint16_t CLIENT_FORBIDDEN_C2S = 0x9000;       // closes whoever sends it
+
+// Coin exchange between players.
+inline constexpr uint16_t EXCHANGE_COIN_C2S = 0x0050;         // ExchangeGameCoinReq
+inline constexpr uint16_t EXCHANGE_COIN_S2C = 0x0051;         // ExchangeGameCoinRes
+inline constexpr uint16_t EXCHANGE_COIN_NOTIFY_S2C = 0x0052;  // ExchangeGameCoinNotify
+
+// Coin notices and refresh.
+inline constexpr uint16_t CONSUME_NOTICE_S2C = 0x00A7;   // ConsumeSucessNotice, as received
+inline constexpr uint16_t RECHARGE_NOTICE_W2L = 0x00B1;  // web server: RechargeSucessNotice
+inline constexpr uint16_t CONSUME_NOTICE_W2L = 0x00B2;   // web server: ConsumeSucessNotice + text
+inline constexpr uint16_t SYCH_USER_DATA_W2L = 0x00B3;   // web server: SychUserLobbyData
+inline constexpr uint16_t SYCH_USER_DATA_S2C = 0x00B3;   // SychUserLobbyData, as received
+inline constexpr uint16_t REFRESH_COIN_C2S = 0x00EA;     // RechargeReFreshCoinReq
+inline constexpr uint16_t REFRESH_COIN_S2C = 0x00EA;     // RechargeReFreshCoinRes
+
+// Profile. Request and result share one number, except the password's.
+inline constexpr uint16_t MODIFY_PASSWORD_C2S = 0x00E1;    // tagModifyPassWordReq
+inline constexpr uint16_t MODIFY_PASSWORD_S2C = 0x00E2;    // tagModifyPassWordRes
+inline constexpr uint16_t MODIFY_NICKNAME_C2S = 0x00E3;    // ModifyNickNameReq
+inline constexpr uint16_t MODIFY_NICKNAME_S2C = 0x00E3;    // ModifyNickNameRes
+inline constexpr uint16_t MODIFY_GENDER_C2S = 0x00E4;      // ModifyGenderReq
+inline constexpr uint16_t MODIFY_GENDER_S2C = 0x00E4;      // ModifyGenderRes
+inline constexpr uint16_t MODIFY_SIGNATURE_C2S = 0x00E5;   // ModifyPersonalSignatureReq
+inline constexpr uint16_t MODIFY_SIGNATURE_S2C = 0x00E5;   // ModifyPersonalSignatureRes
+inline constexpr uint16_t MODIFY_FACE_ID_C2S = 0x00E6;     // ModifyFaceIdReq
+inline constexpr uint16_t MODIFY_FACE_ID_S2C = 0x00E6;     // ModifyFaceIdRes
+inline constexpr uint16_t BINDING_MOBILE_C2S = 0x00E7;     // BindingMobileReq
+inline constexpr uint16_t BINDING_MOBILE_S2C = 0x00E7;     // BindingMobileRes
+inline constexpr uint16_t REAL_NAME_C2S = 0x00E8;          // RealNameAuthenReq
+inline constexpr uint16_t REAL_NAME_S2C = 0x00E8;          // RealNameAuthenRes
+inline constexpr uint16_t MODIFY_FACE_FRAME_S2C = 0x00E9;  // ModifyFaceFrameRes; no client request
+
+// Codes of ExchangeGameCoinRes::iErrorCode that the lobby itself gives.
+inline constexpr int32_t EXCHANGE_BAD_AMOUNT = 3;  // not positive, or more than the coins in hand
+inline constexpr int32_t EXCHANGE_TO_SELF = 4;
+inline constexpr int32_t EXCHANGE_TOO_SOON = 12;  // less than 5 s after the last transfer
+
+// Codes of tagModifyPassWordRes::ucResultType that the lobby itself gives.
+inline constexpr uint8_t PASSWORD_OTHER_USER = 1;
+inline constexpr uint8_t PASSWORD_TOO_SOON = 4;
+
+#pragma pack(push, 4)
+
+// The first message of a client; starts the login.
+struct tagLobbyClientConnectNotice {
+    MsgHeader header;
+    int32_t iUserID;
+    int32_t iLobbySiteID;
+    char szToken[33];
+    char szChannelID[17];  // not taken over
+};
+
+// The last answer of a login.
+struct LobbyAuthenRes {
+    MsgHeader header;
+    uint8_t ucErrNo;    // the queue server's cError; 0 is success
+    int32_t iReserve1;  // iTeamTag
+    int32_t iReserve2;  // iLianyunFlag
+    int32_t iReserve3;  // usRegisterType
+    char szReserve1[64];
+    char szReserve2[64];  // szOutAccount
+    char szReserve3[64];
+};
+
+struct LobbyKickOutNotice {
+    MsgHeader header;
+    int32_t iUserID;
+    bool bStopSwitch;  // false: logged in elsewhere; true: maintenance
+};
+
+struct ExchangeGameCoinReq {
+    MsgHeader header;
+    int32_t iRecvUserID;
+    int64_t llExhangeCoin;
+};
+
+struct ExchangeGameCoinRes {
+    MsgHeader header;
+    int32_t iErrorCode;
+    int64_t llExhangeCoin;
+    int64_t llFirstMoney;  // the giver's coins in hand
+};
+
+struct ExchangeGameCoinNotify {
+    MsgHeader header;
+    int32_t iFromUserID;
+    int64_t llExhangeCoin;
+    int64_t llFirstMoney;  // the receiver's coins in hand after the transfer
+};
+
+struct RechargeSucessNotice {
+    MsgHeader header;
+    int32_t userId;
+    int32_t gameId;
+    int32_t serverId;
+    int32_t rechargeType;
+    int32_t rechargeCount;
+};
+
+// Followed by iSize bytes of JSON text, not terminated:
+// {"wsGainList":[{"type":<int>,"number":<int>},...]}
+struct ConsumeSucessNotice {
+    MsgHeader header;
+    int32_t userId;
+    int32_t gameId;
+    int32_t serverId;
+    int32_t iSize;  // may claim more than the message holds
+};
+
+struct SychUserLobbyData {
+    MsgHeader header;
+    int32_t userId;
+    int32_t gameId;
+    int32_t serverId;
+    int32_t dataType;
+    int32_t dataValue;
+};
+
+struct RechargeReFreshCoinReq {
+    MsgHeader header;
+    int32_t iUserId;
+};
+
+struct RechargeReFreshCoinRes {
+    MsgHeader header;
+    int32_t iUserId;
+    int32_t iError;
+    int64_t llCurGameCoin;
+    int64_t llTotalRechageNum;
+    int64_t llBankCoin;
+};
+
+struct tagModifyPassWordReq {
+    MsgHeader header;
+    int32_t iUserID;
+    char szOldPassWd[33];
+    char szNewPassWd[33];
+};
+
+struct tagModifyPassWordRes {
+    MsgHeader header;
+    uint8_t ucResultType;
+};
+
+struct ModifyNickNameReq {
+    MsgHeader header;
+    int32_t iUserId;
+    char szNickName[32];
+};
+
+struct ModifyNickNameRes {
+    MsgHeader header;
+    int32_t iError;
+    char szNickName[32];
+};
+
+struct ModifyGenderReq {
+    MsgHeader header;
+    int32_t iUserId;
+    int32_t iGender;
+};
+
+struct ModifyGenderRes {
+    MsgHeader header;
+    int32_t iError;
+    int32_t iGender;
+};
+
+struct ModifyPersonalSignatureReq {
+    MsgHeader header;
+    int32_t iUserId;
+    char szPersonalSignature[128];
+};
+
+struct ModifyPersonalSignatureRes {
+    MsgHeader header;
+    int32_t iError;
+    char szPersonalSignature[128];
+};
+
+struct ModifyFaceIdReq {
+    MsgHeader header;
+    int32_t iUserId;
+    int32_t iFaceId;
+};
+
+struct ModifyFaceIdRes {
+    MsgHeader header;
+    int32_t iError;
+    int32_t iFaceId;
+};
+
+struct BindingMobileReq {
+    MsgHeader header;
+    int32_t iUserId;
+    char szMobileNumber[15];
+};
+
+struct BindingMobileRes {
+    MsgHeader header;
+    int32_t iError;
+    char szMobileNumber[15];
+};
+
+struct RealNameAuthenReq {
+    MsgHeader header;
+    int32_t iUserId;
+    char szRealName[255];
+    char szIdentity[18];
+};
+
+struct RealNameAuthenRes {
+    MsgHeader header;
+    int32_t iError;
+    char szRealName[255];
+    char szIdentity[18];
+};
+
+struct ModifyFaceFrameReq {
+    MsgHeader header;
+    int32_t iUserId;
+    int32_t iFrameId;
+};
+
+struct ModifyFaceFrameRes {
+    MsgHeader header;
+    int32_t iError;
+    int32_t iFrameId;
+};
+
+#pragma pack(pop)
+
+static_assert(kWireLayout<tagLobbyClientConnectNotice, 68> &&
+              offsetof(tagLobbyClientConnectNotice, szChannelID) == 49);
+static_assert(kWireLayout<LobbyAuthenRes, 216> && offsetof(LobbyAuthenRes, iReserve1) == 12);
+static_assert(kWireLayout<LobbyKickOutNotice, 16> &&
+              offsetof(LobbyKickOutNotice, bStopSwitch) == 12 && sizeof(bool) == 1);
+static_assert(kWireLayout<ExchangeGameCoinReq, 20> &&
+              offsetof(ExchangeGameCoinReq, llExhangeCoin) == 12);
+static_assert(kWireLayout<ExchangeGameCoinRes, 28> &&
+              offsetof(ExchangeGameCoinRes, llExhangeCoin) == 12);
+static_assert(kWireLayout<ExchangeGameCoinNotify, 28> &&
+              offsetof(ExchangeGameCoinNotify, llExhangeCoin) == 12);
+static_assert(kWireLayout<RechargeSucessNotice, 28>);
+static_assert(kWireLayout<ConsumeSucessNotice, 24>);
+static_assert(kWireLayout<SychUserLobbyData, 28>);
+static_assert(kWireLayout<RechargeReFreshCoinReq, 12>);
+static_assert(kWireLayout<RechargeReFreshCoinRes, 40> &&
+              offsetof(RechargeReFreshCoinRes, llCurGameCoin) == 16);
+static_assert(kWireLayout<tagModifyPassWordReq, 80> &&
+              offsetof(tagModifyPassWordReq, szNewPassWd) == 45);
+static_assert(kWireLayout<tagModifyPassWordRes, 10>);
+static_assert(kWireLayout<ModifyNickNameReq, 44> && kWireLayout<ModifyNickNameRes, 44>);
+static_assert(kWireLayout<ModifyGenderReq, 16> && kWireLayout<ModifyGenderRes, 16>);
+static_assert(kWireLayout<ModifyPersonalSignatureReq, 140> &&
+              kWireLayout<ModifyPersonalSignatureRes, 140>);
+static_assert(kWireLayout<ModifyFaceIdReq, 16> && kWireLayout<ModifyFaceIdRes, 16>);
+static_assert(kWireLayout<BindingMobileReq, 28> && kWireLayout<BindingMobileRes, 28>);
+static_assert(kWireLayout<RealNameAuthenReq, 288> && kWireLayout<RealNameAuthenRes, 288> &&
+              offsetof(RealNameAuthenReq, szIdentity) == 267);
+static_assert(kWireLayout<ModifyFaceFrameReq, 16> && kWireLayout<ModifyFaceFrameRes, 16>);
