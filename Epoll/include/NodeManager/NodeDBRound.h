@@ -1,0 +1,43 @@
+// Queue kind 2: double-buffered rings.
+#pragma once
+
+#include "NodeManager/NodeAllocate.h"
+
+// Writers fill one ring while the reader drains the other; a reader that finds its ring empty
+// swaps the two. A full ring drops its oldest entries as NodeAllocate does. Thread: any.
+template <class T>
+class NodeDBRound : public NodeManager<T> {
+  public:
+    explicit NodeDBRound(unsigned long capacity)
+        : m_NodeBuffer1(capacity), m_NodeBuffer2(capacity) {}
+
+    unsigned long SetNode(T** nodes, long count) override {
+        NodeGuard write(m_lockWrite);
+        return m_write->SetNode(nodes, count);
+    }
+
+    unsigned long GetNode(T** out, long count) override {
+        // Asking for nothing tells nothing about the ring being empty: no swap.
+        if (out != nullptr && count < 1) return 0;
+        NodeGuard read(m_lockRead);
+        const unsigned long taken = m_read->GetNode(out, count);
+        if (taken > 0) return taken;
+        SwapRings();
+        return m_read->GetNode(out, count);
+    }
+
+  private:
+    // m_lockRead is held and the ring behind m_read is empty.
+    void SwapRings() {
+        NodeGuard write(m_lockWrite);
+        m_write = m_read;
+        m_read = m_write == &m_NodeBuffer1 ? &m_NodeBuffer2 : &m_NodeBuffer1;
+    }
+
+    NodeAllocate<T> m_NodeBuffer1;
+    NodeAllocate<T> m_NodeBuffer2;
+    NodeAllocate<T>* m_write = &m_NodeBuffer1;  // guarded by m_lockWrite
+    NodeAllocate<T>* m_read = &m_NodeBuffer2;   // guarded by m_lockRead
+    NodeLock m_lockWrite;
+    NodeLock m_lockRead;
+};

@@ -1,0 +1,66 @@
+// The recycling allocator behind NodeFactory.
+#pragma once
+
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "NodeManager/NodeTemplet.h"
+
+// Keeps freed records on a stack and hands them out again; only an empty pool asks the heap, and
+// nothing goes back to it before the recycler is destroyed. Owns the free records, not those in
+// use. Thread: any.
+template <class T>
+class NodeRecycle : public NodeFactory<T> {
+  public:
+    NodeRecycle() = default;
+    ~NodeRecycle() override {
+        FreeStack(m_write);
+        FreeStack(m_read);
+    }
+    NodeRecycle(const NodeRecycle&) = delete;
+    NodeRecycle& operator=(const NodeRecycle&) = delete;
+
+    T* CreateNode() override {
+        static_assert(
+            std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>,
+            "records are raw memory: no constructor or destructor runs");
+        static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+        NodeGuard read(m_lockRead);
+        if (m_read == nullptr) {
+            NodeGuard write(m_lockWrite);
+            m_read = std::exchange(m_write, nullptr);
+        }
+        T* node = m_read;
+        if (node != nullptr) {
+            m_read = node->__p_next;
+        } else {
+            node = static_cast<T*>(::operator new(sizeof(T)));
+        }
+        node->__p_next = nullptr;
+        return node;
+    }
+
+    void FreeNode(T* node) override {
+        if (node == nullptr) return;
+        NodeGuard write(m_lockWrite);
+        node->__p_next = m_write;
+        m_write = node;
+    }
+
+  private:
+    static void FreeStack(T* head) {
+        while (head != nullptr)
+            ::operator delete(std::exchange(head, head->__p_next));
+    }
+
+    T* m_write = nullptr;  // freed records; guarded by m_lockWrite
+    T* m_read = nullptr;   // records to hand out; guarded by m_lockRead
+    NodeLock m_lockWrite;
+    NodeLock m_lockRead;
+};
+
+template <class T>
+NodeFactory<T>* NodeFactory<T>::CreateInstance() {
+    return new NodeRecycle<T>();
+}
