@@ -1,0 +1,54 @@
+// The link to the center server and the two directories it feeds.
+#pragma once
+
+#include <cstdint>
+
+#include "GameSiteList.h"
+#include "LinkNode.h"
+#include "ServerList.h"
+
+class LobbyServer;
+
+// Registers the lobby at the center server and keeps the directories in step with what the center
+// announces. While the link is down the directories stay as they are, and clients go on getting
+// the last known list. Owned by LobbyServer; owns the directories, points at the link node.
+// Thread: message worker; ConnectServer and CallCenterServerInfo on main or the reconnect keeper
+// (they leave the directories alone).
+class CenterServerHandler {
+  public:
+    explicit CenterServerHandler(LobbyServer* server);
+    virtual ~CenterServerHandler() = default;
+    CenterServerHandler(const CenterServerHandler&) = delete;
+    CenterServerHandler& operator=(const CenterServerHandler&) = delete;
+
+    // Opens the link and registers on it; 0 on success.
+    int64_t ConnectServer();
+    // Registers the lobby; the center answers with its servers and site lists.
+    void CallCenterServerInfo(IPlayerNode* node);
+    void KeepAlive();
+    // True when the message came from the center, known type or not.
+    bool OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
+    // True when the node was the link; the keeper then re-opens it.
+    bool OnClosed(IPlayerNode* node, bool bClosed);
+    void refreshShowGameList();
+
+    // The notices. A wrong size of one of fixed size closes the link, which is then re-opened and
+    // registered again, so that the center sends everything anew.
+    void OnCenterServerInfoNotice(void* data, long length);
+    void OnCenterServerInfoUpdate(void* data, long length);
+    void OnCenterServerCloseNotice(void* data, long length);
+    void OnCenterTerminateNotice(void* data, long length);
+    // The site lists do not rebuild the show lists; these catch up with the next server notice
+    // that does, or with the timer.
+    void OnCenterServerGameListNotice(void* data, long length);
+    void OnCenterSiteGameTerminateNotice(void* data, long length);
+    void OnCenterNoticeKickOut(void* data, long length);
+
+    LobbyServer* m_lpLobbyServer;
+    LinkNode m_lpCenterServer;
+    ServerList m_ServerList;
+    GameSiteList m_GameSiteList;
+
+  private:
+    bool CheckLength(const char* tag, long length, size_t expected);
+};
