@@ -23,14 +23,11 @@ inline constexpr uint16_t EXCHANGE_COIN_C2S = 0x0050;         // ExchangeGameCoi
 inline constexpr uint16_t EXCHANGE_COIN_S2C = 0x0051;         // ExchangeGameCoinRes
 inline constexpr uint16_t EXCHANGE_COIN_NOTIFY_S2C = 0x0052;  // ExchangeGameCoinNotify
 
-// Coin notices and refresh.
-inline constexpr uint16_t CONSUME_NOTICE_S2C = 0x00A7;   // ConsumeSucessNotice, as received
-inline constexpr uint16_t RECHARGE_NOTICE_W2L = 0x00B1;  // web server: RechargeSucessNotice
-inline constexpr uint16_t CONSUME_NOTICE_W2L = 0x00B2;   // web server: ConsumeSucessNotice + text
-inline constexpr uint16_t SYCH_USER_DATA_W2L = 0x00B3;   // web server: SychUserLobbyData
-inline constexpr uint16_t SYCH_USER_DATA_S2C = 0x00B3;   // SychUserLobbyData, as received
-inline constexpr uint16_t REFRESH_COIN_C2S = 0x00EA;     // RechargeReFreshCoinReq
-inline constexpr uint16_t REFRESH_COIN_S2C = 0x00EA;     // RechargeReFreshCoinRes
+// Coin notices (MSG_WEB_... of web_server_msg.h bring them) and refresh.
+inline constexpr uint16_t CONSUME_NOTICE_S2C = 0x00A7;  // ConsumeSucessNotice, as received
+inline constexpr uint16_t SYCH_USER_DATA_S2C = 0x00B3;  // SychUserLobbyData, as received
+inline constexpr uint16_t REFRESH_COIN_C2S = 0x00EA;    // RechargeReFreshCoinReq
+inline constexpr uint16_t REFRESH_COIN_S2C = 0x00EA;    // RechargeReFreshCoinRes
 
 // Profile. Request and result share one number, except the password's.
 inline constexpr uint16_t MODIFY_PASSWORD_C2S = 0x00E1;    // tagModifyPassWordReq

@@ -1,0 +1,113 @@
+// Everything clients ask for, and the list of their sessions.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Common/Log.h"
+#include "Game/NetGame.h"
+#include "LobbyPlayer.h"
+
+class LobbyServer;
+
+// Checks client requests against the sender's session, answers what the lobby can answer itself
+// and relays the rest to the queue server. Keeps the sessions of accepted connect notices in a
+// doubly linked list, newest first. Owned by LobbyServer; owns no session.
+//
+// Request handlers take the whole message with its header. Where checks of similar requests
+// differ in order or outcome (answer, silence, close), the difference is required.
+//
+// Thread: message worker.
+class LobbyClientHandler {
+  public:
+    explicit LobbyClientHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
+    virtual ~LobbyClientHandler() = default;
+    LobbyClientHandler(const LobbyClientHandler&) = delete;
+    LobbyClientHandler& operator=(const LobbyClientHandler&) = delete;
+
+    // Dispatches by type; unknown types are logged and dropped. True for every non-null node.
+    bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
+    // Unlinks the session and clears its node id. Always true.
+    bool OnClosed(IPlayerNode* node, bool bClosed);
+    void OnTimer(unsigned long /*now*/) {}
+
+    // Lists the session and asks the queue server for its account; a user id below 1 closes the
+    // newest listed session instead.
+    void OnLobbyClientConnectNotice(LobbyPlayer* player);
+    // Logs when no listed session has the user id of the closing node; changes nothing.
+    void DealDisconnect(IPlayerNode* node);
+
+    // The newest session of the user, or null.
+    LobbyPlayer* GetPlayerByUserID(int userID);
+    // Head of the session list.
+    LobbyPlayer* GetClientLobbyPlayer() { return m_lpLobbyPlayer; }
+    void SendMsgToPlayerByID(int userID, unsigned short type, void* data, long length);
+    // One send buffer per session: a shared one would be shortened for everybody by the first
+    // receiver that takes only part of it.
+    void SendMsgToAllLobbyClent(unsigned short type, void* data, long length);
+
+    // Bank.
+    void HandleBankLoginReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleGetCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleSaveCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyBankPasswdReq(IPlayerNode* node, void* data, unsigned short length);
+
+    // Profile.
+    void HandleModifyPassWordReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyNickName(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyGender(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyPersonalSignature(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyFaceId(IPlayerNode* node, void* data, unsigned short length);
+    void HandleBindingMobileReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleRealNameAuthenReq(IPlayerNode* node, void* data, unsigned short length);
+    // Not reachable from the network: no client request has this message number.
+    void HandleModifyFaceFrameReq(IPlayerNode* node, void* data, unsigned short length);
+
+    // Coin notices of the web server, and refresh. Notices for absent players are dropped.
+    void HandleRechargeSucessNotice(void* data, long length);
+    void HandleConsumeSucessNotice(void* data, long length);
+    // Takes the gains of a consume notice's JSON text into the session.
+    void CallBackRechargeSuccess(LobbyPlayer* player, const char* text, int length);
+    void HandleSychUserDataMsg(void* data, long length);
+    void HandleSychUserDataMsg(IPlayerNode* node, void* data, long length);
+    // At most once per clock second and session, whoever asks.
+    void HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data, unsigned short length);
+
+    // Coin exchange.
+    void HandleClientExchangeCoinReq(IPlayerNode* node, void* data, unsigned short length);
+
+    // Server list and tournament.
+    void HandleClientServerInfoReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleClientCompeteInfoReq(IPlayerNode* node, void* data, unsigned short length);
+
+    // Farm subscriptions; an empty key drops all of the player's.
+    void subscribe(IPlayerNode* node, void* data, long length);
+    void unsubscribe(IPlayerNode* node, const std::string& key);
+
+  private:
+    void HandleCompeteInfo(IPlayerNode* node, void* data, unsigned short length);
+    void HandleUnsubscribe(IPlayerNode* node, void* data, unsigned short length);
+    void HandleActivity(IPlayerNode* node, void* data, unsigned short length);
+
+    template <class Op>
+    void RelayBankReq(const Op& op, IPlayerNode* node, void* data, unsigned short length);
+    template <class Req, class Trans>
+    void RelayProfileReq(uint16_t type, const char* tag, IPlayerNode* node, void* data,
+                         unsigned short length);
+    template <class Req, class Trans, class Res, size_t N>
+    void RelayNamedReq(uint16_t type, const char* tag, char (Req::*text)[N], char (Res::*echo)[N],
+                       IPlayerNode* node, void* data, unsigned short length);
+    // Completes a wrapped request with the session's handle and sends it on the queue link.
+    template <class Trans>
+    bool SendToQueue(uint16_t type, Trans& msg, LobbyPlayer* player);
+
+    int32_t DecideExchange(const LobbyPlayer* player, int32_t receiver, int64_t amount, time_t now);
+    void Unlink(LobbyPlayer* player);
+
+    // One table row: a client message number and its handler.
+    struct Route;
+    static const Route kRoutes[];
+
+    LobbyServer* m_lpLobbyServer;
+    LobbyPlayer* m_lpLobbyPlayer = nullptr;  // head of the session list
+};

@@ -1,0 +1,69 @@
+// The link to the queue server: accounts, bank, profile and coins.
+#pragma once
+
+#include <cstdint>
+
+#include "Game/NetGame.h"
+#include "LinkNode.h"
+#include "LobbyPlayer.h"
+
+class LobbyServer;
+
+// Completes logins and passes the queue server's answers on to the sessions they belong to. An
+// answer carries the handle and the node id of the session that asked; it is dropped when that
+// session is gone. Owned by LobbyServer.
+//
+// Thread: message worker, except ConnectServer (main or the reconnect keeper).
+class QueueServerHandler {
+  public:
+    explicit QueueServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
+    virtual ~QueueServerHandler() = default;
+    QueueServerHandler(const QueueServerHandler&) = delete;
+    QueueServerHandler& operator=(const QueueServerHandler&) = delete;
+
+    // 0 when the link is up.
+    int64_t ConnectServer();
+    void KeepAlive();
+    // Both return whether the node is this link.
+    bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
+    bool OnClosed(IPlayerNode* node, bool bClosed);
+
+    // The last step of a login.
+    void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
+
+    // Bank.
+    void OnBankLoginRes(void* data, long length);
+    void OnGetCoinRes(void* data, long length);
+    void OnSaveCoinRes(void* data, long length);
+    void OnModifyBankPasswd(void* data, long length);
+
+    // Profile.
+    void OnModifyPasswd(void* data, long length);
+    void OnModifyNickName(void* data, long length);
+    void OnModifyGender(void* data, long length);
+    void OnModifyPersonalSignature(void* data, long length);
+    void OnModifyFaceId(void* data, long length);
+    void OnBindingMobile(void* data, long length);
+    void OnRealNameAuthen(void* data, long length);
+    void OnModifyFaceFrame(void* data, long length);
+
+    // Coins and tournament.
+    void OnUserExchangeCoinRes(void* data, long length);
+    void OnRechargeRefreshCoin(void* data, long length);
+    void OnCompeteLobbyUserInfoRes(void* data, long length);
+
+    LinkNode m_lpQueueServer;  // null while the link is down
+
+  private:
+    // One table row: a message number and its handler.
+    struct Route;
+    static const Route kRoutes[];
+
+    template <class Trans, class Row> void RelayResult(const Row& row, void* data, long length);
+    // The session an answer belongs to; logs and returns null when it is gone.
+    LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag, const char* text);
+    void EnterRegistry(LobbyPlayer* player);
+    void BookExchange(LobbyPlayer* giver, int32_t from, int32_t to, int64_t amount);
+
+    LobbyServer* m_lpLobbyServer;
+};
