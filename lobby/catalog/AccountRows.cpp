@@ -1,0 +1,177 @@
+// Login, bank, profile and coins: client and queue server links, and the web server's notices.
+#include "BankInfoDef_Trans.h"
+#include "Layouts.h"
+#include "lobby_client_msg.h"
+#include "queue_server_msg.h"
+
+namespace catalog {
+
+LAYOUT(tagLobbyClientConnectNotice, FIELD(iUserID), FIELD(iLobbySiteID), FIELD(szToken),
+       FIELD(szChannelID))
+LAYOUT(LobbyAuthenRes, FIELD(ucErrNo), FIELD(iReserve1), FIELD(iReserve2), FIELD(iReserve3),
+       FIELD(szReserve1), FIELD(szReserve2), FIELD(szReserve3))
+LAYOUT(LobbyKickOutNotice, FIELD(iUserID), FIELD(bStopSwitch))
+LAYOUT(ExchangeGameCoinReq, FIELD(iRecvUserID), FIELD(llExhangeCoin))
+LAYOUT(ExchangeGameCoinRes, FIELD(iErrorCode), FIELD(llExhangeCoin), FIELD(llFirstMoney))
+LAYOUT(ExchangeGameCoinNotify, FIELD(iFromUserID), FIELD(llExhangeCoin), FIELD(llFirstMoney))
+LAYOUT(RechargeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(rechargeType),
+       FIELD(rechargeCount))
+LAYOUT(ConsumeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(iSize),
+       FollowingText("szConsumeNotice", sizeof(M), "iSize"))
+LAYOUT(SychUserLobbyData, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(dataType),
+       FIELD(dataValue))
+LAYOUT(RechargeReFreshCoinReq, FIELD(iUserId))
+LAYOUT(RechargeReFreshCoinRes, FIELD(iUserId), FIELD(iError), FIELD(llCurGameCoin),
+       FIELD(llTotalRechageNum), FIELD(llBankCoin))
+LAYOUT(tagModifyPassWordReq, FIELD(iUserID), FIELD(szOldPassWd), FIELD(szNewPassWd))
+LAYOUT(tagModifyPassWordRes, FIELD(ucResultType))
+LAYOUT(ModifyNickNameReq, FIELD(iUserId), FIELD(szNickName))
+LAYOUT(ModifyNickNameRes, FIELD(iError), FIELD(szNickName))
+LAYOUT(ModifyGenderReq, FIELD(iUserId), FIELD(iGender))
+LAYOUT(ModifyGenderRes, FIELD(iError), FIELD(iGender))
+LAYOUT(ModifyPersonalSignatureReq, FIELD(iUserId), FIELD(szPersonalSignature))
+LAYOUT(ModifyPersonalSignatureRes, FIELD(iError), FIELD(szPersonalSignature))
+LAYOUT(ModifyFaceIdReq, FIELD(iUserId), FIELD(iFaceId))
+LAYOUT(ModifyFaceIdRes, FIELD(iError), FIELD(iFaceId))
+LAYOUT(BindingMobileReq, FIELD(iUserId), FIELD(szMobileNumber))
+LAYOUT(BindingMobileRes, FIELD(iError), FIELD(szMobileNumber))
+LAYOUT(RealNameAuthenReq, FIELD(iUserId), FIELD(szRealName), FIELD(szIdentity))
+LAYOUT(RealNameAuthenRes, FIELD(iError), FIELD(szRealName), FIELD(szIdentity))
+LAYOUT(ModifyFaceFrameReq, FIELD(iUserId), FIELD(iFrameId))
+LAYOUT(ModifyFaceFrameRes, FIELD(iError), FIELD(iFrameId))
+LAYOUT(UserBankLoginReq, FIELD(iUserID), FIELD(szBankPass))
+LAYOUT(GetBankCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
+       FIELD(llGetNum), FIELD(szBankerPwd))
+LAYOUT(SaveCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
+       FIELD(llSaveCoinNum), FIELD(llGameWinCoinNum))
+LAYOUT(ModifyBankPasswdReq, FIELD(iUserID), FIELD(szCode), FIELD(szOldPassWd), FIELD(szNewPassWd))
+LAYOUT(LoginBankResult, FIELD(ucResultType), FIELD(llGameCoin), FIELD(llBankCoin))
+LAYOUT(GetCoinResult, FIELD(ucResultType), FIELD(llGetCoinNum))
+LAYOUT(SaveCoinRes, FIELD(ucResultType), FIELD(llSelfCoin))
+LAYOUT(ModifyBankPasswdRes, FIELD(ucResultType))
+LAYOUT(UserInfoReq, FIELD(userID), FIELD(szPasswdToken), FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex),
+       FIELD(iPlayGameTime), FIELD(iAllYuanBaoAmount), FIELD(iAccountsourceid),
+       FIELD(isBindingmobile), FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin),
+       FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType), FIELD(szReserve1),
+       FIELD(szOutAccount), FIELD(szReserve3), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(RechargeRefresReq_trans, RechargeReFreshCoinReq, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(RechargeRefresRes_trans, RechargeReFreshCoinRes, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT(QueueExchangeCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iGameID),
+       FIELD(iServerID), FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
+LAYOUT(QueueExchangeCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iError),
+       FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
+LAYOUT_ON(ModifyPassWordReq_trans, tagModifyPassWordReq, FIELD(szClientIP), FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyPassWordRes_trans, tagModifyPassWordRes, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyNickNameReq_trans, ModifyNickNameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyNickNameRes_trans, ModifyNickNameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyGenderReq_trans, ModifyGenderReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyGenderRes_trans, ModifyGenderRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyPersonalSignatureReq_trans, ModifyPersonalSignatureReq, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyPersonalSignatureRes_trans, ModifyPersonalSignatureRes, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceIdReq_trans, ModifyFaceIdReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceIdRes_trans, ModifyFaceIdRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(BindingMobileReq_trans, BindingMobileReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(BindingMobileRes_trans, BindingMobileRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(RealNameAuthenReq_trans, RealNameAuthenReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(RealNameAuthenRes_trans, RealNameAuthenRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceFrameReq_trans, ModifyFaceFrameReq, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceFrameRes_trans, ModifyFaceFrameRes, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(UserBankLoginReq_trans, UserBankLoginReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(GetBankCoinReq_trans, GetBankCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
+       FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
+LAYOUT_ON(SaveCoinReq_trans, SaveCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
+       FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
+LAYOUT_ON(ModifyBankPasswdReq_trans, ModifyBankPasswdReq, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+LAYOUT_ON(LoginBankResult_trans, LoginBankResult, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(GetCoinResult_trans, GetCoinResult, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(SaveCoinRes_trans, SaveCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyBankPasswdRes_trans, ModifyBankPasswdRes, FIELD(ulPlayerNode),
+          FIELD(ulPlayerNodeId))
+
+// clang-format off: one aligned row per message
+Rows AccountRows() {
+    using enum Direction;
+    return {
+        Row<tagLobbyClientConnectNotice>     (ClientToLobby, CLIENT_CONNECT_NOTICE_C2S, "connect notice"),
+        Row<LobbyAuthenRes>                  (LobbyToClient, LOBBY_AUTHEN_RES_S2C,      "login result"),
+        Row<LobbyKickOutNotice>              (LobbyToClient, LOBBY_KICK_OUT_S2C,        "kick-out"),
+        Bare                                 (ClientToLobby, CLIENT_FORBIDDEN_C2S,      "forbidden"),
+        Row<ExchangeGameCoinReq>             (ClientToLobby, EXCHANGE_COIN_C2S,         "coin exchange request"),
+        Row<ExchangeGameCoinRes>             (LobbyToClient, EXCHANGE_COIN_S2C,         "coin exchange result"),
+        Row<ExchangeGameCoinNotify>          (LobbyToClient, EXCHANGE_COIN_NOTIFY_S2C,  "coins received"),
+        Varies<ConsumeSucessNotice>          (LobbyToClient, CONSUME_NOTICE_S2C,        "consume notice", "24 + iSize"),
+        Row<RechargeSucessNotice>            (WebToLobby,    RECHARGE_NOTICE_W2L,       "recharge notice"),
+        Varies<ConsumeSucessNotice>          (WebToLobby,    CONSUME_NOTICE_W2L,        "consume notice", "24 + iSize"),
+        Row<SychUserLobbyData>               (WebToLobby,    SYCH_USER_DATA_W2L,        "user data sync"),
+        Row<SychUserLobbyData>               (LobbyToClient, SYCH_USER_DATA_S2C,        "user data sync"),
+        Row<RechargeReFreshCoinReq>          (ClientToLobby, REFRESH_COIN_C2S,          "coin refresh request"),
+        Row<RechargeReFreshCoinRes>          (LobbyToClient, REFRESH_COIN_S2C,          "coin refresh result"),
+        Row<tagModifyPassWordReq>            (ClientToLobby, MODIFY_PASSWORD_C2S,       "login password request"),
+        Row<tagModifyPassWordRes>            (LobbyToClient, MODIFY_PASSWORD_S2C,       "login password result"),
+        Row<ModifyNickNameReq>               (ClientToLobby, MODIFY_NICKNAME_C2S,       "nickname request"),
+        Row<ModifyNickNameRes>               (LobbyToClient, MODIFY_NICKNAME_S2C,       "nickname result"),
+        Row<ModifyGenderReq>                 (ClientToLobby, MODIFY_GENDER_C2S,         "gender request"),
+        Row<ModifyGenderRes>                 (LobbyToClient, MODIFY_GENDER_S2C,         "gender result"),
+        Row<ModifyPersonalSignatureReq>      (ClientToLobby, MODIFY_SIGNATURE_C2S,      "signature request"),
+        Row<ModifyPersonalSignatureRes>      (LobbyToClient, MODIFY_SIGNATURE_S2C,      "signature result"),
+        Row<ModifyFaceIdReq>                 (ClientToLobby, MODIFY_FACE_ID_C2S,        "face id request"),
+        Row<ModifyFaceIdRes>                 (LobbyToClient, MODIFY_FACE_ID_S2C,        "face id result"),
+        Row<BindingMobileReq>                (ClientToLobby, BINDING_MOBILE_C2S,        "mobile binding request"),
+        Row<BindingMobileRes>                (LobbyToClient, BINDING_MOBILE_S2C,        "mobile binding result"),
+        Row<RealNameAuthenReq>               (ClientToLobby, REAL_NAME_C2S,             "real name request"),
+        Row<RealNameAuthenRes>               (LobbyToClient, REAL_NAME_S2C,             "real name result"),
+        Row<ModifyFaceFrameRes>              (LobbyToClient, MODIFY_FACE_FRAME_S2C,     "face frame result"),
+        Row<UserBankLoginReq>                (ClientToLobby, BANK_LOGIN_C2S,            "bank login request"),
+        Row<LoginBankResult>                 (LobbyToClient, BANK_LOGIN_S2C,            "bank login result"),
+        Row<GetBankCoinReq>                  (ClientToLobby, BANK_GET_COIN_C2S,         "take coin request"),
+        Row<GetCoinResult>                   (LobbyToClient, BANK_GET_COIN_S2C,         "take coin result"),
+        Row<SaveCoinReq>                     (ClientToLobby, BANK_SAVE_COIN_C2S,        "save coin request"),
+        Row<SaveCoinRes>                     (LobbyToClient, BANK_SAVE_COIN_S2C,        "save coin result"),
+        Row<ModifyBankPasswdReq>             (ClientToLobby, BANK_MODIFY_PASSWD_C2S,    "bank password request"),
+        Row<ModifyBankPasswdRes>             (LobbyToClient, BANK_MODIFY_PASSWD_S2C,    "bank password result"),
+        Row<UserInfoReq>                     (LobbyToQueue,  USER_INFO_L2Q,             "user info request"),
+        Row<UserInfoRes>                     (QueueToLobby,  USER_INFO_Q2L,             "user info result"),
+        Row<RechargeRefresReq_trans>         (LobbyToQueue,  REFRESH_COIN_L2Q,          "coin refresh request"),
+        Row<RechargeRefresRes_trans>         (QueueToLobby,  REFRESH_COIN_Q2L,          "coin refresh result"),
+        Row<QueueExchangeCoinReq>            (LobbyToQueue,  EXCHANGE_COIN_L2Q,         "coin exchange request"),
+        Row<QueueExchangeCoinRes>            (QueueToLobby,  EXCHANGE_COIN_Q2L,         "coin exchange result"),
+        Row<ModifyPassWordReq_trans>         (LobbyToQueue,  MODIFY_PASSWORD_L2Q,       "login password request"),
+        Row<ModifyPassWordRes_trans>         (QueueToLobby,  MODIFY_PASSWORD_Q2L,       "login password result"),
+        Row<ModifyNickNameReq_trans>         (LobbyToQueue,  MODIFY_NICKNAME_L2Q,       "nickname request"),
+        Row<ModifyNickNameRes_trans>         (QueueToLobby,  MODIFY_NICKNAME_Q2L,       "nickname result"),
+        Row<ModifyGenderReq_trans>           (LobbyToQueue,  MODIFY_GENDER_L2Q,         "gender request"),
+        Row<ModifyGenderRes_trans>           (QueueToLobby,  MODIFY_GENDER_Q2L,         "gender result"),
+        Row<ModifyPersonalSignatureReq_trans>(LobbyToQueue,  MODIFY_SIGNATURE_L2Q,      "signature request"),
+        Row<ModifyPersonalSignatureRes_trans>(QueueToLobby,  MODIFY_SIGNATURE_Q2L,      "signature result"),
+        Row<ModifyFaceIdReq_trans>           (LobbyToQueue,  MODIFY_FACE_ID_L2Q,        "face id request"),
+        Row<ModifyFaceIdRes_trans>           (QueueToLobby,  MODIFY_FACE_ID_Q2L,        "face id result"),
+        Row<BindingMobileReq_trans>          (LobbyToQueue,  BINDING_MOBILE_L2Q,        "mobile binding request"),
+        Row<BindingMobileRes_trans>          (QueueToLobby,  BINDING_MOBILE_Q2L,        "mobile binding result"),
+        Row<RealNameAuthenReq_trans>         (LobbyToQueue,  REAL_NAME_L2Q,             "real name request"),
+        Row<RealNameAuthenRes_trans>         (QueueToLobby,  REAL_NAME_Q2L,             "real name result"),
+        Row<ModifyFaceFrameReq_trans>        (LobbyToQueue,  MODIFY_FACE_FRAME_L2Q,     "face frame request"),
+        Row<ModifyFaceFrameRes_trans>        (QueueToLobby,  MODIFY_FACE_FRAME_Q2L,     "face frame result"),
+        Row<UserBankLoginReq_trans>          (LobbyToQueue,  BANK_LOGIN_L2Q,            "bank login request"),
+        Row<LoginBankResult_trans>           (QueueToLobby,  BANK_LOGIN_Q2L,            "bank login result"),
+        Row<GetBankCoinReq_trans>            (LobbyToQueue,  BANK_GET_COIN_L2Q,         "take coin request"),
+        Row<GetCoinResult_trans>             (QueueToLobby,  BANK_GET_COIN_Q2L,         "take coin result"),
+        Row<SaveCoinReq_trans>               (LobbyToQueue,  BANK_SAVE_COIN_L2Q,        "save coin request"),
+        Row<SaveCoinRes_trans>               (QueueToLobby,  BANK_SAVE_COIN_Q2L,        "save coin result"),
+        Row<ModifyBankPasswdReq_trans>       (LobbyToQueue,  BANK_MODIFY_PASSWD_L2Q,    "bank password request"),
+        Row<ModifyBankPasswdRes_trans>       (QueueToLobby,  BANK_MODIFY_PASSWD_Q2L,    "bank password result"),
+    };
+}
+// clang-format on
+
+}  // namespace catalog
