@@ -1,0 +1,133 @@
+#include "activitySystem/ActivityHandler.h"
+
+#include <algorithm>
+#include <boost/bind/bind.hpp>
+
+#include "Common/Clock.h"
+#include "LobbyPlayer.h"
+#include "activitySystem/ActivityClientMsg.h"
+#include "activitySystem/ActivitySystem.h"
+#include "eventSystem/EventDispatcher.h"
+
+using boost::placeholders::_1;
+using boost::placeholders::_2;
+using boost::placeholders::_3;
+
+IActivityHandler::IActivityHandler(int activityId, GameProvider* provider)
+    : m_pGameProvider(provider), m_iActivityId(activityId) {
+    init();
+    IActivityHandler::Initialization();
+}
+
+IActivityHandler::~IActivityHandler() {
+    for (EventListener* listener : m_vecEventListener) delete listener;
+}
+
+void IActivityHandler::init() {
+    struct Row {
+        EventType type;
+        void (IActivityHandler::*callback)(void*, void*, int);
+    };
+    static constexpr Row kRows[] = {
+        {EVENT_INITIALIZE, &IActivityHandler::callbackInitialize},
+        {EVENT_SITDOWN, &IActivityHandler::callbackSitdown},
+        {EVENT_READY, &IActivityHandler::callbackReady},
+        {EVENT_GAME_START, &IActivityHandler::callbackGameStart},
+        {EVENT_GAME_END, &IActivityHandler::callbackGameEnd},
+        {EVENT_REGAME, &IActivityHandler::callbackReGame},
+    };
+    for (const Row& row : kRows) {
+        addEventListener(new EventListener(row.type, boost::bind(row.callback, this, _1, _2, _3),
+                                           boost::bind(&IActivityHandler::isOpen, this)));
+    }
+}
+
+void IActivityHandler::addEventListener(EventListener* listener) {
+    const auto end = m_vecEventListener.end();
+    if (std::find(m_vecEventListener.begin(), end, listener) != end) return;
+    EventDispatcher::getInstance()->addEventListener(listener);
+    m_vecEventListener.push_back(listener);
+}
+
+void IActivityHandler::removeEventListener(EventListener* listener) {
+    const auto at = std::find(m_vecEventListener.begin(), m_vecEventListener.end(), listener);
+    if (at == m_vecEventListener.end()) return;
+    EventDispatcher::getInstance()->removeEventListener(listener);
+    m_vecEventListener.erase(at);
+}
+
+void IActivityHandler::removeAllEventListener() {
+    for (EventListener* listener : m_vecEventListener) {
+        EventDispatcher::getInstance()->removeEventListener(listener);
+        delete listener;
+    }
+    m_vecEventListener.clear();
+}
+
+bool IActivityHandler::isWithinWindow() const {
+    const DBSiteActivityConfig& row = m_sActivityConfig;
+    if (row.isOpen == 0) return false;
+    const time_t now = ClockNow();
+    const auto seconds = static_cast<uint64_t>(now);
+    if (row.ulTimeBegin != 0 && row.ulTimeBegin > seconds) return false;
+    if (row.ulTimeEnd != 0 && row.ulTimeEnd <= seconds) return false;
+    tm local{};
+    localtime_r(&now, &local);
+    const bool withinDay = row.iDayBegin <= local.tm_hour && local.tm_hour < row.iDayEnd;
+    return withinDay || row.iDayBegin == row.iDayEnd;
+}
+
+void IActivityHandler::updateIsOpen() { m_isOpen = isWithinWindow(); }
+
+bool IActivityHandler::isOpen() { return m_isOpen && checkIsOpen(); }
+
+void IActivityHandler::setActivityConfig(DBSiteActivityConfig config) {
+    const bool wasOpen = isOpen();
+    m_sActivityConfig = config;
+    updateIsOpen();
+    if (wasOpen && !isOpen()) onActicityClosed();
+    onSetActivityConfig();
+}
+
+void IActivityHandler::onActicityClosed() {
+    ActivityCloseNotice notice{};
+    notice.iActivity = m_iActivityId;
+    ActivitySystem::getInstance()->SendMessageToAllClient(CLIENT_ACTIVITY_CLOSE_NOTICE, &notice,
+                                                          sizeof(notice), ENCODE_NONE);
+}
+
+void IActivityHandler::forwardEvent(Hook hook, void* player, void* argument, int number) {
+    // The first pointer of every dispatch is the player's node.
+    auto* const node = static_cast<LobbyPlayer*>(static_cast<IPlayerNode*>(player));
+    if (node == nullptr) return;
+    tagDBUserActivityProgressData* progress = nullptr;
+    if (!ActivitySystem::getInstance()->FindProgressByUserID(node->m_iUserID, m_iActivityId,
+                                                             &progress)) {
+        return;
+    }
+    (this->*hook)(node, progress, argument, nullptr, number);
+}
+
+void IActivityHandler::callbackInitialize(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onInitialize, player, argument, number);
+}
+
+void IActivityHandler::callbackSitdown(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onSitdown, player, argument, number);
+}
+
+void IActivityHandler::callbackReady(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onReady, player, argument, number);
+}
+
+void IActivityHandler::callbackGameStart(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onGameStart, player, argument, number);
+}
+
+void IActivityHandler::callbackGameEnd(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onGameEnd, player, argument, number);
+}
+
+void IActivityHandler::callbackReGame(void* player, void* argument, int number) {
+    forwardEvent(&IActivityHandler::onReGame, player, argument, number);
+}

@@ -1,0 +1,145 @@
+#include "DataServerHandler.h"
+
+#include <cstdio>
+
+#include "Common/Log.h"
+#include "DispatchTable.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+#include "activitySystem/ActivitySystem.h"
+#include "activitySystem/Activity_Data_Msg.h"
+
+namespace {
+
+using Data = DataServerHandler;
+
+constexpr DispatchRow<Data> kRoutes[] = {
+    {ACT_ACCOUNT_TYPE_RES, "UserAccountTypeConfig", &Data::HandleAccountTypeRes},
+    {ACT_CONFIG_RES, "tagDBSiteActivityList", &Data::HandleActivityConfigRes},
+    {ACT_PROGRESS_RES, "tagDBActivityProgressList", &Data::HandleActivityProgressRes},
+    {ACT_SINGLE_PROGRESS_RES, "LobbyActivitySingleProgressUpdateRes",
+     &Data::HandleSingleProgressRes},
+    {ACT_UPDATE_ACK, "update acknowledgement", &Data::HandleUpdateActivityProgressRes},
+};
+static_assert(TypesUnique(kRoutes));
+
+// Whether a list of `count` records of `record` bytes behind a head of `head` bytes is exactly as
+// long as the message. Computed in 64 bits: no count wraps around to a length that fits.
+bool CheckListLength(const char* tag, long length, long head, int count, long record) {
+    if (length < head) {
+        __log(_ERROR, tag, "2 buffer length is not match ! length[%d] != sizeof(%d)",
+              static_cast<int>(length), static_cast<int>(head));
+        return false;
+    }
+    const int64_t expected = head + static_cast<int64_t>(record) * count;
+    if (length == expected) return true;
+    __log(_ERROR, tag, "1 buffer length is not match, iCount[%d], ! length[%d] != sizeof(%d)",
+          count, static_cast<int>(length), static_cast<int>(expected));
+    return false;
+}
+
+}  // namespace
+
+long DataServerHandler::ConnectServer() {
+    return m_lpLobbyServer->ConnectServer("data_server", m_lpDataServer,
+                                          [this] { RegistDataServerReq(); });
+}
+
+void DataServerHandler::KeepAlive() {
+    if (IPlayerNode* const link = m_lpDataServer) {
+        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    }
+}
+
+bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
+                                     long length) {
+    if (node != m_lpDataServer) return false;
+    std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
+    if (const auto* const row = FindRow(kRoutes, type)) {
+        (this->*row->handle)(data, length);
+    } else if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
+        ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
+    } else {
+        __log(_ERROR, "DataServerHandler::OnNetMessage",
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
+              type);
+    }
+    return true;
+}
+
+bool DataServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    return m_lpLobbyServer->CloseLink(m_lpDataServer, node, bClosed, "DataServerHandler::OnClosed",
+                                      "database server", RECONNECT_DATA);
+}
+
+void DataServerHandler::RegistDataServerReq() {
+    IPlayerNode* const link = m_lpDataServer;
+    if (link == nullptr) return;
+    RegisterActSystemServerReq request{};
+    m_lpLobbyServer->SendData(link, ACT_REGISTER_REQ, &request, sizeof(request), ENCODE_NONE);
+    SendActivityConfigReq(0);
+}
+
+void DataServerHandler::SendActivityConfigReq(int gameId) {
+    IPlayerNode* const link = m_lpDataServer;
+    if (link == nullptr) return;
+    tagDBGameActivityConfigReq request{};
+    request.iGameID = gameId;
+    m_lpLobbyServer->SendData(link, ACT_CONFIG_REQ, &request, sizeof(request), ENCODE_NONE);
+    m_lpLobbyServer->SendData(link, ACT_ACCOUNT_TYPE_REQ, nullptr, 0, ENCODE_NONE);
+}
+
+void DataServerHandler::SendActivityProgressReq(LobbyPlayer* player) {
+    IPlayerNode* const link = m_lpDataServer;
+    if (link == nullptr || player == nullptr) return;
+    tagDBUserActivityProgressReq request{};
+    request.ulPlayerNode = NodeHandle(player);
+    request.ulPlayerNodeId = *player;
+    request.iUserID = player->m_iUserID;
+    m_lpLobbyServer->SendData(link, ACT_PROGRESS_REQ, &request, sizeof(request), ENCODE_NONE);
+}
+
+void DataServerHandler::HandleActivityConfigRes(void* data, long length) {
+    std::printf("HandleActivityConfigRes!!!!");
+    const auto list = ReadMsg<tagDBSiteActivityList>(data, length);
+    if (!CheckListLength("DataServerHandler::HandleActivityConfigRes", length, sizeof(list),
+                         list.iCount, sizeof(tagDBActivityConfigData))) {
+        return;
+    }
+    for (int i = 0; i < list.iCount; ++i) {
+        const auto row = ReadItem<tagDBActivityConfigData>(data, length, sizeof(list),
+                                                           static_cast<size_t>(i));
+        ActivitySystem::getInstance()->SetActivityConfig(row, list.iIsFinish != 0);
+    }
+}
+
+void DataServerHandler::HandleActivityProgressRes(void* data, long length) {
+    std::printf("HandleActivityProgressRes!!!!");
+    const auto list = ReadMsg<tagDBActivityProgressList>(data, length);
+    if (!CheckListLength("DataServerHandler::HandleActivityProgressRes", length, sizeof(list),
+                         list.iCount, sizeof(tagDBUserActivityProgressData))) {
+        return;
+    }
+    LobbyPlayer* const player =
+        m_lpLobbyServer->FindPlayerByHandle(list.ulPlayerNode, list.ulPlayerNodeId);
+    if (player == nullptr) return;
+    for (int i = 0; i < list.iCount; ++i) {
+        const auto record = ReadItem<tagDBUserActivityProgressData>(data, length, sizeof(list),
+                                                                    static_cast<size_t>(i));
+        ActivitySystem::getInstance()->AddActivityProgress(player, &record);
+    }
+    if (list.iFinished != 0) ActivitySystem::getInstance()->AddActivityProgress(player, nullptr);
+}
+
+void DataServerHandler::HandleUpdateActivityProgressRes(void*, long) {
+    std::printf("HandleUpdateActivityProgressRes!!!!");
+}
+
+void DataServerHandler::HandleAccountTypeRes(void* data, long length) {
+    ActivitySystem::getInstance()->SetUserAccountTypeConfig(data, length);
+}
+
+void DataServerHandler::HandleSingleProgressRes(void* data, long length) {
+    ActivitySystem::getInstance()->UpdateLobbyActivityProgressRes(ACT_SINGLE_PROGRESS_RES, data,
+                                                                  length);
+}
