@@ -1,0 +1,290 @@
+// A network in memory under an application of the framework: connections without sockets, sends
+// kept for inspection, messages, closes and ticks delivered on the calling thread.
+#pragma once
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Game/NetGame.h"
+
+// Make one, construct the application with Parts(), Attach() it, then Start() it. Must outlive
+// the application: it owns the contexts and the nodes.
+class MemoryNet {
+  public:
+    struct Sent {
+        uint16_t type;
+        std::string bytes;  // the whole message; its first 8 bytes are room for the header
+
+        // A field of the message; zero past its end.
+        template <class T>
+        T At(size_t offset) const {
+            T value{};
+            if (offset < bytes.size()) {
+                std::memcpy(&value, bytes.data() + offset,
+                            std::min(sizeof(T), bytes.size() - offset));
+            }
+            return value;
+        }
+        template <class T>
+        T As() const {
+            return At<T>(0);
+        }
+    };
+    struct Opened {
+        bool listen;
+        std::string host;
+        unsigned short port;
+        unsigned long timeoutMs, maxConnections;
+        IPlayerNode* node;
+    };
+
+    ~MemoryNet() {
+        for (auto& context : m_contexts)
+            delete context->node;
+    }
+
+    NetParts Parts() {
+        NetParts parts;
+        parts.messager = std::make_unique<Messager>();
+        parts.provider = std::make_unique<Provider>(*this);
+        parts.sender = std::make_unique<Sender>(*this);
+        return parts;
+    }
+    void Attach(IGameProvider* application) { m_application = application; }
+
+    // A new connection, as accepted by the listener. Reuses a released context and its node.
+    IPlayerNode* Connect(const char* ip = "10.1.2.3") { return Take(ip, 40000)->node; }
+
+    // One message; its bytes lie at an odd address in a block of their own, so that sanitizers
+    // see casts and reads past the end.
+    void Deliver(IPlayerNode* node, uint16_t type, std::string_view message) {
+        std::unique_ptr<char[]> block(new char[message.size() + 1]);
+        char* at = block.get() + 1;
+        message.copy(at, message.size());
+        if (message.size() >= sizeof(MsgHeader)) {
+            const MsgHeader header{MSG_IDENTITY, 0, static_cast<uint16_t>(message.size()),
+                                   MSG_VERSION,  0, htons(type)};
+            std::memcpy(at, &header, sizeof(header));
+        }
+        m_application->OnNetMessage(node, type, at, static_cast<long>(message.size()));
+    }
+    template <class T>
+    void Deliver(IPlayerNode* node, uint16_t type, const T& message) {
+        Deliver(node, type, std::string_view(reinterpret_cast<const char*>(&message), sizeof(T)));
+    }
+    // The peer closes.
+    void Hangup(IPlayerNode* node) {
+        ContextOf(node)->closed = true;
+        m_application->OnClosed(node, true);
+    }
+    // Reports the closes that the application asked for, those asked for meanwhile included.
+    void Settle() {
+        for (std::vector<IPlayerNode*> pending = TakeClosing(); !pending.empty();
+             pending = TakeClosing()) {
+            for (IPlayerNode* node : pending)
+                m_application->OnClosed(node, true);
+        }
+    }
+    void Tick(long now) { m_application->OnTimer(now); }
+
+    // What was sent to the node since the last call.
+    std::vector<Sent> Received(IPlayerNode* node) {
+        std::lock_guard lock(m_lock);
+        return std::exchange(m_sent[node], {});
+    }
+    bool IsClosed(IPlayerNode* node) { return ContextOf(node)->closed; }
+    // The open links and listeners, oldest first.
+    std::vector<Opened> OpenedNodes() {
+        std::lock_guard lock(m_lock);
+        return m_opened;
+    }
+    // The node last opened for the port, or null.
+    IPlayerNode* NodeOfPort(unsigned short port) {
+        std::lock_guard lock(m_lock);
+        for (auto it = m_opened.rbegin(); it != m_opened.rend(); ++it) {
+            if (it->port == port) return it->node;
+        }
+        return nullptr;
+    }
+
+    // Faults, and what a start of the framework was given.
+    std::function<bool(IPlayerNode*, uint16_t type)> failSend;  // true: the send fails
+    std::atomic<int> failCreatePort{0};                         // refuses connects to this port
+    std::atomic<int> failRecvPort{0};                           // refuses RecvData of this port
+    unsigned long interval = 0, timeout = 0;
+
+  private:
+    struct Context : EPOLLContext {
+        MemoryNet* net = nullptr;
+        IPlayerNode* node = nullptr;
+        unsigned long associate = 0;
+        sockaddr_in remote{}, local{};
+        unsigned short port = 0;
+        std::atomic<bool> closed{false};
+        bool inUse = false;
+
+        void SetContextAssociate(unsigned long value) override { associate = value; }
+        unsigned long GetContextAssociate() override { return associate; }
+        sockaddr_in* GetContextAddrIn(bool isLocal) override { return isLocal ? &local : &remote; }
+        bool RecvData() override { return net->failRecvPort != port; }
+        long SendData(void*, long, bool, sockaddr_in*) override { return -1; }
+        long SendData(void*, long, bool, char*, unsigned short) override { return -1; }
+        long Shutdown(long) override { return 0; }
+        void CloseContext() override { net->Close(node); }
+        bool IsClosed() override { return closed; }
+        long setsockopt(long, long, const char*, long) override { return 0; }
+        long getsockopt(long, long, char*, long*) override { return 0; }
+        long SetKeepAlive(unsigned long, unsigned long, unsigned long, unsigned long) override {
+            return 0;
+        }
+        long SetCustomHeader() override { return 0; }
+        long SetRecvAll(char*) override { return 0; }
+        void Initialize() override {}
+        void Release() override {}
+    };
+
+    struct Messager : INetMessager {
+        void OnReadCompleted(EPOLLContext*, void*, long) override {}
+        void OnConnectionClosed(EPOLLContext*, bool) override {}
+        void OnTimer(long) override {}
+        EPOLLContext* OnCreateContext() override { return nullptr; }
+    };
+
+    struct Provider : INetProvider {
+        explicit Provider(MemoryNet& owner) : net(owner) {}
+        bool Initialize(unsigned long, unsigned long, unsigned long) override { return true; }
+        bool Initialize(unsigned long interval, unsigned long timeout, unsigned long, unsigned long,
+                        unsigned long) override {
+            net.interval = interval;
+            net.timeout = timeout;
+            return true;
+        }
+        void Shutdown() override {}
+        void CancelConnects() override { net.m_cancelled = true; }
+        EPOLLContext* Create(bool listen, const char* host, unsigned short port,
+                             unsigned long timeoutMs, unsigned long maxConnections, long, long,
+                             long) override {
+            return net.Open(
+                {listen, host != nullptr ? host : "", port, timeoutMs, maxConnections, nullptr});
+        }
+        EPOLLContext* Create(bool listen, sockaddr_in& addr, unsigned long timeoutMs,
+                             unsigned long maxConnections, long family, long type,
+                             long protocol) override {
+            return Create(listen, inet_ntoa(addr.sin_addr), ntohs(addr.sin_port), timeoutMs,
+                          maxConnections, family, type, protocol);
+        }
+        void ReleaseContext(EPOLLContext*) override {}
+        MemoryNet& net;
+    };
+
+    struct Sender : INetSender {
+        explicit Sender(MemoryNet& owner) : net(owner) {}
+        bool Initialize() override { return true; }
+        bool SendData(IPlayerNode* node, unsigned short type, void* data, long length,
+                      long) override {
+            return net.Send(node, type, data, length);
+        }
+        bool SendData(IPlayerNode*, void*, long) override { return false; }
+        void* AllocMassData(unsigned long, unsigned short, void*, long, long) override {
+            return nullptr;
+        }
+        void* AllocMassData(unsigned long, void*, long) override { return nullptr; }
+        bool SendMassData(IPlayerNode*, void*) override { return false; }
+        void Close(IPlayerNode* node) override { net.Close(node); }
+        void OnClosed(IPlayerNode* node) override { net.Release(node); }
+        MemoryNet& net;
+    };
+
+    EPOLLContext* Open(Opened opened) {
+        if (m_cancelled || failCreatePort == opened.port) {
+            errno = ECONNREFUSED;
+            return nullptr;
+        }
+        Context* context = Take(opened.host.c_str(), opened.port);
+        opened.node = context->node;
+        std::lock_guard lock(m_lock);
+        m_opened.push_back(opened);
+        return context;
+    }
+
+    Context* Take(const char* ip, unsigned short port) {
+        std::unique_lock lock(m_lock);
+        Context* context = nullptr;
+        for (auto& candidate : m_contexts) {
+            if (!candidate->inUse) context = candidate.get();
+        }
+        if (context == nullptr) {
+            m_contexts.push_back(std::make_unique<Context>());
+            context = m_contexts.back().get();
+            context->net = this;
+            context->node = m_application->OnCreatePlayer();
+            context->node->SetContext(context);
+            context->associate = reinterpret_cast<unsigned long>(context->node);
+        }
+        context->inUse = true;
+        context->closed = false;
+        context->port = port;
+        context->remote.sin_family = AF_INET;
+        context->remote.sin_port = htons(port);
+        context->remote.sin_addr.s_addr = inet_addr(ip);
+        m_sent[context->node].clear();
+        lock.unlock();
+        context->node->Initialize();
+        return context;
+    }
+
+    bool Send(IPlayerNode* node, uint16_t type, void* data, long length) {
+        if (node == nullptr || ContextOf(node)->closed) return false;
+        if (failSend && failSend(node, type)) return false;
+        std::string bytes(sizeof(MsgHeader), '\0');
+        if (data != nullptr && length > 0) bytes.assign(static_cast<char*>(data), length);
+        std::lock_guard lock(m_lock);
+        m_sent[node].push_back({type, std::move(bytes)});
+        return true;
+    }
+
+    void Close(IPlayerNode* node) {
+        if (node == nullptr || ContextOf(node)->closed.exchange(true)) return;
+        std::lock_guard lock(m_lock);
+        m_closing.push_back(node);
+    }
+
+    void Release(IPlayerNode* node) {
+        node->Release();
+        std::lock_guard lock(m_lock);
+        std::erase_if(m_opened, [&](const Opened& opened) { return opened.node == node; });
+        std::erase(m_closing, node);
+        ContextOf(node)->inUse = false;
+    }
+
+    std::vector<IPlayerNode*> TakeClosing() {
+        std::lock_guard lock(m_lock);
+        return std::exchange(m_closing, {});
+    }
+
+    static Context* ContextOf(IPlayerNode* node) {
+        EPOLLContext* context = nullptr;
+        node->GetContext(&context);
+        return static_cast<Context*>(context);
+    }
+
+    IGameProvider* m_application = nullptr;
+    std::atomic<bool> m_cancelled{false};
+    std::mutex m_lock;  // the reconnect keeper opens links while the test thread works
+    std::vector<std::unique_ptr<Context>> m_contexts;
+    std::vector<Opened> m_opened;
+    std::vector<IPlayerNode*> m_closing;
+    std::map<IPlayerNode*, std::vector<Sent>> m_sent;
+};
