@@ -1,0 +1,183 @@
+#include "CenterServerHandler.h"
+
+#include <cstdio>
+
+#include "Common/Log.h"
+#include "DispatchTable.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+
+namespace {
+
+using Center = CenterServerHandler;
+
+constexpr DispatchRow<Center> kDispatch[] = {
+    {MSG_CENTER_SERVER_INFO, "tagServerInfoNotice", &Center::OnCenterServerInfoNotice},
+    {MSG_CENTER_SERVER_UPDATE, "tagUpdateServerInfo", &Center::OnCenterServerInfoUpdate},
+    {MSG_CENTER_SERVER_TERMINATE, "tagTerminateNotice", &Center::OnCenterTerminateNotice},
+    {MSG_CENTER_SITE_GAME_LIST, "tagLoginMobileCenterSiteGameListMsg",
+     &Center::OnCenterServerGameListNotice},
+    {MSG_CENTER_SITE_GAME_TERMINATE, "tagLoginCenterSiteGameTerminateNotice",
+     &Center::OnCenterSiteGameTerminateNotice},
+    {MSG_CENTER_KICK_OUT, "NoticeLobbyKickOut", &Center::OnCenterNoticeKickOut},
+    {MSG_CENTER_SERVER_CLOSE, "tagServerCloseNotice", &Center::OnCenterServerCloseNotice},
+};
+static_assert(TypesUnique(kDispatch));
+
+constexpr char kNotEqual[] = "buffer length is not match ! length[%d] != sizeof(%d)";
+// Also printed where equality is checked; operators search for it.
+constexpr char kTooLong[] = "buffer length is not match ! length[%d] < sizeof(%d)";
+constexpr char kInfoNoticeTag[] = "CenterServerHandler::OnCenterServerInfoNotice";
+
+constexpr int kMaxSiteEntries = 50;
+
+}  // namespace
+
+CenterServerHandler::CenterServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
+
+int64_t CenterServerHandler::ConnectServer() {
+    return m_lpLobbyServer->ConnectServer("center_server", m_lpCenterServer,
+                                          [this] { CallCenterServerInfo(m_lpCenterServer); });
+}
+
+void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
+    __log(_DEBUG, "CenterServerHandler::CallCenterServerInfo", "start CallCenterServerInfo!!!");
+    if (node == nullptr) return;
+    tagServerRegisterReq msg{};
+    msg.iRegisterType = 3;
+    m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
+}
+
+void CenterServerHandler::KeepAlive() {
+    if (IPlayerNode* const link = m_lpCenterServer) {
+        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    }
+}
+
+bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
+                                       long length) {
+    if (node == nullptr || node != m_lpCenterServer) return false;
+    if (const auto* row = FindRow(kDispatch, type)) (this->*row->handle)(data, length);
+    return true;
+}
+
+bool CenterServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    return m_lpLobbyServer->CloseLink(m_lpCenterServer, node, bClosed,
+                                      "CenterServerHandler::OnClosed", "center", RECONNECT_CENTER);
+}
+
+void CenterServerHandler::refreshShowGameList() {
+    m_ServerList.refreshShowGameList(m_GameSiteList);
+}
+
+bool CenterServerHandler::CheckLength(const char* tag, long length, size_t expected) {
+    if (length == static_cast<long>(expected)) return true;
+    __log(_ERROR, tag, kNotEqual, static_cast<int>(length), static_cast<int>(expected));
+    m_lpLobbyServer->Close(m_lpCenterServer);
+    return false;
+}
+
+void CenterServerHandler::OnCenterServerInfoNotice(void* data, long length) {
+    using Notice = tagServerInfoNotice;
+    if (length > static_cast<long>(sizeof(Notice))) {
+        __log(_ERROR, kInfoNoticeTag, kTooLong, static_cast<int>(length),
+              static_cast<int>(sizeof(Notice)));
+        m_lpLobbyServer->Close(m_lpCenterServer);
+        return;
+    }
+    const auto count = ReadItem<uint16_t>(data, length, offsetof(Notice, usListCount), 0);
+    std::printf("%s -> listcount[%d]\n", "OnCenterServerInfoNotice", count);
+
+    // The last record rebuilds the show lists. Where the message ends before its count does, that
+    // is the last record it holds: the batch must still become visible.
+    constexpr size_t offset = offsetof(Notice, ServerInfoList);
+    const size_t records = ItemsWithin<tagServerInfo>(length, offset, count);
+    for (size_t i = 0; i < records; ++i) {
+        auto info = ReadItem<tagServerInfo>(data, length, offset, i);
+        std::printf("gameid[%d] serverid[%d] servername[%s] telecomip[%s] port[%d]\n",
+                    info.usGameID, info.usServerID, TextStr(info.szServerName).c_str(),
+                    TextStr(info.szTelecomIP).c_str(), info.usServerPort);
+        m_ServerList.InsertInfo(info, m_GameSiteList, i + 1 == records);
+    }
+}
+
+void CenterServerHandler::OnCenterServerInfoUpdate(void* data, long length) {
+    if (!CheckLength("CenterServerHandler::OnCenterServerInfoUpdate", length,
+                     sizeof(tagUpdateServerInfo))) {
+        return;
+    }
+    auto msg = ReadMsg<tagUpdateServerInfo>(data, length);
+    m_ServerList.UpdateInfo(msg, m_GameSiteList);
+}
+
+void CenterServerHandler::OnCenterServerCloseNotice(void* data, long length) {
+    static constexpr char tag[] = "CenterServerHandler::OnCenterServerCloseNotice";
+    if (!CheckLength(tag, length, sizeof(tagServerCloseNotice))) return;
+    auto msg = ReadMsg<tagServerCloseNotice>(data, length);
+    __log(_DEBUG, tag, "server close notice, game_id[%u], server_id[%u]", msg.usGameID,
+          msg.usServerID);
+    m_ServerList.CloseInfo(msg, m_GameSiteList);
+}
+
+void CenterServerHandler::OnCenterTerminateNotice(void* data, long length) {
+    static constexpr char tag[] = "CenterServerHandler::OnCenterTerminateNotice";
+    if (!CheckLength(tag, length, sizeof(tagTerminateNotice))) return;
+    auto msg = ReadMsg<tagTerminateNotice>(data, length);
+    // The close notice's words, on purpose.
+    __log(_DEBUG, tag, "server close notice, game_id[%u], server_id[%u]", msg.usGameID,
+          msg.usServerID);
+    m_ServerList.DeleteInfo(msg, m_GameSiteList, true);
+}
+
+void CenterServerHandler::OnCenterServerGameListNotice(void* data, long length) {
+    static constexpr char tag[] = "CenterServerHandler::OnCenterServerGameListNotice";
+    using Notice = tagLoginMobileCenterSiteGameListMsg;
+    if (data == nullptr) return;
+    const auto count = ReadItem<int32_t>(data, length, offsetof(Notice, iListCount), 0);
+    if (count < 0 || count > kMaxSiteEntries) {
+        __log(_ERROR, tag, "LoginMibileCenterSiteGameListMsg size[%d] error!", count);
+        return;
+    }
+    constexpr size_t offset = offsetof(Notice, GameList);
+    const size_t entries =
+        ItemsWithin<tagSiteMobileGameList>(length, offset, static_cast<size_t>(count));
+    for (size_t i = 0; i < entries; ++i) {
+        auto entry = ReadItem<tagSiteMobileGameList>(data, length, offset, i);
+        __log(_DEBUG, tag,
+              "LoginMibileCenterSiteGameListMsg size[%d], gameID[%d], siteID[%d], "
+              "szGamename[%s]!",
+              static_cast<int>(i), entry.iGameID, entry.iSiteID,
+              TextStr(entry.szGameName).c_str());
+        m_GameSiteList.InsertInfo(entry);
+    }
+}
+
+void CenterServerHandler::OnCenterSiteGameTerminateNotice(void* data, long length) {
+    using Notice = tagLoginCenterSiteGameTerminateNotice;
+    const auto count = ReadItem<int32_t>(data, length, offsetof(Notice, iSiteGameListCount), 0);
+    if (count < 0 || count > kMaxSiteEntries) {
+        __log(_ERROR, "CenterServerHandler::OnCenterSiteGameTerminateNotice",
+              "LoginCenterSiteGameTerminateNotice size[%d] error!", count);
+        return;
+    }
+    constexpr size_t offset = offsetof(Notice, siteGameInfo);
+    const size_t entries =
+        ItemsWithin<TerminateGameSiteInfo>(length, offset, static_cast<size_t>(count));
+    for (size_t i = 0; i < entries; ++i) {
+        auto key = ReadItem<TerminateGameSiteInfo>(data, length, offset, i);
+        m_GameSiteList.DeleteInfo(key);
+    }
+}
+
+void CenterServerHandler::OnCenterNoticeKickOut(void* data, long length) {
+    if (length != static_cast<long>(sizeof(NoticeLobbyKickOut))) {
+        __log(_ERROR, kInfoNoticeTag, kTooLong, static_cast<int>(length),
+              static_cast<int>(sizeof(NoticeLobbyKickOut)));
+        m_lpLobbyServer->Close(m_lpCenterServer);
+        return;
+    }
+    const auto msg = ReadMsg<NoticeLobbyKickOut>(data, length);
+    __log(_DEBUG, "CenterServerHandler::OnCenterNoticeKickOut", "recv kickout userid[%d]",
+          msg.iUserID);
+    m_lpLobbyServer->KickOutLobbyPlayer(msg.iUserID, nullptr);
+}

@@ -1,0 +1,85 @@
+#include "CompeteConfig.h"
+
+#include <cstdio>
+
+#include "Common/IniFile.h"
+#include "Common/Log.h"
+#include "Tools.h"
+
+namespace {
+
+constexpr long kReadInterval = 899;  // seconds; the schedule is read when more have passed
+constexpr char kSection[] = "compete_info";
+constexpr int kDefaultCompeteCost = 1000;
+
+// Reads "a,b,c", prints it under the heading and returns the number of entries.
+uint16_t ReadTurns(const CIniFile& file, const char* key, const char* heading,
+                   std::vector<int32_t>& turns) {
+    char text[65] = {};
+    char separators[] = ",";
+    file.GetValueStr(kSection, key, text, sizeof(text));
+    turns.clear();
+    Tools::analyzeSiteID(text, separators, turns);
+    std::printf("\n%s", heading);
+    for (size_t i = 0; i < turns.size(); ++i) std::printf("%s%d", i == 0 ? "" : ", ", turns[i]);
+    std::printf("\n");
+    return static_cast<uint16_t>(turns.size());
+}
+
+int32_t MinutesOfDay(int hour, int minute) {
+    // Unsigned: a nonsense hour in the file must not overflow.
+    return static_cast<int32_t>(static_cast<uint32_t>(hour) * 60 + static_cast<uint32_t>(minute));
+}
+
+}  // namespace
+
+void CompeteConfig::OnTimer(long now) {
+    if (now - m_lLastRead <= kReadInterval) return;
+    ReadConfig();
+    m_lLastRead = now;
+}
+
+void CompeteConfig::ReadConfig() {
+    static constexpr char tag[] = "CompeteConfig::ReadConfig";
+    CIniFile file;
+    if (file.InitFile("compete_info.cfg") == 0) {
+        __log(_ERROR, tag, "compete_info.cfg init failed");
+        return;
+    }
+    const auto number = [&file](const char* key, int defaultValue) {
+        return file.GetValueInt(kSection, key, defaultValue);
+    };
+
+    m_iMonthOpenDay = number("month_open_day", 0);
+    m_iMonthOpenHour = number("month_open_hour", 0);
+    m_iMonthOpenMinute = number("month_open_minute", 0);
+    m_iMonthAwardCoin = number("month_award_coin", 0);
+    m_usMonthTurnNum = ReadTurns(file, "month_user_num", "month turn users:", m_vMonthTurnsUsers);
+    SetCalcMonthMinute(m_iMonthOpenHour, m_iMonthOpenMinute);
+    __log(_ALL, tag,
+          "month: openday[%d] openhour[%d] openminute[%d] awardcoin[%d] calcminute[%d] "
+          "turnnum[%d]",
+          m_iMonthOpenDay, m_iMonthOpenHour, m_iMonthOpenMinute, m_iMonthAwardCoin,
+          m_iCalcMonthMinute, m_usMonthTurnNum);
+
+    m_iDayOpenHour = number("day_open_hour", 0);
+    m_iDayOpenMinute = number("day_open_minute", 0);
+    m_iDayAwardCoin = number("day_award_coin", 0);
+    m_usDayMaxFreeCount = static_cast<uint16_t>(number("day_max_free_count", 0));
+    m_iDayCompeteCostCoin = number("day_compete_cost_coin", kDefaultCompeteCost);
+    m_usDayTurnNum = ReadTurns(file, "day_user_num", "day turn users:", m_vDayTurnsUsers);
+    SetCalcDayMinute(m_iDayOpenHour, m_iDayOpenMinute);
+    __log(_ALL, tag,
+          "day: openhour[%d] openminute[%d] awardcoin[%d] calcminute[%d] turnnum[%d] "
+          "maxfreecount[%d] day_compete_cost[%d]",
+          m_iDayOpenHour, m_iDayOpenMinute, m_iDayAwardCoin, m_iCalcDayMinute, m_usDayTurnNum,
+          m_usDayMaxFreeCount, m_iDayCompeteCostCoin);
+}
+
+void CompeteConfig::SetCalcMonthMinute(int hour, int minute) {
+    m_iCalcMonthMinute = MinutesOfDay(hour, minute);
+}
+
+void CompeteConfig::SetCalcDayMinute(int hour, int minute) {
+    m_iCalcDayMinute = MinutesOfDay(hour, minute);
+}

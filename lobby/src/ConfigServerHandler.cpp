@@ -1,0 +1,162 @@
+#include "ConfigServerHandler.h"
+
+#include <algorithm>
+
+#include "Common/Log.h"
+#include "DispatchTable.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+
+namespace {
+
+using Config = ConfigServerHandler;
+
+constexpr DispatchRow<Config> kDispatch[] = {
+    {MSG_CONFIG_VIP_LEVEL_RES, "tagVipLevelConfigRes", &Config::OnVipLevelConfigRes},
+    {MSG_CONFIG_VIP_PHOTO_RES, "tagVipPhotoConfigRes", &Config::OnVipPhotoConfigRes},
+    {MSG_CONFIG_VIP_FRAME_RES, "tagVipFrameConfig", &Config::OnVipFrameConfigRes},
+    {MSG_CONFIG_STOP_SWITCH_RES, "tagLobbyStopSwitchRes", &Config::OnConfigLobbySwitchRes},
+    {MSG_CONFIG_SUBSCRIBE_KEY_RES, "WebFarmSubscribeKeyRes", &Config::OnSubscribeKeyRes},
+};
+static_assert(TypesUnique(kDispatch));
+
+bool CheckLength(const char* tag, long length, size_t expected) {
+    if (length == static_cast<long>(expected)) return true;
+    __log(_ERROR, tag, "buffer length is not match ! length[%u] = sizeof(%u)",
+          static_cast<unsigned>(length), static_cast<unsigned>(expected));
+    return false;
+}
+
+// What distinguishes the three tables in the log.
+struct TableTexts {
+    const char* tag;
+    const char* success;
+    const char* item;  // key, number
+};
+
+// Stores one message of a table in the staging table and, when it is the transfer's last, makes
+// that the live one. put stores an item and returns the two numbers of its log line.
+template <class Msg, class Map, class Put>
+void LoadTable(const TableTexts& texts, const void* data, long length, Map& live, Map& staging,
+               Put put) {
+    if (!CheckLength(texts.tag, length, sizeof(Msg))) return;
+    __log(_DEBUG, texts.tag, "%s", texts.success);
+    const auto msg = ReadMsg<Msg>(data, length);
+    const size_t count = std::min<size_t>(msg.usItemCount, std::size(msg.item));
+    for (size_t i = 0; i < count; ++i) {
+        const auto [key, number] = put(staging, msg.item[i]);
+        __log(_DEBUG, texts.tag, texts.item, key, number);
+    }
+    if (msg.isFinished == 0) return;
+    live.swap(staging);
+    staging.clear();
+}
+
+}  // namespace
+
+ConfigServerHandler::ConfigServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
+
+int64_t ConfigServerHandler::ConnectServer() {
+    return m_lpLobbyServer->ConnectServer("config_server", m_lpConfigServer,
+                                          [this] { LoadConfigs(); });
+}
+
+void ConfigServerHandler::LoadConfigs() {
+    static constexpr char tag[] = "ConfigServerHandler::LoadConfigs";
+    if (m_lpLobbyServer->SendMsgToConfigServer(MSG_CONFIG_VIP_FRAME_REQ, nullptr, 0) != 0) {
+        __log(_DEBUG, tag, "Send Load vip_frame Req Success!");
+    } else {
+        __log(_DEBUG, tag, "Send Load vip_frame Req Error! type = 0x%x",
+              static_cast<unsigned>(MSG_CONFIG_VIP_FRAME_REQ));
+    }
+}
+
+void ConfigServerHandler::KeepAlive() {
+    if (IPlayerNode* const link = m_lpConfigServer) {
+        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    }
+}
+
+void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
+    m_lpLobbyServer->SendMsgToConfigServer(MSG_CONFIG_STOP_SWITCH_REQ, nullptr, 0);
+}
+
+int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
+                                          long length) {
+    if (node == nullptr || node != m_lpConfigServer) return 0;
+    if (const auto* row = FindRow(kDispatch, type)) {
+        (this->*row->handle)(data, length);
+    } else {
+        __log(_ERROR, "ConfigServerHandler::OnNetMessage",
+              "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
+    }
+    return 1;
+}
+
+bool ConfigServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    return m_lpLobbyServer->CloseLink(m_lpConfigServer, node, bClosed,
+                                      "ConfigServerHandler::OnClosed", "config", RECONNECT_CONFIG);
+}
+
+void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {
+    static constexpr TableTexts texts{"ConfigServerHandler::OnVipLevelConfigRes",
+                                      "config_server return vip_level Success!",
+                                      "vip level[%d], recharge[%d]"};
+    LoadTable<tagVipLevelConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipLevel,
+                                    m_lpLobbyServer->m_mapConfigVipLevel1,
+                                    [](auto& table, const tagVipLevelItem& item) {
+                                        table[item.iLevel] = item.iRecharge;
+                                        return std::pair(item.iLevel, item.iRecharge);
+                                    });
+}
+
+void ConfigServerHandler::OnVipPhotoConfigRes(void* data, long length) {
+    static constexpr TableTexts texts{"ConfigServerHandler::OnVipPhotoConfigRes",
+                                      "config_server return vip_photo Success!",
+                                      "vip photo_id[%d], open_level[%d]"};
+    LoadTable<tagVipPhotoConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipPhoto,
+                                    m_lpLobbyServer->m_mapConfigVipPhoto1,
+                                    [](auto& table, const tagVipPhotoItem& item) {
+                                        table[item.iPhotoID] = item;
+                                        return std::pair(item.iPhotoID, item.iLimitLv);
+                                    });
+}
+
+void ConfigServerHandler::OnVipFrameConfigRes(void* data, long length) {
+    static constexpr TableTexts texts{"ConfigServerHandler::OnVipFrameConfigRes",
+                                      "config_server return vip_frame Success!",
+                                      "vip frame_id[%d], open_level[%d]"};
+    LoadTable<tagVipFrameConfig>(texts, data, length, m_lpLobbyServer->m_mapConfigVipFrame,
+                                 m_lpLobbyServer->m_mapConfigVipFrame1,
+                                 [](auto& table, const tagVipFrameItem& item) {
+                                     table[item.iFrameID] = item;
+                                     return std::pair(item.iFrameID, item.iLimitLv);
+                                 });
+}
+
+void ConfigServerHandler::OnConfigLobbySwitchRes(void* data, long length) {
+    static constexpr char tag[] = "ConfigServerHandler::OnConfigLobbySwitchRes";
+    if (!CheckLength(tag, length, sizeof(tagLobbyStopSwitchRes))) return;
+    const auto msg = ReadMsg<tagLobbyStopSwitchRes>(data, length);
+    __log(_DEBUG, tag, "config_server return stop_switch[%d] Success!", msg.iStopSwitch);
+    m_lpLobbyServer->m_iLobbyStopSwitch = msg.iStopSwitch;
+}
+
+void ConfigServerHandler::OnSubscribeKeyRes(void* data, long length) {
+    static constexpr char tag[] = "ConfigServerHandler::OnSubscribeKeyRes";
+    if (data == nullptr) {
+        __log(_ERROR, tag, "buffer is nullptr");
+        return;
+    }
+    const auto msg = ReadMsg<WebFarmSubscribeKeyRes>(data, length);
+    __log(_DEBUG, tag, "init[%d] count[%d]", msg.bInit, msg.iCount);
+    auto& keys = m_lpLobbyServer->m_lSubscribeKeyInfo;
+    if (msg.bInit != 0) keys.clear();
+    const size_t count = ItemsWithin<WebFarmSubscribeKeyInfo>(
+        length, sizeof(msg), static_cast<size_t>(std::max(msg.iCount, 0)));
+    for (size_t i = 0; i < count; ++i) {
+        const auto key = ReadItem<WebFarmSubscribeKeyInfo>(data, length, sizeof(msg), i);
+        __log(_DEBUG, tag, "init[%d] key[%s]", msg.bInit, TextStr(key.szKey).c_str());
+        keys.push_back(key);
+    }
+}

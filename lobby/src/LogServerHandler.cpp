@@ -1,0 +1,32 @@
+#include "LogServerHandler.h"
+
+#include "Common/Log.h"
+#include "LobbyServer.h"
+
+LogServerHandler::LogServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
+
+int64_t LogServerHandler::ConnectServer() {
+    return m_lpLobbyServer->ConnectServer("log_server", m_lpLogServer);
+}
+
+void LogServerHandler::KeepAlive() {
+    if (IPlayerNode* const link = m_lpLogServer) {
+        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    }
+}
+
+bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) { return false; }
+
+bool LogServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    return m_lpLobbyServer->CloseLink(m_lpLogServer, node, bClosed, "LogServerHandler::OnClosed",
+                                      "log", RECONNECT_LOG);
+}
+
+void LogServerHandler::SendMsgToLogServer(uint16_t type, void* data, long length) {
+    if (IPlayerNode* const link = m_lpLogServer) {
+        m_lpLobbyServer->SendData(link, type, data, length, ENCODE_NONE);
+        return;
+    }
+    __log(_ERROR, "LogServerHandler::SendMsgToLogServer",
+          "send msg to logserver type[%d] length[%d] failed.", type, static_cast<int>(length));
+}
