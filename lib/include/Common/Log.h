@@ -7,13 +7,21 @@ enum LOG_LEVEL : int { _ALL = 0, _DEBUG = 1, _WARN = 2, _ERROR = 3 };
 
 // Sets up the one log of the process: makes the executable's directory the working directory,
 // reads level and FileName of section [log] from the configuration file and opens
-// ./log/<file name>. fileName null means the configured one. 1 on success, 0 when the log file
-// cannot be opened (lines then go to the console only).
+// ./log/<file name>, which is rolled over when the day changes. fileName null means the
+// configured one. 1 on success; 0 when the log file cannot be opened (lines then go to the console
+// only) or the log is already open. A SIGPIPE nobody handles is ignored from then on: a console
+// that went away must not end the process. Thread: main, before others log.
 int InitializeLog(const char* configFile, const char* fileName);
 
-// Writes one line to the console (coloured) and to the log file. The tag is by convention the
-// caller's qualified method name and, like the format, never text from a peer. Lines longer than
-// the buffers are cut. Any thread.
+// Back to the state before InitializeLog: the file is closed and nothing is written. For tests,
+// which set the log up again elsewhere. Any thread.
+void ShutdownLog();
+
+// Writes one line to the console (coloured) and to the log file, both flushed. The tag is by
+// convention the caller's qualified method name and, like the format, never text from a peer: a
+// '%' in either is a directive. Lines of more than 2 KiB are cut; errno is left as it was.
+// Thread: any, from a 16 KiB stack too: the buffers are made once per thread, on the heap, and a
+// line costs about 2 KiB of stack.
 void __log(LOG_LEVEL level, const char* tag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 

@@ -1,0 +1,109 @@
+// Buffers of any length: chaining and ciphertext stealing.
+#include <cstdint>
+#include <cstring>
+
+#include "aes.h"
+#include "aes_private.h"
+
+namespace {
+
+constexpr int kBlock = AES_BLOCK_BYTES;
+
+void XorBytes(unsigned char* target, const unsigned char* other, int n) {
+    for (int i = 0; i < n; ++i)
+        target[i] ^= other[i];
+}
+
+void XorBlocks(unsigned char* target, const unsigned char* other, int bytes) {
+    for (int i = 0; i < bytes; i += 8) {
+        uint64_t a, b;
+        std::memcpy(&a, target + i, 8);
+        std::memcpy(&b, other + i, 8);
+        a ^= b;
+        std::memcpy(target + i, &a, 8);
+    }
+}
+
+// Fewer than 16 bytes: both blocks are enciphered in place and overlap, so that the second runs
+// over the tail of the first's result.
+bool EncryptShort(const unsigned char* in, int n, const unsigned char* iv, unsigned char* out,
+                  const aes_ctx* context) {
+    std::memcpy(out, iv, kBlock);
+    std::memcpy(out + kBlock, in, static_cast<size_t>(n));
+    XorBytes(out + kBlock, iv, n);
+    return EcbBlocks(out, out, kBlock, context) && EcbBlocks(out + n, out + n, kBlock, context);
+}
+
+// 16 bytes or more: E(IV), the chained blocks, then the last of them together with the remaining
+// bytes. With nothing remaining the last block is enciphered twice; peers expect that.
+bool EncryptLong(const unsigned char* in, int n, const unsigned char* iv, unsigned char* out,
+                 const aes_ctx* context) {
+    const int rest = n % kBlock;
+    const int full = n - rest;
+    if (!EcbBlocks(iv, out, kBlock, context) || !CbcBlocks(in, out + kBlock, full, iv, context))
+        return false;
+    unsigned char* last = out + full;
+    std::memcpy(last + kBlock, in + full, static_cast<size_t>(rest));
+    XorBytes(last + kBlock, last, rest);
+    return EcbBlocks(last + rest, last + rest, kBlock, context);
+}
+
+bool DecryptShort(const unsigned char* in, int n, unsigned char* out, const aes_ctx* context) {
+    unsigned char work[2 * kBlock];
+    std::memcpy(work, in, static_cast<size_t>(n + kBlock));
+    if (!EcbBlocks(work + n, work + n, kBlock, context) || !EcbBlocks(work, work, kBlock, context))
+        return false;
+    std::memcpy(out, work + kBlock, static_cast<size_t>(n));
+    XorBytes(out, work, n);
+    return true;
+}
+
+bool DecryptLong(const unsigned char* in, int n, unsigned char* out, const aes_ctx* context) {
+    const int rest = n % kBlock;
+    const int full = n - rest;
+    const int head = full - kBlock;  // plaintext of all blocks but the last
+    unsigned char iv[kBlock];
+    unsigned char work[2 * kBlock];  // last full ciphertext block and the masked rest
+    if (!EcbBlocks(in, iv, kBlock, context)) return false;
+
+    // Independent blocks first, chaining afterwards: libcrypto works on several at a time.
+    if (!EcbBlocks(in + kBlock, out, head, context)) return false;
+    if (head > 0) {
+        XorBlocks(out, iv, kBlock);
+        XorBlocks(out + kBlock, in + kBlock, head - kBlock);
+    }
+
+    std::memcpy(work, in + full, static_cast<size_t>(kBlock + rest));
+    if (!EcbBlocks(work + rest, work + rest, kBlock, context) ||
+        !EcbBlocks(work, out + head, kBlock, context))
+        return false;
+    XorBlocks(out + head, head > 0 ? in + head : iv, kBlock);
+    XorBytes(work + kBlock, work, rest);
+    std::memcpy(out + full, work + kBlock, static_cast<size_t>(rest));
+    return true;
+}
+
+}  // namespace
+
+int encbuf(const void* input, int n, void* output, const aes_ctx* context, int* outLength) {
+    unsigned char iv[kBlock];
+    fillrand(iv, kBlock);
+    const auto* in = static_cast<const unsigned char*>(input);
+    auto* out = static_cast<unsigned char*>(output);
+    const bool done =
+        n < kBlock ? EncryptShort(in, n, iv, out, context) : EncryptLong(in, n, iv, out, context);
+    if (!done) return -1;
+    *outLength = n + kBlock;
+    return 0;
+}
+
+int decbuf(const void* input, int n, void* output, const aes_ctx* context, int* outLength) {
+    const int plain = n - kBlock;
+    const auto* in = static_cast<const unsigned char*>(input);
+    auto* out = static_cast<unsigned char*>(output);
+    const bool done = plain < kBlock ? DecryptShort(in, plain, out, context)
+                                     : DecryptLong(in, plain, out, context);
+    if (!done) return -1;
+    *outLength = plain;
+    return 0;
+}

@@ -1,0 +1,115 @@
+// One line: format, file copy, console copy.
+#include "GLogService.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "LogVariant.h"
+
+namespace {
+
+constexpr size_t kLineSize = 2048;
+constexpr size_t kPrefix = 25;  // colour sequence 5, date and time 20: the file has its own stamp
+constexpr char kReset[] = "\x1b[0m";
+constexpr size_t kResetLength = sizeof(kReset) - 1;
+
+// Working memory of one line, made once per thread: framework threads have 16 KiB of stack, and
+// thread-local arrays would be taken from it as well.
+struct LineBuffers {
+    char format[kLineSize];
+    char line[kLineSize + 2];  // with CR LF
+};
+
+LineBuffers& Buffers() {
+    thread_local const std::unique_ptr<LineBuffers> buffers(new LineBuffers);
+    return *buffers;
+}
+
+struct LevelLook {
+    const char* text;
+    char style;
+    char colour;
+};
+
+LevelLook LookOf(int level) {
+    switch (level) {
+        case _ALL:
+            return {"ALL", '0', '0'};
+        case _DEBUG:
+            return {"DEBUG", '3', '2'};
+        case _WARN:
+            return {"WARN", '3', '3'};
+        case _ERROR:
+            return {"ERROR", '3', '1'};
+        default:
+            return {"Unknown", '0', '0'};
+    }
+}
+
+// A format that was cut must not end inside a directive, and every line ends in the colour reset.
+void EndCutFormat(char* format) {
+    char* const room = format + kLineSize - 1 - kResetLength;
+    char* end = format;
+    while (end < room) {
+        const bool directive = *end == '%';
+        const size_t flags = directive ? std::strspn(end + 1, "-+ #0123456789.*$'hlLqjzt") : 0;
+        char* next = end + 1 + (directive ? flags + 1 : 0);
+        if (next > room) break;
+        end = next;
+    }
+    std::memcpy(end, kReset, sizeof(kReset));
+}
+
+void BuildFormat(char* format, int level, const char* tag, const char* callers) {
+    const LevelLook look = LookOf(level);
+    const tm now = LocalDate(ClockNow());
+    const int length =
+        std::snprintf(format, kLineSize, "\x1b[%c%cm%04d-%02d-%02d %02d:%02d:%02d [%s] [%s] %s%s",
+                      look.style, look.colour, now.tm_year, now.tm_mon, now.tm_mday, now.tm_hour,
+                      now.tm_min, now.tm_sec, look.text, tag, callers, kReset);
+    if (length >= static_cast<int>(kLineSize)) EndCutFormat(format);
+}
+
+// The finished text is read as a format once more on its way to the console, with no arguments:
+// "%%" becomes "%". Every other directive prints as it stands, for the text may be a peer's.
+// In place; returns the new length.
+size_t SecondPass(char* text, size_t length) {
+    size_t kept = 0;
+    for (size_t i = 0; i < length; ++i) {
+        if (text[i] == '%' && i + 1 < length && text[i + 1] == '%') ++i;
+        text[kept++] = text[i];
+    }
+    return kept;
+}
+
+void PrintToConsole(char* line, size_t length) {
+    std::memcpy(line + length, "\r\n", 2);
+    const size_t printed = SecondPass(line, length + 2);
+    std::fwrite(line, 1, printed, stdout);
+    std::fflush(stdout);  // a supervisor reads line by line
+}
+
+}  // namespace
+
+void GLogService::__log(int level, const char* tag, const char* format, va_list arguments) {
+    if (!Enabled(level)) return;
+    const int error = errno;
+    LineBuffers& buffers = Buffers();
+    BuildFormat(buffers.format, level, tag ? tag : "", format ? format : "");
+    errno = error;  // for %m
+    int length = std::vsnprintf(buffers.line, kLineSize, buffers.format, arguments);
+    if (length >= static_cast<int>(kLineSize)) {
+        length = static_cast<int>(kLineSize) - 1;
+        std::memcpy(buffers.line + length - kResetLength, kReset, sizeof(kReset));
+    }
+    if (length >= static_cast<int>(kPrefix + kResetLength)) {
+        const size_t size = static_cast<size_t>(length);
+        _log_2(buffers.line + kPrefix, static_cast<long>(size - kPrefix - kResetLength));
+        PrintToConsole(buffers.line, size);
+    }
+    errno = error;
+}

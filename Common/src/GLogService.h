@@ -1,0 +1,29 @@
+// Inside the base library: levels and the console.
+#pragma once
+
+#include <atomic>
+#include <cstdarg>
+
+#include "LogCls.h"
+
+// Adds the level filter and the coloured console copy to the log file. Thread: any.
+class GLogService : public CLogCls {
+  public:
+    // Writes nothing unless SetLevel allowed it. The caller's format becomes part of the line's
+    // own format, so that it is applied exactly once.
+    void __log(int level, const char* tag, const char* format, va_list arguments)
+        __attribute__((format(printf, 4, 0)));
+
+    // The lowest level that is written; -1 (at first) for none at all.
+    void SetLevel(int level) { m_level.store(level, std::memory_order_release); }
+    bool Enabled(int level) const {
+        const int lowest = m_level.load(std::memory_order_acquire);
+        return lowest != -1 && lowest <= level;
+    }
+
+  private:
+    std::atomic<int> m_level{-1};
+};
+
+// The log of the process. Never destroyed: detached threads may log until the process is gone.
+extern GLogService& g_log;
