@@ -7,22 +7,31 @@
 #include "Game/NetGame.h"
 
 struct HostList;
-template <class T> class NodeManager;
-template <class T> class NodeFactory;
+template <class T>
+class NodeManager;
+template <class T>
+class NodeFactory;
 
-// Calls OnConnected for each queued request until it succeeds, one attempt per second in all.
+// Calls OnConnected for each queued request until it succeeds, one attempt per second in all: a
+// request that failed goes behind the others. Equal requests are not merged. Owns the queue and
+// its records; the parameters only pass through. The derived class's owner calls Stop before it
+// destroys the object, since OnConnected may run until then.
 class Reconnect {
   public:
     Reconnect();
+    // Drops the requests still queued.
     virtual ~Reconnect();
     Reconnect(const Reconnect&) = delete;
     Reconnect& operator=(const Reconnect&) = delete;
 
-    // Starts the keeper thread; true when it runs. Main thread.
+    // Starts the keeper thread; true when it runs. Main thread, and before the first request:
+    // one queued earlier waits for the next.
     bool Start();
-    // Ends the keeper thread and waits for it: at most one sleep and one connect attempt; true.
+    // Ends the keeper thread and waits for it, at most for one connect attempt (a pause between
+    // attempts is cut short); true. Main thread.
     bool Stop();
-    // Queues a request; false when no record could be made or queued. Any thread.
+    // Queues a request; false when no record could be made or queued, or the keeper was never
+    // started. Any thread.
     bool SetParameter(void* param, int type);
 
     // Keeper thread: tries once to bring the link up; true when it is up again.
@@ -31,10 +40,12 @@ class Reconnect {
   private:
     static void* ThreadProc(void* self);
     void DoConnect();
+    // Keeper thread: one second, or until Stop.
+    void SleepBeforeRetry() const;
 
-    std::atomic<bool> m_bExit{false};
-    std::atomic<bool> m_bStart{false};
+    std::atomic<bool> m_bExit{false};     // set by Stop, read by the keeper
+    std::atomic<bool> m_bStart{false};    // the keeper thread runs; cleared by it at its end
     NodeManager<HostList>* m_lpHostList;  // owned
     NodeFactory<HostList>* m_lpFactory;   // owned
-    CEvent m_event;
+    CEvent m_event;                       // one count per request, and one from Stop
 };
