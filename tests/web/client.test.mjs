@@ -1,0 +1,191 @@
+import assert from 'node:assert/strict';
+import test from 'node:test';
+import {
+  decode, encode, FROM_LOBBY, LobbyClient, MESSAGES, TO_LOBBY,
+} from '../../web/lobby-protocol.js';
+
+// A socket whose other end is the test.
+class FakeSocket {
+  sent = [];
+  isClosed = false;
+
+  constructor(url) {
+    this.url = url;
+    FakeSocket.last = this;
+  }
+
+  send(bytes) { this.sent.push(decode(bytes, TO_LOBBY)); }
+
+  close() { this.isClosed = true; }
+
+  receive(...messages) {
+    const bytes = messages.flatMap(([name, fields]) => [...encode(name, fields, FROM_LOBBY)]);
+    this.onmessage({ data: Uint8Array.from(bytes).buffer });
+  }
+
+  get names() { return this.sent.map(({ name }) => name); }
+}
+
+async function connected(options = {}) {
+  const lobby = new LobbyClient({ WebSocket: FakeSocket, timeoutMs: 1000, ...options });
+  const opening = lobby.connect('ws://lobby');
+  const socket = FakeSocket.last;
+  socket.onopen();
+  await opening;
+  lobby.userId = 7;
+  const events = [];
+  for (const name of ['bulletins', 'kickOut', 'coins', 'close']) {
+    lobby.on(name, (fields) => events.push([name, fields]));
+  }
+  return { lobby, socket, events };
+}
+
+const isClosed = (reason) => (error) => error.code === 'closed' && error.reason === reason;
+const isTimeout = (error) => error.code === 'timeout';
+
+test('answers go to the oldest request of their kind, whatever comes between', async (t) => {
+  const { lobby, socket } = await connected();
+  t.after(() => lobby.close());
+  const first = lobby.take(1n, 'pw');
+  const second = lobby.take(2, 'pw');
+  const nick = lobby.nickname('名');
+  socket.receive(['ModifyNickNameRes', { szNickName: '名' }], ['GetCoinResult', { llGetCoinNum: 1n }],
+    ['WinBulletinNotice', { usBulletNum: 0 }], ['GetCoinResult', { ucResultType: 156 }]);
+  assert.equal((await first).llGetCoinNum, 1n);
+  assert.equal((await second).ucResultType, 156);
+  assert.equal((await nick).szNickName, '名');
+});
+
+test('every request carries the session and the values it was given', async (t) => {
+  const { lobby, socket } = await connected({ timeoutMs: 20 });
+  t.after(() => lobby.close());
+  lobby.login(7, 'token', 3).catch(() => {});
+  const cases = [
+    [() => lobby.bankLogin('pw'), { iUserID: 7, szBankPass: 'pw' }],
+    [() => lobby.take(5, 'pw'), { iUserID: 7, iSiteID: 3, llGetNum: 5n, szBankerPwd: 'pw' }],
+    [() => lobby.save(6), { iUserID: 7, iSiteID: 3, llSaveCoinNum: 6n, llGameWinCoinNum: 0n }],
+    [() => lobby.bankPassword('a', 'b', '1'), { szOldPassWd: 'a', szNewPassWd: 'b', szCode: '1' }],
+    [() => lobby.loginPassword('a', 'b'), { iUserID: 7, szOldPassWd: 'a', szNewPassWd: 'b' }],
+    [() => lobby.gender(2), { iUserId: 7, iGender: 2 }],
+    [() => lobby.signature('hi'), { iUserId: 7, szPersonalSignature: 'hi' }],
+    [() => lobby.faceId(9), { iUserId: 7, iFaceId: 9 }],
+    [() => lobby.mobile('123'), { iUserId: 7, szMobileNumber: '123' }],
+    [() => lobby.realName('N', 'I'), { iUserId: 7, szRealName: 'N', szIdentity: 'I' }],
+    [() => lobby.refreshCoin(), { iUserId: 7 }],
+    [() => lobby.exchange(8, 4), { iRecvUserID: 8, llExhangeCoin: 4n }],
+    [() => lobby.tournament(), { iUserID: 7 }],
+    [async () => lobby.subscribe('k', 3, 100), { szKey: 'k', iMainID: 3, iSubID: 100 }],
+    [async () => lobby.unsubscribe('k'), { szKey: 'k' }],
+    [async () => lobby.activity(20180901, { level: 2 }), { iActivityId: 20180901, iLevel: 2 }],
+  ];
+  for (const [ask, expected] of cases) {
+    ask().catch(() => {});
+    const { fields } = socket.sent.at(-1);
+    assert.deepEqual({ ...fields, ...expected }, fields);
+  }
+  const requests = MESSAGES.filter(({ direction, reply }) => direction === TO_LOBBY && reply);
+  await new Promise((resolve) => { setTimeout(resolve, 40); });
+  for (const { type, name } of requests) {
+    await assert.rejects(lobby.request(type, {}, { timeoutMs: 1 }), isTimeout, name);
+  }
+});
+
+test('a request that is never answered ends alone; the next answer is not its', async (t) => {
+  const { lobby, socket } = await connected();
+  t.after(() => lobby.close());
+  await assert.rejects(lobby.request(0x00d3, {}, { timeoutMs: 5 }), isTimeout);
+  const second = lobby.bankLogin('pw');
+  socket.receive(['LoginBankResult', { llBankCoin: 9n }]);
+  assert.equal((await second).llBankCoin, 9n);
+});
+
+test('a server list is collected from its parts, each of which renews the time-out', async (t) => {
+  const { lobby, socket } = await connected({ timeoutMs: 60 });
+  t.after(() => lobby.close());
+  const list = lobby.serverList();
+  const part = (first, count, usIsFinish) => socket.receive(['tagGameServer', {
+    usIsFinish, usListCount: count,
+    serverInfo: Array.from({ length: count }, (_, i) => ({ usServerID: first + i })),
+  }]);
+  for (const first of [0, 20]) {
+    part(first, 20, 0);
+    await new Promise((resolve) => { setTimeout(resolve, 40); });
+  }
+  part(40, 5, 1);
+  assert.deepEqual((await list).map(({ usServerID }) => usServerID), [...Array(45).keys()]);
+  const cutOff = lobby.serverList();
+  part(0, 20, 0);
+  await assert.rejects(cutOff, isTimeout);
+});
+
+test('what nobody asked for is an event; a failing listener harms nobody', async (t) => {
+  const { lobby, socket, events } = await connected();
+  t.after(() => lobby.close());
+  t.mock.method(console, 'error', () => {});
+  lobby.on('bulletins', () => { throw new Error('listener'); });
+  socket.receive(['WinBulletinNotice', { usBulletNum: 1, bulletinItem: [{ szContent: 'news' }] }],
+    ['RechargeReFreshCoinRes', { llCurGameCoin: 3n }]);
+  assert.equal(events[0][1].bulletinItem[0].szContent, 'news');
+  assert.equal(events[1][1].llCurGameCoin, 3n);
+  const refresh = lobby.refreshCoin();
+  socket.receive(['RechargeReFreshCoinRes', { llCurGameCoin: 4n }]);
+  assert.equal((await refresh).llCurGameCoin, 4n);
+  assert.equal(events.length, 2);
+});
+
+test('the end of a connection rejects what is open and says why', async () => {
+  const endings = [
+    ['lost', ({ socket }) => socket.onclose()],
+    ['asked', ({ lobby }) => lobby.close()],
+    ['protocol', ({ socket }) => socket.onmessage({ data: Uint8Array.of(9, 9).buffer })],
+    ['protocol', ({ socket }) => socket.onmessage({ data: 'text' })],
+    ['kicked', ({ socket }) => {
+      socket.receive(['LobbyKickOutNotice', {}]);
+      socket.onclose();
+    }],
+    ['maintenance', ({ socket }) => {
+      socket.receive(['LobbyKickOutNotice', { bStopSwitch: true }]);
+      socket.onclose();
+    }],
+  ];
+  for (const [reason, end] of endings) {
+    const session = await connected();
+    const open = [session.lobby.bankLogin('pw'), session.lobby.take(1, 'pw')];
+    end(session);
+    for (const request of open) await assert.rejects(request, isClosed(reason), reason);
+    assert.deepEqual(session.events.at(-1), ['close', { reason }]);
+    assert.equal(session.lobby.connected, false);
+    await assert.rejects(session.lobby.tournament(), { code: 'not-connected' });
+  }
+});
+
+test('a keep-alive goes out on time, its echo is not echoed, a missing echo ends it', async () => {
+  const { lobby, socket, events } = await connected({ keepAliveMs: 15 });
+  lobby.on('message', ({ direction, name }) => {
+    if (direction === TO_LOBBY && name === 'KeepAlive' && socket.sent.length < 3) {
+      setImmediate(() => socket.receive(['KeepAlive', {}]));
+    }
+  });
+  await new Promise((resolve) => { lobby.on('close', resolve); });
+  assert.deepEqual(socket.names, ['KeepAlive', 'KeepAlive', 'KeepAlive']);
+  assert.deepEqual(events.at(-1), ['close', { reason: 'silent' }]);
+  assert.ok(socket.isClosed);
+});
+
+test('a lobby that cannot be reached, or not in time, rejects connect', async () => {
+  const lobby = new LobbyClient({ WebSocket: FakeSocket, timeoutMs: 10 });
+  await assert.rejects(lobby.connect('ws://lobby'), isClosed('lost'));
+  const refused = lobby.connect('ws://lobby');
+  FakeSocket.last.onerror(new Error('refused'));
+  FakeSocket.last.onclose();
+  await assert.rejects(refused, isClosed('lost'));
+  const replaced = lobby.connect('ws://one');
+  const old = FakeSocket.last;
+  const second = lobby.connect('ws://two');
+  await assert.rejects(replaced, isClosed('asked'));
+  old.onclose();  // the late end of the first does not touch the second
+  FakeSocket.last.onopen();
+  await second;
+  assert.ok(lobby.connected);
+  lobby.close();
+});

@@ -1,0 +1,274 @@
+// The player's page: its forms ask the lobby, and what the lobby tells goes where it belongs.
+import { byId, element, prepend } from './dom.js';
+import { LobbyClient } from './lobby-protocol.js';
+import { MessageLog } from './message-log.js';
+import { closeText, failureText, formatCoins, resultText } from './texts.js';
+import { notice, NOTICES, serverRow, tournamentFacts } from './views.js';
+
+const MOST_NOTICES = 50;
+const REFRESH_GAP_MS = 1100;  // the lobby refreshes once in a clock second and drops the rest
+
+const lobby = new LobbyClient({ timeoutMs: 5000 });
+const log = new MessageLog(byId('log'));
+let lastRefresh = 0;
+
+const value = (id) => byId(id).value.trim();
+// Passwords are sent as typed: blanks may belong to them.
+const typed = (id) => byId(id).value;
+
+function wholeNumber(id, label, convert = Number) {
+  const text = value(id);
+  if (!/^-?\d{1,19}$/.test(text)) throw new Error(`${label} must be a whole number.`);
+  return convert(text);
+}
+
+const setState = (text, kind) => {
+  byId('status').textContent = text;
+  byId('status').className = `badge ${kind}`;
+};
+
+function say(output, text, kind) {
+  output.textContent = text;
+  output.className = `result ${kind}`;
+}
+
+// Makes a form ask the lobby: `action` gets the pressed button and returns what to say when it
+// went well. The form is not usable while its answer is awaited.
+function onSubmit(formId, operation, action) {
+  const form = byId(formId);
+  const output = form.querySelector('.result');
+  form.addEventListener('submit', async (event) => {
+    event.preventDefault();
+    const buttons = form.querySelectorAll('button');
+    buttons.forEach((button) => { button.disabled = true; });
+    say(output, '…', '');
+    try {
+      say(output, await action(event.submitter) ?? '', 'good');
+    } catch (error) {
+      say(output, failureText(operation, error), 'bad');
+    } finally {
+      buttons.forEach((button) => { button.disabled = false; });
+    }
+  });
+}
+
+function expectSuccess(operation, code) {
+  if (code !== 0) throw new Error(resultText(operation, code));
+}
+
+function showCoins(hand, bank) {
+  if (hand !== undefined) byId('coins-hand').textContent = formatCoins(hand);
+  if (bank !== undefined) byId('coins-bank').textContent = formatCoins(bank);
+}
+
+async function refreshCoins() {
+  const wait = lastRefresh + REFRESH_GAP_MS - Date.now();
+  if (wait > 0) await new Promise((resolve) => { setTimeout(resolve, wait); });
+  lastRefresh = Date.now();
+  const { iError, llCurGameCoin, llBankCoin } = await lobby.refreshCoin();
+  expectSuccess('refresh', iError);
+  showCoins(llCurGameCoin, llBankCoin);
+}
+
+// After something else has moved coins: its own outcome is already told, a missing refresh is not
+// worth an error.
+const refreshQuietly = () => refreshCoins().catch(() => {});
+
+function showLoggedIn(isIn) {
+  byId('login-card').hidden = isIn;
+  byId('dashboard').hidden = !isIn;
+  byId('logout').hidden = !isIn;
+}
+
+function banner(text) {
+  byId('banner').textContent = text;
+  byId('banner').hidden = !text;
+}
+
+// A new session shows nothing of the one before it.
+function startSession() {
+  for (const id of ['notices', 'subscriptions', 'tournament', 'server-rows']) {
+    byId(id).replaceChildren();
+  }
+  document.querySelectorAll('#dashboard .result').forEach((output) => say(output, '', ''));
+  document.querySelector('.table-frame').hidden = true;
+  byId('no-notices').hidden = false;
+  byId('coins-hand').textContent = '–';
+  byId('coins-bank').textContent = '–';
+  byId('player-name').textContent = `Player ${lobby.userId}`;
+  byId('player-site').textContent = `site ${lobby.siteId}`;
+  setState('logged in', 'good');
+  showLoggedIn(true);
+  refreshQuietly();
+}
+
+async function openConnection(url) {
+  setState('connecting …', 'muted');
+  try {
+    await lobby.connect(url);
+  } catch {
+    setState('not connected', 'muted');
+    throw new Error('The lobby cannot be reached. Is the address right and the lobby running?');
+  }
+}
+
+onSubmit('login-form', 'login', async () => {
+  banner('');
+  const user = wholeNumber('user-id', 'The player number');
+  const site = wholeNumber('site', 'The site');
+  await openConnection(value('server-url'));
+  try {
+    const { ucErrNo } = await lobby.login(user, value('token'), site);
+    if (ucErrNo !== 0) {
+      throw new Error(`The login was refused (code ${ucErrNo}). Check player number and token.`);
+    }
+  } catch (error) {
+    lobby.close();  // a connection logs in once only
+    banner('');     // the form says what happened
+    throw error;
+  }
+  startSession();
+});
+
+onSubmit('refresh-form', 'refresh', refreshCoins);
+
+onSubmit('bank-login-form', 'bankLogin', async () => {
+  const result = await lobby.bankLogin(typed('bank-password'));
+  expectSuccess('bankLogin', result.ucResultType);
+  showCoins(result.llGameCoin, result.llBankCoin);
+  return 'The bank is open.';
+});
+
+onSubmit('bank-move-form', 'bank', async (button) => {
+  const amount = wholeNumber('bank-amount', 'The amount', BigInt);
+  const isTake = button?.value !== 'save';
+  const { ucResultType } = isTake ? await lobby.take(amount, typed('bank-password'))
+    : await lobby.save(amount);
+  expectSuccess('bank', ucResultType);
+  refreshQuietly();
+  return `${formatCoins(amount)} coins ${isTake ? 'taken out' : 'put in'}.`;
+});
+
+onSubmit('bank-password-form', 'bankPassword', async () => {
+  const result = await lobby.bankPassword(typed('bank-old'), typed('bank-new'), value('bank-code'));
+  expectSuccess('bankPassword', result.ucResultType);
+  return 'The bank password is changed.';
+});
+
+onSubmit('exchange-form', 'exchange', async () => {
+  const to = wholeNumber('exchange-to', 'The player number');
+  const amount = wholeNumber('exchange-amount', 'The amount', BigInt);
+  const result = await lobby.exchange(to, amount);
+  expectSuccess('exchange', result.iErrorCode);
+  showCoins(result.llFirstMoney);
+  return `${formatCoins(amount)} coins sent to player ${to}.`;
+});
+
+onSubmit('password-form', 'loginPassword', async () => {
+  const result = await lobby.loginPassword(typed('password-old'), typed('password-new'));
+  expectSuccess('loginPassword', result.ucResultType);
+  return 'The login password is changed.';
+});
+
+// Profile forms differ only in what they ask and what they say.
+const PROFILE = [
+  ['nickname-form', 'nickname', () => lobby.nickname(value('nickname')), 'Your nickname is saved.'],
+  ['signature-form', 'signature', () => lobby.signature(value('signature')),
+    'Your signature is saved.'],
+  ['gender-form', 'gender', () => lobby.gender(Number(value('gender'))), 'Saved.'],
+  ['face-form', 'faceId', () => lobby.faceId(wholeNumber('face-id', 'The picture')),
+    'Your picture is saved.'],
+  ['mobile-form', 'mobile', () => lobby.mobile(value('mobile')), 'Your mobile number is bound.'],
+  ['real-name-form', 'realName', () => lobby.realName(value('real-name'), value('identity')),
+    'Your name is confirmed.'],
+];
+for (const [form, operation, ask, done] of PROFILE) {
+  onSubmit(form, operation, async () => {
+    expectSuccess(operation, (await ask()).iError);
+    return done;
+  });
+}
+
+onSubmit('servers-form', 'serverList', async () => {
+  const servers = await lobby.serverList();
+  byId('server-rows').replaceChildren(...servers.map(serverRow));
+  document.querySelector('.table-frame').hidden = servers.length === 0;
+  return `${servers.length} rooms`;
+});
+
+onSubmit('tournament-form', 'tournament', async () => {
+  const info = await lobby.tournament();
+  expectSuccess('tournament', info.usErrorCode);
+  byId('tournament').replaceChildren(tournamentFacts(info));
+});
+
+function subscriptionChip(key) {
+  const remove = element('button', 'quiet', 'Stop');
+  remove.type = 'button';
+  remove.ariaLabel = `Stop following ${key}`;
+  const chip = element('li', '', element('span', '', key), remove);
+  chip.dataset.key = key;
+  remove.addEventListener('click', () => {
+    if (lobby.connected) lobby.unsubscribe(key);
+    chip.remove();
+  });
+  return chip;
+}
+
+onSubmit('subscribe-form', 'subscribe', async () => {
+  const key = value('subscribe-key');
+  lobby.subscribe(key);
+  const chips = [...byId('subscriptions').children];
+  if (!chips.some((chip) => chip.dataset.key === key)) {
+    byId('subscriptions').append(subscriptionChip(key));
+  }
+  return 'Asked. Messages with this key will show under Notices.';
+});
+
+onSubmit('activity-form', 'activity', async () => {
+  lobby.activity(wholeNumber('activity-id', 'The activity'), {
+    level: wholeNumber('activity-level', 'The level'),
+    progress: wholeNumber('activity-progress', 'The progress'),
+  });
+  return 'Reported.';
+});
+
+function addNotices(items) {
+  byId('no-notices').hidden = true;
+  items.forEach((item) => prepend(byId('notices'), item, MOST_NOTICES));
+}
+
+for (const [event, make] of Object.entries(NOTICES)) {
+  lobby.on(event, (fields) => addNotices(make(fields)));
+}
+lobby.on('coins', ({ llCurGameCoin, llBankCoin }) => showCoins(llCurGameCoin, llBankCoin));
+lobby.on('exchangeNotify', ({ llFirstMoney }) => showCoins(llFirstMoney));
+lobby.on('message', (message) => log.add(message));
+lobby.on('close', ({ reason }) => {
+  setState('not connected', 'muted');
+  showLoggedIn(false);
+  banner(closeText(reason));
+  addNotices([notice('session', closeText(reason))]);
+});
+
+byId('logout').addEventListener('click', () => lobby.close());
+byId('log-clear').addEventListener('click', () => log.clear());
+byId('show-keep-alives').addEventListener('change', (event) => {
+  byId('log').classList.toggle('with-keep-alives', event.target.checked);
+});
+
+// The lobby's address comes from the page's own address (?ws=...) or from config.json beside the
+// page, which may also fill in a player to try things with.
+async function loadConfig() {
+  const config = await fetch('config.json').then((answer) => (answer.ok ? answer.json() : {}))
+    .catch(() => ({}));
+  byId('server-url').value = new URLSearchParams(location.search).get('ws') ?? config.ws ?? '';
+  const { userId, token, siteId, bankPassword } = config.player ?? {};
+  const filled = { 'user-id': userId, token, site: siteId, 'bank-password': bankPassword };
+  for (const [id, text] of Object.entries(filled)) {
+    if (text !== undefined) byId(id).value = text;
+  }
+}
+
+await loadConfig();
+document.body.dataset.ready = 'yes';
