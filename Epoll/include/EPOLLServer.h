@@ -1,0 +1,107 @@
+// The network provider: the reactor plus the message worker.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "EPOLLReceiver.h"
+#include "Epoll.h"
+#include "HandShark.h"
+#include "NodeManager/NodeRecords.h"
+#include "WebSocketStream.h"
+
+class GameProvider;
+class INetMessager;
+
+// Turns every reactor event into a record, hands the records to one message worker in the order
+// they came, and there keeps the idle list, upgrades WebSockets and feeds the messager.
+// Owns the record queue and its recycler; points at messager and provider.
+// Thread: the reactor hooks on poll threads (or where a close arose); the private functions on the
+// message worker unless marked.
+class EPOLLServer : public Epoll, public INetProvider {
+  public:
+    // Without a messager a context is a bare EPOLLReceiver, released as soon as it is closed.
+    // maxRecvCount 0 means 100.
+    EPOLLServer(GameProvider* provider, INetMessager* messager, unsigned long maxRecvCount);
+    ~EPOLLServer() override;
+
+    // interval all ones: no idle list, no sweeps. Main.
+    bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
+                    unsigned long contexts, unsigned long buffers) override;
+    bool Initialize(unsigned long threads, unsigned long contexts, unsigned long buffers) override {
+        return Epoll::Initialize(threads, contexts, buffers);
+    }
+    void Shutdown() override;
+    // Fails while no worker runs.
+    EPOLLContext* Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
+                         unsigned long maxConnections, long family, long type,
+                         long protocol) override;
+    using Epoll::Create;
+    // Any thread; called by the send side once it is done with a closed connection.
+    void ReleaseContext(EPOLLContext* context) override;
+    void CancelConnects() override { Epoll::CancelConnects(); }
+
+    EPOLLContext* OnCreateConnection() override;
+    void OnConnectionEstablished(EPOLLContext* context, sockaddr_in* addr) override;
+    void OnReadCompleted(EPOLLContext* context, void* buffer, long length,
+                         sockaddr_in* addr) override;
+    void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
+    unsigned long CloseGrace() const override { return m_ulTimeout; }
+
+    // Contexts announced and released so far; for logs only. Any thread.
+    long Established() const { return m_lEstablished; }
+    long Released() const { return m_lRelease; }
+
+  private:
+    static void* ThreadProc(void* self);
+    void StopWorker();                                                   // main
+    void QueueRecord(EPOLLContext* context, void* buffer, long length);  // poll threads
+    void DiscardRecords();
+
+    void DoNetMsg();
+    DataBuffer* NextRecord();
+    void HandleRecord(const DataBuffer& record);
+    void OnEstablished(EPOLLReceiver* receiver);
+    void OnData(EPOLLReceiver* receiver, char* data, long length);
+    void DispatchData(EPOLLReceiver* receiver, char* data, long length);
+    void OnFrames(EPOLLReceiver* receiver, char* data, long length);
+    void HandShark(EPOLLReceiver* receiver, const char* request, long length);
+    void CloseNode(EPOLLReceiver* receiver);
+    void CloseConnections(EPOLLReceiver* receiver, long count, long length);
+    void Unlist(EPOLLReceiver* receiver);
+    bool SweepsEnabled() const { return m_ulInterval != ~0UL; }
+    bool SweepIfDue(bool idle);
+    void Sweep(long now);
+    void PauseUntilSignal();
+
+    // One wake of the worker takes so many records off the queue in one go.
+    static constexpr long kBatch = 64;
+
+    std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
+    std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
+    std::atomic<bool> m_bExit{false};
+    std::atomic<long> m_lThreadCount{0};
+    std::atomic<long> m_lEstablished{0};
+    std::atomic<long> m_lRelease{0};
+    const long m_ulMaxRecvCount;
+    std::atomic<unsigned long> m_ulTimeout{~0UL};   // seconds
+    std::atomic<unsigned long> m_ulInterval{~0UL};  // seconds
+    INetMessager* const m_lpNetMessager;            // not owned, may be null
+    GameProvider* const m_lpGameProvider;           // not owned, may be null
+
+    // Message worker only.
+    EPOLLReceiver* m_lpClientList = nullptr;
+    EPOLLReceiver* m_lpClientTail = nullptr;
+    long m_lClientCount = 0;
+    long m_lUptime = 0;     // seconds since boot, as of the last look at the queue
+    long m_lSweepTime = 0;  // seconds since boot
+    bool m_bShutdownSwept = false;
+    DataBuffer* m_lpBatch[kBatch];
+    long m_lBatchCount = 0;
+    long m_lBatchPos = 0;
+    HEADER_MAP m_mapHeader;
+    Websocket_Request m_Request;
+    WebSocketStream m_Stream{m_Request};
+    SHA1 m_Sha1;
+    char m_szResponse[WEBSOCKET_RESPONSE_SIZE];
+};

@@ -1,0 +1,78 @@
+// The send side: queues of filled buffers per connection, written by one thread.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+
+#include "Game/NetGame.h"
+#include "NodeManager/NodeRecords.h"
+
+class EPOLLBuffer;
+
+// Fills send buffers, queues them on connections and writes the queues from the send thread; gives
+// a closed connection back to the provider once its queue is settled. Owns its epoll instance;
+// points at provider and network provider.
+// Thread: the INetSender functions on any; the private ones on the send thread unless marked.
+// A failed send closes the connection: a peer never sees a gap in its stream.
+class NetSender : public INetSender {
+  public:
+    // maxSendCount 0 means 100; it must be what the contexts were made with.
+    NetSender(INetProvider* netProvider, IGameProvider* gameProvider, unsigned long maxSendCount);
+    // Ends the send thread.
+    ~NetSender() override;
+    NetSender(const NetSender&) = delete;
+    NetSender& operator=(const NetSender&) = delete;
+
+    bool Initialize() override;
+    bool SendData(IPlayerNode* node, unsigned short type, void* data, long length,
+                  long encode) override;
+    bool SendData(IPlayerNode* node, void* data, long length) override;
+    // A tagSendBuffer with count references, or null.
+    void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
+                        long encode) override;
+    void* AllocMassData(unsigned long count, void* data, long length) override;
+    // False: not queued, and the reference stays the caller's.
+    bool SendMassData(IPlayerNode* node, void* massData) override;
+    void Close(IPlayerNode* node) override;
+    void OnClosed(IPlayerNode* node) override;
+
+    // Builds one outgoing message in dst and returns dst, or null. length is the size of data,
+    // header room included, and becomes the length on the wire. Any thread.
+    char* FillHeader(unsigned short type, void* data, long& length, long encode, char* dst,
+                     long dstCapacity);
+
+  private:
+    enum class Progress { Sent, Blocked, Failed };
+
+    // Any thread.
+    bool AddData(IPlayerNode* node, tagSendBuffer* buffer);
+    bool Push(EPOLLBuffer* context, tagSendBuffer* buffer);
+    bool Arm(EPOLLBuffer* context, bool add);
+    void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
+
+    static void* SendThread(void* self);
+    void OnSend();
+    void Drain(EPOLLBuffer* context);
+    Progress SendEntry(EPOLLBuffer* context, tagSendBuffer* entry);
+    void FinishEntry(EPOLLBuffer* context, tagSendBuffer* entry);
+    void ReleaseClosed(EPOLLBuffer* context);
+    void GuardSleep();
+
+    // Closed connections whose peers do not read.
+    void LinkClosing(EPOLLBuffer* context);    // any thread; m_lockClosing is held
+    void UnlinkClosing(EPOLLBuffer* context);  // m_lockClosing is held
+    void GiveUpClosed();
+    bool IsHopeless(EPOLLBuffer* context, long now) const;
+
+    INetProvider* const m_lpNetProvider;    // not owned
+    IGameProvider* const m_lpGameProvider;  // not owned
+    std::atomic<long> m_lThreadCount{0};
+    const long m_ulMaxSendCount;
+    std::atomic<bool> m_bExit{false};
+    int m_iSendPoll = -1;
+    int m_iWake = -1;  // ends a wait at once
+
+    std::mutex m_lockClosing;                // behind a context's m_lockSend
+    EPOLLBuffer* m_lpClosingList = nullptr;  // guarded by m_lockClosing
+    std::atomic<long> m_lClosing{0};
+};

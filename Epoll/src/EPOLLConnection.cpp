@@ -1,0 +1,212 @@
+#include "EPOLLConnection.h"
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+#include "Epoll.h"
+
+using Guard = std::lock_guard<CMutex>;
+
+EPOLLConnection::~EPOLLConnection() {
+    if (m_socket >= 0) ::close(m_socket);
+}
+
+void EPOLLConnection::Initialize() {
+    m_lLength = 0;
+    m_socket = -1;
+    m_ulConnectionCount = 0;
+    m_lpulConnections = nullptr;
+    m_ulMaxConnections = 0;
+    m_bRecvData = false;
+    m_bAcceptClient = false;
+    m_bBind = false;
+    m_bEndOfStream = false;
+    m_lProtocol = IPPROTO_TCP;
+    m_addrLocal = {};
+    m_addrRemote = {};
+    m_lpPreContext = nullptr;
+    m_lpNextContext = nullptr;
+    SetWebSocketStatus(WEBSOCKET_NONE);
+    ResetFrame();
+    m_bClosed = false;
+}
+
+void EPOLLConnection::Release() {
+    CloseSocket();
+}
+
+sockaddr_in* EPOLLConnection::GetContextAddrIn(bool local) {
+    return local ? &m_addrLocal : &m_addrRemote;
+}
+
+bool EPOLLConnection::RecvData() {
+    Guard guard(m_Lock);
+    if (m_bRecvData || m_bClosed) return m_bRecvData && !m_bClosed;
+    m_bRecvData = m_lpEPOLLNet->Arm(this, true);
+    return m_bRecvData;
+}
+
+void EPOLLConnection::CloseContext() {
+    Guard guard(m_Lock);
+    if (m_bClosed.exchange(true)) return;
+    ::shutdown(m_socket, SHUT_RD);
+    if (!m_bRecvData) m_lpEPOLLNet->OnConnectionClosed(this, true, &m_addrLocal);
+}
+
+void EPOLLConnection::CloseSocket() {
+    Guard guard(m_Lock);
+    if (m_socket >= 0) {
+        // Closing a socket with unread bytes resets it, and the reset would overtake what was
+        // written last: throw away what is there first.
+        constexpr size_t kDiscard = 65536;
+        for (int i = 0; i < 4 && !m_bEndOfStream && !m_bBind; ++i) {
+            if (::recv(m_socket, nullptr, kDiscard, MSG_TRUNC | MSG_DONTWAIT) <= 0) break;
+        }
+        ::close(m_socket);
+    }
+    m_socket = -1;
+    m_bClosed = true;
+    SetWebSocketStatus(WEBSOCKET_NONE);
+    std::memset(m_szBuffer, 0, static_cast<size_t>(m_lLength));
+    m_lLength = 0;
+}
+
+long EPOLLConnection::SendData(void* data, long length, bool sendAll, sockaddr_in* addr) {
+    if (GetWebStocketStatus() != WEBSOCKET_UPGRADED) {
+        return SendWebSocketData(data, length, length, sendAll, addr);
+    }
+    if (!sendAll) return SendFramePart(static_cast<const char*>(data), length);
+    uint8_t head[WEBSOCKET_MAX_HEAD];
+    const size_t headSize = BuildWebSocketHead(static_cast<uint64_t>(length), head);
+    std::vector<char> frame(head, head + headSize);
+    const char* payload = static_cast<const char*>(data);
+    frame.insert(frame.end(), payload, payload + length);
+    return SendWebSocketData(frame.data(), static_cast<long>(frame.size()), length, true, addr);
+}
+
+long EPOLLConnection::SendData(void* data, long length, bool sendAll, char* host,
+                               unsigned short port) {
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(port);
+    addr.sin_addr.s_addr = static_cast<in_addr_t>(dns2ip(host));
+    return SendData(data, length, sendAll, &addr);
+}
+
+long EPOLLConnection::SendWebSocketData(void* data, long total, long payload, bool sendAll,
+                                        sockaddr_in* addr) {
+    // A connected stream takes no address.
+    const auto* to = m_lProtocol == IPPROTO_TCP ? nullptr : reinterpret_cast<sockaddr*>(addr);
+    const socklen_t toSize = to != nullptr ? sizeof(*addr) : 0;
+    const char* from = static_cast<const char*>(data);
+    long sent = 0;
+    do {
+        const ssize_t n = ::sendto(m_socket, from + sent, static_cast<size_t>(total - sent),
+                                   MSG_NOSIGNAL, to, toSize);
+        if (!sendAll) return n;
+        if (n >= 0) {
+            sent += n;
+        } else if (errno == EAGAIN) {
+            ::usleep(1);
+        } else if (errno != EINTR) {
+            return -1;
+        }
+    } while (sent < total);
+    return payload;
+}
+
+// One attempt to write the rest of the frame begun, or a new frame around all of the data.
+long EPOLLConnection::SendFramePart(const char* data, long length) {
+    if (m_lHeadSize == 0) {
+        m_lHeadSize =
+            static_cast<long>(BuildWebSocketHead(static_cast<uint64_t>(length), m_szHead));
+        m_lFrameLeft = length;
+    }
+    iovec parts[2];
+    parts[0] = {m_szHead + m_lHeadSent, static_cast<size_t>(m_lHeadSize - m_lHeadSent)};
+    parts[1] = {const_cast<char*>(data), static_cast<size_t>(std::min(length, m_lFrameLeft))};
+    msghdr message{};
+    message.msg_iov = parts;
+    message.msg_iovlen = 2;
+    const long sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0) return -1;
+
+    const long head = std::min(sent, m_lHeadSize - m_lHeadSent);
+    m_lHeadSent += head;
+    m_lFrameLeft -= sent - head;
+    if (m_lHeadSent == m_lHeadSize && m_lFrameLeft == 0) {
+        ResetFrame();
+    } else if (sent == head) {  // the socket is full, and took nothing of the payload
+        errno = EAGAIN;
+        return -1;
+    }
+    return sent - head;
+}
+
+void EPOLLConnection::ResetFrame() {
+    m_lHeadSize = 0;
+    m_lHeadSent = 0;
+    m_lFrameLeft = 0;
+}
+
+long EPOLLConnection::Shutdown(long how) {
+    return ::shutdown(m_socket, static_cast<int>(how));
+}
+
+long EPOLLConnection::setsockopt(long level, long name, const char* value, long length) {
+    return ::setsockopt(m_socket, static_cast<int>(level), static_cast<int>(name), value,
+                        static_cast<socklen_t>(length));
+}
+
+long EPOLLConnection::getsockopt(long level, long name, char* value, long* length) {
+    auto size = static_cast<socklen_t>(*length);
+    const int result =
+        ::getsockopt(m_socket, static_cast<int>(level), static_cast<int>(name), value, &size);
+    *length = size;
+    return result;
+}
+
+long EPOLLConnection::SetKeepAlive(unsigned long on, unsigned long idle, unsigned long interval,
+                                   unsigned long count) {
+    struct Option {
+        int level, name;
+        unsigned long value;
+    };
+    const Option options[] = {{SOL_SOCKET, SO_KEEPALIVE, on},
+                              {IPPROTO_TCP, TCP_KEEPIDLE, idle},
+                              {IPPROTO_TCP, TCP_KEEPINTVL, interval},
+                              {IPPROTO_TCP, TCP_KEEPCNT, count}};
+    long result = 0;
+    for (const Option& option : options) {
+        const int value = static_cast<int>(option.value);
+        result = ::setsockopt(m_socket, option.level, option.name, &value, sizeof(value));
+        if (result != 0) break;
+    }
+    return result;
+}
+
+long EPOLLConnection::SetCustomHeader() {
+    const int on = 1;
+    return ::setsockopt(m_socket, IPPROTO_IP, IP_HDRINCL, &on, sizeof(on));
+}
+
+long EPOLLConnection::SetRecvAll(char* interfaceName) {
+    ifreq request{};
+    if (interfaceName == nullptr) return -1;
+    std::strncpy(request.ifr_name, interfaceName, sizeof(request.ifr_name) - 1);
+    const int result = ::ioctl(m_socket, SIOCGIFFLAGS, &request);
+    if (result < 0) return result;
+    request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_PROMISC);
+    return ::ioctl(m_socket, SIOCSIFFLAGS, &request);
+}

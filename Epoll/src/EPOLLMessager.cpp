@@ -1,0 +1,124 @@
+#include "EPOLLMessager.h"
+
+#include <arpa/inet.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstring>
+
+#include "Common/Log.h"
+#include "EPOLLBuffer.h"
+#include "Epoll.h"
+#include "LogTag.h"
+
+namespace {
+
+constexpr unsigned long kDefaultSendCount = 100;
+constexpr unsigned kGuardSeconds = 10;
+constexpr const char* kReadTag = "EPOLLMessage::OnReadCompleted";
+
+}  // namespace
+
+EPOLLMessager::EPOLLMessager(IGameProvider* provider, unsigned long maxSendCount)
+    : m_lpGameProvider(provider),
+      m_ulMaxSendCount(maxSendCount != 0 ? maxSendCount : kDefaultSendCount) {}
+
+EPOLLContext* EPOLLMessager::OnCreateContext() {
+    IPlayerNode* node = m_lpGameProvider != nullptr ? m_lpGameProvider->OnCreatePlayer() : nullptr;
+    auto* context = new EPOLLBuffer(node, m_ulMaxSendCount);
+    __log(_ALL, "EPOLLMessager::OnCreateContext", "ctx = %08x, node = %08x", PtrTag(context),
+          PtrTag(node));
+    return context;
+}
+
+void EPOLLMessager::OnTimer(long now) {
+    if (m_lpGameProvider != nullptr) m_lpGameProvider->OnTimer(now);
+}
+
+void EPOLLMessager::OnConnectionClosed(EPOLLContext* context, bool flag) {
+    auto* connection = static_cast<EPOLLBuffer*>(context);
+    if (m_lpGameProvider != nullptr && connection->Node() != nullptr) {
+        m_lpGameProvider->OnClosed(connection->Node(), flag);
+    } else {
+        connection->Reactor()->FreeConnection(connection);  // nobody else would
+    }
+}
+
+void EPOLLMessager::OnReadCompleted(EPOLLContext* context, void* buffer, long length) {
+    if (m_lpGameProvider == nullptr || context == nullptr || buffer == nullptr || length < 1) {
+        __log(_ALL, kReadTag, "m_lpGameProvider[%x], lpContext[%x], buffer[%x], length[%d]",
+              PtrTag(m_lpGameProvider), PtrTag(context), PtrTag(buffer), static_cast<int>(length));
+        return;
+    }
+    m_lpCurrent = static_cast<EPOLLBuffer*>(context);
+    void* held = m_lpCurrent->m_szBuffer;
+    if (m_lpGameProvider->OnReadComplete(m_lpCurrent->Node(), held, m_lpCurrent->m_lLength, buffer,
+                                         length)) {
+        return;
+    }
+    FeedStream(m_lpCurrent->m_szBuffer, m_lpCurrent->m_lLength, static_cast<char*>(buffer), length,
+               *this);
+}
+
+bool EPOLLMessager::OnMessage(char* message, long length) {
+    tagMsgHeader header;
+    std::memcpy(&header, message, sizeof(header));
+    if (header.encode != ENCODE_NONE && length > HEADER_SIZE &&
+        !Decode(message, length, header.encode)) {
+        m_lpCurrent->CloseContext();
+        return false;
+    }
+    // The application sees the delivered length in host order, the rest of the header as it came.
+    const auto delivered = static_cast<uint16_t>(length);
+    std::memcpy(message + offsetof(tagMsgHeader, length), &delivered, sizeof(delivered));
+    m_lpGameProvider->OnNetMessage(m_lpCurrent->Node(), ntohs(header.type), message, length);
+    return !m_lpCurrent->IsClosed();
+}
+
+// Points message at its opened form in the work buffer.
+bool EPOLLMessager::Decode(char*& message, long& length, long encode) {
+    std::memcpy(m_szDecode, message, static_cast<size_t>(HEADER_SIZE));
+    const long size = m_lpGameProvider->Decode(message + HEADER_SIZE, length - HEADER_SIZE, encode,
+                                               m_szDecode + HEADER_SIZE, BUFFER_SIZE - HEADER_SIZE);
+    if (size < 0) {
+        __log(_ALL, kReadTag, "node[%08x], Decode Error ! (%s)", Tag(),
+              m_lpGameProvider->GetEncodeName(encode));
+        return false;
+    }
+    message = m_szDecode;
+    length = size + HEADER_SIZE;
+    return true;
+}
+
+void EPOLLMessager::OnBadIdentity(const tagMsgHeader& header) {
+    __log(_ALL, kReadTag,
+          "node[%08x], IDENTIFY is not match. (%d != %d), encode[%d], length[%d], version[%d], "
+          "type[%x]",
+          Tag(), header.identity, MSG_IDENTITY, header.encode, header.length, header.version,
+          static_cast<unsigned>(header.type));
+    m_lpCurrent->CloseContext();
+}
+
+void EPOLLMessager::OnBadLength(long length) {
+    __log(_ALL, kReadTag,
+          "node[%08x], message length(%d) greater than BUFFER_SIZE(%d) or less than "
+          "HEADER_SIZE(%d).",
+          Tag(), static_cast<int>(length), static_cast<int>(BUFFER_SIZE),
+          static_cast<int>(HEADER_SIZE));
+    m_lpCurrent->CloseContext();
+}
+
+void EPOLLMessager::OnIncomplete(long length, long left) {
+    __log(_ALL, kReadTag, "node[%08x], length[%d] >= len[%d]  ", Tag(), static_cast<int>(length),
+          static_cast<int>(left));
+}
+
+// A deliberate brake for a stream gone mad.
+void EPOLLMessager::OnTooMany() {
+    __log(_ERROR, kReadTag, "iTestBug > 5000");
+    ::sleep(kGuardSeconds);
+}
+
+unsigned EPOLLMessager::Tag() const {
+    return PtrTag(m_lpCurrent->Node());
+}

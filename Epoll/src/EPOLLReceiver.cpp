@@ -1,0 +1,12 @@
+#include "EPOLLReceiver.h"
+
+void EPOLLReceiver::Initialize() {
+    EPOLLConnection::Initialize();
+    m_lRecvTime = 0;
+    m_lRecvCount = 0;
+    m_lpNext = nullptr;
+    m_lpPrior = nullptr;
+    m_bListed = false;
+    m_bFirstData = true;
+    m_bCallClosed = false;
+}

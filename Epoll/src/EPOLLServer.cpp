@@ -1,0 +1,121 @@
+#include "EPOLLServer.h"
+
+#include <unistd.h>
+
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "Game/NetGame.h"
+#include "LogTag.h"
+
+namespace {
+
+constexpr unsigned long kDefaultRecvCount = 100;
+constexpr unsigned kPauseUs = 1000;
+
+}  // namespace
+
+EPOLLServer::EPOLLServer(GameProvider* provider, INetMessager* messager, unsigned long maxRecvCount)
+    : m_lpNode(NodeManager<DataBuffer>::CreateInstance(NODE_LINK, 0)),
+      m_lpFactory(NodeFactory<DataBuffer>::CreateInstance()),
+      m_ulMaxRecvCount(static_cast<long>(maxRecvCount != 0 ? maxRecvCount : kDefaultRecvCount)),
+      m_lpNetMessager(messager),
+      m_lpGameProvider(provider) {}
+
+EPOLLServer::~EPOLLServer() {
+    EPOLLServer::Shutdown();
+    StopWorker();  // it may run without the reactor ever having started
+    DiscardRecords();
+}
+
+bool EPOLLServer::Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
+                             unsigned long contexts, unsigned long buffers) {
+    if (m_lThreadCount == 0) {
+        m_bExit = false;
+        // Before the thread reads them; without a thread nobody does.
+        m_ulInterval = interval;
+        m_ulTimeout = timeout;
+        m_lSweepTime = ClockUptime();
+        ++m_lThreadCount;
+        if (!CreateThread(nullptr, 0, ThreadProc, this)) {
+            --m_lThreadCount;
+            m_ulInterval = ~0UL;
+            m_ulTimeout = ~0UL;
+        }
+    }
+    const bool started = Epoll::Initialize(threads, contexts, buffers);
+    return m_lThreadCount > 0 && started;
+}
+
+void EPOLLServer::Shutdown() {
+    // The worker must see every close before it ends, and end before the contexts do.
+    if (!BeginShutdown()) return;
+    StopWorker();
+    StopPolling();
+    DiscardRecords();
+    DestroyPools();
+}
+
+void EPOLLServer::StopWorker() {
+    m_bExit = true;
+    while (m_lThreadCount > 0)
+        ::usleep(kPauseUs);
+}
+
+// Gives back what nobody will handle any more. No other thread may be running.
+void EPOLLServer::DiscardRecords() {
+    while (DataBuffer* record = NextRecord()) {
+        if (record->buffer != nullptr && Buffers() != nullptr)
+            Buffers()->FreeBuffer(record->buffer);
+        m_lpFactory->FreeNode(record);
+    }
+}
+
+EPOLLContext* EPOLLServer::Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
+                                  unsigned long maxConnections, long family, long type,
+                                  long protocol) {
+    if (m_lThreadCount == 0) return nullptr;
+    return Epoll::Create(listen, addr, connectTimeoutMs, maxConnections, family, type, protocol);
+}
+
+void EPOLLServer::ReleaseContext(EPOLLContext* context) {
+    ++m_lRelease;
+    FreeConnection(context);
+}
+
+EPOLLContext* EPOLLServer::OnCreateConnection() {
+    if (m_lpNetMessager != nullptr) return m_lpNetMessager->OnCreateContext();
+    return new EPOLLReceiver;
+}
+
+void EPOLLServer::OnConnectionEstablished(EPOLLContext* context, sockaddr_in*) {
+    ++m_lEstablished;
+    QueueRecord(context, nullptr, 0);
+}
+
+void EPOLLServer::OnReadCompleted(EPOLLContext* context, void* buffer, long length, sockaddr_in*) {
+    auto* receiver = static_cast<EPOLLReceiver*>(context);
+    const long queued = ++receiver->m_lRecvCount;
+    if (m_ulMaxRecvCount > queued) {
+        QueueRecord(context, buffer, length);
+        return;
+    }
+    __log(_ALL, "EPOLLServer::OnReadCompleted",
+          "node[%08x], m_lMaxRecvCount[%d] <= m_lRecvCount[%d]",
+          static_cast<unsigned>(receiver->m_ulAssociate), static_cast<int>(m_ulMaxRecvCount),
+          static_cast<int>(queued));
+    --receiver->m_lRecvCount;
+    Buffers()->FreeBuffer(buffer);
+    context->CloseContext();
+}
+
+void EPOLLServer::OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in*) {
+    QueueRecord(context, nullptr, closed ? -1 : -2);
+}
+
+void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) {
+    DataBuffer* record = m_lpFactory->CreateNode();
+    record->lpContext = static_cast<EPOLLReceiver*>(context);
+    record->buffer = buffer;
+    record->lLength = length;
+    m_lpNode->SetNode(&record, 1);
+}

@@ -1,0 +1,252 @@
+// The message worker of EPOLLServer.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "EPOLLServer.h"
+#include "Game/NetGame.h"
+#include "LogTag.h"
+#include "ThreadStack.h"
+
+namespace {
+
+constexpr unsigned kIdleUs = 1000;
+constexpr long kListGuard = 5000;
+
+// A peer's address for a log line.
+struct AddrText {
+    char text[INET_ADDRSTRLEN] = "";
+    explicit AddrText(const sockaddr_in& addr) {
+        ::inet_ntop(AF_INET, &addr.sin_addr, text, sizeof(text));
+    }
+};
+
+}  // namespace
+
+void* EPOLLServer::ThreadProc(void* self) {
+    ThreadStack stack("worker");
+    static_cast<EPOLLServer*>(self)->DoNetMsg();
+    return nullptr;
+}
+
+void EPOLLServer::DoNetMsg() {
+    while (!m_bExit) {
+        DataBuffer* record = NextRecord();
+        if (record != nullptr) {
+            HandleRecord(*record);
+            m_lpFactory->FreeNode(record);
+        }
+        // On every pass; the application paces itself.
+        if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
+        const bool swept = SweepIfDue(record == nullptr);
+        if (!swept && record == nullptr) ::usleep(kIdleUs);
+    }
+    --m_lThreadCount;
+}
+
+// One record at a time, though several are taken off the queue under one lock.
+DataBuffer* EPOLLServer::NextRecord() {
+    if (m_lBatchPos == m_lBatchCount) {
+        m_lBatchPos = 0;
+        m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
+        m_lUptime = ClockUptime();
+        if (m_lBatchCount == 0) return nullptr;
+    }
+    return m_lpBatch[m_lBatchPos++];
+}
+
+void EPOLLServer::HandleRecord(const DataBuffer& record) {
+    EPOLLReceiver* receiver = record.lpContext;
+    if (record.lLength > 0) {
+        OnData(receiver, static_cast<char*>(record.buffer), record.lLength);
+        --receiver->m_lRecvCount;
+        Buffers()->FreeBuffer(record.buffer);
+    } else if (record.lLength == 0) {
+        OnEstablished(receiver);
+    } else {
+        constexpr int kCount = 1;
+        __log(_ALL, "EPOLLServer::DoNetMsg",
+              "count[%d] length[%d] node[%08x] context[%08x] shutdown[%d] isclosed[%d] bclosed[%d] "
+              "websocket status[%d] 11111111...",
+              kCount, static_cast<int>(record.lLength),
+              static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver), IsShutdown(),
+              receiver->IsClosed(), receiver->m_bCallClosed, receiver->GetWebStocketStatus());
+        CloseConnections(receiver, kCount, record.lLength);
+    }
+}
+
+void EPOLLServer::OnEstablished(EPOLLReceiver* receiver) {
+    if (SweepsEnabled()) {
+        receiver->m_lpPrior = m_lpClientTail;
+        receiver->m_lpNext = nullptr;
+        (m_lpClientTail != nullptr ? m_lpClientTail->m_lpNext : m_lpClientList) = receiver;
+        m_lpClientTail = receiver;
+        receiver->m_bListed = true;
+        ++m_lClientCount;
+        receiver->m_lRecvTime = m_lUptime;
+    }
+    if (!LogEnabled(_ALL)) return;
+    const sockaddr_in& peer = receiver->m_addrRemote;
+    __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x], context[%08x] %s:%d connected......... [%d]",
+          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver), AddrText(peer).text,
+          ntohs(peer.sin_port), static_cast<int>(m_lClientCount));
+}
+
+void EPOLLServer::OnData(EPOLLReceiver* receiver, char* data, long length) {
+    receiver->m_lRecvTime = m_lUptime;
+    // What was queued before a close took effect is not delivered any more.
+    if (!receiver->IsClosed()) DispatchData(receiver, data, length);
+    receiver->m_bFirstData = false;
+}
+
+void EPOLLServer::DispatchData(EPOLLReceiver* receiver, char* data, long length) {
+    // Only a client's first bytes can ask for an upgrade: later ones, and those of the back-end
+    // servers, may well contain the word.
+    const std::string_view bytes(data, static_cast<size_t>(length));
+    if (receiver->m_bFirstData && receiver->m_bAcceptClient &&
+        receiver->GetWebStocketStatus() == WEBSOCKET_NONE &&
+        bytes.find("Connection") != std::string_view::npos) {
+        HandShark(receiver, data, length);
+    } else if (receiver->GetWebStocketStatus() == WEBSOCKET_UPGRADED) {
+        OnFrames(receiver, data, length);
+    } else if (m_lpNetMessager != nullptr) {
+        m_lpNetMessager->OnReadCompleted(receiver, data, length);
+    }
+}
+
+void EPOLLServer::HandShark(EPOLLReceiver* receiver, const char* request, long length) {
+    const sockaddr_in& peer = receiver->m_addrRemote;
+    __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x] context[%08x], %s:%d ReadCompleted...[%d][%d]",
+          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver), AddrText(peer).text,
+          ntohs(peer.sin_port), static_cast<int>(length), receiver->GetWebStocketStatus());
+    FetchHttpInfo(request, length, m_mapHeader);
+    const long size = ParseStr(m_Sha1, m_mapHeader, m_szResponse);
+    // Written before the state changes, so that no frame of the send thread can come first. The
+    // socket is new and has room; one that has not gets no second attempt from this thread.
+    const long sent = receiver->SendWebSocketData(m_szResponse, size, size, false, nullptr);
+    receiver->SetWebSocketStatus(WEBSOCKET_UPGRADED);
+    if (sent != size) CloseNode(receiver);
+    // Where a proxy's client would be taken from; its address stays the proxy's on purpose.
+    static_cast<void>(FindProxyAddress(m_mapHeader));
+}
+
+void EPOLLServer::OnFrames(EPOLLReceiver* receiver, char* data, long length) {
+    const auto result = m_Stream.Receive(
+        receiver->m_szBuffer, receiver->m_lLength, data, length, [&](char* payload, long size) {
+            if (m_lpNetMessager != nullptr) {
+                m_lpNetMessager->OnReadCompleted(receiver, payload, size);
+            }
+            return !receiver->IsClosed();
+        });
+    if (result == WebSocketStream::Result::Ok) return;
+    constexpr int kCount = 1;
+    const auto node = static_cast<unsigned>(receiver->m_ulAssociate);
+    if (result == WebSocketStream::Result::CloseFirst) {
+        __log(_WARN, "EPOLLServer::DoNetMsg",
+              "node[%08x] context[%08x] count[%d] length[%d] 222222, opcode[%d] payload_length[%d] "
+              "buflen[%d], bufsize[%d], do close...",
+              node, PtrTag(receiver), kCount, static_cast<int>(length), m_Request.get_opcode(),
+              static_cast<int>(m_Request.get_payload_length()), static_cast<int>(m_Stream.Total()),
+              static_cast<int>(WEBSOCKET_BUFFER));
+    } else {
+        __log(_WARN, "EPOLLServer::DoNetMsg",
+              "node[%08x] context[%08x] count[%d] length[%d] 33333...", node, PtrTag(receiver),
+              kCount, static_cast<int>(length));
+    }
+    CloseNode(receiver);
+}
+
+void EPOLLServer::CloseNode(EPOLLReceiver* receiver) {
+    auto* node = reinterpret_cast<IPlayerNode*>(receiver->m_ulAssociate);
+    if (m_lpGameProvider != nullptr && node != nullptr) m_lpGameProvider->Close(node);
+    // Also when the node was closed before: a faulty stream is read no further.
+    receiver->CloseContext();
+}
+
+void EPOLLServer::CloseConnections(EPOLLReceiver* receiver, long /*count*/, long length) {
+    if (receiver->m_bCallClosed) return;
+    const auto node = static_cast<unsigned>(receiver->m_ulAssociate);
+    if (SweepsEnabled()) {
+        if (!receiver->m_bAcceptClient) {
+            __log(_ALL, "EPOLLServer::CloseConnections", " node[%08x] context[%08x] not accept",
+                  node, PtrTag(receiver));
+        }
+        Unlist(receiver);
+        __log(_ALL, "EPOLLServer::CloseConnections",
+              "node[%08x] context[%08x], closed... [%d],lpContext->IsClosed()=%d", node,
+              PtrTag(receiver), static_cast<int>(m_lClientCount), receiver->IsClosed());
+    }
+    // Before the report: the context may be released, and in use again, when that returns.
+    receiver->m_bCallClosed = true;
+    if (m_lpNetMessager == nullptr) {
+        __log(_ALL, "EPOLLServer::CloseConnections", "release node[%08x] context[%08x]", node,
+              PtrTag(receiver));
+        ReleaseContext(receiver);
+        return;
+    }
+    m_lpNetMessager->OnConnectionClosed(receiver, length == -1);
+}
+
+void EPOLLServer::Unlist(EPOLLReceiver* receiver) {
+    if (!receiver->m_bListed) return;
+    EPOLLReceiver* before = receiver->m_lpPrior;
+    EPOLLReceiver* behind = receiver->m_lpNext;
+    (before != nullptr ? before->m_lpNext : m_lpClientList) = behind;
+    (behind != nullptr ? behind->m_lpPrior : m_lpClientTail) = before;
+    receiver->m_bListed = false;
+    --m_lClientCount;
+}
+
+bool EPOLLServer::SweepIfDue(bool idle) {
+    if (!SweepsEnabled() || m_lpClientList == nullptr) return false;
+    if (IsShutdown()) {
+        // The reactor has closed every connection itself; going through the list before each of
+        // the closes it queued would take a time that grows with the square of the clients.
+        if (m_bShutdownSwept && !idle) return false;
+        m_bShutdownSwept = true;
+    } else if (static_cast<unsigned long>(m_lUptime - m_lSweepTime) < m_ulInterval) {
+        return false;
+    }
+    Sweep(m_lUptime);
+    return !IsShutdown();
+}
+
+void EPOLLServer::Sweep(long now) {
+    const unsigned long timeout = m_ulTimeout;
+    long visited = 0;
+    for (EPOLLReceiver* client = m_lpClientList; client != nullptr; client = client->m_lpNext) {
+        const bool shutdown = IsShutdown();
+        if (shutdown || static_cast<unsigned long>(now - client->m_lRecvTime) >= timeout) {
+            if (!shutdown && !client->IsClosed()) {
+                __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x] context[%08x], timeout[%d, %d]",
+                      static_cast<unsigned>(client->m_ulAssociate), PtrTag(client),
+                      static_cast<int>(m_ulInterval), static_cast<int>(timeout));
+            }
+            client->Shutdown(SHUT_RDWR);
+            client->CloseContext();
+        }
+        if (++visited % kListGuard == 0) {
+            // A deliberate trap for a corrupted list.
+            __log(_ERROR, "EPOLLServer::DoNetMsg", "iTestBug > 5000, count[%d]",
+                  static_cast<int>(visited));
+            PauseUntilSignal();
+        }
+        __log(_ALL, "EPOLLServer::DoNetMsg", "iTestBug Receiver count[%d]",
+              static_cast<int>(visited));
+    }
+    m_lSweepTime = now;
+}
+
+// As pause(), but a shutdown ends it too.
+void EPOLLServer::PauseUntilSignal() {
+    constexpr int kSliceMs = 100;
+    while (!IsShutdown()) {
+        if (::poll(nullptr, 0, kSliceMs) < 0 && errno == EINTR) return;
+    }
+}

@@ -1,0 +1,270 @@
+#include "Epoll.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/tcp.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+
+#include "Common/Log.h"
+#include "EPOLLConnection.h"
+
+namespace {
+
+using Guard = std::lock_guard<CMutex>;
+
+constexpr unsigned kPauseUs = 1000;
+constexpr int kBacklog = 2147483647;
+constexpr int kBufferSize = 4096;
+
+bool SetOption(int socket, int level, int name, int value) {
+    return ::setsockopt(socket, level, name, &value, sizeof(value)) == 0;
+}
+
+bool SetNonBlocking(int socket) {
+    const int flags = ::fcntl(socket, F_GETFL);
+    return flags >= 0 && ::fcntl(socket, F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+// Closes without losing the error that led here.
+void CloseKeepingErrno(int socket) {
+    const int error = errno;
+    ::close(socket);
+    errno = error;
+}
+
+unsigned long PollThreadCount(unsigned long wanted) {
+    const long online = ::sysconf(_SC_NPROCESSORS_ONLN);
+    const unsigned long processors = online > 0 ? static_cast<unsigned long>(online) : 1;
+    return wanted != 0 && wanted <= 2 * (processors + 1) ? wanted : processors;
+}
+
+}  // namespace
+
+Epoll::~Epoll() {
+    if (BeginShutdown()) {
+        StopPolling();
+        DestroyPools();
+    }
+}
+
+EPOLLContext* Epoll::OnCreateConnection() {
+    return new EPOLLConnection;
+}
+
+bool Epoll::Initialize(unsigned long threads, unsigned long /*contexts*/,
+                       unsigned long /*buffers*/) {
+    if (m_bStart || m_bShutdown) return m_bStart && !m_bShutdown;
+    m_iPoll = ::epoll_create1(EPOLL_CLOEXEC);
+    // Made now: when descriptors have run out by shutdown, the poll threads must still wake.
+    m_iWake = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (m_iPoll < 0 || m_iWake < 0) {
+        __log(_ERROR, "Epoll::Initialize", "epoll_create() error, %s", std::strerror(errno));
+        DestroyPools();
+        return false;
+    }
+    // The threads read both from the start.
+    m_lpEpollContext = std::make_unique<EPOLLContextManager>(this);
+    m_lpEpollBuffer = std::make_unique<EPOLLBufferManager>();
+    for (unsigned long i = PollThreadCount(threads); i > 0; --i) {
+        ++m_lThreadCount;
+        if (!CreateThread(nullptr, 0, PollRoutine, this)) --m_lThreadCount;
+    }
+    if (m_lThreadCount == 0) {
+        DestroyPools();
+        return false;
+    }
+    m_bStart = true;
+    return true;
+}
+
+void Epoll::Shutdown() {
+    if (!BeginShutdown()) return;
+    StopPolling();
+    DestroyPools();
+}
+
+// Ends accepting and creating, closes every connection and waits until all are released.
+bool Epoll::BeginShutdown() {
+    if (!m_bStart || m_bShutdown.exchange(true)) return false;
+    CloseAllConnections();
+    while (LiveConnections() > 0 || m_lCreating > 0)
+        ::usleep(kPauseUs);
+    return true;
+}
+
+void Epoll::StopPolling() {
+    epoll_event event{};
+    event.events = EPOLLOUT;  // level-triggered: wakes every thread, one after the other
+    if (::epoll_ctl(m_iPoll, EPOLL_CTL_ADD, m_iWake, &event) != 0) {
+        __log(_ERROR, "Epoll::Shutdown", "epoll_ctl() error, %s", std::strerror(errno));
+    }
+    while (m_lThreadCount > 0)
+        ::usleep(kPauseUs);
+}
+
+void Epoll::DestroyPools() {
+    if (m_iWake >= 0) ::close(m_iWake);
+    if (m_iPoll >= 0) ::close(m_iPoll);
+    m_iWake = -1;
+    m_iPoll = -1;
+    m_lpEpollContext.reset();
+    m_lpEpollBuffer.reset();
+    m_bStart = false;
+}
+
+void Epoll::CloseAllConnections() {
+    Guard guard(m_ContextLock);
+    for (EPOLLConnection* context = m_lpContextList; context != nullptr;
+         context = context->m_lpNextContext) {
+        context->CloseContext();
+    }
+}
+
+unsigned long Epoll::LiveConnections() {
+    Guard guard(m_ContextLock);
+    return m_ulConnectionCount;
+}
+
+EPOLLContext* Epoll::Create(bool listen, const char* host, unsigned short port,
+                            unsigned long connectTimeoutMs, unsigned long maxConnections,
+                            long family, long type, long protocol) {
+    sockaddr_in addr{};
+    addr.sin_family = static_cast<sa_family_t>(family);
+    addr.sin_port = htons(port);
+    addr.sin_addr.s_addr =
+        host != nullptr ? static_cast<in_addr_t>(dns2ip(host)) : htonl(INADDR_ANY);
+    return Create(listen, addr, connectTimeoutMs, maxConnections, family, type, protocol);
+}
+
+EPOLLContext* Epoll::Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
+                            unsigned long maxConnections, long family, long type, long protocol) {
+    struct Creating {
+        std::atomic<long>& count;
+        explicit Creating(std::atomic<long>& c) : count(c) { ++count; }
+        ~Creating() { --count; }
+    } const creating(m_lCreating);
+    if (!m_bStart || m_bShutdown) return nullptr;
+
+    const int socket = OpenSocket(family, type, protocol);
+    if (socket < 0) return nullptr;
+    const auto* to = reinterpret_cast<const sockaddr*>(&addr);
+    bool opened = true;
+    if (listen) {
+        opened = ::bind(socket, to, sizeof(addr)) == 0 &&
+                 (protocol != IPPROTO_TCP || ::listen(socket, kBacklog) == 0);
+    } else if (protocol == IPPROTO_TCP) {
+        opened = Connect(socket, addr, connectTimeoutMs);
+    }
+    if (!opened || !SetNonBlocking(socket)) {
+        CloseKeepingErrno(socket);
+        return nullptr;
+    }
+    EPOLLConnection* context = m_lpEpollContext->AllocateContext(socket);
+    context->m_ulMaxConnections = maxConnections;
+    context->m_bBind = listen;
+    context->m_lProtocol = protocol;
+    context->m_addrRemote = addr;
+    socklen_t size = sizeof(context->m_addrLocal);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&context->m_addrLocal), &size);
+    return AddAConnection(context, context) ? context : nullptr;
+}
+
+int Epoll::OpenSocket(long family, long type, long protocol) {
+    const int socket = ::socket(static_cast<int>(family), static_cast<int>(type) | SOCK_CLOEXEC,
+                                static_cast<int>(protocol));
+    if (socket < 0) return -1;
+    if (!SetOption(socket, SOL_SOCKET, SO_REUSEADDR, 1) ||
+        !SetOption(socket, SOL_SOCKET, SO_RCVBUF, kBufferSize) ||
+        !SetOption(socket, SOL_SOCKET, SO_SNDBUF, kBufferSize)) {
+        CloseKeepingErrno(socket);
+        return -1;
+    }
+    // Messages are small and wait for nothing; accepted sockets inherit this with the sizes.
+    if (protocol == IPPROTO_TCP) SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    return socket;
+}
+
+// Polls a non-blocking connect once a millisecond: that keeps it stoppable at any moment.
+bool Epoll::Connect(int socket, const sockaddr_in& addr, unsigned long timeoutMs) {
+    const auto* to = reinterpret_cast<const sockaddr*>(&addr);
+    if (timeoutMs == 0) return ::connect(socket, to, sizeof(addr)) == 0;
+    if (!SetNonBlocking(socket)) return false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (bool first = true; !m_bCancelConnects && !m_bShutdown; first = false) {
+        if (::connect(socket, to, sizeof(addr)) == 0 || errno == EISCONN) return true;
+        if (!first && errno != EALREADY && errno != EINPROGRESS) return false;
+        if (std::chrono::steady_clock::now() >= end) {
+            errno = ETIMEDOUT;
+            return false;
+        }
+        ::usleep(kPauseUs);
+    }
+    errno = ECANCELED;
+    return false;
+}
+
+bool Epoll::AddAConnection(EPOLLContext* context, EPOLLContext* owner) {
+    auto* connection = static_cast<EPOLLConnection*>(context);
+    auto* limits = static_cast<EPOLLConnection*>(owner);
+    sockaddr_in* remote = connection->GetContextAddrIn(false);
+    Guard list(m_ContextLock);
+    Guard guard(connection->m_Lock);
+    bool accept = !m_bShutdown;
+    // Strictly greater: a limit of N admits one more than N.
+    if (accept && limits->m_ulConnectionCount > limits->m_ulMaxConnections) {
+        accept = false;
+        OnMaxLimitConnection(context, remote, accept);
+    }
+    if (!accept) {
+        m_lpEpollContext->FreeContext(connection);
+        errno = ECONNABORTED;
+        return false;
+    }
+    connection->m_lpNextContext = m_lpContextList;
+    if (m_lpContextList != nullptr) m_lpContextList->m_lpPreContext = connection;
+    m_lpContextList = connection;
+    ++m_ulConnectionCount;
+    ++limits->m_ulConnectionCount;
+    if (connection->m_bAcceptClient) {
+        connection->m_lpulConnections = &limits->m_ulConnectionCount;
+        OnConnectionEstablished(context, remote);
+        // Marked closed too: a later CloseContext must not report it a second time.
+        if (!connection->RecvData() && !connection->m_bClosed.exchange(true)) {
+            OnConnectionClosed(context, true, remote);
+        }
+    }
+    return true;
+}
+
+void Epoll::FreeConnection(EPOLLContext* context) {
+    auto* connection = static_cast<EPOLLConnection*>(context);
+    Guard list(m_ContextLock);
+    EPOLLConnection* before = connection->m_lpPreContext;
+    EPOLLConnection* behind = connection->m_lpNextContext;
+    (before != nullptr ? before->m_lpNextContext : m_lpContextList) = behind;
+    if (behind != nullptr) behind->m_lpPreContext = before;
+    std::atomic<unsigned long>* owner = connection->m_lpulConnections;
+    m_lpEpollContext->FreeContext(connection);
+    --m_ulConnectionCount;
+    // The listener may be gone and its context in use again: never below zero.
+    if (owner != nullptr && owner->load() > 0) --*owner;
+}
+
+bool Epoll::Arm(EPOLLConnection* context, bool add) {
+    epoll_event event{};
+    event.events = EPOLLIN | EPOLLONESHOT | EPOLLET;
+    event.data.ptr = context;
+    return ::epoll_ctl(m_iPoll, add ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, context->m_socket, &event) ==
+           0;
+}
+
+long atomic_add(long volatile* value, long add) {
+    return __atomic_fetch_add(value, add, __ATOMIC_SEQ_CST);
+}

@@ -1,0 +1,159 @@
+// The poll threads' side of the reactor.
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+
+#include "Common/Log.h"
+#include "EPOLLConnection.h"
+#include "Epoll.h"
+#include "LogTag.h"
+#include "ThreadStack.h"
+
+namespace {
+
+using Guard = std::lock_guard<CMutex>;
+
+constexpr int kMaxEvents = 1000;
+// How long a listener waits when descriptors have run out.
+constexpr std::chrono::milliseconds kStarvedPause(50);
+// One connection or listener is left for the next after so many steps: re-arming reports at once
+// what is still there, and closing from another thread need not wait for a flood to end.
+constexpr int kStepsPerEvent = 16;
+
+}  // namespace
+
+void* Epoll::PollRoutine(void* self) {
+    ThreadStack stack("poll");
+    static_cast<Epoll*>(self)->PollWait();
+    return nullptr;
+}
+
+void Epoll::PollWait() {
+    auto events = std::make_unique<epoll_event[]>(kMaxEvents);
+    Paused paused;
+    bool leave = false;
+    while (!leave) {
+        const int timeout = paused.listeners.empty() ? -1 : static_cast<int>(kStarvedPause.count());
+        const int count = ::epoll_wait(m_iPoll, events.get(), kMaxEvents, timeout);
+        if (count < 0 && errno != EINTR) {
+            __log(_ERROR, "Epoll::PollWait", "epoll_wait() error, %s", std::strerror(errno));
+            ::usleep(1000);
+        }
+        ResumeListeners(paused);
+        for (int i = 0; i < count; ++i) {
+            auto* context = static_cast<EPOLLConnection*>(events[i].data.ptr);
+            if (context == nullptr) {
+                leave = true;  // only the wake-up socket has no context
+            } else if (context->m_bBind && context->m_lProtocol == IPPROTO_TCP) {
+                ServeListener(context, paused);
+            } else {
+                ServeConnection(context);
+            }
+        }
+    }
+    events.reset();
+    --m_lThreadCount;
+}
+
+void Epoll::ServeListener(EPOLLConnection* listener, Paused& paused) {
+    const Accepting result = AcceptClients(listener);
+    if (result == Accepting::Pause) {
+        paused.listeners.push_back(listener);
+        paused.until = std::chrono::steady_clock::now() + kStarvedPause;
+    } else if (result == Accepting::Closed) {
+        OnConnectionClosed(listener, listener->m_bClosed, listener->GetContextAddrIn(true));
+    } else if (!Arm(listener, false)) {
+        OnConnectionClosed(listener, true, listener->GetContextAddrIn(true));
+    }
+}
+
+void Epoll::ResumeListeners(Paused& paused) {
+    if (paused.listeners.empty() || std::chrono::steady_clock::now() < paused.until) return;
+    for (EPOLLConnection* listener : paused.listeners) {
+        if (!Arm(listener, false)) {
+            OnConnectionClosed(listener, true, listener->GetContextAddrIn(true));
+        }
+    }
+    paused.listeners.clear();
+}
+
+Epoll::Accepting Epoll::AcceptClients(EPOLLConnection* listener) {
+    for (int i = 0; i < kStepsPerEvent * 4; ++i) {
+        if (listener->m_bClosed) return Accepting::Closed;
+        sockaddr_in remote{};
+        socklen_t size = sizeof(remote);
+        const int socket = ::accept4(listener->m_socket, reinterpret_cast<sockaddr*>(&remote),
+                                     &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (socket < 0) return OnAcceptError(listener, errno);
+        m_bStarved = false;
+        AddClient(socket, remote, listener);
+    }
+    return Accepting::Rearm;
+}
+
+Epoll::Accepting Epoll::OnAcceptError(EPOLLConnection* listener, int error) {
+    switch (error) {
+        case EAGAIN:
+        case EINTR:
+        case ECONNABORTED:  // that client has gone; the next may be waiting
+        case EPROTO:
+            return Accepting::Rearm;
+        case EMFILE:
+        case ENFILE:
+        case ENOBUFS:
+        case ENOMEM:
+            if (!m_bStarved.exchange(true)) {
+                __log(_ERROR, "Epoll::PollWait", "context[%08x], accept() error, %s, waiting",
+                      PtrTag(listener), std::strerror(error));
+            }
+            return Accepting::Pause;
+        default:
+            return Accepting::Closed;
+    }
+}
+
+void Epoll::AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener) {
+    EPOLLConnection* context = m_lpEpollContext->AllocateContext(socket);
+    context->m_addrRemote = remote;
+    socklen_t size = sizeof(context->m_addrLocal);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&context->m_addrLocal), &size);
+    context->m_bAcceptClient = true;
+    AddAConnection(context, listener);
+}
+
+void Epoll::ServeConnection(EPOLLConnection* context) {
+    // The lock is held to the end: the context is not released, and so not used anew, before
+    // this thread has let go of it.
+    Guard guard(context->m_Lock);
+    if (!ReadSome(context) || context->m_bClosed) {
+        OnConnectionClosed(context, context->m_bClosed, context->GetContextAddrIn(false));
+    } else if (!Arm(context, false)) {
+        OnConnectionClosed(context, true, context->GetContextAddrIn(false));
+    }
+}
+
+// Reads what is there, within bounds; false at the end of the stream. A context that is closed is
+// read no further, whatever the kernel still holds for it.
+bool Epoll::ReadSome(EPOLLConnection* context) {
+    for (int i = 0; i < kStepsPerEvent && !context->m_bClosed; ++i) {
+        void* buffer = m_lpEpollBuffer->AllocateBuffer();
+        const ssize_t length = ::recvfrom(context->m_socket, buffer, EPOLLBufferManager::kBlockSize,
+                                          MSG_DONTWAIT, nullptr, nullptr);
+        if (length > 0) {
+            OnReadCompleted(context, buffer, length, context->GetContextAddrIn(false));
+            // A short read has emptied the socket; what comes after it, re-arming reports.
+            if (length < EPOLLBufferManager::kBlockSize) return true;
+            continue;
+        }
+        const int error = errno;
+        m_lpEpollBuffer->FreeBuffer(buffer);
+        if (length < 0 && (error == EAGAIN || error == EINTR)) return true;
+        context->m_bEndOfStream = true;
+        return false;
+    }
+    return true;
+}

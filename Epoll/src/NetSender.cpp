@@ -1,0 +1,308 @@
+// The queueing side of NetSender, called by any thread.
+#include "NetSender.h"
+
+#include <arpa/inet.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "Common/Thread.h"
+#include "EPOLLBuffer.h"
+#include "LogTag.h"
+
+namespace {
+
+constexpr unsigned long kDefaultSendCount = 100;
+constexpr unsigned kPauseUs = 1000;
+
+// A raw record of the recycler, or null.
+tagSendBuffer* TakeBuffer() {
+    try {
+        return g_SendFactory.CreateNode();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+EPOLLBuffer* ContextOf(IPlayerNode* node) {
+    EPOLLContext* context = nullptr;
+    return node->GetContext(&context) ? static_cast<EPOLLBuffer*>(context) : nullptr;
+}
+
+}  // namespace
+
+NetSender::NetSender(INetProvider* netProvider, IGameProvider* gameProvider,
+                     unsigned long maxSendCount)
+    : m_lpNetProvider(netProvider),
+      m_lpGameProvider(gameProvider),
+      m_ulMaxSendCount(static_cast<long>(maxSendCount != 0 ? maxSendCount : kDefaultSendCount)) {}
+
+NetSender::~NetSender() {
+    m_bExit = true;
+    if (m_iWake >= 0) ::eventfd_write(m_iWake, 1);
+    while (m_lThreadCount > 0)
+        ::usleep(kPauseUs);
+    if (m_iWake >= 0) ::close(m_iWake);
+    if (m_iSendPoll >= 0) ::close(m_iSendPoll);
+}
+
+bool NetSender::Initialize() {
+    if (m_iSendPoll < 0) {
+        m_iSendPoll = ::epoll_create1(EPOLL_CLOEXEC);
+        if (m_iSendPoll < 0) return false;
+        m_iWake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        epoll_event event{};
+        event.events = EPOLLIN;
+        ::epoll_ctl(m_iSendPoll, EPOLL_CTL_ADD, m_iWake, &event);
+    }
+    if (m_lThreadCount == 0) {
+        ++m_lThreadCount;
+        if (!CreateThread(nullptr, 0, SendThread, this)) --m_lThreadCount;
+    }
+    return m_lThreadCount > 0;
+}
+
+char* NetSender::FillHeader(unsigned short type, void* data, long& length, long encode, char* dst,
+                            long dstCapacity) {
+    auto* body = static_cast<char*>(data);
+    if (data == nullptr || length <= 0) {
+        length = HEADER_SIZE;
+    } else if (encode != ENCODE_NONE) {
+        if (length < HEADER_SIZE) return nullptr;
+        const long size = m_lpGameProvider->Encode(body + HEADER_SIZE, length - HEADER_SIZE, encode,
+                                                   dst + HEADER_SIZE, dstCapacity - HEADER_SIZE);
+        if (size < 0) {
+            __log(_ALL, "NetSender::FillHeader", "Encode Error ! (%s), (type = %x)",
+                  m_lpGameProvider->GetEncodeName(encode), static_cast<unsigned>(type));
+            return nullptr;
+        }
+        length = size + HEADER_SIZE;
+    } else {
+        if (length > SEND_BUFFER || length > dstCapacity) return nullptr;
+        std::memcpy(dst, data, static_cast<size_t>(length));
+    }
+    tagMsgHeader header{};
+    header.identity = MSG_IDENTITY;
+    header.encode = static_cast<uint8_t>(encode);
+    header.length = htons(static_cast<uint16_t>(length));
+    header.version = MSG_VERSION;
+    header.type = htons(type);
+    std::memcpy(dst, &header, sizeof(header));
+    return dst;
+}
+
+void* NetSender::AllocMassData(unsigned long count, unsigned short type, void* data, long length,
+                               long encode) {
+    constexpr const char* kTag = "NetSender::AllocMassData";
+    if (count == 0) {
+        __log(_ALL, kTag, "type[%x], ulCount = 0, error", static_cast<unsigned>(type));
+        return nullptr;
+    }
+    tagSendBuffer* buffer = TakeBuffer();
+    if (buffer == nullptr) {
+        __log(_ALL, kTag, "type[%x], lpData = NULL, g_SendFactory.CreateNode() error",
+              static_cast<unsigned>(type));
+        return nullptr;
+    }
+    if (FillHeader(type, data, length, encode, buffer->szSendBuffer, SEND_BUFFER) == nullptr) {
+        __log(_ALL, kTag, "type[%x], FillHeader() error", static_cast<unsigned>(type));
+        g_SendFactory.FreeNode(buffer);
+        return nullptr;
+    }
+    buffer->ulLength = static_cast<uint64_t>(length);
+    buffer->ulReferenceCount = count;
+    return buffer;
+}
+
+void* NetSender::AllocMassData(unsigned long count, void* data, long length) {
+    constexpr const char* kTag = "NetSender::AllocMassData";
+    if (count == 0) {
+        __log(_ALL, kTag, "ulCount = 0, error !");
+        return nullptr;
+    }
+    if (length > SEND_BUFFER) {
+        __log(_ALL, kTag, "SEND_BUFFER[%d] < len[%d] !", static_cast<int>(SEND_BUFFER),
+              static_cast<int>(length));
+        return nullptr;
+    }
+    tagSendBuffer* buffer = TakeBuffer();
+    if (buffer == nullptr) {
+        __log(_ALL, kTag, "lpData = NULL, g_SendFactory.CreateNode() error !");
+        return nullptr;
+    }
+    if (data == nullptr || length < 0) length = 0;
+    if (length > 0) std::memcpy(buffer->szSendBuffer, data, static_cast<size_t>(length));
+    buffer->ulLength = static_cast<uint64_t>(length);
+    buffer->ulReferenceCount = count;
+    return buffer;
+}
+
+bool NetSender::SendMassData(IPlayerNode* node, void* massData) {
+    constexpr const char* kTag = "NetSender::SendMassData";
+    if (node == nullptr) {
+        __log(_ALL, kTag, "lpPlayerNode = NULL");
+        return false;
+    }
+    if (massData == nullptr) {
+        __log(_ALL, kTag, "node[%08x], lpMassData = NULL", PtrTag(node));
+        return false;
+    }
+    if (AddData(node, static_cast<tagSendBuffer*>(massData))) return true;
+    __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
+    return false;
+}
+
+bool NetSender::SendData(IPlayerNode* node, unsigned short type, void* data, long length,
+                         long encode) {
+    constexpr const char* kTag = "NetSender::SendData";
+    auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, type, data, length, encode));
+    if (buffer == nullptr) {
+        __log(_ALL, kTag, "node[%08x], type[%x], lpData = NULL, AllocMassData() error",
+              PtrTag(node), static_cast<unsigned>(type));
+        Close(node);
+        return false;
+    }
+    if (AddData(node, buffer)) return true;
+    __log(_ALL, kTag, "node[%08x], type[%x], AddData() error", PtrTag(node),
+          static_cast<unsigned>(type));
+    Close(node);
+    DropReference(buffer);
+    return false;
+}
+
+bool NetSender::SendData(IPlayerNode* node, void* data, long length) {
+    constexpr const char* kTag = "NetSender::SendData";
+    if (length > SEND_BUFFER) {
+        __log(_ALL, kTag, "node[%08x], SEND_BUFFER[%d] < len[%d]", PtrTag(node),
+              static_cast<int>(SEND_BUFFER), static_cast<int>(length));
+        Close(node);
+        return false;
+    }
+    auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, data, length));
+    if (buffer == nullptr) {
+        __log(_ALL, kTag, "node[%08x], lpData = NULL, g_SendFactory.CreateNode() error",
+              PtrTag(node));
+        Close(node);
+        return false;
+    }
+    if (AddData(node, buffer)) return true;
+    __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
+    Close(node);
+    DropReference(buffer);
+    return false;
+}
+
+bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
+    constexpr const char* kTag = "NetSender::AddData";
+    if (node == nullptr) {
+        __log(_ALL, kTag, "lpPlayerNode = NULL");
+        return false;
+    }
+    EPOLLBuffer* context = ContextOf(node);
+    if (context == nullptr) {
+        __log(_ALL, kTag, "node[%08x], lpContext = NULL", PtrTag(node));
+        return false;
+    }
+    const std::lock_guard guard(context->m_lockSend);
+    if (context->m_bClosed) {
+        __log(_ALL, kTag, "node[%08x], has been closed", PtrTag(node));
+        return false;
+    }
+    const long pending = context->m_lSendCount;
+    if (pending >= m_ulMaxSendCount - 1) {
+        __log(_ALL, kTag, "node[%08x], m_lMaxSendCount - 1 [%ld] <= send count[%ld]", PtrTag(node),
+              m_ulMaxSendCount - 1, pending);
+        return false;
+    }
+    if (Push(context, buffer)) return true;
+    __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));
+    return false;
+}
+
+// Appends an entry; m_lockSend is held. False, and nothing appended, when an idle ring could not
+// be handed to the send thread.
+bool NetSender::Push(EPOLLBuffer* context, tagSendBuffer* buffer) {
+    const long tail = context->m_lTailPos;
+    context->m_lpSendBuffer[tail] = buffer;
+    context->m_lTailPos = (tail + 1) % m_ulMaxSendCount;
+    if (context->m_lSendCount.fetch_add(1) > 0) return true;  // the send thread is at it
+    if (!Arm(context, !context->m_bSendData)) {
+        context->m_lTailPos = tail;
+        context->m_lSendCount = 0;
+        return false;
+    }
+    context->m_bSendData = true;
+    return true;
+}
+
+bool NetSender::Arm(EPOLLBuffer* context, bool add) {
+    epoll_event event{};
+    event.events = EPOLLOUT | EPOLLONESHOT | EPOLLET;
+    event.data.ptr = context;
+    return ::epoll_ctl(m_iSendPoll, add ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, context->Socket(),
+                       &event) == 0;
+}
+
+void NetSender::Close(IPlayerNode* node) {
+    constexpr const char* kTag = "NetSender::Close";
+    if (node == nullptr) {
+        __log(_ALL, kTag, "node[%08x], NULL == lpPlayerNode", PtrTag(node));
+        return;
+    }
+    EPOLLBuffer* context = ContextOf(node);
+    if (context == nullptr) {
+        __log(_ALL, kTag, "node[%08x], NULL == lpContext", PtrTag(node));
+        return;
+    }
+    const bool closed = context->m_bClosed.exchange(true);
+    __log(_ALL, kTag, "node[%08x], m_bClosed[%d]", PtrTag(node), closed);
+    if (!closed) context->CloseContext();
+}
+
+void NetSender::OnClosed(IPlayerNode* node) {
+    constexpr const char* kTag = "NetSender::OnClosed";
+    if (node == nullptr) {
+        __log(_ALL, "NetSender::OnClose", "node[%08x], lpPlayerNode = NULL", PtrTag(node));
+        return;
+    }
+    EPOLLBuffer* context = ContextOf(node);
+    if (context == nullptr) {
+        __log(_ALL, "NetSender::OnClose", "node[%08x], lpContext = NULL", PtrTag(node));
+        return;
+    }
+    {
+        const std::lock_guard guard(context->m_lockSend);
+        context->m_bClosed = true;
+        if (context->m_bReleasing) return;
+        context->m_bReleasing = true;
+        if (context->m_bSendData) {
+            PushCloseMarker(context, node);
+            return;
+        }
+    }
+    __log(_ALL, kTag, "release node[%08x]", PtrTag(node));
+    m_lpNetProvider->ReleaseContext(context);
+}
+
+// The send thread releases the context behind the marker; m_lockSend is held.
+void NetSender::PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node) {
+    constexpr const char* kTag = "NetSender::OnClosed";
+    __log(_ALL, kTag, "node[%08x],lpBuffer->m_bClosed=%d,[%08x]", PtrTag(node),
+          context->m_bClosed.load(), PtrTag(context));
+    // Listed and marked in one step: the send thread must neither find it listed without its
+    // marker nor release it before it is listed.
+    const std::lock_guard guard(m_lockClosing);
+    LinkClosing(context);
+    const long tail = context->m_lTailPos;
+    context->m_lpSendBuffer[tail] = nullptr;
+    context->m_lTailPos = (tail + 1) % m_ulMaxSendCount;
+    if (context->m_lSendCount.fetch_add(1) > 0) return;
+    if (!Arm(context, false)) {
+        __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));
+    }
+}
