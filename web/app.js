@@ -119,9 +119,7 @@ onSubmit('login-form', 'login', async () => {
   await openConnection(value('server-url'));
   try {
     const { ucErrNo } = await lobby.login(user, value('token'), site);
-    if (ucErrNo !== 0) {
-      throw new Error(`The login was refused (code ${ucErrNo}). Check player number and token.`);
-    }
+    expectSuccess('login', ucErrNo);
   } catch (error) {
     lobby.close();  // a connection logs in once only
     banner('');     // the form says what happened

@@ -6,19 +6,39 @@ const COMMON = new Map([
   [157, 'The amount must be at least 1.'],
 ]);
 
-// Codes the lobby itself gives, by operation. All others are the account server's.
+// By operation. Codes that are not the lobby's own come from the account server, here as
+// platform_sim gives them.
+const BANK = new Map([
+  [151, 'The bank password is wrong.'],
+  [152, 'There are not enough coins for this.'],
+]);
 const BY_OPERATION = {
-  bankLogin: new Map([[151, 'The bank password is wrong.']]),
+  login: new Map([
+    [1, 'There is no such player.'],
+    [2, 'The token is wrong. Get a new one from the platform.'],
+  ]),
+  bankLogin: BANK,
+  bank: BANK,
+  bankPassword: BANK,
   loginPassword: new Map([
-    [1, 'The old password is wrong, or this is not your account.'],
+    [1, 'This is not your account.'],
+    [3, 'The old password is wrong.'],
     [4, 'Too soon after the last change. Wait six seconds and try again.'],
   ]),
-  nickname: new Map([[1, 'This nickname is not allowed.']]),
+  nickname: new Map([
+    [1, 'This nickname is not allowed.'],
+    [5, 'This nickname is taken.'],
+    [6, 'This nickname is not allowed.'],
+  ]),
   signature: new Map([[1, 'This text is not allowed.']]),
+  mobile: new Map([[6, 'This is not a mobile number.']]),
+  realName: new Map([[6, 'The name is missing, or the identity number has not 18 characters.']]),
   exchange: new Map([
     [3, 'The amount must be at least 1 and no more than your coins in hand.'],
     [4, 'You cannot send coins to yourself.'],
     [12, 'Too soon after the last transfer. Wait five seconds and try again.'],
+    [20, 'There are not enough coins for this.'],
+    [21, 'There is no such player.'],
   ]),
 };
 
@@ -55,6 +75,7 @@ export function failureText(operation, error) {
   }
   if (error.code === 'closed') return closeText(error.reason);
   if (error.code === 'not-connected') return 'You are not connected.';
+  if (error instanceof RangeError) return 'This number is too large.';
   return error.message;
 }
 

@@ -1,0 +1,57 @@
+// Chromium with the page in it.
+import fs from 'node:fs/promises';
+import http from 'node:http';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { chromium } from './modules.mjs';
+
+const PAGE = fileURLToPath(new URL('../../../web/', import.meta.url));
+const TYPES = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css' };
+const SHOTS = process.env.WEB_SHOTS;
+
+// Serves web/ on a free loopback port, with a config.json of the test's.
+export async function servePage(config) {
+  const server = http.createServer(async (request, response) => {
+    const name = path.basename(new URL(request.url, 'http://page').pathname) || 'index.html';
+    const body = name === 'config.json' ? JSON.stringify(config)
+      : await fs.readFile(path.join(PAGE, name)).catch(() => null);
+    response.writeHead(body === null ? 404 : 200,
+      { 'content-type': TYPES[path.extname(name)] ?? 'application/json' });
+    response.end(body);
+  });
+  await new Promise((resolve) => { server.listen(0, '127.0.0.1', resolve); });
+  return { url: `http://127.0.0.1:${server.address().port}/`, close: () => server.close() };
+}
+
+export function launch() {
+  return chromium.launch({
+    executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+    args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+  });
+}
+
+// Opens the page; errors the page throws end up in `faults`.
+export async function openPage(browser, url, options = {}) {
+  const page = await browser.newPage({ viewport: { width: 1280, height: 900 }, ...options });
+  page.setDefaultTimeout(15000);
+  page.faults = [];
+  page.on('pageerror', (error) => page.faults.push(error.message));
+  page.on('console', (line) => line.type() === 'error' && page.faults.push(line.text()));
+  await page.goto(url);
+  await page.waitForSelector('body[data-ready]');
+  return page;
+}
+
+export const PHONE = { width: 390, height: 844 };
+
+// Writes a picture of the whole page, and says whether the page is wider than its window.
+export async function picture(page, name, viewport) {
+  if (viewport) await page.setViewportSize(viewport);
+  await page.evaluate(() => window.scrollTo(0, 0));
+  const isTooWide = await page.evaluate(() =>
+    document.documentElement.scrollWidth > document.documentElement.clientWidth);
+  await fs.mkdir(SHOTS, { recursive: true });
+  await page.screenshot({ path: path.join(SHOTS, `${name}.png`), fullPage: true });
+  return { isTooWide };
+}
