@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <string>
 
-#include "Common/Log.h"
 #include "Game/NetGame.h"
 #include "LobbyPlayer.h"
 
 class LobbyServer;
+struct tagModifyPassWordReq;
 
 // Checks client requests against the sender's session, answers what the lobby can answer itself
 // and relays the rest to the queue server. Keeps the sessions of accepted connect notices in a
@@ -34,6 +34,9 @@ class LobbyClientHandler {
     // Lists the session and asks the queue server for its account; a user id below 1 closes the
     // newest listed session instead.
     void OnLobbyClientConnectNotice(LobbyPlayer* player);
+    // Takes the session out of the list; nothing for one that was never linked, which has no
+    // predecessor either and must not be taken for the head.
+    void Unlink(LobbyPlayer* player);
     // Logs when no listed session has the user id of the closing node; changes nothing.
     void DealDisconnect(IPlayerNode* node);
 
@@ -85,6 +88,8 @@ class LobbyClientHandler {
     void unsubscribe(IPlayerNode* node, const std::string& key);
 
   private:
+    // Table entries whose work has another signature or a preamble.
+    void HandleSubscribe(IPlayerNode* node, void* data, unsigned short length);
     void HandleCompeteInfo(IPlayerNode* node, void* data, unsigned short length);
     void HandleUnsubscribe(IPlayerNode* node, void* data, unsigned short length);
     void HandleActivity(IPlayerNode* node, void* data, unsigned short length);
@@ -94,16 +99,16 @@ class LobbyClientHandler {
     template <class Req, class Trans>
     void RelayProfileReq(uint16_t type, const char* tag, IPlayerNode* node, void* data,
                          unsigned short length);
-    template <class Req, class Trans, class Res, size_t N>
-    void RelayNamedReq(uint16_t type, const char* tag, char (Req::*text)[N], char (Res::*echo)[N],
-                       IPlayerNode* node, void* data, unsigned short length);
-    // Completes a wrapped request with the session's handle and sends it on the queue link.
-    template <class Trans>
-    bool SendToQueue(uint16_t type, Trans& msg, LobbyPlayer* player);
+    template <class Op>
+    void RelayNamedReq(const Op& op, IPlayerNode* node, void* data, unsigned short length);
+    void RelayPassword(const tagModifyPassWordReq& req, LobbyPlayer* player);
+    // A request on the queue link; false when it is down or the send fails.
+    bool SendToQueue(uint16_t type, void* msg, long length);
 
+    // The newest session of the user, or null; without GetPlayerByUserID's log line.
+    LobbyPlayer* FindSession(int userID) const;
+    // The result code of a transfer the lobby refuses, or 0.
     int32_t DecideExchange(const LobbyPlayer* player, int32_t receiver, int64_t amount, time_t now);
-    void Unlink(LobbyPlayer* player);
-
     // One table row: a client message number and its handler.
     struct Route;
     static const Route kRoutes[];

@@ -78,3 +78,10 @@ inline unsigned NodeTag(const void* node) {
 inline uint64_t NodeHandle(const IPlayerNode* node) {
     return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(node));
 }
+
+// Names the session a request to a back-end server is for; the answer brings both values back.
+template <class Msg>
+void SetSession(Msg& msg, const LobbyPlayer* player) {
+    msg.ulPlayerNode = NodeHandle(player);
+    msg.ulPlayerNodeId = player->m_ulPlayerNodeId.load(std::memory_order_acquire);
+}

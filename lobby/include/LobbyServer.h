@@ -1,12 +1,14 @@
 // The lobby: one object that holds the whole state of the process.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -25,6 +27,8 @@ class ActivitySystem;
 class CenterServerHandler;
 class ConfigServerHandler;
 class DataServerHandler;
+class IActivityHandler;
+struct Endpoint;
 class LobbyClientHandler;
 class LogServerHandler;
 class QueueServerHandler;
@@ -32,12 +36,12 @@ class WebServerHandler;
 
 // The configuration files, shared by every handler. Loaded by LobbyServer's constructor; the
 // last two again every 30 minutes on the message worker.
-extern CIniFile m_ConfigFile;               // LobbyServer.cfg
-extern CIniFile m_ConfigSensitiveNameCfg;   // SensitiveName.cfg
-extern CIniFile m_ConfigFileDiscUserID;     // disconnectuserid.cfg
+extern CIniFile m_ConfigFile;              // LobbyServer.cfg
+extern CIniFile m_ConfigSensitiveNameCfg;  // SensitiveName.cfg
+extern CIniFile m_ConfigFileDiscUserID;    // disconnectuserid.cfg
 
 // Routes every message to the handler of its peer and runs the periodic jobs. Owns the seven
-// handlers (but the data server's, which lives until the process ends).
+// handlers (but the data server's, which lives until the process ends) and the activities.
 // Thread: constructor, Start and destructor on main; the On... callbacks and everything they
 // reach on the message worker; ConnectServer on main or the reconnect keeper.
 class LobbyServer : public GameProvider {
@@ -49,9 +53,12 @@ class LobbyServer : public GameProvider {
 
     // 0 when the lobby is serving, -1 when a link or the listener could not be set up.
     long Start() override;
+    // Peers are told apart by their node alone: what no link takes is a client's.
     void OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) override;
     void OnClosed(IPlayerNode* node, bool bClosed) override;
+    // now in epoch seconds. Does nothing before Start has registered the activities.
     void OnTimer(long now) override;
+    // Poll thread or the creating thread.
     IPlayerNode* OnCreatePlayer() override;
 
     // Opens the outbound link whose address is [connect] name, stores its node and, before the
@@ -64,7 +71,9 @@ class LobbyServer : public GameProvider {
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
                    const char* peer, ReconnectId id);
 
+    // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
+    // Always true: the registry starts without Redis and finds it later. Main.
     bool ConnectRedis();
 
     // The session a peer's handle stands for, or null unless it is a node of this lobby that
@@ -76,18 +85,29 @@ class LobbyServer : public GameProvider {
 
     // Login and sessions.
     void OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length);
+    // Answers the login: result 0 is success.
     void CheckforClientIsReady(IPlayerNode* node, unsigned char result);
+    // The newest session of the user, or null.
     LobbyPlayer* GetPlayerByUserID(int userID);
     // Head of the session list.
     LobbyPlayer* GetClientLobbyPlayer();
+    // Closes the newest session of the user that is not `except`, leaving the online mark to the
+    // session that took over; 1 when there was one, else 0.
     int KickOutLobbyPlayer(int userID, LobbyPlayer* except);
+    // Maintenance: closes every session.
     void KickOutAllLobbyPlayer();
+    // Has the other lobbies drop the user.
     void SendKickOutNoticeToCenter(int userID);
+    // Reads the forbidden name fragments anew and appends the disabled user ids: the latter are
+    // cleared only at construction, so every reload lists them once more.
     void loadSensitiveNameCfg();
+    // 1 when a forbidden fragment lies anywhere in the name, else 0.
     int isContainSensitiveName(const char* name);
+    // The VIP level of a recharge amount. At or above the last threshold it is 0, not the top
+    // level; reading adds missing levels with threshold 0.
     int GetVipLevel(int value);
 
-    // Sending.
+    // Sending. 0 without a link; a send to the data server counts as done whatever it gave.
     int SendMsgToDataServer(int type, void* data, long length);
     int SendMsgToConfigServer(int type, unsigned char* data, long length);
     void SendMsgToPlayerByID(int userID, unsigned short type, char* data, long length);
@@ -131,16 +151,35 @@ class LobbyServer : public GameProvider {
     LobbyRedisServer m_LobbyRedisServer;
     int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
     int32_t m_iSendBulletinTime = 30;  // seconds
-    int64_t m_lTimer = 0;              // epoch seconds of the next keep-alive pass
+    std::atomic<int64_t> m_lTimer{0};  // epoch seconds of the next keep-alive; main sets it too
     std::vector<std::string> m_vecStrSensitiveName;
     ActivitySystem* m_pActivitySystem = nullptr;  // the registry; not owned
     std::vector<int32_t> m_vcDisconnnetUserID;
-    int32_t m_iPort = 0;  // of the listener; constant after Start
+    std::atomic<int32_t> m_iPort{0};  // of the listener; set by Start
     std::map<std::string, std::vector<PublishPlayer>> m_mapStrKeyToPlayer;
     std::map<int32_t, std::vector<std::string>> m_mapPlayerToStrKey;
     std::list<WebFarmSubscribeKeyInfo> m_lSubscribeKeyInfo;
 
   private:
+    void CreateHandlers();
+    void InitializeNetwork();
+    void RegisterActivities();
+    void UnregisterActivities();
+    bool ConnectAllServers();
+    // Stores a freshly opened link and starts receiving on it. Under m_lockLink.
+    bool BringUp(const char* name, const Endpoint& endpoint, LinkNode& link, IPlayerNode* node);
+    void ReportCreateFailure(const char* name, const Endpoint& endpoint, int error) const;
+    bool OfferToHandlers(IPlayerNode* node, unsigned short type, void* data, long length);
+    bool OfferClose(IPlayerNode* node, bool bClosed);
+    void CloseClient(LobbyPlayer* player, bool bClosed);
+    void KeepAliveLinks();
+    void RunPeriodicJobs(long now);
+    void RequestKeysWhenDue(long now);
+    bool IsDisabled(int userID) const;
+    void SendKickOut(LobbyPlayer* player, bool bStopSwitch);
+    void LoadSensitiveNames();
+    void LoadDisabledUsers();
+
     LinkNode m_lpLobbyServer;  // the listening node; null until the lobby listens
     std::unique_ptr<CenterServerHandler> m_lpCenterServerHandler;
     std::unique_ptr<LobbyClientHandler> m_lpLobbyClientHandler;
@@ -149,6 +188,15 @@ class LobbyServer : public GameProvider {
     std::unique_ptr<QueueServerHandler> m_lpQueueServerHandler;
     DataServerHandler* m_lpDataServerHandler = nullptr;  // deliberately never deleted
     std::unique_ptr<ConfigServerHandler> m_lpConfigServerHandler;
+    std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
+
+    // The worker ticks before Start has run; it must not meet the registry half filled.
+    std::atomic<bool> m_bTicking{false};
+    // When each periodic job last ran; message worker only. All but the keys' start at the first
+    // tick, so that nothing runs at once.
+    std::optional<long> m_lShowListTime, m_lStopSwitchTime, m_lKickOutTime;
+    long m_lSubscribeKeyTime = 0;
+    std::vector<char> m_bufSensitiveName;  // made once: far too large for the worker's stack
 
     // A link is stored, registered and greeted under this lock, and taken down under it, so that
     // a greeting never goes to a node that was recycled meanwhile.

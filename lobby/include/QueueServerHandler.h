@@ -8,6 +8,7 @@
 #include "LobbyPlayer.h"
 
 class LobbyServer;
+struct QueueExchangeCoinRes;
 
 // Completes logins and passes the queue server's answers on to the sessions they belong to. An
 // answer carries the handle and the node id of the session that asked; it is dropped when that
@@ -55,15 +56,12 @@ class QueueServerHandler {
     LinkNode m_lpQueueServer;  // null while the link is down
 
   private:
-    // One table row: a message number and its handler.
-    struct Route;
-    static const Route kRoutes[];
-
-    template <class Trans, class Row> void RelayResult(const Row& row, void* data, long length);
+    template <class Trans, class Row>
+    void RelayResult(const Row& row, void* data, long length);
     // The session an answer belongs to; logs and returns null when it is gone.
     LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag, const char* text);
     void EnterRegistry(LobbyPlayer* player);
-    void BookExchange(LobbyPlayer* giver, int32_t from, int32_t to, int64_t amount);
+    void BookExchange(LobbyPlayer* giver, const QueueExchangeCoinRes& msg);
 
     LobbyServer* m_lpLobbyServer;
 };

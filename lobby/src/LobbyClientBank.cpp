@@ -1,0 +1,194 @@
+// Bank requests: four operations, one relay.
+#include <cstdio>
+#include <cstring>
+
+#include "BankInfoDef_Trans.h"
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "LobbyClientHandler.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+#include "QueueServerHandler.h"
+
+namespace {
+
+constexpr time_t kBankGapSeconds = 2;
+
+// What tells one operation from another.
+template <class ReqT, class TransT, class ResT>
+struct BankRequest {
+    using Req = ReqT;
+    using Trans = TransT;
+    using Res = ResT;
+
+    const char* tag;
+    uint16_t queueType;   // of the relayed request
+    uint16_t resultType;  // of an answer the lobby itself gives
+    time_t LobbyPlayer::*stamp;
+    bool answerTooSoon;
+    const char* tooSoonText;    // args: user, gap, now, stamp
+    const char* announceText;   // args: length; null: nothing is printed
+    const char* sizeText;       // args: length, size
+    int64_t Req::*amount;       // null: none
+    const char* amountText;     // args: user, amount
+    const char* otherUserText;  // args: user of the request, of the session
+    const char* sentText;       // args: user, team tag, account; null: silent
+    const char* failText;       // the same
+};
+
+template <class Res>
+Res ResultOf(int code) {
+    Res result;
+    std::memset(&result, 0, sizeof(result));
+    result.ucResultType = static_cast<decltype(result.ucResultType)>(code);
+    return result;
+}
+
+// The session's part of a wrapped request; only coin movements carry account data.
+template <class Trans>
+void FillSession(Trans& msg, const LobbyPlayer* player) {
+    SetSession(msg, player);
+    if constexpr (requires { msg.szOutAccount; }) {
+        CopyText(msg.szOutAccount, player->szOutAccount);
+        msg.iTeamTag = player->iTeamTag;
+        msg.iLianyunFlag = player->iLianyunFlag;
+        msg.usRegisterType = player->usRegisterType;
+    }
+}
+
+constexpr BankRequest<UserBankLoginReq, UserBankLoginReq_trans, LoginBankResult> kBankLogin = {
+    .tag = "LobbyClientHandler::HandleBankLoginReq:",
+    .queueType = BANK_LOGIN_L2Q,
+    .resultType = BANK_LOGIN_S2C,
+    .stamp = &LobbyPlayer::iLastBankLoginTime,
+    .answerTooSoon = false,
+    .tooSoonText = "Player [%d] operate bank is illegal---Gap Time [%d]",
+    .announceText = nullptr,
+    .sizeText = "Len[%d] != sizeof(UserBankLoginReqDef)[%d]",
+    .amount = nullptr,
+    .amountText = nullptr,
+    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
+    .sentText = nullptr,
+    .failText = "SendData fail---- userid [%d] ",
+};
+
+constexpr BankRequest<GetBankCoinReq, GetBankCoinReq_trans, GetCoinResult> kGetCoin = {
+    .tag = "LobbyClientHandler::HandleGetCoinReq:",
+    .queueType = BANK_GET_COIN_L2Q,
+    .resultType = BANK_GET_COIN_S2C,
+    .stamp = &LobbyPlayer::iLastGetCoinTime,
+    .answerTooSoon = true,
+    .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]--tmNow[%d]--GetCoinTime[%d]",
+    .announceText = "HandleGetCoinReq : len[%d] ....\n",
+    .sizeText = "Len[%d] != sizeof(GetBankCoinReqDef)[%d]",
+    .amount = &GetBankCoinReq::llGetNum,
+    .amountText = "玩家[%d]非法操作银行！取款值为[%d]!!!",
+    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
+    .sentText = "userid [%d] ",
+    .failText = "userid [%d] ",
+};
+
+constexpr BankRequest<SaveCoinReq, SaveCoinReq_trans, SaveCoinRes> kSaveCoin = {
+    .tag = "LobbyClientHandler::HandleSaveCoinReq:",
+    .queueType = BANK_SAVE_COIN_L2Q,
+    .resultType = BANK_SAVE_COIN_S2C,
+    .stamp = &LobbyPlayer::iLastSaveCoinTime,
+    .answerTooSoon = true,
+    .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]",
+    .announceText = nullptr,
+    .sizeText = "Len[%d] != sizeof(SaveCoinReqDef)[%d]",
+    .amount = &SaveCoinReq::llSaveCoinNum,
+    .amountText = "玩家[%d]非法操作银行！存款值为[%d]!!!",
+    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
+    .sentText = "userid[%d] teamtag[%d] outaccount[%s]",
+    .failText = "userid[%d] teamtag[%d] outaccount[%s]",
+};
+
+constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBankPasswdRes>
+    kModifyPasswd = {
+        .tag = "LobbyClientHandler::HandleModifyBankPasswdReq:",
+        .queueType = BANK_MODIFY_PASSWD_L2Q,
+        .resultType = BANK_MODIFY_PASSWD_S2C,
+        .stamp = &LobbyPlayer::iLastModifyPdTime,
+        .answerTooSoon = true,
+        .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]",
+        .announceText = nullptr,
+        .sizeText = "Len[%d] != sizeof(ModifyBankPasswdReqDef)[%d]",
+        .amount = nullptr,
+        .amountText = nullptr,
+        .otherUserText = "msg->iUserID[%d]  != pPlayerNode->iUserID[%d]",
+        .sentText = nullptr,
+        .failText = "SendData fail---- UserName [%d] ",
+};
+
+}  // namespace
+
+// The order of the checks is required: the stamp moves before the length is looked at, and
+// without a queue link neither amount nor user is judged. Texts with fewer conversions than
+// arguments leave the rest out.
+template <class Op>
+void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* data,
+                                      unsigned short length) {
+    auto* player = static_cast<LobbyPlayer*>(node);
+    if (player == nullptr) {
+        __log(_ERROR, op.tag, "pPlayerNode = NULL...");
+        return;
+    }
+    const auto answer = [&](int code) {
+        auto result = ResultOf<typename Op::Res>(code);
+        m_lpLobbyServer->SendData(player, op.resultType, &result, sizeof(result), ENCODE_NONE);
+    };
+    const time_t now = ClockNow();
+    const time_t gap = now - player->*op.stamp;
+    if (gap < kBankGapSeconds) {
+        __log(_ERROR, op.tag, op.tooSoonText, player->m_iUserID, static_cast<int>(gap),
+              static_cast<int>(now), static_cast<int>(player->*op.stamp));
+        if (op.answerTooSoon) answer(BANK_RESULT_TOO_SOON);
+        return;
+    }
+    player->*op.stamp = now;
+    if (op.announceText != nullptr) std::printf(op.announceText, length);
+    if (length != sizeof(typename Op::Req)) {
+        __log(_ERROR, op.tag, op.sizeText, length, static_cast<int>(sizeof(typename Op::Req)));
+        return;
+    }
+    if (m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer == nullptr) return;
+    const auto req = ReadMsg<typename Op::Req>(data, length);
+    if (op.amount != nullptr && req.*op.amount < 1) {
+        __log(_ERROR, op.tag, op.amountText, player->m_iUserID, static_cast<int>(req.*op.amount));
+        answer(BANK_RESULT_BAD_VALUE);
+        return;
+    }
+    if (req.iUserID != player->m_iUserID) {
+        __log(_ERROR, op.tag, op.otherUserText, req.iUserID, player->m_iUserID);
+        answer(BANK_RESULT_OTHER_USER);
+        return;
+    }
+    typename Op::Trans msg;
+    std::memset(&msg, 0, sizeof(msg));
+    msg.base = req;
+    FillSession(msg, player);
+    const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));
+    const char* text = sent ? op.sentText : op.failText;
+    if (text != nullptr) {
+        __log(sent ? _WARN : _ERROR, op.tag, text, player->m_iUserID, player->iTeamTag,
+              TextStr(player->szOutAccount).c_str());
+    }
+}
+
+void LobbyClientHandler::HandleBankLoginReq(IPlayerNode* node, void* data, unsigned short length) {
+    RelayBankReq(kBankLogin, node, data, length);
+}
+
+void LobbyClientHandler::HandleGetCoinReq(IPlayerNode* node, void* data, unsigned short length) {
+    RelayBankReq(kGetCoin, node, data, length);
+}
+
+void LobbyClientHandler::HandleSaveCoinReq(IPlayerNode* node, void* data, unsigned short length) {
+    RelayBankReq(kSaveCoin, node, data, length);
+}
+
+void LobbyClientHandler::HandleModifyBankPasswdReq(IPlayerNode* node, void* data,
+                                                   unsigned short length) {
+    RelayBankReq(kModifyPasswd, node, data, length);
+}

@@ -1,0 +1,187 @@
+#include "LobbyClientHandler.h"
+
+#include <cstring>
+
+#include "BankInfoDef.h"
+#include "Common/Log.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+#include "PublisherMsg.h"
+#include "QueueServerHandler.h"
+#include "activitySystem/ActivityClientMsg.h"
+#include "activitySystem/ActivitySystem.h"
+#include "center_server_msg.h"
+#include "compete_msg.h"
+#include "queue_server_msg.h"
+
+struct LobbyClientHandler::Route {
+    uint16_t type;
+    void (LobbyClientHandler::*handle)(IPlayerNode* node, void* data, unsigned short length);
+
+    static constexpr const Route* Find(uint16_t type);
+    static constexpr bool Unique();
+};
+
+// clang-format off
+constexpr LobbyClientHandler::Route LobbyClientHandler::kRoutes[] = {
+    {EXCHANGE_COIN_C2S,          &LobbyClientHandler::HandleClientExchangeCoinReq},
+    {BANK_LOGIN_C2S,             &LobbyClientHandler::HandleBankLoginReq},
+    {BANK_GET_COIN_C2S,          &LobbyClientHandler::HandleGetCoinReq},
+    {BANK_SAVE_COIN_C2S,         &LobbyClientHandler::HandleSaveCoinReq},
+    {BANK_MODIFY_PASSWD_C2S,     &LobbyClientHandler::HandleModifyBankPasswdReq},
+    {MODIFY_PASSWORD_C2S,        &LobbyClientHandler::HandleModifyPassWordReq},
+    {MODIFY_NICKNAME_C2S,        &LobbyClientHandler::HandleModifyNickName},
+    {MODIFY_GENDER_C2S,          &LobbyClientHandler::HandleModifyGender},
+    {MODIFY_SIGNATURE_C2S,       &LobbyClientHandler::HandleModifyPersonalSignature},
+    {MODIFY_FACE_ID_C2S,         &LobbyClientHandler::HandleModifyFaceId},
+    {BINDING_MOBILE_C2S,         &LobbyClientHandler::HandleBindingMobileReq},
+    {REAL_NAME_C2S,              &LobbyClientHandler::HandleRealNameAuthenReq},
+    {REFRESH_COIN_C2S,           &LobbyClientHandler::HandleRechargeRefreshCoinReq},
+    {MSG_CLIENT_COMPETE_REQ,     &LobbyClientHandler::HandleCompeteInfo},
+    {CLIENT_SUBSCRIBE_MSG_C2S,   &LobbyClientHandler::HandleSubscribe},
+    {CLIENT_UNSUBSCRIBE_MSG_C2S, &LobbyClientHandler::HandleUnsubscribe},
+    {MSG_CLIENT_SERVER_INFO_REQ, &LobbyClientHandler::HandleClientServerInfoReq},
+    {CLIENT_USER_PROGRESS_REQ,   &LobbyClientHandler::HandleActivity},
+};
+// clang-format on
+
+constexpr const LobbyClientHandler::Route* LobbyClientHandler::Route::Find(uint16_t type) {
+    for (const Route& route : kRoutes) {
+        if (route.type == type) return &route;
+    }
+    return nullptr;
+}
+
+bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
+                                      long length) {
+    if (node == nullptr) return false;
+    const Route* route = Route::Find(type);
+    if (route != nullptr) {
+        (this->*route->handle)(node, data, static_cast<unsigned short>(length));
+    } else {
+        __log(_ERROR, "LobbyClientHandler::OnNetMessage",
+              "client  response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+    }
+    return true;
+}
+
+void LobbyClientHandler::HandleCompeteInfo(IPlayerNode* node, void* data, unsigned short length) {
+    __log(_WARN, "LobbyClientHandler::OnNetMessage", "type[0x%0x] lenght[%ld]",
+          MSG_CLIENT_COMPETE_REQ, static_cast<long>(length));
+    HandleClientCompeteInfoReq(node, data, length);
+}
+
+void LobbyClientHandler::HandleSubscribe(IPlayerNode* node, void* data, unsigned short length) {
+    subscribe(node, data, length);
+}
+
+void LobbyClientHandler::HandleUnsubscribe(IPlayerNode* node, void* data, unsigned short length) {
+    if (length != sizeof(ClientUnsubscribeMsg)) {
+        __log(_ERROR, "LobbyClientHandler::OnNetMessage",
+              "CLIENT_UNSUBSCRIBE_MSG_C2S size[%d] != length[%d]",
+              static_cast<int>(sizeof(ClientUnsubscribeMsg)), length);
+        return;
+    }
+    unsubscribe(node, TextStr(ReadMsg<ClientUnsubscribeMsg>(data, length).szKey));
+}
+
+void LobbyClientHandler::HandleActivity(IPlayerNode* node, void* data, unsigned short length) {
+    ActivitySystem::getInstance()->HandleActivityMessage(CLIENT_USER_PROGRESS_REQ, data, length,
+                                                         node);
+}
+
+void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
+    if (player->m_iUserID <= 0) {
+        __log(_ERROR, "LobbyClientHandler::OnLobbyClientConnectNotice", "userid [%d] error!!!!",
+              player->m_iUserID);
+        // Required: it is the newest listed session that is closed, not the refused one.
+        if (m_lpLobbyPlayer != nullptr) m_lpLobbyServer->Close(m_lpLobbyPlayer);
+        return;
+    }
+    player->m_lpNext = m_lpLobbyPlayer;
+    if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
+    m_lpLobbyPlayer = player;
+
+    UserInfoReq req;
+    std::memset(&req, 0, sizeof(req));
+    req.userID = player->m_iUserID;
+    CopyText(req.szPasswdToken, player->m_szToken);
+    SetSession(req, player);
+    __log(_DEBUG, "LobbyClientHandler::OnLobbyClientConnectNotice",
+          "userid[%d] node[0x%08x] connect", player->m_iUserID, NodeTag(player));
+    // Without the queue server the client waits, and logs in by connecting anew.
+    SendToQueue(USER_INFO_L2Q, &req, sizeof(req));
+}
+
+bool LobbyClientHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    auto* player = static_cast<LobbyPlayer*>(node);
+    DealDisconnect(node);
+    __log(_WARN, "LobbyClientHandler::OnClosed",
+          "client has been closed ! userid[%d], siteid[%d], node[0x%08x], bClosed[%d]",
+          player->m_iUserID, player->m_iSiteID, NodeTag(node), bClosed);
+    if (player->m_cLoginType > 0) {
+        Unlink(player);
+        ActivitySystem::getInstance()->RemoveActivityProgress(player);
+    }
+    *player = 0;
+    return true;
+}
+
+void LobbyClientHandler::Unlink(LobbyPlayer* player) {
+    if (player->m_lpPrior != nullptr) {
+        player->m_lpPrior->m_lpNext = player->m_lpNext;
+    } else if (m_lpLobbyPlayer == player) {
+        m_lpLobbyPlayer = player->m_lpNext;
+    }
+    if (player->m_lpNext != nullptr) player->m_lpNext->m_lpPrior = player->m_lpPrior;
+    player->m_lpNext = nullptr;
+    player->m_lpPrior = nullptr;
+}
+
+void LobbyClientHandler::DealDisconnect(IPlayerNode* node) {
+    const int userID = static_cast<LobbyPlayer*>(node)->m_iUserID;
+    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
+        if (p->m_iUserID == userID) return;
+    }
+    __log(_ERROR, "LobbyClientHandler::DealDisconnect", "userid[%d],引用计数【%d】!!!!", userID, 0);
+}
+
+LobbyPlayer* LobbyClientHandler::GetPlayerByUserID(int userID) {
+    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
+        if (p->m_iUserID != userID) continue;
+        __log(_DEBUG, "LobbyClientHandler::GetPlayerByUserID", "userid[%d] found", userID);
+        return p;
+    }
+    return nullptr;
+}
+
+void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, void* data,
+                                             long length) {
+    constexpr const char* tag = "LobbyClientHandler::SendMsgToPlayerByID";
+    if (userID == 0 || data == nullptr) {
+        __log(_ERROR, tag, "userid[%d]", userID);
+        return;
+    }
+    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
+        if (p->m_iUserID != userID) continue;
+        m_lpLobbyServer->SendData(p, type, data, length, ENCODE_NONE);
+        __log(_DEBUG, tag, "userid[%d] found! msg type[0x%0x]", userID, type);
+        return;
+    }
+    __log(_WARN, tag, "userid[%d] not found! msg type[0x%0x]", userID, type);
+}
+
+void LobbyClientHandler::SendMsgToAllLobbyClent(unsigned short type, void* data, long length) {
+    LobbyPlayer* next = nullptr;
+    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = next) {
+        next = p->m_lpNext;  // taken first: a failed send closes its session
+        const bool sent = m_lpLobbyServer->SendData(p, type, data, length, ENCODE_NONE);
+        __log(sent ? _DEBUG : _WARN, "LobbyClientHandler::SendMsgToAllLobbyClent",
+              "userid[%d], type[0x%0x]", p->m_iUserID, type);
+    }
+}
+
+bool LobbyClientHandler::SendToQueue(uint16_t type, void* msg, long length) {
+    IPlayerNode* queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
+    return queue != nullptr && m_lpLobbyServer->SendData(queue, type, msg, length, ENCODE_NONE);
+}

@@ -1,0 +1,147 @@
+#include "LobbyServer.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "CenterServerHandler.h"
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "ConfigServerHandler.h"
+#include "DataServerHandler.h"
+#include "LobbyClientHandler.h"
+#include "LogServerHandler.h"
+#include "QueueServerHandler.h"
+#include "WebServerHandler.h"
+#include "activityHandler/Activity20171211.h"
+#include "activityHandler/Activity20180901.h"
+#include "activitySystem/ActivitySystem.h"
+#include "eventSystem/EventDispatcher.h"
+
+CIniFile m_ConfigFile;
+CIniFile m_ConfigSensitiveNameCfg;
+CIniFile m_ConfigFileDiscUserID;
+
+namespace {
+
+constexpr int64_t kKeepAliveSeconds = 25;
+
+// Holds what is to live until the process ends, reachable and never destroyed.
+DataServerHandler* KeepUntilExit(DataServerHandler* handler) {
+    static auto* kept = new std::vector<DataServerHandler*>;
+    kept->push_back(handler);
+    return handler;
+}
+
+}  // namespace
+
+LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
+    EventDispatcher::getInstance()->dispatchEvent(EVENT_GAME_START, nullptr, nullptr, 0);
+    srandom(static_cast<unsigned>(ClockNow()));
+    m_lTimer = ClockNow() + kKeepAliveSeconds;
+    CreateHandlers();
+    if (m_ConfigFile.InitFile("LobbyServer.cfg") == 0) {
+        std::fprintf(stderr, "LobbyServer.cfg: cannot be read, or is empty\n");
+    }
+    m_vcDisconnnetUserID.clear();
+    loadSensitiveNameCfg();
+    InitializeNetwork();
+}
+
+LobbyServer::~LobbyServer() {
+    // A connect under way would hold the keeper, and with it the shutdown, for its whole time-out.
+    CancelConnects();
+    m_Reconnect.Stop();
+    Shutdown();
+    UnregisterActivities();
+    m_lpCenterServerHandler.reset();
+    m_lpLobbyClientHandler.reset();
+    m_lpWebServerHandler.reset();
+    m_lpLogServerHandler.reset();
+    m_lpQueueServerHandler.reset();
+    m_lpConfigServerHandler.reset();
+    // The data server's handler stays, on purpose.
+}
+
+void LobbyServer::CreateHandlers() {
+    m_lpCenterServerHandler = std::make_unique<CenterServerHandler>(this);
+    m_lpLobbyClientHandler = std::make_unique<LobbyClientHandler>(this);
+    m_lpWebServerHandler = std::make_unique<WebServerHandler>(this);
+    m_lpLogServerHandler = std::make_unique<LogServerHandler>(this);
+    m_lpQueueServerHandler = std::make_unique<QueueServerHandler>(this);
+    m_lpDataServerHandler = KeepUntilExit(new DataServerHandler(this));
+    m_lpConfigServerHandler = std::make_unique<ConfigServerHandler>(this);
+}
+
+void LobbyServer::InitializeNetwork() {
+    const int interval = m_ConfigFile.GetValueInt("network", "interval", 20);
+    const int timeout = m_ConfigFile.GetValueInt("network", "timeout", 120);
+    const int sendCount = m_ConfigFile.GetValueInt("network", "MAX_SEND_COUNT", 0);
+    const int recvCount = m_ConfigFile.GetValueInt("network", "MAX_RECV_COUNT", 0);
+    m_iSendBulletinTime = m_ConfigFile.GetValueInt("init", "sendbulletintime", 30);
+    if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
+        __log(_DEBUG, "LobbyServer::LobbyServer",
+              "interval[%d], timeout[%d], sendthreadcount[%d], recvthreadcount[%d]", interval,
+              timeout, sendCount, recvCount);
+        m_Reconnect.Start();
+    } else {
+        __log(_ERROR, "LobbyServer::LobbyServer",
+              "GameProvider::Initialize() error ! interval[%d], timeout[%d], sendthreadcount[%d], "
+              "recvthreadcount[%d]",
+              interval, timeout, sendCount, recvCount);
+    }
+}
+
+long LobbyServer::Start() {
+    RegisterActivities();
+    m_bTicking.store(true, std::memory_order_release);
+    if (!ConnectAllServers()) return -1;
+    m_lTimer = ClockNow() + kKeepAliveSeconds;
+    return StartLobbyService();
+}
+
+void LobbyServer::RegisterActivities() {
+    m_pActivitySystem = ActivitySystem::getInstance();
+    m_pActivitySystem->SetGameProvider(this);
+    m_vecActivity.push_back(std::make_unique<Activity20171211>(this));
+    m_vecActivity.push_back(std::make_unique<Activity20180901>(this));
+    for (auto& activity : m_vecActivity)
+        m_pActivitySystem->AddActivityHandler(activity.get());
+}
+
+void LobbyServer::UnregisterActivities() {
+    if (m_pActivitySystem == nullptr) return;
+    for (auto& activity : m_vecActivity) {
+        activity->removeAllEventListener();
+        m_pActivitySystem->RemoveActivityHandler(activity.get());
+    }
+    m_pActivitySystem->SetGameProvider(nullptr);
+}
+
+bool LobbyServer::ConnectAllServers() {
+    return m_lpCenterServerHandler->ConnectServer() == 0 &&
+           m_lpWebServerHandler->ConnectServer() == 0 &&
+           m_lpQueueServerHandler->ConnectServer() == 0 &&
+           m_lpDataServerHandler->ConnectServer() == 0 &&
+           m_lpConfigServerHandler->ConnectServer() == 0 &&
+           m_lpLogServerHandler->ConnectServer() == 0;
+}
+
+IPlayerNode* LobbyServer::OnCreatePlayer() {
+    auto* player = new LobbyPlayer;
+    std::lock_guard lock(m_lockNodes);
+    m_setNodes.insert(NodeHandle(player));
+    return player;
+}
+
+LobbyPlayer* LobbyServer::FindNodeByHandle(uint64_t handle) {
+    std::lock_guard lock(m_lockNodes);
+    if (!m_setNodes.contains(handle)) return nullptr;
+    return static_cast<LobbyPlayer*>(reinterpret_cast<IPlayerNode*>(handle));
+}
+
+LobbyPlayer* LobbyServer::FindPlayerByHandle(uint64_t handle, uint64_t nodeId) {
+    if (nodeId == 0) return nullptr;
+    LobbyPlayer* player = FindNodeByHandle(handle);
+    if (player == nullptr || *player != nodeId) return nullptr;
+    return player;
+}

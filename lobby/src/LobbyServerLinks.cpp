@@ -1,0 +1,161 @@
+// Back-end links, the listener and Redis.
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "Common/Log.h"
+#include "Endpoint.h"
+#include "LobbyServer.h"
+
+namespace {
+
+// Descriptors beside the clients': links, Redis, log, reactors, and connections that are being
+// closed while their successors are accepted.
+constexpr rlim_t kSpareDescriptors = 512;
+
+// Makes room for the configured number of clients; says so when the system does not allow it.
+void RaiseDescriptorLimit(int maxConnection) {
+    const rlim_t needed = static_cast<rlim_t>(std::max(maxConnection, 0)) + kSpareDescriptors;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= needed) return;
+    rlimit wanted{needed, std::max(needed, limit.rlim_max)};
+    if (setrlimit(RLIMIT_NOFILE, &wanted) == 0) return;
+    wanted = {std::min(needed, limit.rlim_max), limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &wanted);
+    __log(_ERROR, "LobbyServer::StartLobbyService",
+          "descriptor limit [%lld] is below the [%lld] that maxconnection[%d] needs",
+          static_cast<long long>(wanted.rlim_cur), static_cast<long long>(needed), maxConnection);
+    char what[160];
+    std::snprintf(
+        what, sizeof(what), "%d clients need %lld descriptors, but the system allows only %lld",
+        maxConnection, static_cast<long long>(needed), static_cast<long long>(wanted.rlim_cur));
+    ComplainConfig("listen", "maxconnection", what);
+}
+
+constexpr int kIPv4 = 2, kStream = 1, kTcp = 6;
+constexpr unsigned long kConnectTimeoutMs = 5000, kLinkConnections = 2000;
+
+}  // namespace
+
+int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
+                                   const std::function<void()>& onUp) {
+    if (node != nullptr) return 0;
+    Endpoint endpoint;
+    if (!ReadEndpoint("connect", name, endpoint)) {
+        __log(_ERROR, "LobbyServer::ConnectServer", "m_ConfigFile.GetValueStr() '%s' error !",
+              name);
+        return -1;
+    }
+    // Blocks up to the time-out, therefore without the lock.
+    IPlayerNode* created = Create(false, endpoint.host, static_cast<unsigned short>(endpoint.port),
+                                  kConnectTimeoutMs, kLinkConnections, kIPv4, kStream, kTcp);
+    if (created == nullptr) {
+        ReportCreateFailure(name, endpoint, errno);
+        return -1;
+    }
+    std::lock_guard lock(m_lockLink);
+    if (!BringUp(name, endpoint, node, created)) return -1;
+    if (onUp) onUp();
+    return 0;
+}
+
+// Silent once the lobby listens: the keeper tries every second while a peer is away.
+void LobbyServer::ReportCreateFailure(const char* name, const Endpoint& endpoint, int error) const {
+    if (m_lpLobbyServer != nullptr) return;
+    __log(_ERROR, "LobbyServer::ConnectServer",
+          "Create() error, '%s', host[%s], port[%d], errno[%d], info[%s] !", name, endpoint.host,
+          endpoint.port, error, strerror(error));
+    char what[160];
+    std::snprintf(what, sizeof(what), "cannot connect to %s:%d (%s)", endpoint.host, endpoint.port,
+                  strerror(error));
+    ComplainConfig("connect", name, what);
+}
+
+// The node is stored before anything can be reported on it. It stays stored when receiving fails:
+// its close is then recognised as the link's and re-opens it.
+bool LobbyServer::BringUp(const char* name, const Endpoint& endpoint, LinkNode& link,
+                          IPlayerNode* node) {
+    link = node;
+    if (!RecvData(node)) {
+        __log(_ERROR, "LobbyServer::ConnectServer",
+              "connect '%s', host[%s], port[%d], RecvData() error !, node = %08x", name,
+              endpoint.host, endpoint.port, NodeTag(node));
+        Close(node);
+        return false;
+    }
+    __log(_DEBUG, "LobbyServer::ConnectServer",
+          "connect '%s' success, host[%s], port[%d], node = %08x !", name, endpoint.host,
+          endpoint.port, NodeTag(node));
+    return true;
+}
+
+bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
+                            const char* peer, ReconnectId id) {
+    std::lock_guard lock(m_lockLink);
+    if (node == nullptr || link != node) return false;
+    __log(_ERROR, tag, "%s has been closed ! bClosed[%d], node[0x%08x]", peer, bClosed,
+          NodeTag(node));
+    // Down before the keeper hears of it, so that nobody sends on the closed node meanwhile.
+    link = nullptr;
+    m_Reconnect.SetParameter(this, id);
+    return true;
+}
+
+int64_t LobbyServer::StartLobbyService() {
+    Endpoint endpoint;
+    // The borrowed tag is what log readers filter by.
+    if (!ReadEndpoint("listen", "addr", endpoint)) {
+        __log(_ERROR, "LobbyServer::StartLoginService",
+              "m_ConfigFile.GetValueStr() 'addr' error !");
+        return -1;
+    }
+    const int maxConnection = m_ConfigFile.GetValueInt("listen", "maxconnection", 10000);
+    m_iPort = endpoint.port;
+    RaiseDescriptorLimit(maxConnection);
+    m_lpLobbyServer = Create(true, endpoint.host, static_cast<unsigned short>(endpoint.port), 0,
+                             maxConnection, kIPv4, kStream, kTcp);
+    IPlayerNode* node = m_lpLobbyServer;
+    if (node == nullptr) {
+        const int error = errno;
+        __log(_ERROR, "LobbyServer::StartLoginService",
+              "GameProvider::Create() error, host[%s], port[%d], errno[%d], info[%s] !",
+              endpoint.host, endpoint.port, error, strerror(error));
+        ComplainConfig("listen", "addr", strerror(error));
+        return -1;
+    }
+    int64_t result = -1;
+    if (RecvData(node)) {
+        __log(_DEBUG, "LobbyServer::StartLobbyService",
+              "listen and start service success, host[%s], port[%d], node[0x%08x] !", endpoint.host,
+              endpoint.port, NodeTag(node));
+        result = 0;
+    } else {
+        __log(_ERROR, "LobbyServer::StartLobbyService",
+              "GameProvider::RecvData() error !, node[0x%08x]", NodeTag(node));
+        Close(node);
+    }
+    if (!ConnectRedis()) __log(_ERROR, "StartLobbyService", "redis connect fail!");
+    return result;
+}
+
+bool LobbyServer::ConnectRedis() {
+    Endpoint endpoint;
+    ReadEndpoint("Redis", "redis_server", endpoint);
+    char szPasswd[32] = {};
+    if (m_ConfigFile.GetValueStr("Redis", "szPasswd", szPasswd, sizeof(szPasswd)) >
+        static_cast<int>(sizeof(szPasswd))) {
+        ComplainConfig("Redis", "szPasswd", "longer than the 31 characters allowed");
+    }
+    const int timeout = m_ConfigFile.GetValueInt("Redis", "timeout", 30);
+    const int queueSize = m_ConfigFile.GetValueInt("Redis", "msgque_size", 200);
+    const bool result =
+        m_LobbyRedisServer.StartRedisServer(endpoint.host, endpoint.port, szPasswd, timeout);
+    __log(_DEBUG, "LobbyServer::ConnectRedis",
+          "Create RedisThread Success que_size[%d], ip[%s], port[%d], passwd[%s], timeout[%d] "
+          "result[%d]",
+          queueSize, endpoint.host, endpoint.port, szPasswd, timeout, result);
+    return result;
+}

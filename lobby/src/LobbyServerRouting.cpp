@@ -1,0 +1,136 @@
+// What the framework calls back: messages, closes, ticks.
+#include "CenterServerHandler.h"
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "ConfigServerHandler.h"
+#include "DataServerHandler.h"
+#include "LobbyClientHandler.h"
+#include "LobbyServer.h"
+#include "LogServerHandler.h"
+#include "QueueServerHandler.h"
+#include "WebServerHandler.h"
+#include "activitySystem/ActivitySystem.h"
+#include "lobby_client_msg.h"
+
+namespace {
+
+constexpr int64_t kKeepAliveSeconds = 25;
+constexpr long kShowListSeconds = 1800;
+constexpr long kStopSwitchSeconds = 10;
+constexpr long kKickOutSeconds = 5;
+constexpr long kSubscribeKeySeconds = 180;
+
+// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp.
+bool IsDue(std::optional<long>& stamp, long now, long period) {
+    if (!stamp) stamp = now;
+    if (now - *stamp < period) return false;
+    stamp = now;
+    return true;
+}
+
+}  // namespace
+
+void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) {
+    if (node == nullptr) {
+        __log(_ERROR, "LobbyServer::OnNetMessage", "OnNetMessage lpPlayerNode == NULL");
+    } else if (type == CLIENT_FORBIDDEN_C2S) {
+        __log(_WARN, "LobbyServer::OnNetMessage",
+              "client response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+        Close(node);
+    } else if (type == MSG_KEEP_ALIVE) {
+        SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    } else if (type == CLIENT_CONNECT_NOTICE_C2S) {
+        OnLobbyClientConnectNotice(node, data, length);
+    } else if (!OfferToHandlers(node, type, data, length)) {
+        __log(_ERROR, "LobbyServer::OnNetMessage", "lpPlayerNode[%d]非法消息类型[%0x]",
+              static_cast<int>(NodeTag(node)), type);
+    }
+}
+
+bool LobbyServer::OfferToHandlers(IPlayerNode* node, unsigned short type, void* data, long length) {
+    return m_lpQueueServerHandler->OnNetMessage(node, type, data, length) ||
+           m_lpDataServerHandler->OnNetMessage(node, type, data, length) ||
+           m_lpCenterServerHandler->OnNetMessage(node, type, data, length) ||
+           m_lpWebServerHandler->OnNetMessage(node, type, data, length) ||
+           m_lpConfigServerHandler->OnNetMessage(node, type, data, length) != 0 ||
+           m_lpLobbyClientHandler->OnNetMessage(node, type, data, length);
+}
+
+void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
+    if (node == nullptr) return;
+    auto* player = static_cast<LobbyPlayer*>(node);
+    if (m_lpLobbyServer == node) {
+        __log(_ERROR, "LobbyServer::OnClosed",
+              "lobby server has been closed ! bClosed[%d], node[0x%08x]", bClosed, NodeTag(node));
+        // The node is recycled: its next connection is a client's.
+        m_lpLobbyServer = nullptr;
+    } else if (OfferClose(node, bClosed)) {
+        // A peer that sent a connect notice is in the session list as well.
+        if (player->m_cLoginType > 0) m_lpLobbyClientHandler->Unlink(player);
+    } else {
+        CloseClient(player, bClosed);
+    }
+    *player = 0;
+    GameProvider::OnClosed(node, bClosed);
+}
+
+bool LobbyServer::OfferClose(IPlayerNode* node, bool bClosed) {
+    return m_lpQueueServerHandler->OnClosed(node, bClosed) ||
+           m_lpDataServerHandler->OnClosed(node, bClosed) ||
+           m_lpCenterServerHandler->OnClosed(node, bClosed) ||
+           m_lpWebServerHandler->OnClosed(node, bClosed) ||
+           m_lpLogServerHandler->OnClosed(node, bClosed) ||
+           m_lpConfigServerHandler->OnClosed(node, bClosed);
+}
+
+void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
+    m_lpLobbyClientHandler->unsubscribe(player, std::string());
+    __log(_DEBUG, "LobbyServer::OnClosed", "lobby client userid[%d] node[0x%08x]",
+          player->m_iUserID, NodeTag(player));
+    if (player->m_bDelOnline) m_LobbyRedisServer.DelLobbyOnline(player->m_iUserID);
+    m_lpLobbyClientHandler->OnClosed(player, bClosed);
+}
+
+void LobbyServer::OnTimer(long now) {
+    if (!m_bTicking.load(std::memory_order_acquire)) return;
+    if (now >= m_lTimer) {
+        KeepAliveLinks();
+        m_lTimer = ClockNow() + kKeepAliveSeconds;
+    }
+    RunPeriodicJobs(now);
+    RequestKeysWhenDue(now);
+    m_pActivitySystem->OnTimer(now);
+    m_lpWebServerHandler->OnTimer(now);
+    m_competeConfig.OnTimer(now);
+}
+
+void LobbyServer::KeepAliveLinks() {
+    m_lpCenterServerHandler->KeepAlive();
+    m_lpWebServerHandler->KeepAlive();
+    m_lpLogServerHandler->KeepAlive();
+    m_lpQueueServerHandler->KeepAlive();
+    m_lpDataServerHandler->KeepAlive();
+    m_lpConfigServerHandler->KeepAlive();
+}
+
+void LobbyServer::RunPeriodicJobs(long now) {
+    if (IsDue(m_lShowListTime, now, kShowListSeconds)) {
+        m_lpCenterServerHandler->refreshShowGameList();
+        m_lpDataServerHandler->SendActivityConfigReq(0);
+        loadSensitiveNameCfg();
+    }
+    if (IsDue(m_lStopSwitchTime, now, kStopSwitchSeconds)) {
+        m_lpConfigServerHandler->SendLobbyStopSwitchReqToConfig();
+    }
+    if (IsDue(m_lKickOutTime, now, kKickOutSeconds) && m_iLobbyStopSwitch > 0) {
+        KickOutAllLobbyPlayer();
+    }
+}
+
+// Starts from zero, not from the first tick: that tick sets the stamp, and the first request
+// follows a whole period later.
+void LobbyServer::RequestKeysWhenDue(long now) {
+    if (now - m_lSubscribeKeyTime < kSubscribeKeySeconds) return;
+    if (m_lSubscribeKeyTime != 0) RequestSubscribeKeyCfg();
+    m_lSubscribeKeyTime = now;
+}

@@ -1,0 +1,222 @@
+// Logins, kick-outs and the checks on users and names.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "CenterServerHandler.h"
+#include "Common/Log.h"
+#include "ConfigServerHandler.h"
+#include "DataServerHandler.h"
+#include "LobbyClientHandler.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+#include "center_server_msg.h"
+#include "lobby_client_msg.h"
+
+namespace {
+
+constexpr size_t kSensitiveNameSize = 1024000;
+
+}  // namespace
+
+void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length) {
+    // The borrowed name is what log readers filter by.
+    constexpr const char* tag = "LobbyServer::OnGameClientConnectNotice";
+    auto* player = static_cast<LobbyPlayer*>(node);
+    if (player->m_cLoginType != 0) {
+        __log(_DEBUG, tag, "node[%x] 玩家[%d]已经注册过 m_cLoginType[%d]!!!!!!!", NodeTag(node),
+              player->m_iUserID, player->m_cLoginType);
+        return;
+    }
+    if (m_iLobbyStopSwitch >= 1) {
+        __log(_ERROR, tag, "lobby stop[%d] 停机维护", m_iLobbyStopSwitch);
+        Close(node);
+        return;
+    }
+    if (length != sizeof(tagLobbyClientConnectNotice)) {
+        __log(_ERROR, tag, "node[0x%08x], buffer length is not match ! length[%d] != sizeof[%d]",
+              NodeTag(node), static_cast<int>(length),
+              static_cast<int>(sizeof(tagLobbyClientConnectNotice)));
+        Close(node);
+        return;
+    }
+    const auto notice = ReadMsg<tagLobbyClientConnectNotice>(data, length);
+    if (IsDisabled(notice.iUserID)) {
+        __log(_DEBUG, tag, "node[%x],iUserID = [%d] ---禁用账号!", NodeTag(node), notice.iUserID);
+        Close(node);
+        return;
+    }
+    __log(_DEBUG, tag, "userid[%d],  lobbysiteid[%d], node[0x%08x]", notice.iUserID,
+          notice.iLobbySiteID, NodeTag(node));
+    player->m_iUserID = notice.iUserID;
+    player->m_iLoginSiteID = notice.iLobbySiteID;
+    player->m_cLoginType = LOGIN_LOBBY;
+    CopyText(player->m_szToken, notice.szToken);
+    m_lpLobbyClientHandler->OnLobbyClientConnectNotice(player);
+}
+
+void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result) {
+    if (node == nullptr) return;
+    const auto* player = static_cast<LobbyPlayer*>(node);
+    LobbyAuthenRes answer;
+    std::memset(&answer, 0, sizeof(answer));
+    answer.ucErrNo = result;
+    answer.iReserve1 = player->iTeamTag;
+    answer.iReserve2 = player->iLianyunFlag;
+    answer.iReserve3 = player->usRegisterType;
+    CopyText(answer.szReserve1, player->szReserve1);
+    CopyText(answer.szReserve2, player->szOutAccount);
+    CopyText(answer.szReserve3, player->szReserve3);
+    SendData(node, LOBBY_AUTHEN_RES_S2C, &answer, sizeof(answer), ENCODE_NONE);
+}
+
+LobbyPlayer* LobbyServer::GetPlayerByUserID(int userID) {
+    return m_lpLobbyClientHandler->GetPlayerByUserID(userID);
+}
+
+LobbyPlayer* LobbyServer::GetClientLobbyPlayer() {
+    return m_lpLobbyClientHandler->GetClientLobbyPlayer();
+}
+
+void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
+    __log(_DEBUG,
+          bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
+          "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, NodeTag(player));
+    LobbyKickOutNotice notice;
+    std::memset(&notice, 0, sizeof(notice));
+    notice.iUserID = player->m_iUserID;
+    notice.bStopSwitch = bStopSwitch;
+    SendData(player, LOBBY_KICK_OUT_S2C, &notice, sizeof(notice), ENCODE_NONE);
+    // Of two sessions of a user the mark belongs to the one that stays.
+    player->m_bDelOnline = bStopSwitch;
+    Close(player);
+}
+
+int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
+    if (userID <= 0) {
+        __log(_ERROR, "LobbyServer::KickOutLobbyPlayer", "userid[%d] kickout error", userID);
+        return 0;
+    }
+    LobbyPlayer* player = GetClientLobbyPlayer();
+    while (player != nullptr && (player->m_iUserID != userID || player == except)) {
+        player = player->m_lpNext;
+    }
+    if (player == nullptr) return 0;
+    SendKickOut(player, false);
+    return 1;
+}
+
+void LobbyServer::KickOutAllLobbyPlayer() {
+    // A copy: closing unlinks sessions.
+    std::vector<LobbyPlayer*> players;
+    for (LobbyPlayer* p = GetClientLobbyPlayer(); p != nullptr; p = p->m_lpNext) {
+        players.push_back(p);
+    }
+    for (LobbyPlayer* player : players)
+        SendKickOut(player, true);
+}
+
+void LobbyServer::SendKickOutNoticeToCenter(int userID) {
+    __log(_DEBUG, "LobbyServer::SendKickOutNoticeToCenter", "send kickout userid[%d]", userID);
+    NoticeLobbyKickOut notice{};
+    notice.iUserID = userID;
+    IPlayerNode* center = m_lpCenterServerHandler->m_lpCenterServer;
+    if (center != nullptr) {
+        SendData(center, MSG_CENTER_KICK_OUT, &notice, sizeof(notice), ENCODE_NONE);
+    }
+}
+
+bool LobbyServer::IsDisabled(int userID) const {
+    return std::find(m_vcDisconnnetUserID.begin(), m_vcDisconnnetUserID.end(), userID) !=
+           m_vcDisconnnetUserID.end();
+}
+
+void LobbyServer::loadSensitiveNameCfg() {
+    LoadSensitiveNames();
+    LoadDisabledUsers();
+}
+
+void LobbyServer::LoadSensitiveNames() {
+    m_ConfigSensitiveNameCfg.InitFile("SensitiveName.cfg");
+    m_bufSensitiveName.assign(kSensitiveNameSize, '\0');
+    m_ConfigSensitiveNameCfg.GetValueStr("config", "SensitiveName", m_bufSensitiveName.data(),
+                                         static_cast<int>(m_bufSensitiveName.size()));
+    m_vecStrSensitiveName.clear();
+    std::string_view rest(m_bufSensitiveName.data());
+    while (!rest.empty()) {
+        const std::string_view piece = rest.substr(0, rest.find(','));
+        if (!piece.empty()) m_vecStrSensitiveName.emplace_back(piece);
+        rest.remove_prefix(std::min(piece.size() + 1, rest.size()));
+    }
+}
+
+void LobbyServer::LoadDisabledUsers() {
+    m_ConfigFileDiscUserID.InitFile("disconnectuserid.cfg");
+    const int count = m_ConfigFileDiscUserID.GetValueInt("disconnectcount", "usernum", 0);
+    for (int i = 0; i < count; ++i) {
+        char key[32];
+        std::snprintf(key, sizeof(key), "user%d", i);
+        const int userID = m_ConfigFileDiscUserID.GetValueInt("disconnect", key, 0);
+        m_vcDisconnnetUserID.push_back(userID);
+        std::printf("userid = [%d]", userID);
+    }
+    __log(_WARN, "LobbyServer::loadSensitiveNameCfg", "iCount = [%d],m_vcDisconnnetUserID = [%d]",
+          count, static_cast<int>(m_vcDisconnnetUserID.size()));
+}
+
+int LobbyServer::isContainSensitiveName(const char* name) {
+    for (const std::string& fragment : m_vecStrSensitiveName) {
+        if (strstr(name, fragment.c_str()) == nullptr) continue;
+        __log(_ERROR, "LobbyServer::isContainSensitiveName", "包含敏感字[%s]", fragment.c_str());
+        return 1;
+    }
+    return 0;
+}
+
+int LobbyServer::GetVipLevel(int value) {
+    auto& levels = m_mapConfigVipLevel;
+    // Past the largest level nothing can follow; with levels below 1 in the table the number of
+    // entries would stay ahead of i for ever.
+    const int last = levels.empty() ? 0 : levels.rbegin()->first;
+    for (int i = 1; i <= last && static_cast<size_t>(i) <= levels.size(); ++i) {
+        if (value < levels[i]) return i - 1;
+    }
+    return 0;
+}
+
+int LobbyServer::SendMsgToDataServer(int type, void* data, long length) {
+    IPlayerNode* node = m_lpDataServerHandler->m_lpDataServer;
+    if (node == nullptr) return 0;
+    SendData(node, static_cast<unsigned short>(type), data, length, ENCODE_NONE);
+    return 1;
+}
+
+int LobbyServer::SendMsgToConfigServer(int type, unsigned char* data, long length) {
+    IPlayerNode* node = m_lpConfigServerHandler->m_lpConfigServer;
+    if (node == nullptr) return 0;
+    return SendData(node, static_cast<unsigned short>(type), data, length, ENCODE_NONE);
+}
+
+void LobbyServer::SendMsgToPlayerByID(int userID, unsigned short type, char* data, long length) {
+    m_lpLobbyClientHandler->SendMsgToPlayerByID(userID, type, data, length);
+}
+
+void LobbyServer::SendMsgToAllLobbyClent(unsigned short type, void* data, long length) {
+    m_lpLobbyClientHandler->SendMsgToAllLobbyClent(type, data, length);
+}
+
+void LobbyServer::HandleRechargeSucessNotice(void* data, long length) {
+    m_lpLobbyClientHandler->HandleRechargeSucessNotice(data, length);
+}
+
+void LobbyServer::HandleConsumeSucessNotice(void* data, long length) {
+    m_lpLobbyClientHandler->HandleConsumeSucessNotice(data, length);
+}
+
+void LobbyServer::HandleSychUserDataMsg(void* data, long length) {
+    m_lpLobbyClientHandler->HandleSychUserDataMsg(data, length);
+}
+
+void LobbyServer::HandleSychUserDataMsg(IPlayerNode* node, void* data, long length) {
+    m_lpLobbyClientHandler->HandleSychUserDataMsg(node, data, length);
+}

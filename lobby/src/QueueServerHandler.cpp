@@ -1,0 +1,143 @@
+#include "QueueServerHandler.h"
+
+#include <cstdio>
+
+#include "BankInfoDef_Trans.h"
+#include "Common/Log.h"
+#include "DataServerHandler.h"
+#include "DispatchTable.h"
+#include "LobbyServer.h"
+#include "MsgView.h"
+#include "compete_msg.h"
+#include "queue_server_msg.h"
+
+namespace {
+
+// clang-format off
+constexpr DispatchRow<QueueServerHandler> kQueueRows[] = {
+    {BANK_LOGIN_Q2L,                  "LoginBankResult_trans",            &QueueServerHandler::OnBankLoginRes},
+    {BANK_GET_COIN_Q2L,               "GetCoinResult_trans",              &QueueServerHandler::OnGetCoinRes},
+    {BANK_SAVE_COIN_Q2L,              "SaveCoinRes_trans",                &QueueServerHandler::OnSaveCoinRes},
+    {BANK_MODIFY_PASSWD_Q2L,          "ModifyBankPasswdRes_trans",        &QueueServerHandler::OnModifyBankPasswd},
+    {MODIFY_PASSWORD_Q2L,             "ModifyPassWordRes_trans",          &QueueServerHandler::OnModifyPasswd},
+    {MODIFY_NICKNAME_Q2L,             "ModifyNickNameRes_trans",          &QueueServerHandler::OnModifyNickName},
+    {MODIFY_GENDER_Q2L,               "ModifyGenderRes_trans",            &QueueServerHandler::OnModifyGender},
+    {MODIFY_SIGNATURE_Q2L,            "ModifyPersonalSignatureRes_trans", &QueueServerHandler::OnModifyPersonalSignature},
+    {MODIFY_FACE_ID_Q2L,              "ModifyFaceIdRes_trans",            &QueueServerHandler::OnModifyFaceId},
+    {BINDING_MOBILE_Q2L,              "BindingMobileRes_trans",           &QueueServerHandler::OnBindingMobile},
+    {REAL_NAME_Q2L,                   "RealNameAuthenRes_trans",          &QueueServerHandler::OnRealNameAuthen},
+    {MODIFY_FACE_FRAME_Q2L,           "ModifyFaceFrameRes_trans",         &QueueServerHandler::OnModifyFaceFrame},
+    {EXCHANGE_COIN_Q2L,               "QueueExchangeCoinRes",             &QueueServerHandler::OnUserExchangeCoinRes},
+    {REFRESH_COIN_Q2L,                "RechargeRefresRes_trans",          &QueueServerHandler::OnRechargeRefreshCoin},
+    {MSG_QUEUE_COMPETE_USER_INFO_RES, "CompeteLobbyUserInfoRes",          &QueueServerHandler::OnCompeteLobbyUserInfoRes},
+};
+// clang-format on
+static_assert(TypesUnique(kQueueRows) && FindRow(kQueueRows, USER_INFO_Q2L) == nullptr);
+
+// Takes the account over into the session.
+void StoreAccount(LobbyPlayer* player, const UserInfoRes& info) {
+    player->llControlNum = info.llControlNum;
+    player->iMachineIndex = info.iMachineIndex;
+    player->iPlayGameTime = info.iPlayGameTime;
+    player->iAllYuanBaoAmount = info.iAllYuanBaoAmount;
+    player->iAccountsourceid = info.iAccountsourceid;
+    player->isBindingmobile = info.isBindingmobile;
+    player->iFriendPropNum = info.iFriendPropNum;
+    player->llGameCoin = info.llGameCoin;
+    player->llBankCoin = info.llBankCoin;
+    player->iTeamTag = info.iTeamTag;
+    player->iLianyunFlag = info.iLianyunFlag;
+    player->usRegisterType = info.usRegisterType;
+    CopyText(player->szReserve1, info.szReserve1);
+    CopyText(player->szOutAccount, info.szOutAccount);
+    CopyText(player->szReserve3, info.szReserve3);
+}
+
+}  // namespace
+
+int64_t QueueServerHandler::ConnectServer() {
+    return m_lpLobbyServer->ConnectServer("queue_server", m_lpQueueServer);
+}
+
+void QueueServerHandler::KeepAlive() {
+    IPlayerNode* node = m_lpQueueServer;
+    if (node != nullptr) m_lpLobbyServer->SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+}
+
+bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
+                                      long length) {
+    if (node == nullptr || m_lpQueueServer != node) return false;
+    if (type == USER_INFO_Q2L) {
+        HandleUserInfoRes(node, type, data, static_cast<int>(length));
+    } else if (const auto* row = FindRow(kQueueRows, type)) {
+        (this->*row->handle)(data, length);
+    } else {
+        __log(_ERROR, "QueueServerHandler::OnNetMessage",
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
+              type);
+    }
+    return true;
+}
+
+bool QueueServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    return m_lpLobbyServer->CloseLink(m_lpQueueServer, node, bClosed,
+                                      "QueueServerHandler::OnClosed", "authen server",
+                                      RECONNECT_QUEUE);
+}
+
+void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short /*type*/,
+                                           void* data, int length) {
+    constexpr int size = sizeof(UserInfoRes);
+    std::printf("%s: length[%d] sizeof(UserInfoRes)[%d]\n", "HandleUserInfoRes", length, size);
+    if (length != size) {
+        __log(_ERROR,
+              "QueueServerHandler::HandleUserInfoRes:", "Len[%d] != sizeof(UserInfoRes)[%d]",
+              length, size);
+        return;
+    }
+    const auto info = ReadMsg<UserInfoRes>(data, length);
+    LobbyPlayer* player =
+        m_lpLobbyServer->FindPlayerByHandle(info.ulPlayerNode, info.ulPlayerNodeId);
+    if (player == nullptr) return;  // the client has gone
+    if (info.cError == 0) {
+        std::printf("QueueServerHandler::HandleUserInfoRes userid:%d, iFriendPropNum[%d]\n",
+                    player->m_iUserID, info.iFriendPropNum);
+        m_lpLobbyServer->GetDataServerHandler()->SendActivityProgressReq(player);
+        StoreAccount(player, info);
+        EnterRegistry(player);
+    }
+    __log(_DEBUG, "QueueServerHandler::HandleUserInfoRes:",
+          "error[%d], userid[%d] node[0x%08x] gameCoin[%lld], bankCoin[%lld] controlnum[%lld]",
+          info.cError, player->m_iUserID, NodeTag(player),
+          static_cast<long long>(player->llGameCoin), static_cast<long long>(player->llBankCoin),
+          static_cast<long long>(player->llControlNum));
+    m_lpLobbyServer->CheckforClientIsReady(player, info.cError);
+}
+
+// The session confirmed last stays. A mark that is there already is left as it is, unrenewed: it
+// now stands for this session.
+void QueueServerHandler::EnterRegistry(LobbyPlayer* player) {
+    LobbyRedisServer& registry = m_lpLobbyServer->m_LobbyRedisServer;
+    const int userID = player->m_iUserID;
+    if (registry.IsLobbyOnline(userID) == 0) {
+        registry.InsertLobbyOnline(userID);
+        return;
+    }
+    __log(_DEBUG,
+          "QueueServerHandler::HandleUserInfoRes:", "userid[%d] node[0x%08x] has been online",
+          userID, NodeTag(player));
+    if (m_lpLobbyServer->KickOutLobbyPlayer(userID, player) == 0) {
+        m_lpLobbyServer->SendKickOutNoticeToCenter(userID);
+    }
+}
+
+LobbyPlayer* QueueServerHandler::SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,
+                                           const char* text) {
+    LobbyPlayer* player = m_lpLobbyServer->FindPlayerByHandle(handle, nodeId);
+    if (player != nullptr) return player;
+    // Of a node that is closed or another player's by now, only the id may be read.
+    const LobbyPlayer* other = m_lpLobbyServer->FindNodeByHandle(handle);
+    const auto current = other == nullptr ? 0 : other->m_ulPlayerNodeId.load();
+    __log(_ERROR, tag, text, static_cast<int>(nodeId), static_cast<int>(current));
+    return nullptr;
+}
