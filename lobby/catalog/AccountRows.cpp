@@ -3,6 +3,7 @@
 #include "Layouts.h"
 #include "lobby_client_msg.h"
 #include "queue_server_msg.h"
+#include "web_server_msg.h"
 
 namespace catalog {
 
@@ -111,9 +112,9 @@ Rows AccountRows() {
         Row<ExchangeGameCoinRes>             (LobbyToClient, EXCHANGE_COIN_S2C,         "coin exchange result"),
         Row<ExchangeGameCoinNotify>          (LobbyToClient, EXCHANGE_COIN_NOTIFY_S2C,  "coins received"),
         Varies<ConsumeSucessNotice>          (LobbyToClient, CONSUME_NOTICE_S2C,        "consume notice", "24 + iSize"),
-        Row<RechargeSucessNotice>            (WebToLobby,    RECHARGE_NOTICE_W2L,       "recharge notice"),
-        Varies<ConsumeSucessNotice>          (WebToLobby,    CONSUME_NOTICE_W2L,        "consume notice", "24 + iSize"),
-        Row<SychUserLobbyData>               (WebToLobby,    SYCH_USER_DATA_W2L,        "user data sync"),
+        Row<RechargeSucessNotice>            (WebToLobby,    MSG_WEB_RECHARGE_NOTICE,   "recharge notice"),
+        Varies<ConsumeSucessNotice>          (WebToLobby,    MSG_WEB_CONSUME_NOTICE,    "consume notice", "24 + iSize"),
+        Row<SychUserLobbyData>               (WebToLobby,    MSG_WEB_SYNC_USER_DATA,    "user data sync"),
         Row<SychUserLobbyData>               (LobbyToClient, SYCH_USER_DATA_S2C,        "user data sync"),
         Row<RechargeReFreshCoinReq>          (ClientToLobby, REFRESH_COIN_C2S,          "coin refresh request"),
         Row<RechargeReFreshCoinRes>          (LobbyToClient, REFRESH_COIN_S2C,          "coin refresh result"),

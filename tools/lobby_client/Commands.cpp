@@ -1,0 +1,228 @@
+#include "Commands.h"
+
+#include <charconv>
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+#include "Catalog.h"
+
+namespace client {
+namespace {
+
+using Words = std::vector<std::string>;
+
+bool IsNumber(const std::string& word) {
+    int64_t value = 0;
+    const auto result = std::from_chars(word.data(), word.data() + word.size(), value);
+    return result.ec == std::errc() && result.ptr == word.data() + word.size();
+}
+
+int64_t Number(const std::string& word) {
+    int64_t value = 0;
+    std::from_chars(word.data(), word.data() + word.size(), value);
+    return value;
+}
+
+int32_t Number32(const std::string& word) { return static_cast<int32_t>(Number(word)); }
+
+void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
+    using catalog::Direction;
+    if (manner.json) {
+        std::cout << catalog::DescribeJson(Direction::LobbyToClient, bytes) << std::endl;
+    } else {
+        std::printf("%-12s %s\n", label,
+                    catalog::Describe(Direction::LobbyToClient, bytes).c_str());
+        std::fflush(stdout);
+    }
+}
+
+// Prints an answer; true when its code is 0.
+template <class Res>
+bool Show(const char* label, uint16_t type, const Res& res, int code, const Manner& manner) {
+    ShowMessage(label, wire::Pack(type, res), manner);
+    return code == 0;
+}
+
+void ShowServers(const std::vector<tagServerInfo>& servers) {
+    std::printf("%6s %6s %6s %5s %7s %9s  %-20s %s\n", "game", "server", "level", "open",
+                "online", "limit", "name", "address");
+    for (const tagServerInfo& one : servers) {
+        std::printf("%6u %6u %6u %5s %7u %9u  %-20s %s:%u\n", one.usGameID, one.usServerID,
+                    one.usLevel, one.ucOpenFlag ? "yes" : "no", one.usOnlineCount,
+                    one.ulLimitPoint, TextStr(one.szServerName).c_str(),
+                    TextStr(one.szTelecomIP).c_str(), one.usServerPort);
+    }
+    std::printf("%zu entries\n", servers.size());
+    std::fflush(stdout);
+}
+
+bool ServerList(Player& player, const Words&, const Manner& manner) {
+    const auto servers = player.ServerList();
+    if (!manner.json) {
+        ShowServers(servers);
+        return true;
+    }
+    for (const tagServerInfo& one : servers) {
+        tagGameServer part{};
+        part.usListCount = 1;
+        part.serverInfo[0] = one;
+        ShowMessage("server-list", wire::Pack(MSG_CLIENT_SERVER_INFO_RES, part), manner);
+    }
+    return true;
+}
+
+}  // namespace
+
+// One row of the command table.
+struct Command {
+    const char* name;
+    const char* words;  // their names; a leading # marks a number
+    const char* help;
+    bool (*run)(Player&, const Words&, const Manner&);
+};
+
+namespace {
+
+// clang-format off: one row per command
+constexpr Command COMMANDS[] = {
+    {"login", "", "log in with --user, --token and --site",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Login(m.token, m.site);
+         return Show("login", LOBBY_AUTHEN_RES_S2C, res, res.ucErrNo, m); }},
+    {"bank-login", "", "open the bank with --bank-password",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.BankLogin(m.bankPassword);
+         return Show("bank-login", BANK_LOGIN_S2C, res, res.ucResultType, m); }},
+    {"take", "#AMOUNT", "take coin from the bank",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Take(Number(w[0]), m.bankPassword);
+         return Show("take", BANK_GET_COIN_S2C, res, res.ucResultType, m); }},
+    {"save", "#AMOUNT", "put coin into the bank",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Save(Number(w[0]));
+         return Show("save", BANK_SAVE_COIN_S2C, res, res.ucResultType, m); }},
+    {"passwd", "OLD NEW", "change the bank password",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.BankPassword(w[0], w[1]);
+         return Show("passwd", BANK_MODIFY_PASSWD_S2C, res, res.ucResultType, m); }},
+    {"login-password", "OLD NEW", "change the login password",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Password(w[0], w[1]);
+         return Show("login-password", MODIFY_PASSWORD_S2C, res, res.ucResultType, m); }},
+    {"nickname", "NAME", "change the nickname",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Nickname(w[0]);
+         return Show("nickname", MODIFY_NICKNAME_S2C, res, res.iError, m); }},
+    {"gender", "#NUMBER", "change the gender",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Gender(Number32(w[0]));
+         return Show("gender", MODIFY_GENDER_S2C, res, res.iError, m); }},
+    {"signature", "TEXT", "change the personal signature",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Signature(w[0]);
+         return Show("signature", MODIFY_SIGNATURE_S2C, res, res.iError, m); }},
+    {"face", "#ID", "change the face",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.FaceId(Number32(w[0]));
+         return Show("face", MODIFY_FACE_ID_S2C, res, res.iError, m); }},
+    {"mobile", "NUMBER", "bind a mobile number",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Mobile(w[0]);
+         return Show("mobile", BINDING_MOBILE_S2C, res, res.iError, m); }},
+    {"real-name", "NAME IDENTITY", "authenticate by real name and 18-digit identity",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.RealName(w[0], w[1]);
+         return Show("real-name", REAL_NAME_S2C, res, res.iError, m); }},
+    {"refresh", "", "ask for the coin figures",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Refresh();
+         return Show("refresh", REFRESH_COIN_S2C, res, res.iError, m); }},
+    {"exchange", "#RECEIVER #AMOUNT", "give coins to another player",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Exchange(Number32(w[0]), Number(w[1]));
+         return Show("exchange", EXCHANGE_COIN_S2C, res, res.iErrorCode, m); }},
+    {"server-list", "", "the game servers of the site", ServerList},
+    {"tournament", "", "today's tournament and one's own figures",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Tournament();
+         return Show("tournament", MSG_CLIENT_COMPETE_RES, res, res.usErrorCode, m); }},
+    {"subscribe", "KEY", "subscribe to a farm key (not answered)",
+     [](Player& p, const Words& w, const Manner&) { p.Subscribe(w[0]); p.KeepAlive(); return true; }},
+    {"unsubscribe", "KEY", "end a subscription (not answered)",
+     [](Player& p, const Words& w, const Manner&) { p.Unsubscribe(w[0]); p.KeepAlive(); return true; }},
+    {"activity", "#ID #LEVEL #PROGRESS", "send an activity request",
+     [](Player& p, const Words& w, const Manner&) {
+         p.Activity(Number32(w[0]), Number32(w[1]), Number32(w[2]));
+         p.KeepAlive();
+         return true; }},
+    {"keep-alive", "", "send a keep-alive and wait for its echo",
+     [](Player& p, const Words&, const Manner&) { p.KeepAlive(); return true; }},
+    {"wait", "#SECONDS", "stay connected that long",
+     [](Player& p, const Words& w, const Manner&) {
+         p.Watch(Clock::now() + std::chrono::seconds(Number(w[0])));
+         return true; }},
+};
+// clang-format on
+
+const Command* Find(const std::string& name) {
+    for (const Command& command : COMMANDS) {
+        if (name == command.name) return &command;
+    }
+    return nullptr;
+}
+
+Words Split(const std::string& text) {
+    Words words;
+    size_t at = 0;
+    while (at < text.size()) {
+        const size_t end = std::min(text.find(' ', at), text.size());
+        words.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return words;
+}
+
+}  // namespace
+
+bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
+    for (size_t at = 0; at < words.size();) {
+        Step step{Find(words[at]), {}};
+        if (step.command == nullptr) return error = "no command " + words[at], false;
+        const std::string name = words[at++];
+        for (const std::string& wanted : Split(step.command->words)) {
+            if (at == words.size()) {
+                return error = name + " needs " + step.command->words, false;
+            }
+            if (wanted[0] == '#' && !IsNumber(words[at])) {
+                return error = name + ": " + words[at] + " is not a number", false;
+            }
+            step.words.push_back(words[at++]);
+        }
+        steps.push_back(std::move(step));
+    }
+    return true;
+}
+
+bool Run(const Step& step, Player& player, const Manner& manner) {
+    return step.command->run(player, step.words, manner);
+}
+
+void ShowPush(const Message& message, const Manner& manner) {
+    ShowMessage("(push)", message.bytes, manner);
+}
+
+std::string CommandHelp() {
+    std::string out = "Commands, run in order:\n";
+    for (const Command& command : COMMANDS) {
+        std::string words;
+        for (const char* c = command.words; *c; ++c) {
+            if (*c != '#') words += *c;
+        }
+        out += "  " + std::string(command.name) + " " + words + "\n        " + command.help + "\n";
+    }
+    return out + "Exit status: 0 all commands succeeded, 1 one was refused, 2 wrong use,\n"
+                 "3 the lobby cannot be reached, closed the connection or did not answer.\n";
+}
+
+}  // namespace client

@@ -1,0 +1,73 @@
+// lobby_client: a player on the command line.
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+#include "Commands.h"
+
+namespace {
+
+struct Settings {
+    std::string host = "127.0.0.1";
+    uint16_t port = 0;
+    int32_t user = 0;
+    double timeout = 10;
+    bool webSocket = false;
+    bool watch = false;
+    client::Manner manner;
+    std::vector<std::string> words;
+};
+
+void Declare(CLI::App& app, Settings& s) {
+    app.option_defaults()->always_capture_default();
+    app.footer(client::CommandHelp());
+    app.add_option("--host", s.host, "the lobby's host");
+    app.add_option("--port", s.port, "the lobby's port")->required();
+    app.add_option("--user", s.user, "user id")->required();
+    app.add_option("--token", s.manner.token, "login token");
+    app.add_option("--site", s.manner.site, "lobby site");
+    app.add_option("--bank-password", s.manner.bankPassword, "bank password");
+    app.add_option("--timeout", s.timeout, "seconds to wait for an answer")
+        ->check(CLI::Range(0.001, 86400.0));
+    app.add_flag("--ws", s.webSocket, "connect through WebSocket");
+    app.add_flag("--watch", s.watch, "stay and print what the lobby pushes");
+    app.add_flag("--json", s.manner.json, "print answers as JSON, one per line");
+    app.add_option("commands", s.words, "commands and their words");
+}
+
+// 0, 1 or, by exception, 3.
+int Play(const Settings& s, const std::vector<client::Step>& steps) {
+    const auto patience = std::chrono::milliseconds(static_cast<long>(s.timeout * 1000));
+    client::Player player(s.host, s.port, s.user, patience,
+                          s.webSocket ? client::Transport::WebSocket : client::Transport::Tcp);
+    player.OnPush([&](const client::Message& message) { ShowPush(message, s.manner); });
+    bool all = true;
+    for (const client::Step& step : steps) all = Run(step, player, s.manner) && all;
+    if (s.watch) player.Watch(client::Clock::now() + std::chrono::hours(24 * 365));
+    return all ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Plays a player of the lobby."};
+    Settings settings;
+    Declare(app, settings);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    std::vector<client::Step> steps;
+    std::string error;
+    if (!client::Parse(settings.words, steps, error)) {
+        std::cerr << "lobby_client: " << error << "; --help lists the commands\n";
+        return 2;
+    }
+    try {
+        return Play(settings, steps);
+    } catch (const std::runtime_error& failure) {
+        std::cerr << "lobby_client: " << failure.what() << "\n";
+        return 3;
+    }
+}

@@ -1,0 +1,135 @@
+#include "CenterServer.h"
+
+#include <algorithm>
+
+namespace sim {
+namespace {
+
+// Lists that travel in several messages: the records of one part.
+template <class Msg, class Record, class Source, size_t N>
+std::vector<Msg> Parts(const Source& source, Record (Msg::*list)[N]) {
+    std::vector<Msg> parts;
+    size_t used = N;
+    for (const Record& record : source) {
+        if (used == N) {
+            parts.push_back({});
+            used = 0;
+        }
+        (parts.back().*list)[used++] = record;
+    }
+    return parts;
+}
+
+// Length up to the last used record.
+template <class Msg, size_t N, class Record>
+wire::Bytes Shortened(uint16_t type, const Msg& msg, Record (Msg::*)[N], size_t count) {
+    return wire::Pack(type, &msg, sizeof(msg) - (N - count) * sizeof(Record));
+}
+
+}  // namespace
+
+CenterServer::CenterServer(Platform& platform) : BackEnd(platform, ServerKind::Center) {
+    On(MSG_CENTER_REGISTER_REQ, &CenterServer::OnRegister);
+    On(MSG_CENTER_KICK_OUT, &CenterServer::OnKickOut);
+}
+
+// The site lists first: the lobby joins the two when the last server record is in.
+void CenterServer::OnRegister(Link& link, const tagServerRegisterReq&) {
+    const auto& sites = TheWorld().sites;
+    auto lists = Parts(sites, &tagLoginMobileCenterSiteGameListMsg::GameList);
+    for (size_t i = 0; i < lists.size(); ++i) {
+        const size_t count = std::min<size_t>(50, sites.size() - i * 50);
+        lists[i].iListCount = static_cast<int32_t>(count);
+        link.Send(Shortened(MSG_CENTER_SITE_GAME_LIST, lists[i],
+                            &tagLoginMobileCenterSiteGameListMsg::GameList, count));
+    }
+    std::vector<tagServerInfo> servers;
+    for (const auto& entry : TheWorld().servers) servers.push_back(entry.second);
+    auto notices = Parts(servers, &tagServerInfoNotice::ServerInfoList);
+    for (size_t i = 0; i < notices.size(); ++i) {
+        const size_t count = std::min<size_t>(10, servers.size() - i * 10);
+        notices[i].usListCount = static_cast<uint16_t>(count);
+        link.Send(Shortened(MSG_CENTER_SERVER_INFO, notices[i],
+                            &tagServerInfoNotice::ServerInfoList, count));
+    }
+}
+
+void CenterServer::OnKickOut(Link& link, const NoticeLobbyKickOut& notice) {
+    SendAll(MSG_CENTER_KICK_OUT, notice, &link);
+}
+
+void CenterServer::PutServer(const tagServerInfo& server) {
+    TheWorld().servers[server.usServerID] = server;
+    tagServerInfoNotice notice{};
+    notice.usListCount = 1;
+    notice.ServerInfoList[0] = server;
+    SendAll(Shortened(MSG_CENTER_SERVER_INFO, notice, &tagServerInfoNotice::ServerInfoList, 1));
+}
+
+bool CenterServer::RemoveServer(uint16_t id) {
+    const auto at = TheWorld().servers.find(id);
+    if (at == TheWorld().servers.end()) return false;
+    tagTerminateNotice notice{};
+    notice.usGameID = at->second.usGameID;
+    notice.usServerID = id;
+    TheWorld().servers.erase(at);
+    SendAll(MSG_CENTER_SERVER_TERMINATE, notice);
+    return true;
+}
+
+bool CenterServer::UpdateServer(uint16_t id, uint16_t online, uint8_t open) {
+    const auto at = TheWorld().servers.find(id);
+    if (at == TheWorld().servers.end()) return false;
+    at->second.usOnlineCount = online;
+    at->second.ucOpenFlag = open;
+    tagUpdateServerInfo update{};
+    update.usGameID = at->second.usGameID;
+    update.usServerID = id;
+    update.usOnlineCount = online;
+    update.ucOpenFlag = open;
+    SendAll(MSG_CENTER_SERVER_UPDATE, update);
+    return true;
+}
+
+bool CenterServer::SetOpen(uint16_t id, char open) {
+    const auto at = TheWorld().servers.find(id);
+    if (at == TheWorld().servers.end()) return false;
+    at->second.ucOpenFlag = static_cast<uint8_t>(open);
+    tagServerCloseNotice notice{};
+    notice.usGameID = at->second.usGameID;
+    notice.usServerID = id;
+    notice.cCloseServer = open;
+    SendAll(MSG_CENTER_SERVER_CLOSE, notice);
+    return true;
+}
+
+void CenterServer::PutSiteGame(const tagSiteMobileGameList& entry) {
+    TheWorld().sites.push_back(entry);
+    tagLoginMobileCenterSiteGameListMsg msg{};
+    msg.iListCount = 1;
+    msg.GameList[0] = entry;
+    SendAll(Shortened(MSG_CENTER_SITE_GAME_LIST, msg,
+                      &tagLoginMobileCenterSiteGameListMsg::GameList, 1));
+}
+
+bool CenterServer::WithdrawSiteGame(int32_t site, int32_t game) {
+    const auto gone = std::erase_if(TheWorld().sites, [&](const tagSiteMobileGameList& entry) {
+        return entry.iSiteID == site && entry.iGameID == game;
+    });
+    tagLoginCenterSiteGameTerminateNotice notice{};
+    notice.iSiteGameListCount = 1;
+    notice.siteGameInfo[0] = {site, game};
+    if (gone) {
+        SendAll(Shortened(MSG_CENTER_SITE_GAME_TERMINATE, notice,
+                          &tagLoginCenterSiteGameTerminateNotice::siteGameInfo, 1));
+    }
+    return gone != 0;
+}
+
+void CenterServer::KickOut(int32_t userId) {
+    NoticeLobbyKickOut notice{};
+    notice.iUserID = userId;
+    SendAll(MSG_CENTER_KICK_OUT, notice);
+}
+
+}  // namespace sim

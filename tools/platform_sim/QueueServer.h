@@ -1,0 +1,53 @@
+// The simulated queue server: accounts, bank, profile, coins.
+#pragma once
+
+#include "BackEnd.h"
+#include "BankInfoDef_Trans.h"
+#include "compete_msg.h"
+#include "queue_server_msg.h"
+
+namespace sim {
+
+// Codes of this queue server. 0 is success; 151 for a wrong bank password lets the lobby accept
+// the next bank login at once.
+enum Code : int32_t {
+    OK = 0,
+    UNKNOWN_USER = 1,
+    WRONG_TOKEN = 2,
+    WRONG_PASSWORD = 3,
+    NICKNAME_TAKEN = 5,
+    BAD_TEXT = 6,
+    BANK_WRONG_PASSWORD = 151,
+    BANK_NOT_ENOUGH = 152,
+    BANK_BAD_AMOUNT = 153,
+    EXCHANGE_NOT_ENOUGH = 20,
+    EXCHANGE_NO_RECEIVER = 21,
+};
+
+// Keeps real books: a take moves coins from the bank into the hand, an exchange from one player
+// to another, and nothing else changes their sum but recharges and rewards.
+class QueueServer : public BackEnd {
+  public:
+    explicit QueueServer(Platform& platform);
+
+  private:
+    void OnUserInfo(Link& link, const UserInfoReq& req);
+    void OnBankLogin(Link& link, const UserBankLoginReq_trans& req);
+    void OnTake(Link& link, const GetBankCoinReq_trans& req);
+    void OnSave(Link& link, const SaveCoinReq_trans& req);
+    void OnBankPassword(Link& link, const ModifyBankPasswdReq_trans& req);
+    void OnPassword(Link& link, const ModifyPassWordReq_trans& req);
+    void OnNickname(Link& link, const ModifyNickNameReq_trans& req);
+    void OnGender(Link& link, const ModifyGenderReq_trans& req);
+    void OnSignature(Link& link, const ModifyPersonalSignatureReq_trans& req);
+    void OnFaceId(Link& link, const ModifyFaceIdReq_trans& req);
+    void OnMobile(Link& link, const BindingMobileReq_trans& req);
+    void OnRealName(Link& link, const RealNameAuthenReq_trans& req);
+    void OnFaceFrame(Link& link, const ModifyFaceFrameReq_trans& req);
+    void OnRefresh(Link& link, const RechargeRefresReq_trans& req);
+    void OnExchange(Link& link, const QueueExchangeCoinReq& req);
+    void OnTournament(Link& link, const CompeteLobbyUserInfoReq& req);
+    void OnReward(Link& link, const tagDBUpdateUserPropInfo& req);
+};
+
+}  // namespace sim

@@ -1,0 +1,104 @@
+// platform_sim: the six back-end servers of the platform in one program.
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <unistd.h>
+
+#include "Platform.h"
+
+namespace {
+
+struct Settings {
+    std::array<uint16_t, sim::SERVERS> ports{};
+    uint16_t controlPort = 0;
+    std::string accounts;
+    std::string portsFile;
+    int32_t players = 0;
+    bool quiet = false;
+    bool dump = false;
+};
+
+void Declare(CLI::App& app, Settings& settings) {
+    for (const sim::ServerKind kind : sim::ALL_SERVERS) {
+        app.add_option(std::string("--") + sim::NameOf(kind) + "-port",
+                       settings.ports[static_cast<size_t>(kind)],
+                       "port of this server; 0 takes a free one");
+    }
+    app.add_option("--control-port", settings.controlPort, "port for control commands");
+    app.add_option("--ports-file", settings.portsFile, "write the ports there, too");
+    app.add_option("--accounts", settings.accounts, "JSON file with players and other tables");
+    app.add_option("--players", settings.players, "add this many players from 20001 on")
+        ->check(CLI::Range(0, 1000000));
+    app.add_flag("--quiet", settings.quiet, "do not print messages");
+    app.add_flag("--dump-accounts", settings.dump, "print the tables as JSON and end");
+}
+
+// "queue=1234 center=... control=..."
+std::string PortsLine(sim::Platform& platform, uint16_t control) {
+    std::string line;
+    for (const sim::ServerKind kind : sim::ALL_SERVERS) {
+        line += std::string(sim::NameOf(kind)) + "=" + std::to_string(platform.Port(kind)) + " ";
+    }
+    return line + "control=" + std::to_string(control);
+}
+
+// Appears whole: whoever waits for the file may read it at once.
+bool WritePorts(const std::string& path, const std::string& line) {
+    const std::string part = path + ".part";
+    {
+        std::ofstream file(part);
+        file << line << "\n";
+        if (!file.flush()) return false;
+    }
+    return std::rename(part.c_str(), path.c_str()) == 0;
+}
+
+int Serve(const Settings& settings, sim::World world) {
+    sim::Platform platform(std::move(world));
+    if (!settings.quiet) {
+        platform.SetPrinter([](const std::string& line) { std::cout << line << std::endl; });
+    }
+    for (const sim::ServerKind kind : sim::ALL_SERVERS) {
+        platform.Open(kind, settings.ports[static_cast<size_t>(kind)]);
+    }
+    const std::string line = PortsLine(platform, platform.OpenControl(settings.controlPort));
+    std::cout << "ports " << line << std::endl;
+    if (!settings.portsFile.empty() && !WritePorts(settings.portsFile, line)) {
+        std::cerr << "platform_sim: cannot write " << settings.portsFile << "\n";
+        return 1;
+    }
+    platform.ReadCommandsFrom(STDIN_FILENO);
+    platform.Run(true);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    CLI::App app{"Plays the platform's back-end servers for lobbies on this machine."};
+    Settings settings;
+    Declare(app, settings);
+    CLI11_PARSE(app, argc, argv);
+
+    sim::World world = sim::DefaultWorld();
+    std::string error;
+    if (!settings.accounts.empty() && !sim::LoadWorld(settings.accounts, world, error)) {
+        std::cerr << "platform_sim: " << settings.accounts << ": " << error << "\n";
+        return 1;
+    }
+    world.AddPlayers(20001, settings.players);
+    if (settings.dump) {
+        std::cout << sim::DumpWorld(world);
+        return 0;
+    }
+    try {
+        return Serve(settings, std::move(world));
+    } catch (const boost::system::system_error& failure) {
+        std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
+        return 1;
+    }
+}
