@@ -16,7 +16,7 @@ inline constexpr int AES_BLOCK_BYTES = 16;
 extern const char g_szKey[32];
 
 // One expanded AES-128 key for one direction. Owns its libcrypto contexts; used by one thread at
-// a time (libcrypto keeps scratch data in them).
+// a time, const or not: the contexts keep the state of the chain.
 struct aes_ctx {
     aes_ctx() = default;
     ~aes_ctx();
@@ -24,7 +24,8 @@ struct aes_ctx {
     aes_ctx& operator=(const aes_ctx&) = delete;
 
     EVP_CIPHER_CTX* ecb = nullptr;  // single blocks, and runs of independent ones
-    EVP_CIPHER_CTX* cbc = nullptr;  // chained blocks; encryption only
+    EVP_CIPHER_CTX* cbc = nullptr;  // chained blocks
+    mutable unsigned char chain[AES_BLOCK_BYTES] = {};  // last ciphertext block cbc went over
 };
 
 // Set up a 16-byte key for encryption or decryption. 0 on success; -1 when keyLength is not 16 or

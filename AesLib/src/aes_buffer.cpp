@@ -1,5 +1,4 @@
 // Buffers of any length: chaining and ciphertext stealing.
-#include <cstdint>
 #include <cstring>
 
 #include "aes.h"
@@ -12,16 +11,6 @@ constexpr int kBlock = AES_BLOCK_BYTES;
 void XorBytes(unsigned char* target, const unsigned char* other, int n) {
     for (int i = 0; i < n; ++i)
         target[i] ^= other[i];
-}
-
-void XorBlocks(unsigned char* target, const unsigned char* other, int bytes) {
-    for (int i = 0; i < bytes; i += 8) {
-        uint64_t a, b;
-        std::memcpy(&a, target + i, 8);
-        std::memcpy(&b, other + i, 8);
-        a ^= b;
-        std::memcpy(target + i, &a, 8);
-    }
 }
 
 // Fewer than 16 bytes: both blocks are enciphered in place and overlap, so that the second runs
@@ -40,7 +29,7 @@ bool EncryptLong(const unsigned char* in, int n, const unsigned char* iv, unsign
                  const aes_ctx* context) {
     const int rest = n % kBlock;
     const int full = n - rest;
-    if (!EcbBlocks(iv, out, kBlock, context) || !CbcBlocks(in, out + kBlock, full, iv, context))
+    if (!EcbBlocks(iv, out, kBlock, context) || !EncryptChain(in, out + kBlock, full, iv, context))
         return false;
     unsigned char* last = out + full;
     std::memcpy(last + kBlock, in + full, static_cast<size_t>(rest));
@@ -62,24 +51,22 @@ bool DecryptLong(const unsigned char* in, int n, unsigned char* out, const aes_c
     const int rest = n % kBlock;
     const int full = n - rest;
     const int head = full - kBlock;  // plaintext of all blocks but the last
-    unsigned char iv[kBlock];
-    unsigned char work[2 * kBlock];  // last full ciphertext block and the masked rest
-    if (!EcbBlocks(in, iv, kBlock, context)) return false;
 
-    // Independent blocks first, chaining afterwards: libcrypto works on several at a time.
-    if (!EcbBlocks(in + kBlock, out, head, context)) return false;
-    if (head > 0) {
-        XorBlocks(out, iv, kBlock);
-        XorBlocks(out + kBlock, in + kBlock, head - kBlock);
-    }
+    // One call for two blocks: the initialisation block and the end of the message.
+    unsigned char ends[2 * kBlock];
+    std::memcpy(ends, in, kBlock);
+    std::memcpy(ends + kBlock, in + full + rest, kBlock);
+    if (!EcbBlocks(ends, ends, 2 * kBlock, context)) return false;
+    const unsigned char* iv = ends;
 
-    std::memcpy(work, in + full, static_cast<size_t>(kBlock + rest));
-    if (!EcbBlocks(work + rest, work + rest, kBlock, context) ||
-        !EcbBlocks(work, out + head, kBlock, context))
-        return false;
-    XorBlocks(out + head, head > 0 ? in + head : iv, kBlock);
-    XorBytes(work + kBlock, work, rest);
-    std::memcpy(out + full, work + kBlock, static_cast<size_t>(rest));
+    unsigned char last[2 * kBlock];  // last full ciphertext block, then the masked rest
+    std::memcpy(last, in + full, static_cast<size_t>(rest));
+    std::memcpy(last + rest, ends + kBlock, kBlock);
+    if (head > 0 && !DecryptChain(in + kBlock, out, head, iv, context)) return false;
+    if (!EcbBlocks(last, out + head, kBlock, context)) return false;
+    XorBlock(out + head, head > 0 ? in + head : iv);
+    XorBytes(last + kBlock, last, rest);
+    std::memcpy(out + full, last + kBlock, static_cast<size_t>(rest));
     return true;
 }
 

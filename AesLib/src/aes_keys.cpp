@@ -26,7 +26,7 @@ void BuildKey(KeyKind kind, unsigned char* key) {
     std::memcpy(key, g_szKey, std::strlen(g_szKey));
 }
 
-// One thread's context for one key and direction, set up when first asked for: two pointers of
+// One thread's context for one key and direction, set up when first asked for: a few words of
 // thread-local storage each, because that storage is taken from the thread's 16 KiB.
 template <KeyKind kind, bool encrypt>
 const aes_ctx* Context() {

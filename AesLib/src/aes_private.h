@@ -3,12 +3,15 @@
 
 #include "aes.h"
 
-// Both take a whole number of blocks in bytes and answer false when libcrypto fails. The
-// direction is the one the context's key was set up for.
+void XorBlock(unsigned char* target, const unsigned char* other);
 
-// Each block on its own; in and out may be the same.
+// All take a whole number of blocks in bytes and answer false when libcrypto fails.
+
+// Each block on its own, in the direction the key was set up for; in and out may be the same.
 bool EcbBlocks(const unsigned char* in, unsigned char* out, int bytes, const aes_ctx* context);
 
-// Chained from iv; encryption contexts only.
-bool CbcBlocks(const unsigned char* in, unsigned char* out, int bytes, const unsigned char* iv,
-               const aes_ctx* context);
+// Chained from iv, at least one block; in and out must not overlap.
+bool EncryptChain(const unsigned char* in, unsigned char* out, int bytes, const unsigned char* iv,
+                  const aes_ctx* context);
+bool DecryptChain(const unsigned char* in, unsigned char* out, int bytes, const unsigned char* iv,
+                  const aes_ctx* context);

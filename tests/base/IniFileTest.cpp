@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "Common/IniFile.h"
+#include "TempFile.h"
+
+namespace {
+
+constexpr const char* kAbsent = "(absent)";
+
+std::string Value(const CIniFile& file, const char* section, const char* key) {
+    char buf[256] = {'x'};
+    const int size = file.GetValueStr(section, key, buf, sizeof(buf));
+    return size == 0 ? kAbsent : std::string(buf, static_cast<size_t>(size - 1));
+}
+
+TEST(IniFile, LinesAndTheirValues) {
+    const struct {
+        const char* content;
+        const char* section;
+        const char* key;
+        const char* value;
+    } kCases[] = {
+        {"[s]\r\n  Port =  8000  \r\n", "s", "port", "8000  "},
+        {"[Lobby\nkey=1\n", "Lobby", "key", "1"},
+        {"[log]\nLevel=x\n", "LOG", "level", "x"},
+        {"[s]\nk=\n", "s", "k", ""},
+        {"[s]\r\nk=  \r\n", "s", "k", ""},
+        {"[s]\nother=1\n", "s", "k", kAbsent},
+        {"[s]\na=1\n[t]\n[s]\nk=2\n", "s", "k", kAbsent},
+        {"[s]\nk=1\nk=2\n", "s", "k", "1"},
+        {"[s]\nk\nk=2\n", "s", "k", "2"},
+        {"[s]\nk=last", "s", "k", "last"},
+        {"[s]\r\nk=last\r", "s", "k", "last"},
+        {"[s]\n; x = 1\n", "s", "; x", "1"},
+        {"[s]\nk=a=b # no comment\n", "s", "k", "a=b # no comment"},
+        {"[s]\n\tk\t = v\n", "s", "k", "v"},
+        {"[s]\nk y =v\n", "s", "k y", "v"},
+        {"[s]\n=v\nk=1\n", "s", "=v", kAbsent},
+        {"[a]b]\nk=1\n", "a]b", "k", "1"},
+        {"[s] k=9\nk=1\n", "s", "k", "1"},
+        {"k=0\n[s]\nk=1\n", "s", "k", "1"},
+        {"k=0\n", "", "k", kAbsent},
+        {"[]\nk=0\n", "", "k", "0"},
+        {"[s]\nk=a\rb\n", "s", "k", "a\r"},
+        {"[s]\na\r=\nk=1\n", "s", "a\r", ""},
+        {"[ss]\nk=1\n", "s", "k", kAbsent},
+        {"[s]\nkk=1\n", "s", "k", kAbsent},
+        {"  \n\n  [s]\n\n  \nk=1\n   ", "s", "k", "1"},
+    };
+    for (const auto& row : kCases) {
+        TempFile file(row.content);
+        const CIniFile ini(file.Path());
+        EXPECT_EQ(Value(ini, row.section, row.key), row.value) << row.content;
+    }
+}
+
+TEST(IniFile, SizesAndSmallBuffers) {
+    TempFile file("[s]\nk=8000  \nempty=\nword=12abc\nno=abc\nbig=99999999999\nneg= -7\n");
+    const CIniFile ini(file.Path());
+    EXPECT_EQ(ini.GetLineCount(), 7);
+    EXPECT_EQ(ini.GetValueStr("s", "k", nullptr, 0), 7);
+    char buf[8] = "unharm";
+    EXPECT_EQ(ini.GetValueStr("s", "k", buf, 6), 7);
+    EXPECT_STREQ(buf, "unharm");
+    EXPECT_EQ(ini.GetValueStr("s", "k", buf, 7), 7);
+    EXPECT_STREQ(buf, "8000  ");
+    EXPECT_EQ(ini.GetValueStr("s", "missing", buf, 7), 0);
+    EXPECT_STREQ(buf, "");
+    EXPECT_EQ(ini.GetValueStr(nullptr, "k", buf, 7), 0);
+
+    EXPECT_EQ(ini.GetValueInt("s", "k", 5), 8000);
+    EXPECT_EQ(ini.GetValueInt("s", "empty", 5), 0);
+    EXPECT_EQ(ini.GetValueInt("s", "word", 5), 12);
+    EXPECT_EQ(ini.GetValueInt("s", "no", 5), 0);
+    EXPECT_EQ(ini.GetValueInt("s", "neg", 5), -7);
+    EXPECT_EQ(ini.GetValueInt("s", "missing", 5), 5);
+}
+
+TEST(IniFile, FailedLoadsKeepOrEmptyTheContent) {
+    TempFile file("[s]\nk=1\n");
+    TempFile empty("");
+    CIniFile ini(file.Path());
+    EXPECT_EQ(ini.InitFile(nullptr), 0);
+    EXPECT_EQ(ini.InitFile("/nonexistent/file"), 0);
+    EXPECT_EQ(ini.InitFile("/"), 0);
+    EXPECT_EQ(Value(ini, "s", "k"), "1");
+    EXPECT_EQ(ini.InitFile(empty.Path()), 0);
+    EXPECT_EQ(Value(ini, "s", "k"), kAbsent);
+    EXPECT_EQ(ini.GetLineCount(), 0);
+}
+
+TEST(IniFile, WritingBack) {
+    const struct {
+        const char* before;
+        const char* key;
+        bool spaced;
+        const char* after;
+    } kCases[] = {
+        {"[s]\r\nKey = old \r\nb=1\r\n", "key", true, "[s]\r\nKey = new\r\nb=1\r\n"},
+        {"[s]\nkey=old\n", "key", false, "[s]\nkeynew\n"},
+        {"[s]\nkey\n", "key", true, "[s]\nkey = new\n"},
+        {"[s]\na=1\n  [t]\nb=1\n", "key", true, "[s]\na=1\nkey = new\r\n  [t]\nb=1\n"},
+        {"[s]\na=1", "key", true, "[s]\na=1\r\nkey = new"},
+        {"[t]\na=1\n", "key", true, "[t]\na=1\n[s]\r\nkey = new"},
+        {"  [s]\n key=old\n", "key", true, "[s]\n key = new\n"},
+    };
+    for (const auto& row : kCases) {
+        TempFile file(row.before);
+        CIniFile ini(file.Path());
+        EXPECT_EQ(ini.SetValueStr("S", row.key, "newer", row.spaced, 3), 1);
+        std::string after = row.after;
+        if (after.find("[t]\na=1\n[s]") == 0) after.replace(after.find("[s]"), 3, "[S]");
+        EXPECT_EQ(ReadFile(file.Path()), after);
+    }
+    TempFile file("[s]\nn=1\n");
+    CIniFile ini(file.Path());
+    EXPECT_EQ(ini.SetValueInt("s", "n", -42), 1);
+    EXPECT_EQ(ini.GetValueInt("s", "n", 0), -42);
+    EXPECT_EQ(ini.SetValueStr("s", "n", nullptr, true), 1);
+    EXPECT_EQ(Value(ini, "s", "n"), "");
+    EXPECT_EQ(CIniFile().SetValueStr("s", "n", "1", true), 0);
+}
+
+TEST(IniFile, Deleting) {
+    const std::string content = "[a]\nx=1\ny=2\n[b]\nz=3\n";
+    TempFile file(content);
+    CIniFile ini(file.Path());
+    EXPECT_EQ(ini.DeleteKey("a", "missing"), 1) << "another section follows";
+    EXPECT_EQ(ini.DeleteKey("b", "missing"), 0);
+    EXPECT_EQ(ini.DeleteKey("c", "x"), 0);
+    EXPECT_EQ(ini.DeleteSection("c"), 0);
+    EXPECT_EQ(ReadFile(file.Path()), content);
+    EXPECT_EQ(ini.DeleteKey("A", "X"), 1);
+    EXPECT_EQ(ReadFile(file.Path()), "[a]\ny=2\n[b]\nz=3\n");
+    EXPECT_EQ(ini.DeleteSection("a"), 1);
+    EXPECT_EQ(ReadFile(file.Path()), "[b]\nz=3\n");
+    EXPECT_EQ(Value(ini, "b", "z"), "3");
+}
+
+TEST(IniFile, NameLists) {
+    TempFile file("[ab]\nx=1\n\ncomment\n[c]\n[ab]\n");
+    const CIniFile ini(file.Path());
+    char buf[16];
+    ASSERT_EQ(ini.GetSectionNames(buf, sizeof(buf)), 9);
+    EXPECT_EQ(std::string(buf, 9), std::string("ab\0c\0ab\0\0", 9));
+    ASSERT_EQ(ini.GetKeyNames("AB", buf, sizeof(buf)), 11);
+    EXPECT_EQ(std::string(buf, 11), std::string("x\0comment\0\0", 11));
+    EXPECT_EQ(ini.GetKeyNames("c", buf, sizeof(buf)), 0);
+
+    std::fill_n(buf, 16, '#');
+    EXPECT_EQ(ini.GetSectionNames(buf, 5), 9);
+    EXPECT_EQ(std::string(buf, 6), std::string("ab\0\0##", 6)) << "nothing behind a misfit";
+    EXPECT_EQ(ini.GetSectionNames(nullptr, 0), 9);
+}
+
+TEST(IniFile, RandomBytesAreRead) {
+    std::mt19937 random(1);
+    const std::string alphabet = "[]= \t\r\nab;\0";
+    for (int round = 0; round < 3000; ++round) {
+        std::string content(1 + random() % 40, '\0');
+        for (char& c : content)
+            c = alphabet[random() % alphabet.size()];
+        TempFile file(content);
+        CIniFile ini(file.Path());
+        char buf[64];
+        ini.GetSectionNames(buf, static_cast<int>(random() % 64));
+        for (const char* name : {"a", "b", "ab", ""}) {
+            ini.GetKeyNames(name, buf, static_cast<int>(random() % 64));
+            for (const char* key : {"a", "b", "ab", ""})
+                Value(ini, name, key);
+        }
+        ini.SetValueStr("a", "b", "value", true);
+        EXPECT_EQ(Value(ini, "a", "b"), "value") << content;
+        ini.DeleteKey("a", "b");
+        ini.DeleteSection("a");
+    }
+}
+
+}  // namespace
