@@ -5,7 +5,8 @@
 #include <cstdint>
 
 // A message type, its name for tools and the handler that takes it (whole message and length).
-template <class Handler> struct DispatchRow {
+template <class Handler>
+struct DispatchRow {
     uint16_t type;
     const char* name;
     void (Handler::*handle)(void* data, long length);

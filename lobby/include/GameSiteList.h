@@ -17,8 +17,7 @@ struct GameSiteInfo {
 // other); such entries may be missed by a look-up or stand twice, but the map stays intact.
 inline bool operator<(const GameSiteInfo& a, const GameSiteInfo& b) {
     if (a.iSiteID != b.iSiteID) return a.iSiteID < b.iSiteID;
-    const uint32_t difference =
-        static_cast<uint32_t>(a.iGameID) - static_cast<uint32_t>(b.iGameID);
+    const uint32_t difference = static_cast<uint32_t>(a.iGameID) - static_cast<uint32_t>(b.iGameID);
     return static_cast<int32_t>(difference) < 0;
 }
 

@@ -87,15 +87,15 @@ struct WebFarmSubscribeKeyRes {
 
 static_assert(sizeof(ClientSubscribeMsg) == 144 && offsetof(ClientSubscribeMsg, szKey) == 16);
 static_assert(sizeof(ClientUnsubscribeMsg) == 144 && offsetof(ClientUnsubscribeMsg, szKey) == 16);
-static_assert(sizeof(ClientPublishMsg) == 1168 &&
-              offsetof(ClientPublishMsg, szMsgContent) == 144);
+static_assert(sizeof(ClientPublishMsg) == 1168 && offsetof(ClientPublishMsg, szMsgContent) == 144);
 static_assert(sizeof(BulletinTransferFarmNotice) == 1172 &&
               offsetof(BulletinTransferFarmNotice, szMsgContent) == 148);
 static_assert(sizeof(LobbyTransferFarmNotice) == 1044);
 static_assert(sizeof(LobbyFarmTransferLog) == 1048 &&
               offsetof(LobbyFarmTransferLog, szMsgContent) == 24);
 static_assert(sizeof(WebFarmSubscribeKeyReq) == 8 && sizeof(WebFarmSubscribeKeyInfo) == 128);
-static_assert(sizeof(WebFarmSubscribeKeyRes) == 16 && offsetof(WebFarmSubscribeKeyRes, iCount) == 12);
+static_assert(sizeof(WebFarmSubscribeKeyRes) == 16 &&
+              offsetof(WebFarmSubscribeKeyRes, iCount) == 12);
 static_assert(std::is_standard_layout_v<BulletinTransferFarmNotice> &&
               std::is_trivially_copyable_v<BulletinTransferFarmNotice> &&
               std::is_standard_layout_v<WebFarmSubscribeKeyRes> &&

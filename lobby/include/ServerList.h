@@ -46,8 +46,8 @@ class ServerList {
     // player who is not logged in to the lobby or whose site has no list.
     void SendServerList(GameProvider* provider, IPlayerNode* node, GameSiteList sites);
 
-    std::map<uint64_t, tagServerInfo> m_gameServerMap;              // by server id
-    std::map<int32_t, std::vector<tagServerInfo>> m_showSiteMap;    // by site id
+    std::map<uint64_t, tagServerInfo> m_gameServerMap;            // by server id
+    std::map<int32_t, std::vector<tagServerInfo>> m_showSiteMap;  // by site id
 
   private:
     void RebuildShowLists(const GameSiteList& sites);
@@ -55,6 +55,6 @@ class ServerList {
     void LogShowSizes(int32_t userId, int32_t siteId) const;
     void SendChunk(GameProvider* provider, IPlayerNode* node, bool last, const char* mark);
 
-    time_t m_tLastDump = 0;        // of the show lists to the log
-    tagGameServer m_sendList = {}; // kept off the worker's small stack
+    time_t m_tLastDump = 0;         // of the show lists to the log
+    tagGameServer m_sendList = {};  // kept off the worker's small stack
 };

@@ -124,7 +124,8 @@ static_assert(offsetof(tagServerInfo, szTelecomIP) == 36 &&
               offsetof(tagServerInfo, ulLimitPoint) == 52 &&
               offsetof(tagServerInfo, usOnlineCount) == 72 &&
               offsetof(tagServerInfo, ucOpenFlag) == 77 && offsetof(tagServerInfo, usLevel) == 78 &&
-              offsetof(tagServerInfo, iMaxUserNum) == 80 && offsetof(tagServerInfo, szDsnInfo) == 84);
+              offsetof(tagServerInfo, iMaxUserNum) == 80 &&
+              offsetof(tagServerInfo, szDsnInfo) == 84);
 static_assert(sizeof(tagServerInfoNotice) == 1172 &&
               offsetof(tagServerInfoNotice, ServerInfoList) == 12);
 static_assert(sizeof(tagUpdateServerInfo) == 16 && offsetof(tagUpdateServerInfo, ucOpenFlag) == 14);

@@ -54,8 +54,7 @@ void CenterServerHandler::KeepAlive() {
     }
 }
 
-bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
-                                       long length) {
+bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (node == nullptr || node != m_lpCenterServer) return false;
     if (const auto* row = FindRow(kDispatch, type)) (this->*row->handle)(data, length);
     return true;
@@ -63,7 +62,8 @@ bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* d
 
 bool CenterServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
     return m_lpLobbyServer->CloseLink(m_lpCenterServer, node, bClosed,
-                                      "CenterServerHandler::OnClosed", "center", RECONNECT_CENTER);
+                                      "CenterServerHandler::OnClosed", "center server",
+                                      RECONNECT_CENTER);
 }
 
 void CenterServerHandler::refreshShowGameList() {
@@ -146,8 +146,7 @@ void CenterServerHandler::OnCenterServerGameListNotice(void* data, long length) 
         __log(_DEBUG, tag,
               "LoginMibileCenterSiteGameListMsg size[%d], gameID[%d], siteID[%d], "
               "szGamename[%s]!",
-              static_cast<int>(i), entry.iGameID, entry.iSiteID,
-              TextStr(entry.szGameName).c_str());
+              static_cast<int>(i), entry.iGameID, entry.iSiteID, TextStr(entry.szGameName).c_str());
         m_GameSiteList.InsertInfo(entry);
     }
 }

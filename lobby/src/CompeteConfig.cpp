@@ -21,7 +21,8 @@ uint16_t ReadTurns(const CIniFile& file, const char* key, const char* heading,
     turns.clear();
     Tools::analyzeSiteID(text, separators, turns);
     std::printf("\n%s", heading);
-    for (size_t i = 0; i < turns.size(); ++i) std::printf("%s%d", i == 0 ? "" : ", ", turns[i]);
+    for (size_t i = 0; i < turns.size(); ++i)
+        std::printf("%s%d", i == 0 ? "" : ", ", turns[i]);
     std::printf("\n");
     return static_cast<uint16_t>(turns.size());
 }

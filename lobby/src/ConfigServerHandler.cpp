@@ -95,7 +95,8 @@ int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void
 
 bool ConfigServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
     return m_lpLobbyServer->CloseLink(m_lpConfigServer, node, bClosed,
-                                      "ConfigServerHandler::OnClosed", "config", RECONNECT_CONFIG);
+                                      "ConfigServerHandler::OnClosed", "config server",
+                                      RECONNECT_CONFIG);
 }
 
 void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {

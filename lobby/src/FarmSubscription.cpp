@@ -9,7 +9,9 @@
 
 namespace {
 
-unsigned long NodeIdOf(const LobbyPlayer& player) { return player; }
+unsigned long NodeIdOf(const LobbyPlayer& player) {
+    return player;
+}
 
 // Adds the player once per connection. One user on two connections stands twice.
 void AddSubscriber(std::vector<PublishPlayer>& subscribers, LobbyPlayer& player,
@@ -34,9 +36,8 @@ void RemoveSubscriber(std::vector<PublishPlayer>& subscribers, const LobbyPlayer
     static constexpr char tag[] = "LobbyClientHandler::unsubscribe";
     if (LogEnabled(_DEBUG)) {
         for (const PublishPlayer& s : subscribers) {
-            __log(_DEBUG, tag, "userid[%d, %d] ulPlayerNodeId[%d, %d]", player.m_iUserID,
-                  s.iUserID, static_cast<int>(NodeIdOf(player)),
-                  static_cast<int>(s.ulPlayerNodeId));
+            __log(_DEBUG, tag, "userid[%d, %d] ulPlayerNodeId[%d, %d]", player.m_iUserID, s.iUserID,
+                  static_cast<int>(NodeIdOf(player)), static_cast<int>(s.ulPlayerNodeId));
         }
     }
     std::erase_if(subscribers, [&player](const PublishPlayer& s) {
@@ -95,8 +96,7 @@ void LobbyClientHandler::unsubscribe(IPlayerNode* node, const std::string& key) 
     const LobbyPlayer& player = *static_cast<LobbyPlayer*>(node);
     if (!key.empty()) {
         RemoveFromKey(*m_lpLobbyServer, player, key);
-        __log(_DEBUG, tag, "userid[%d] key[%s] unsubscribe success", player.m_iUserID,
-              key.c_str());
+        __log(_DEBUG, tag, "userid[%d] key[%s] unsubscribe success", player.m_iUserID, key.c_str());
     }
     auto& keysOfUser = m_lpLobbyServer->m_mapPlayerToStrKey;
     const auto it = keysOfUser.find(player.m_iUserID);
@@ -109,7 +109,8 @@ void LobbyClientHandler::unsubscribe(IPlayerNode* node, const std::string& key) 
         std::erase(it->second, key);
         return;
     }
-    for (const std::string& each : it->second) RemoveFromKey(*m_lpLobbyServer, player, each);
+    for (const std::string& each : it->second)
+        RemoveFromKey(*m_lpLobbyServer, player, each);
     keysOfUser.erase(it);
     __log(_DEBUG, tag, "userid[%d] ulPlayerNodeId[%d] all key unsubscribe success",
           player.m_iUserID, static_cast<int>(NodeIdOf(player)));

@@ -14,10 +14,9 @@ bool LobbyServer::IsExistSubscribeKey(const std::string& key) {
         __log(_ERROR, "LobbyServer::IsExistSubscribeKey", "szKey is nullptr.");
         return false;
     }
-    return std::any_of(m_lSubscribeKeyInfo.begin(), m_lSubscribeKeyInfo.end(),
-                       [&key](const WebFarmSubscribeKeyInfo& info) {
-                           return TextOf(info.szKey) == key;
-                       });
+    return std::any_of(
+        m_lSubscribeKeyInfo.begin(), m_lSubscribeKeyInfo.end(),
+        [&key](const WebFarmSubscribeKeyInfo& info) { return TextOf(info.szKey) == key; });
 }
 
 void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice& notice) {

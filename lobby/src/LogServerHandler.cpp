@@ -15,11 +15,13 @@ void LogServerHandler::KeepAlive() {
     }
 }
 
-bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) { return false; }
+bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) {
+    return false;
+}
 
 bool LogServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
     return m_lpLobbyServer->CloseLink(m_lpLogServer, node, bClosed, "LogServerHandler::OnClosed",
-                                      "log", RECONNECT_LOG);
+                                      "log server", RECONNECT_LOG);
 }
 
 void LogServerHandler::SendMsgToLogServer(uint16_t type, void* data, long length) {

@@ -28,7 +28,8 @@ uint64_t RecordKey(const tagServerInfo& info) {
 class ShowListBuilder {
   public:
     explicit ShowListBuilder(ShowList& list) : m_list(list) {
-        for (size_t i = 0; i < list.size(); ++i) m_index.try_emplace(RecordKey(list[i]), i);
+        for (size_t i = 0; i < list.size(); ++i)
+            m_index.try_emplace(RecordKey(list[i]), i);
     }
 
     void Add(const tagServerInfo& info) {
@@ -49,7 +50,7 @@ class ShowListBuilder {
 // One game's servers as sites show them.
 struct GameRecords {
     std::vector<const tagServerInfo*> servers;  // by ascending server id
-    ShowList shown[2];                          // [1]: one entry per level; made when first asked for
+    ShowList shown[2];  // [1]: one entry per level; made when first asked for
 };
 
 void AddServers(const GameRecords& game, bool onePerLevel, ShowList& list) {
@@ -101,9 +102,8 @@ int32_t ServerList::InsertInfo(tagServerInfo& info, GameSiteList sites, bool ref
 int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) {
     const auto it = m_gameServerMap.find(update.usServerID);
     if (it == m_gameServerMap.end()) {
-        __log(_ERROR, "ServerList::UpdateInfo",
-              "gameMap find error ! game_id[%d], server_id[%d]", update.usGameID,
-              update.usServerID);
+        __log(_ERROR, "ServerList::UpdateInfo", "gameMap find error ! game_id[%d], server_id[%d]",
+              update.usGameID, update.usServerID);
         return 0;
     }
     tagServerInfo& info = it->second;
@@ -152,7 +152,8 @@ void ServerList::refreshShowGameList(GameSiteList sites) {
 void ServerList::RebuildShowLists(const GameSiteList& sites) {
     m_showSiteMap.clear();
     std::unordered_map<int32_t, GameRecords> games;
-    for (const auto& [id, info] : m_gameServerMap) games[info.usGameID].servers.push_back(&info);
+    for (const auto& [id, info] : m_gameServerMap)
+        games[info.usGameID].servers.push_back(&info);
 
     // As long as a site has nothing of a game, no record of it can merge with one that is there,
     // so the game's ready-made list is appended as a whole.
@@ -179,7 +180,8 @@ void ServerList::DumpShowLists() {
     static constexpr char tag[] = "ServerList::refreshShowGameList";
     for (const auto& [site, list] : m_showSiteMap) {
         __log(_DEBUG, tag, "-------------------第%d站点--------------------------", site);
-        for (const tagServerInfo& info : list) LogShown(site, info);
+        for (const tagServerInfo& info : list)
+            LogShown(site, info);
         __log(_DEBUG, tag,
               "-------------------------------------------"
               "-------------------------------------------\n\n");
@@ -229,8 +231,7 @@ void ServerList::LogShowSizes(int32_t userId, int32_t siteId) const {
     __log(_DEBUG, tag, "==========================================");
 }
 
-void ServerList::SendChunk(GameProvider* provider, IPlayerNode* node, bool last,
-                           const char* mark) {
+void ServerList::SendChunk(GameProvider* provider, IPlayerNode* node, bool last, const char* mark) {
     m_sendList.usIsFinish = last ? 1 : 0;
     const size_t length =
         offsetof(tagGameServer, serverInfo) + m_sendList.usListCount * sizeof(tagServerInfo);
@@ -238,6 +239,5 @@ void ServerList::SendChunk(GameProvider* provider, IPlayerNode* node, bool last,
                        ENCODE_NONE);
     m_sendList.usListCount = 0;
     __log(_DEBUG, "ServerList::SendServerList",
-          "=================== %s usIsFinish[%d]====================", mark,
-          m_sendList.usIsFinish);
+          "=================== %s usIsFinish[%d]====================", mark, m_sendList.usIsFinish);
 }

@@ -13,8 +13,7 @@ constexpr time_t kServerInfoPause = 2;
 
 }  // namespace
 
-void LobbyClientHandler::HandleClientServerInfoReq(IPlayerNode* node, void* data,
-                                                   uint16_t length) {
+void LobbyClientHandler::HandleClientServerInfoReq(IPlayerNode* node, void* data, uint16_t length) {
     static constexpr char tag[] = "HandleClientServerInfoReq";
     if (data == nullptr || node == nullptr) {
         __log(_ERROR, tag, "node is nil");

@@ -37,9 +37,13 @@ int32_t GetAbsDays(MyDate date) {
     return static_cast<int32_t>(days + date.day - 1);
 }
 
-int32_t GetDiffDays(MyDate a, MyDate b) { return GetAbsDays(a) - GetAbsDays(b); }
+int32_t GetDiffDays(MyDate a, MyDate b) {
+    return GetAbsDays(a) - GetAbsDays(b);
+}
 
-int32_t Tools::intervalDays(long t1, long t2) { return GetDiffDays(DateOf(t1), DateOf(t2)); }
+int32_t Tools::intervalDays(long t1, long t2) {
+    return GetDiffDays(DateOf(t1), DateOf(t2));
+}
 
 int32_t Tools::secondIsNewDay(long t1, long t2) {
     const int day1 = LocalTime(t1).tm_yday;

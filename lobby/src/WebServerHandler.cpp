@@ -65,7 +65,7 @@ bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data
 
 bool WebServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
     return m_lpLobbyServer->CloseLink(m_lpWebServer, node, bClosed, "WebServerHandler::OnClosed",
-                                      "web", RECONNECT_WEB);
+                                      "web server", RECONNECT_WEB);
 }
 
 void WebServerHandler::OnTimer(long now) {

@@ -1,0 +1,129 @@
+// Times the rebuild of the show lists and the sending of one site's list.
+#include <benchmark/benchmark.h>
+
+#include "CenterServerHandler.h"
+#include "Game/NetGame.h"
+#include "LobbyPlayer.h"
+#include "ServerList.h"
+
+namespace {
+
+constexpr int kSiteEntries = 1000;
+
+// A sender that only counts.
+struct CountingSender : INetSender {
+    bool Initialize() override { return true; }
+    bool SendData(IPlayerNode*, unsigned short, void* data, long length, long) override {
+        benchmark::DoNotOptimize(data);
+        bytes += length;
+        return true;
+    }
+    bool SendData(IPlayerNode*, void*, long) override { return false; }
+    void* AllocMassData(unsigned long, unsigned short, void*, long, long) override {
+        return nullptr;
+    }
+    void* AllocMassData(unsigned long, void*, long) override { return nullptr; }
+    bool SendMassData(IPlayerNode*, void*) override { return false; }
+    void Close(IPlayerNode*) override {}
+    void OnClosed(IPlayerNode*) override {}
+    long bytes = 0;
+};
+
+struct NoMessager : INetMessager {
+    void OnReadCompleted(EPOLLContext*, void*, long) override {}
+    void OnConnectionClosed(EPOLLContext*, bool) override {}
+    void OnTimer(long) override {}
+    EPOLLContext* OnCreateContext() override { return nullptr; }
+};
+
+struct NoNetwork : INetProvider {
+    bool Initialize(unsigned long, unsigned long, unsigned long) override { return true; }
+    bool Initialize(unsigned long, unsigned long, unsigned long, unsigned long,
+                    unsigned long) override {
+        return true;
+    }
+    void Shutdown() override {}
+    void CancelConnects() override {}
+    EPOLLContext* Create(bool, const char*, unsigned short, unsigned long, unsigned long, long,
+                         long, long) override {
+        return nullptr;
+    }
+    EPOLLContext* Create(bool, sockaddr_in&, unsigned long, unsigned long, long, long,
+                         long) override {
+        return nullptr;
+    }
+    void ReleaseContext(EPOLLContext*) override {}
+};
+
+NetParts Parts() {
+    NetParts parts;
+    parts.messager = std::make_unique<NoMessager>();
+    parts.provider = std::make_unique<NoNetwork>();
+    parts.sender = std::make_unique<CountingSender>();
+    return parts;
+}
+
+struct Application : GameProvider {
+    Application() : GameProvider(Parts()) { Initialize(0, 0, 0, 0, 1, 0, 0); }
+    long Start() override { return 0; }
+    IPlayerNode* OnCreatePlayer() override { return nullptr; }
+};
+
+// Servers spread over the games, 5 levels each.
+void FillServers(ServerList& list, int count, int games) {
+    for (int i = 0; i < count; ++i) {
+        tagServerInfo info{};
+        info.usGameID = static_cast<uint16_t>(i % games);
+        info.usServerID = static_cast<uint16_t>(i + 1);
+        info.usLevel = static_cast<uint16_t>(i % 5);
+        list.m_gameServerMap[info.usServerID] = info;
+    }
+}
+
+// 1000 entries: each site offers every game, every third one merged.
+GameSiteList Sites(int games) {
+    GameSiteList sites;
+    for (int i = 0; i < kSiteEntries; ++i) {
+        tagSiteMobileGameList entry{};
+        entry.iSiteID = i / games;
+        entry.iGameID = i % games;
+        entry.iGameKind = i % 3;
+        sites.m_gameSiteMap[{entry.iSiteID, entry.iGameID}] = entry;
+    }
+    return sites;
+}
+
+// The call as the center handler makes it, the copy of the site list included.
+void Rebuild(benchmark::State& state) {
+    const int games = static_cast<int>(state.range(1));
+    ServerList list;
+    FillServers(list, static_cast<int>(state.range(0)), games);
+    const GameSiteList sites = Sites(games);
+    for (auto _ : state)
+        list.refreshShowGameList(sites);
+    size_t records = 0;
+    for (const auto& [site, shown] : list.m_showSiteMap)
+        records += shown.size();
+    state.counters["records"] = static_cast<double>(records);
+}
+BENCHMARK(Rebuild)
+    ->ArgNames({"servers", "games"})
+    ->ArgsProduct({{100, 1000, 2000}, {10, 50, 200}})
+    ->Unit(benchmark::kMillisecond);
+
+void SendList(benchmark::State& state) {
+    Application application;
+    LobbyPlayer player;
+    player.m_cLoginType = LOGIN_LOBBY;
+    player.m_iLoginSiteID = 1;
+    ServerList list;
+    list.m_showSiteMap[1].resize(static_cast<size_t>(state.range(0)));
+    const GameSiteList sites = Sites(50);
+    for (auto _ : state)
+        list.SendServerList(&application, &player, sites);
+}
+BENCHMARK(SendList)->ArgName("records")->Arg(45)->Arg(1000)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

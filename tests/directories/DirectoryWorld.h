@@ -1,0 +1,116 @@
+// A serving lobby on a network in memory, with its six links up and a clock moved by hand.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CenterServerHandler.h"
+#include "Common/Common.h"
+#include "ConfigServerHandler.h"
+#include "LobbyClientHandler.h"
+#include "LobbyServer.h"
+#include "LogServerHandler.h"
+#include "MemoryNet.h"
+#include "QueueServerHandler.h"
+#include "WebServerHandler.h"
+#include "lobby_client_msg.h"
+
+inline time_t g_testNow = 1'700'000'000;
+
+// A working directory of its own, the clock, and the log captured from standard output.
+class FolderTest : public ::testing::Test {
+  protected:
+    FolderTest() {
+        static const int logReady = InitializeLog("none.cfg", "directories_test.log");
+        (void)logReady;
+        m_before = std::filesystem::current_path();
+        std::string path = (std::filesystem::temp_directory_path() / "lobbyXXXXXX").string();
+        m_folder = mkdtemp(path.data());
+        std::filesystem::current_path(m_folder);
+        g_testNow = 1'700'000'000;
+        SetClockSource({[] { return g_testNow; }, [] { return static_cast<long>(g_testNow); }});
+    }
+    ~FolderTest() override {
+        SetClockSource({});
+        std::filesystem::current_path(m_before);
+        std::filesystem::remove_all(m_folder);
+    }
+
+    static void Write(const char* name, const std::string& text) {
+        std::ofstream(name, std::ios::binary) << text;
+    }
+    template <class Work>
+    static std::string LogOf(Work work) {
+        ::testing::internal::CaptureStdout();
+        work();
+        return ::testing::internal::GetCapturedStdout();
+    }
+
+  private:
+    std::filesystem::path m_before, m_folder;
+};
+
+class DirectoryTest : public FolderTest {
+  protected:
+    enum Port : unsigned short { CENTER = 9001, WEB, QUEUE, DATA, CONFIG, LOG, LISTEN = 9100 };
+
+    void SetUp() override {
+        Write("LobbyServer.cfg",
+              "[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
+              "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
+              "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
+              "[listen]\naddr=127.0.0.1:9100\n[Redis]\nredis_server=127.0.0.1:1\ntimeout=1\n");
+        lobby = std::make_unique<LobbyServer>(net.Parts());
+        net.Attach(lobby.get());
+        ASSERT_EQ(lobby->Start(), 0);
+        for (const Port port : {CENTER, WEB, QUEUE, DATA, CONFIG, LOG})
+            FirstOf(port);
+    }
+    void TearDown() override { lobby.reset(); }
+
+    IPlayerNode* Link(Port port) { return net.NodeOfPort(port); }
+    std::vector<MemoryNet::Sent> Received(IPlayerNode* node) { return net.Received(node); }
+    // What the link got when it came up.
+    std::vector<MemoryNet::Sent> FirstOf(Port port) {
+        return first[port] = net.Received(net.NodeOfPort(port));
+    }
+
+    LobbyPlayer* Login(int userId, int siteId = 1) {
+        IPlayerNode* const node = net.Connect();
+        tagLobbyClientConnectNotice msg{};
+        msg.iUserID = userId;
+        msg.iLobbySiteID = siteId;
+        net.Deliver(node, 0xA1, msg);
+        return static_cast<LobbyPlayer*>(node);
+    }
+    void DeliverBytes(IPlayerNode* node, uint16_t type, const std::string& bytes) {
+        net.Deliver(node, type, std::string_view(bytes));
+    }
+    // The first `size` bytes of a message that holds at least 8.
+    template <class T>
+    void DeliverCut(Port port, uint16_t type, const T& msg, size_t size) {
+        std::string bytes(reinterpret_cast<const char*>(&msg), sizeof(msg));
+        bytes.resize(size);
+        DeliverBytes(Link(port), type, bytes);
+    }
+    // Waits for the reconnect keeper.
+    bool WaitForLink(Port port) {
+        for (int i = 0; i < 500 && Link(port) == nullptr; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return Link(port) != nullptr;
+    }
+
+    MemoryNet net;
+    std::unique_ptr<LobbyServer> lobby;
+    std::map<int, std::vector<MemoryNet::Sent>> first;
+};

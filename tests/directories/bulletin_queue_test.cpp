@@ -1,0 +1,76 @@
+#include "BulletinQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace {
+
+struct Entry {
+    int type, id;
+    bool operator==(const Entry&) const = default;
+};
+
+// The rules over a plain vector, front first.
+void PushModel(std::vector<Entry>& queue, Entry item) {
+    if (queue.size() < 10) {
+        queue.insert(queue.begin(), item);
+        return;
+    }
+    size_t ordinary = 0;
+    while (ordinary < queue.size() && queue[ordinary].type == 4)
+        ++ordinary;
+    const bool allPriority = ordinary == queue.size();
+    if (allPriority && item.type != 4) return;
+    queue.erase(queue.begin() + static_cast<long>(allPriority ? 0 : ordinary));
+    queue.insert(item.type == 4 ? queue.begin() : queue.end(), item);
+}
+
+WinCoinBulletinNotice_2 Bulletin(Entry entry) {
+    WinCoinBulletinNotice_2 item{};
+    item.usBulletType = static_cast<uint16_t>(entry.type);
+    item.iUserId = entry.id;
+    return item;
+}
+
+std::vector<Entry> Drain(BulletinQueue queue) {
+    std::vector<Entry> entries;
+    for (WinCoinBulletinNotice_2 item; queue.Take(item);) {
+        entries.push_back({item.usBulletType, item.iUserId});
+    }
+    return entries;
+}
+
+}  // namespace
+
+TEST(BulletinQueue, FollowsTheModelOverRandomSequences) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 60; ++round) {
+        BulletinQueue queue;
+        std::vector<Entry> model;
+        const unsigned priorityShare = random() % 100;
+        for (int step = 0; step < 80; ++step) {
+            if (random() % 8 == 0) {
+                WinCoinBulletinNotice_2 item;
+                ASSERT_EQ(queue.Take(item), !model.empty());
+                if (!model.empty()) model.erase(model.begin());
+            } else {
+                const Entry entry{random() % 100 < priorityShare ? 4 : int(random() % 4), step};
+                queue.Push(Bulletin(entry));
+                PushModel(model, entry);
+            }
+            ASSERT_EQ(Drain(queue), model) << "round " << round << " step " << step;
+        }
+    }
+}
+
+TEST(BulletinQueue, LateOrdinaryBulletinsReplaceTheNewestAndGoToTheBack) {
+    BulletinQueue queue;
+    for (int id = 1; id <= 12; ++id)
+        queue.Push(Bulletin({1, id}));
+    const std::vector<Entry> expected{{1, 8}, {1, 7}, {1, 6}, {1, 5},  {1, 4},
+                                      {1, 3}, {1, 2}, {1, 1}, {1, 11}, {1, 12}};
+    EXPECT_EQ(Drain(queue), expected);
+}
