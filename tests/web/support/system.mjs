@@ -7,6 +7,7 @@ import os from 'node:os';
 import path from 'node:path';
 
 const PATIENCE_MS = 20000;
+const SAMPLES = new URL('../../../deploy/config/', import.meta.url);
 
 async function until(what, probe) {
   for (const end = Date.now() + PATIENCE_MS; Date.now() < end;) {
@@ -98,6 +99,9 @@ export async function startSystem() {
     // The lobby reads its configuration beside its executable.
     const program = path.join(folder, 'LobbyServer');
     await fs.copyFile(process.env.LOBBY_SERVER, program);
+    for (const name of ['SensitiveName.cfg', 'disconnectuserid.cfg', 'compete_info.cfg']) {
+      await fs.copyFile(new URL(name, SAMPLES), path.join(folder, name));
+    }
     await fs.writeFile(path.join(folder, 'LobbyServer.cfg'), config(ports, lobby, redis));
     await start(program, []);
     await until('LobbyServer', () => answers(lobby));
