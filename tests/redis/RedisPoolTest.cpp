@@ -1,0 +1,240 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "RedisDBSlice.h"
+#include "RedisServer.h"
+#include "RedisWait.h"
+#include "xredis/xRedisClient.h"
+
+namespace {
+
+unsigned int FirstChar(const char* key) {
+    return static_cast<unsigned char>(key[0]);
+}
+
+RedisNode Node(const RedisServer& server, const char* passwd = "", unsigned int poolsize = 4) {
+    return {0, "127.0.0.1", static_cast<unsigned int>(server.Port()), passwd, poolsize, 2, 0};
+}
+
+class RedisPoolTest : public testing::Test {
+  public:
+    bool Connect(const RedisNode& node) {
+        return client.Init(2) && client.ConnectRedisCache(&node, 1, 0);
+    }
+    bool Exists(const char* key = "k") {
+        RedisDBIdx index(&client);
+        const bool routed = index.CreateDBIndex(key, FirstChar, 0);
+        const bool found = client.exists(index, key);
+        error = index.GetErrInfo();
+        return routed && found;
+    }
+    bool Set(const char* key = "k", int seconds = 60) {
+        RedisDBIdx index(&client);
+        index.CreateDBIndex(key, FirstChar, 0);
+        const bool stored = client.setex(index, key, seconds, "1");
+        error = index.GetErrInfo();
+        return stored;
+    }
+    bool Del(const char* key = "k") {
+        RedisDBIdx index(&client);
+        return index.CreateDBIndex(key, FirstChar, 0) && client.del(index, key);
+    }
+
+    RedisServer server;
+    xRedisClient client;
+    std::string error;
+};
+
+TEST_F(RedisPoolTest, CommandsReportWhatTheServerDid) {
+    ASSERT_TRUE(Connect(Node(server)));
+    EXPECT_FALSE(Exists());
+    EXPECT_EQ(error, "");
+    EXPECT_TRUE(Set("k", 100));
+    EXPECT_EQ(server.Command("GET k"), "1");
+    EXPECT_TRUE(Exists());
+    server.Command("EXPIRE k 5");
+    EXPECT_TRUE(Set("k", 100));
+    EXPECT_EQ(server.Command("TTL k"), ":100");
+    EXPECT_TRUE(Del());
+    EXPECT_FALSE(Del());
+    EXPECT_FALSE(Set("k", 0));
+    EXPECT_NE(error.find("invalid expire"), std::string::npos) << error;
+    EXPECT_TRUE(Set("a key\r\nwith any byte"));
+    EXPECT_TRUE(Exists("a key\r\nwith any byte"));
+}
+
+TEST_F(RedisPoolTest, RoutingRefusesWhatIsNotThere) {
+    RedisDBIdx index(&client);
+    EXPECT_FALSE(index.CreateDBIndex("k", FirstChar, 0));
+    EXPECT_FALSE(client.Init(129));
+    ASSERT_TRUE(Connect(Node(server)));
+    EXPECT_FALSE(client.Init(2));
+    for (const unsigned int type : {1U, 2U, 128U, 129U, ~0U}) {
+        EXPECT_FALSE(index.CreateDBIndex("k", FirstChar, type)) << type;
+    }
+    EXPECT_FALSE(index.CreateDBIndex("k", nullptr, 0));
+    EXPECT_FALSE(client.exists(index, "k"));
+    EXPECT_EQ(index.GetErrInfo(), "get connection error");
+    EXPECT_TRUE(client.ConnectRedisCache(nullptr, 0, 1));
+    EXPECT_FALSE(client.ConnectRedisCache(nullptr, 0, 2));
+
+    ASSERT_TRUE(index.CreateDBIndex("k", FirstChar, 0));
+    index.SetIOType(2);
+    EXPECT_FALSE(client.setex(index, "k", 9, "1"));
+    index.SetIOType(1);  // no slaves: the master serves
+    EXPECT_TRUE(client.setex(index, "k", 9, "1"));
+}
+
+TEST_F(RedisPoolTest, KeysSpreadOverSlicesAndReadsOverSlaves) {
+    RedisServer second;
+    RedisNode nodes[] = {Node(second), Node(server), Node(second)};
+    nodes[0].dbindex = 1;
+    nodes[2].role = 1;  // stands in as slave of slice 0
+    ASSERT_TRUE(client.Init(1));
+    ASSERT_FALSE(client.ConnectRedisCache(nodes, 1, 0)) << "dbindex beyond the count";
+    ASSERT_TRUE(client.ConnectRedisCache(nodes, 3, 0));
+    // Hash modulo 3 slices: 'c' 0, 'a' 1, 'b' 2 (which no node serves).
+    EXPECT_TRUE(Set("c"));
+    EXPECT_TRUE(Set("a"));
+    EXPECT_FALSE(Set("b"));
+    EXPECT_EQ(server.Command("KEYS *"), "*1");
+    EXPECT_EQ(server.Command("GET c"), "1");
+    EXPECT_EQ(second.Command("GET a"), "1");
+
+    RedisDBIdx slave(&client);
+    ASSERT_TRUE(slave.CreateDBIndex("c", FirstChar, 0));
+    slave.SetIOType(1);
+    EXPECT_FALSE(client.exists(slave, "c"));
+    EXPECT_TRUE(client.exists(slave, "a"));
+}
+
+TEST_F(RedisPoolTest, PasswordIsNeededAndChecked) {
+    RedisServer locked("se cret");
+    EXPECT_FALSE(Connect(Node(locked, "wrong")));
+    EXPECT_FALSE(Set());
+    EXPECT_EQ(error, "get connection error");
+    const RedisNode node = Node(locked, "se cret");
+    EXPECT_TRUE(client.ConnectRedisCache(&node, 1, 0));
+    EXPECT_TRUE(Set());
+
+    const RedisNode open = Node(locked);
+    EXPECT_TRUE(client.ConnectRedisCache(&open, 1, 1));
+    RedisDBIdx index(&client);
+    ASSERT_TRUE(index.CreateDBIndex("k", FirstChar, 1));
+    EXPECT_FALSE(client.exists(index, "k"));
+    EXPECT_EQ(index.GetErrInfo().rfind("NOAUTH", 0), 0U) << index.GetErrInfo();
+}
+
+TEST_F(RedisPoolTest, EveryConnectionLentMeansFailureAtOnce) {
+    RedisDBSlice slice(0, 0);
+    EXPECT_EQ(slice.Status(), 0U);
+    ASSERT_TRUE(slice.AddNode(Node(server, "", 2), true));
+    EXPECT_EQ(slice.Status(), 1U);
+    RedisConnPtr first = slice.GetConn(0);
+    const RedisConn* address = first.get();
+    RedisConnPtr second = slice.GetConn(0);
+    ASSERT_TRUE(first && second);
+    RedisConnPtr none;
+    EXPECT_LT(Took([&] { none = slice.GetConn(0); }), 250ms);
+    EXPECT_FALSE(none);
+    EXPECT_EQ(slice.Status(), 2U);
+    slice.FreeConn(std::move(first), true);
+    slice.FreeConn(std::move(second), true);
+    EXPECT_EQ(slice.GetConn(0).get(), address);
+}
+
+// A hung server stalled the caller for the kernel's time-out, once per connection.
+TEST_F(RedisPoolTest, HungServerCostsOneTimeOutThenNothingUntilItAnswers) {
+    ASSERT_TRUE(Connect(Node(server)));
+    ASSERT_TRUE(Set());
+    server.Hang();
+    EXPECT_LT(Took([&] { EXPECT_FALSE(Exists()); }), 1s);
+    EXPECT_EQ(error, "redis connection be closed");
+    EXPECT_LT(Took([&] {
+                  for (int i = 0; i < 20; ++i)
+                      EXPECT_FALSE(Exists());
+              }),
+              250ms);
+    EXPECT_EQ(error, "get connection error");
+    EXPECT_LT(Took([&] { client.Keepalive(); }), 1500ms);
+    EXPECT_FALSE(Exists()) << "a connect to a hung server is no answer";
+    server.Resume();
+    client.Keepalive();
+    // Were a late reply taken for the next one, an EXISTS of 1 would answer for a missing key.
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_TRUE(Exists("k"));
+        EXPECT_FALSE(Exists("missing"));
+    }
+}
+
+TEST_F(RedisPoolTest, RestartedServerIsFoundByKeepalive) {
+    ASSERT_TRUE(Connect(Node(server)));
+    server.Stop();
+    EXPECT_FALSE(Exists());
+    client.Keepalive();
+    EXPECT_FALSE(Set());
+    server.Start();
+    EXPECT_FALSE(Set()) << "commands never connect";
+    client.Keepalive();
+    for (int i = 0; i < 8; ++i)
+        EXPECT_TRUE(Set());
+}
+
+TEST_F(RedisPoolTest, SomeConnectionsRefusedLeaveTheOthersInUse) {
+    server.Command("CONFIG SET maxclients 2");
+    ASSERT_TRUE(Connect(Node(server, "", 4)));
+    for (int pass = 0; pass < 4; ++pass)
+        client.Keepalive();  // one refused is found per pass
+    for (int pass = 0; pass < 6; ++pass) {
+        EXPECT_TRUE(Set()) << error;
+        client.Keepalive();
+    }
+}
+
+TEST_F(RedisPoolTest, CommandsWaitForThePingOfTheOnlyConnection) {
+    ASSERT_TRUE(Connect(Node(server, "", 1)));
+    std::atomic<int> passes{0};
+    std::thread keeper([&] {
+        for (; passes < 300; ++passes)
+            client.Keepalive();
+    });
+    int refused = 0;
+    while (passes < 300)
+        refused += Set() ? 0 : 1;
+    keeper.join();
+    EXPECT_EQ(refused, 0) << error;
+}
+
+TEST_F(RedisPoolTest, ManyThreadsShareThePoolThroughARestart) {
+    ASSERT_TRUE(Connect(Node(server)));
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([this, t, &stop] {
+            const std::string key = "key" + std::to_string(t);
+            while (!stop) {
+                RedisDBIdx index(&client);
+                index.CreateDBIndex(key.c_str(), FirstChar, 0);
+                if (!client.setex(index, key, 9, "1")) std::this_thread::sleep_for(1ms);
+            }
+        });
+    }
+    std::thread keeper([&] {
+        while (!stop)
+            client.Keepalive();
+    });
+    server.Restart();
+    for (int t = 0; t < 4; ++t) {
+        const std::string get = "GET key" + std::to_string(t);
+        EXPECT_TRUE(Within(10s, [&] { return server.Command(get) == "1"; })) << get;
+    }
+    stop = true;
+    for (auto& thread : threads)
+        thread.join();
+    keeper.join();
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include "RedisDBSlice.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "Common/Log.h"
+
+namespace {
+
+constexpr unsigned int kStatusOpened = 1;
+constexpr unsigned int kStatusExhausted = 2;
+
+}  // namespace
+
+size_t RedisConnList::Count(bool usable) const {
+    return static_cast<size_t>(std::count_if(
+        idle.begin(), idle.end(), [usable](const auto& conn) { return conn->Usable() == usable; }));
+}
+
+RedisConnPtr RedisConnList::Take(bool usable) {
+    const auto found = std::find_if(
+        idle.begin(), idle.end(), [usable](const auto& conn) { return conn->Usable() == usable; });
+    if (found == idle.end()) return nullptr;
+    RedisConnPtr conn = std::move(*found);
+    idle.erase(found);
+    return conn;
+}
+
+bool RedisDBSlice::AddNode(const RedisNode& node, bool connect) {
+    RedisConnList* list = &mSliceConn.RedisMasterConn;
+    unsigned int slaveIdx = 0;
+    if (node.role != 0) {
+        const std::lock_guard lock(mSliceConn.SlaveLock);
+        slaveIdx = static_cast<unsigned int>(mSliceConn.RedisSlaveConn.size());
+        list = &mSliceConn.RedisSlaveConn.emplace_back();
+        mHaveSlave = true;
+    }
+    std::mutex& mutex = node.role == 0 ? mSliceConn.MasterLock : mSliceConn.SlaveLock;
+
+    bool opened = false;
+    for (unsigned int i = 0; i < node.poolsize; ++i) {
+        auto conn = std::make_unique<RedisConn>(node, mType, slaveIdx);
+        connect = connect && conn->Connect();
+        opened = opened || connect;
+        Add(*list, mutex, std::move(conn));
+    }
+    return opened;
+}
+
+void RedisDBSlice::Add(RedisConnList& list, std::mutex& mutex, RedisConnPtr conn) {
+    const std::lock_guard lock(mutex);
+    if (conn->Usable()) {
+        list.alive = true;
+        mStatus = kStatusOpened;
+    }
+    list.idle.push_back(std::move(conn));
+}
+
+RedisConnPtr RedisDBSlice::TakeFrom(RedisConnList& list, std::unique_lock<std::mutex>& lock) {
+    list.returned.wait_for(lock, std::chrono::milliseconds(kRedisCommandTimeoutMs), [&list] {
+        return !list.alive || list.pinged == 0 || list.Count(true) > 0;
+    });
+    return list.alive ? list.Take(true) : nullptr;
+}
+
+RedisConnPtr RedisDBSlice::GetConn(unsigned int ioType) {
+    if (ioType > 1) return nullptr;
+    if (ioType == 1 && mHaveSlave) {
+        std::unique_lock lock(mSliceConn.SlaveLock);
+        auto& slaves = mSliceConn.RedisSlaveConn;
+        return TakeFrom(slaves[static_cast<size_t>(std::rand()) % slaves.size()], lock);
+    }
+    std::unique_lock lock(mSliceConn.MasterLock);
+    RedisConnPtr conn = TakeFrom(mSliceConn.RedisMasterConn, lock);
+    if (!conn) mStatus = kStatusExhausted;
+    return conn;
+}
+
+void RedisDBSlice::FreeConn(RedisConnPtr conn, bool replied) {
+    const RedisConn& returned = *conn;  // stays in the list for good
+    bool died = false;
+    {
+        std::mutex& mutex = conn->IsSlave() ? mSliceConn.SlaveLock : mSliceConn.MasterLock;
+        const std::lock_guard lock(mutex);
+        RedisConnList& list = conn->IsSlave() ? mSliceConn.RedisSlaveConn[conn->SlaveIdx()]
+                                              : mSliceConn.RedisMasterConn;
+        if (!replied) died = std::exchange(list.alive, false);
+        list.idle.push_back(std::move(conn));
+        list.returned.notify_one();
+    }
+    if (died) LogAlive(returned, false);
+}
+
+void RedisDBSlice::Keepalive() {
+    KeepaliveList(mSliceConn.RedisMasterConn, mSliceConn.MasterLock);
+    for (size_t i = 0;; ++i) {
+        RedisConnList* list = nullptr;
+        {
+            const std::lock_guard lock(mSliceConn.SlaveLock);
+            if (i >= mSliceConn.RedisSlaveConn.size()) return;
+            list = &mSliceConn.RedisSlaveConn[i];
+        }
+        KeepaliveList(*list, mSliceConn.SlaveLock);
+    }
+}
+
+void RedisDBSlice::KeepaliveList(RedisConnList& list, std::mutex& mutex) {
+    size_t usable = 0;
+    size_t broken = 0;
+    {
+        const std::lock_guard lock(mutex);
+        usable = list.Count(true);
+        broken = list.Count(false);
+    }
+    bool answered = false;
+    for (; usable > 0; --usable) {
+        if (!RefreshOne(list, mutex, true, answered)) return;
+    }
+    for (; broken > 0; --broken) {
+        if (!RefreshOne(list, mutex, false, answered)) return;
+    }
+}
+
+bool RedisDBSlice::RefreshOne(RedisConnList& list, std::mutex& mutex, bool usable, bool& answered) {
+    RedisConnPtr conn;
+    {
+        const std::lock_guard lock(mutex);
+        conn = list.Take(usable);
+        if (!conn) return true;  // lent since
+        ++list.pinged;
+    }
+    const RedisConn& refreshed = *conn;
+    const bool up = conn->Refresh();
+    answered = answered || up;
+
+    bool alive = false;
+    bool changed = false;
+    {
+        const std::lock_guard lock(mutex);
+        --list.pinged;
+        // A broken connection that stays broken says nothing about the others: the server may
+        // just be at its connection limit.
+        alive = up || (list.alive && (!usable || answered));
+        changed = std::exchange(list.alive, alive) != alive;
+        list.idle.push_back(std::move(conn));
+        list.returned.notify_all();
+    }
+    if (changed) LogAlive(refreshed, alive);
+    return up;
+}
+
+void RedisDBSlice::LogAlive(const RedisConn& conn, bool alive) const {
+    if (alive) {
+        __log(_DEBUG, "RedisDBSlice::LogAlive", "redis[%s:%u] slice[%u] answers, commands are sent",
+              conn.Host(), conn.Port(), mDbindex);
+    } else {
+        __log(_ERROR, "RedisDBSlice::LogAlive",
+              "redis[%s:%u] slice[%u] does not answer, commands fail until a ping is answered",
+              conn.Host(), conn.Port(), mDbindex);
+    }
+}

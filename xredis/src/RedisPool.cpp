@@ -1,0 +1,54 @@
+#include "RedisPool.h"
+
+bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count) {
+    SliceList slices;
+    for (unsigned int i = 0; i < count; ++i) {
+        slices.push_back(std::make_shared<RedisDBSlice>(mCachetype, i));
+    }
+    {
+        const std::lock_guard lock(mLock);
+        mDBList = slices;
+        mHashbase = count;
+    }
+    bool connected = true;
+    for (unsigned int i = 0; i < count; ++i) {
+        const unsigned int dbindex = nodes[i].dbindex;
+        connected = dbindex < count && slices[dbindex]->AddNode(nodes[i], connected) && connected;
+    }
+    return connected;
+}
+
+unsigned int RedisCache::HashBase() const {
+    const std::lock_guard lock(mLock);
+    return mHashbase;
+}
+
+std::shared_ptr<RedisDBSlice> RedisCache::GetSlice(unsigned int dbindex) const {
+    const std::lock_guard lock(mLock);
+    return dbindex < mHashbase ? mDBList[dbindex] : nullptr;
+}
+
+void RedisCache::Keepalive() {
+    SliceList slices;
+    {
+        const std::lock_guard lock(mLock);
+        slices = mDBList;
+    }
+    for (const auto& slice : slices)
+        slice->Keepalive();
+}
+
+RedisPool::RedisPool(unsigned int typeSize) : mTypeSize(typeSize) {
+    for (unsigned int type = 0; type < typeSize; ++type) {
+        mRedisCacheList.push_back(std::make_unique<RedisCache>(type));
+    }
+}
+
+RedisCache* RedisPool::GetCache(unsigned int type) const {
+    return type < mTypeSize ? mRedisCacheList[type].get() : nullptr;
+}
+
+void RedisPool::Keepalive() {
+    for (const auto& cache : mRedisCacheList)
+        cache->Keepalive();
+}
