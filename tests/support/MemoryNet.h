@@ -14,6 +14,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -81,6 +82,7 @@ class MemoryNet {
         m_application->OnNetMessage(node, type, at, static_cast<long>(message.size()));
     }
     template <class T>
+        requires std::is_trivially_copyable_v<T>
     void Deliver(IPlayerNode* node, uint16_t type, const T& message) {
         Deliver(node, type, std::string_view(reinterpret_cast<const char*>(&message), sizeof(T)));
     }
