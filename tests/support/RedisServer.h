@@ -32,6 +32,7 @@ class RedisServer {
             m_port = FreePort();
             if (!start || TryStart()) return;
         }
+        std::filesystem::remove_all(m_directory);
         throw std::runtime_error("redis-server does not start");
     }
     ~RedisServer() {
@@ -139,11 +140,14 @@ class RedisServer {
             _exit(127);
         }
         for (int i = 0; i < 1000; ++i) {
-            int status = 0;
-            if (waitpid(m_pid, &status, WNOHANG) == m_pid) break;  // the port was taken
+            if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {  // the port was taken
+                m_pid = -1;
+                return false;
+            }
             if (Command("PING") == "+PONG") return true;
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
+        Stop();
         return false;
     }
 
