@@ -5,7 +5,7 @@
 //
 // Thread: any, for everything here. The keys never change, so each thread keeps its own contexts
 // for them; after a thread's first message nothing is allocated per message. A call takes under
-// 2 KiB of stack.
+// 1 KiB of stack.
 #pragma once
 
 #include <openssl/types.h>

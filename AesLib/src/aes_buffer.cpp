@@ -8,6 +8,11 @@ namespace {
 
 constexpr int kBlock = AES_BLOCK_BYTES;
 
+// Of nothing as well, when the pointers may be null.
+void CopyBytes(unsigned char* to, const unsigned char* from, int n) {
+    if (n > 0) std::memcpy(to, from, static_cast<size_t>(n));
+}
+
 void XorBytes(unsigned char* target, const unsigned char* other, int n) {
     for (int i = 0; i < n; ++i)
         target[i] ^= other[i];
@@ -18,7 +23,7 @@ void XorBytes(unsigned char* target, const unsigned char* other, int n) {
 bool EncryptShort(const unsigned char* in, int n, const unsigned char* iv, unsigned char* out,
                   const aes_ctx* context) {
     std::memcpy(out, iv, kBlock);
-    std::memcpy(out + kBlock, in, static_cast<size_t>(n));
+    CopyBytes(out + kBlock, in, n);
     XorBytes(out + kBlock, iv, n);
     return EcbBlocks(out, out, kBlock, context) && EcbBlocks(out + n, out + n, kBlock, context);
 }
@@ -32,17 +37,17 @@ bool EncryptLong(const unsigned char* in, int n, const unsigned char* iv, unsign
     if (!EcbBlocks(iv, out, kBlock, context) || !EncryptChain(in, out + kBlock, full, iv, context))
         return false;
     unsigned char* last = out + full;
-    std::memcpy(last + kBlock, in + full, static_cast<size_t>(rest));
+    CopyBytes(last + kBlock, in + full, rest);
     XorBytes(last + kBlock, last, rest);
     return EcbBlocks(last + rest, last + rest, kBlock, context);
 }
 
 bool DecryptShort(const unsigned char* in, int n, unsigned char* out, const aes_ctx* context) {
     unsigned char work[2 * kBlock];
-    std::memcpy(work, in, static_cast<size_t>(n + kBlock));
+    CopyBytes(work, in, n + kBlock);
     if (!EcbBlocks(work + n, work + n, kBlock, context) || !EcbBlocks(work, work, kBlock, context))
         return false;
-    std::memcpy(out, work + kBlock, static_cast<size_t>(n));
+    CopyBytes(out, work + kBlock, n);
     XorBytes(out, work, n);
     return true;
 }
@@ -60,13 +65,13 @@ bool DecryptLong(const unsigned char* in, int n, unsigned char* out, const aes_c
     const unsigned char* iv = ends;
 
     unsigned char last[2 * kBlock];  // last full ciphertext block, then the masked rest
-    std::memcpy(last, in + full, static_cast<size_t>(rest));
+    CopyBytes(last, in + full, rest);
     std::memcpy(last + rest, ends + kBlock, kBlock);
     if (head > 0 && !DecryptChain(in + kBlock, out, head, iv, context)) return false;
     if (!EcbBlocks(last, out + head, kBlock, context)) return false;
     XorBlock(out + head, head > 0 ? in + head : iv);
     XorBytes(last + kBlock, last, rest);
-    std::memcpy(out + full, last + kBlock, static_cast<size_t>(rest));
+    CopyBytes(out + full, last + kBlock, rest);
     return true;
 }
 

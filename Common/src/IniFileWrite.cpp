@@ -61,7 +61,7 @@ int CIniFile::SetValueStr(const char* section, const char* key, const char* valu
     const std::string text = value == nullptr ? std::string()
                              : length == -1   ? std::string(value)
                                               : std::string(value, static_cast<size_t>(length));
-    const std::string entry = (spaced ? " = " : "") + text;
+    const std::string entry = std::string(spaced ? " = " : "").append(text);
     const char* const first = m_lpLink ? m_lpLink->begin : nullptr;
     const char* const end = m_lpDataBuf + m_ulDataSize;
     const IniLine* header = FindSection(section);
@@ -80,7 +80,7 @@ int CIniFile::SetValueStr(const char* section, const char* key, const char* valu
     }
     std::string content(first, end);
     if (!content.empty() && content.back() != '\n') content += "\r\n";
-    if (header == nullptr) content += "[" + std::string(section) + "]\r\n";
+    if (header == nullptr) content.append("[").append(section).append("]\r\n");
     return Rewrite(content + key + entry);
 }
 

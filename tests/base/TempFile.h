@@ -1,6 +1,7 @@
 // A file of given content that goes away with the object.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -10,9 +11,8 @@
 class TempFile {
   public:
     explicit TempFile(const std::string& content) {
-        char name[] = "/tmp/lobby-base-XXXXXX";
-        close(mkstemp(name));
-        m_path = name;
+        m_path = testing::TempDir() + "lobby-base-XXXXXX";
+        close(mkstemp(m_path.data()));
         Write(content);
     }
     ~TempFile() { unlink(m_path.c_str()); }

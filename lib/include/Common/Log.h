@@ -21,7 +21,7 @@ void ShutdownLog();
 // convention the caller's qualified method name and, like the format, never text from a peer: a
 // '%' in either is a directive. Lines of more than 2 KiB are cut; errno is left as it was.
 // Thread: any, from a 16 KiB stack too: the buffers are made once per thread, on the heap, and a
-// line costs about 2 KiB of stack.
+// line costs under 3 KiB of stack.
 void __log(LOG_LEVEL level, const char* tag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
