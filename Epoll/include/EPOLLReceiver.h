@@ -9,11 +9,17 @@
 class EPOLLReceiver : public EPOLLConnection {
   public:
     void Initialize() override;
+    // Also ends the delivery of what was read already.
+    void CloseContext() override;
+    // Closed on purpose: no further message of it may reach the application. A connection that is
+    // closed because it outran the worker still has delivered what was queued. Any thread.
+    bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
 
   protected:
     friend class EPOLLServer;
 
-    long m_lRecvTime = 0;               // seconds since boot at the last data
+    long m_lRecvTime = 0;  // seconds since boot at the last data
+    std::atomic<bool> m_bStopped{false};
     std::atomic<long> m_lRecvCount{0};  // buffers queued; poll thread adds, worker subtracts
     EPOLLReceiver* m_lpNext = nullptr;  // client list
     EPOLLReceiver* m_lpPrior = nullptr;

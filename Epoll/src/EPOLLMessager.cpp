@@ -72,7 +72,7 @@ bool EPOLLMessager::OnMessage(char* message, long length) {
     const auto delivered = static_cast<uint16_t>(length);
     std::memcpy(message + offsetof(tagMsgHeader, length), &delivered, sizeof(delivered));
     m_lpGameProvider->OnNetMessage(m_lpCurrent->Node(), ntohs(header.type), message, length);
-    return !m_lpCurrent->IsClosed();
+    return !m_lpCurrent->IsStopped();
 }
 
 // Points message at its opened form in the work buffer.

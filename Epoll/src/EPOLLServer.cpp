@@ -105,7 +105,7 @@ void EPOLLServer::OnReadCompleted(EPOLLContext* context, void* buffer, long leng
           static_cast<int>(queued));
     --receiver->m_lRecvCount;
     Buffers()->FreeBuffer(buffer);
-    context->CloseContext();
+    receiver->EPOLLConnection::CloseContext();  // what is queued is still delivered
 }
 
 void EPOLLServer::OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in*) {

@@ -100,8 +100,7 @@ void EPOLLServer::OnEstablished(EPOLLReceiver* receiver) {
 
 void EPOLLServer::OnData(EPOLLReceiver* receiver, char* data, long length) {
     receiver->m_lRecvTime = m_lUptime;
-    // What was queued before a close took effect is not delivered any more.
-    if (!receiver->IsClosed()) DispatchData(receiver, data, length);
+    if (!receiver->IsStopped()) DispatchData(receiver, data, length);
     receiver->m_bFirstData = false;
 }
 
@@ -142,7 +141,7 @@ void EPOLLServer::OnFrames(EPOLLReceiver* receiver, char* data, long length) {
             if (m_lpNetMessager != nullptr) {
                 m_lpNetMessager->OnReadCompleted(receiver, payload, size);
             }
-            return !receiver->IsClosed();
+            return !receiver->IsStopped();
         });
     if (result == WebSocketStream::Result::Ok) return;
     constexpr int kCount = 1;

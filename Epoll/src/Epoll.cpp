@@ -217,8 +217,9 @@ bool Epoll::AddAConnection(EPOLLContext* context, EPOLLContext* owner) {
     Guard list(m_ContextLock);
     Guard guard(connection->m_Lock);
     bool accept = !m_bShutdown;
-    // Strictly greater: a limit of N admits one more than N.
-    if (accept && limits->m_ulConnectionCount > limits->m_ulMaxConnections) {
+    // Strictly greater, and the listener's count of itself left out: a limit of N admits N + 1.
+    const unsigned long itself = context != owner ? 1 : 0;
+    if (accept && limits->m_ulConnectionCount > limits->m_ulMaxConnections + itself) {
         accept = false;
         OnMaxLimitConnection(context, remote, accept);
     }

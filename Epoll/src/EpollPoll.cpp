@@ -61,6 +61,8 @@ void Epoll::PollWait() {
 
 void Epoll::ServeListener(EPOLLConnection* listener, Paused& paused) {
     const Accepting result = AcceptClients(listener);
+    // Not while accepting: the reactor's lock comes before a context's.
+    Guard guard(listener->m_Lock);
     if (result == Accepting::Pause) {
         paused.listeners.push_back(listener);
         paused.until = std::chrono::steady_clock::now() + kStarvedPause;
@@ -74,6 +76,7 @@ void Epoll::ServeListener(EPOLLConnection* listener, Paused& paused) {
 void Epoll::ResumeListeners(Paused& paused) {
     if (paused.listeners.empty() || std::chrono::steady_clock::now() < paused.until) return;
     for (EPOLLConnection* listener : paused.listeners) {
+        Guard guard(listener->m_Lock);
         if (!Arm(listener, false)) {
             OnConnectionClosed(listener, true, listener->GetContextAddrIn(true));
         }

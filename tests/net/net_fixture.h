@@ -15,6 +15,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "Common/Clock.h"
 #include "Game/NetGame.h"

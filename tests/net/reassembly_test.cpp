@@ -1,0 +1,139 @@
+// Cutting a byte stream into messages, without sockets.
+#include "StreamReassembly.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string Header(uint8_t identity, long length, uint8_t version = 3) {
+    const tagMsgHeader header{identity, 0, htons(static_cast<uint16_t>(length)), version, 0, 1};
+    return {reinterpret_cast<const char*>(&header), sizeof(header)};
+}
+
+std::string Whole(long length) {
+    std::string message = Header(5, length);
+    while (static_cast<long>(message.size()) < length)
+        message += static_cast<char>(message.size());
+    return message;
+}
+
+// One connection: feeds reads of exact size, so that sanitizers see a step beyond.
+struct Stream final : StreamSink {
+    char held[BUFFER_SIZE];
+    long heldLength = 0;
+    std::vector<std::string> messages;
+    size_t stopAfter = ~size_t{0};
+    int badIdentity = 0, badLength = 0, incomplete = 0, tooMany = 0;
+
+    void Feed(const std::string& bytes) {
+        std::vector<char> block(bytes.begin(), bytes.end());
+        FeedStream(held, heldLength, block.data(), static_cast<long>(block.size()), *this);
+    }
+    bool OnMessage(char* message, long length) override {
+        messages.emplace_back(message, static_cast<size_t>(length));
+        return messages.size() < stopAfter;
+    }
+    void OnBadIdentity(const tagMsgHeader&) override { ++badIdentity; }
+    void OnBadLength(long) override { ++badLength; }
+    void OnIncomplete(long, long) override { ++incomplete; }
+    void OnTooMany() override { ++tooMany; }
+};
+
+}  // namespace
+
+TEST(Reassembly, EverySplitGivesTheSameMessages) {
+    const std::vector<std::string> sent = {Whole(8), Whole(9), Whole(21), Whole(8), Whole(13)};
+    std::string bytes;
+    for (const std::string& message : sent)
+        bytes += message;
+    for (size_t first = 0; first <= bytes.size(); ++first) {
+        for (size_t second = first; second <= bytes.size(); ++second) {
+            Stream stream;
+            stream.Feed(bytes.substr(0, first));
+            stream.Feed(bytes.substr(first, second - first));
+            stream.Feed(bytes.substr(second));
+            ASSERT_EQ(stream.messages, sent) << first << ' ' << second;
+            ASSERT_EQ(stream.heldLength, 0);
+        }
+    }
+}
+
+TEST(Reassembly, RandomSplitsOfLargeMessages) {
+    std::mt19937 random(11);
+    for (int round = 0; round < 200; ++round) {
+        std::vector<std::string> sent;
+        std::string bytes;
+        for (int i = 0; i < 20; ++i) {
+            sent.push_back(
+                Whole(random() % 4 == 0 ? 4096 : 8 + static_cast<long>(random() % 4089)));
+            bytes += sent.back();
+        }
+        Stream stream;
+        for (size_t at = 0; at < bytes.size();) {
+            const size_t step = 1 + random() % 4096;
+            stream.Feed(bytes.substr(at, step));
+            at += step;
+        }
+        ASSERT_TRUE(stream.messages == sent);
+    }
+}
+
+TEST(Reassembly, TwoAndAHalfMessagesKeepTheHalf) {
+    Stream stream;
+    stream.Feed(Whole(100) + Whole(8) + Whole(60).substr(0, 30));
+    EXPECT_EQ(stream.messages.size(), 2u);
+    EXPECT_EQ(stream.heldLength, 30);
+    EXPECT_EQ(stream.incomplete, 1);
+}
+
+TEST(Reassembly, HeaderFaultsEndTheStream) {
+    const struct {
+        std::string header;
+        int messages, identity, length;
+    } cases[] = {{Header(4, 8), 1, 1, 0},     {Header(5, 7), 1, 0, 1},
+                 {Header(5, 0), 1, 0, 1},     {Header(5, 4097), 1, 0, 1},
+                 {Header(5, 65535), 1, 0, 1}, {Header(5, 8, 99), 3, 0, 0},
+                 {Whole(4096), 3, 0, 0}};
+    for (const auto& c : cases) {
+        const std::string bytes = Whole(8) + c.header + Whole(8);
+        for (size_t cut = 0; cut <= std::min<size_t>(bytes.size(), 17); ++cut) {
+            Stream stream;
+            stream.Feed(bytes.substr(0, cut));
+            // The connection is closed by a fault: nothing more is fed.
+            if (stream.badIdentity + stream.badLength == 0) stream.Feed(bytes.substr(cut));
+            EXPECT_EQ(stream.messages.size(), static_cast<size_t>(c.messages)) << cut;
+            EXPECT_EQ(stream.badIdentity, c.identity) << cut;
+            EXPECT_EQ(stream.badLength, c.length) << cut;
+        }
+    }
+}
+
+TEST(Reassembly, AClosedConnectionGetsNoFurtherMessage) {
+    for (size_t cut : {0u, 3u, 8u, 12u}) {
+        Stream stream;
+        stream.stopAfter = 1;
+        const std::string bytes = Whole(20) + Whole(20) + Whole(9);
+        if (cut > 0) stream.Feed(bytes.substr(0, cut));
+        stream.Feed(bytes.substr(cut));
+        EXPECT_EQ(stream.messages.size(), 1u);
+        EXPECT_EQ(stream.heldLength, 0);
+    }
+}
+
+TEST(Reassembly, TheGuardNeedsMoreThanOneReadBrings) {
+    Stream stream;
+    std::string read;
+    while (read.size() < 4096)
+        read += Whole(8);
+    stream.Feed(read);
+    EXPECT_EQ(stream.tooMany, 0);
+    while (read.size() <= 5000 * 8)
+        read += Whole(8);
+    stream.Feed(read);
+    EXPECT_EQ(stream.tooMany, 1);
+}
