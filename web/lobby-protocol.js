@@ -9,10 +9,11 @@
 //
 // - Requests return a promise of the answer's fields, whatever result code it carries. They reject
 //   with a LobbyError whose `code` is 'timeout', 'closed' or 'not-connected'.
-// - The protocol has no request ids. Answers are matched by message number, first asked first
-//   answered. The lobby leaves some requests without any answer (asked too soon, for instance);
-//   those end by their time-out. An answer later than its time-out goes to the next request of its
-//   kind, so keep one request of a kind under way where that matters.
+// - The protocol has no request ids; an answer is known by its message number only, and one that
+//   the lobby gives itself (too soon, bad amount) overtakes one it has to ask for. So requests of
+//   one kind go out one at a time: the next is sent when the one before it has ended.
+// - The lobby leaves some requests without any answer (asked too soon, for instance); those end by
+//   their time-out. An answer later than that goes to the next request of its kind.
 // - Coin amounts are BigInt; see lobby-codec.js for all value types.
 // - The lobby closes a WebSocket that has more than 4095 bytes waiting to be read: do not send
 //   long bursts without awaiting answers.
@@ -52,7 +53,8 @@ export class LobbyClient {
   #options;
   #listeners = new Map();
   #connection = null;  // { socket, stream, reason, echoDue, timer } while connected or connecting
-  #waiting = new Map();  // message number of the answer -> requests, oldest first
+  // Message number of the answer -> requests, of which only the first has been sent.
+  #waiting = new Map();
   userId = 0;
   siteId = 0;
 
@@ -104,10 +106,7 @@ export class LobbyClient {
 
   // Sends a message by number or name, without waiting for anything.
   send(message, fields = {}) {
-    if (!this.connected) throw new LobbyError('not-connected', 'There is no connection.');
-    const bytes = encode(message, fields);
-    this.#connection.socket.send(bytes);
-    this.#emit('message', { ...decode(bytes, TO_LOBBY), at: new Date() });
+    this.#transmit(encode(message, fields));
   }
 
   // Sends a request and returns a promise of its answer's fields. `isLast` is for answers in
@@ -115,12 +114,13 @@ export class LobbyClient {
   async request(type, fields = {}, { timeoutMs = this.#options.timeoutMs, isLast } = {}) {
     const reply = layoutOf(TO_LOBBY, type)?.reply;
     if (reply === undefined) throw new TypeError(`message ${type} has no answer`);
-    this.send(type, fields);
+    const bytes = encode(type, fields);
+    this.#expectConnection();
     return new Promise((resolve, reject) => {
-      const entry = { resolve, reject, isLast, timeoutMs };
-      if (!this.#waiting.has(reply)) this.#waiting.set(reply, []);
-      this.#waiting.get(reply).push(entry);
-      this.#startTimer(reply, entry);
+      const queue = this.#waiting.get(reply) ?? [];
+      this.#waiting.set(reply, queue);
+      queue.push({ bytes, resolve, reject, isLast, timeoutMs });
+      if (queue.length === 1) this.#ask(reply, queue);
     });
   }
 
@@ -236,12 +236,28 @@ export class LobbyClient {
     }
   }
 
-  #startTimer(reply, entry) {
-    entry.timer = setTimeout(() => {
-      const queue = this.#waiting.get(reply);
-      queue.splice(queue.indexOf(entry), 1);
-      entry.reject(new LobbyError('timeout', 'The lobby did not answer.'));
-    }, entry.timeoutMs);
+  #expectConnection() {
+    if (!this.connected) throw new LobbyError('not-connected', 'There is no connection.');
+  }
+
+  #transmit(bytes) {
+    this.#expectConnection();
+    this.#connection.socket.send(bytes);
+    this.#emit('message', { ...decode(bytes, TO_LOBBY), at: new Date() });
+  }
+
+  // Sends the first request of a queue, if there is one.
+  #ask(reply, queue) {
+    if (queue.length === 0) return;
+    this.#startTimer(reply, queue);
+    this.#transmit(queue[0].bytes);
+  }
+
+  #startTimer(reply, queue) {
+    queue[0].timer = setTimeout(() => {
+      queue.shift().reject(new LobbyError('timeout', 'The lobby did not answer.'));
+      this.#ask(reply, queue);
+    }, queue[0].timeoutMs);
   }
 
   // The lobby echoes a keep-alive. An echo is never echoed, or the two would go on for ever; one
@@ -271,19 +287,23 @@ export class LobbyClient {
     if (type === KEEP_ALIVE) connection.echoDue = false;
     if (type === 0x00a8) connection.reason = fields.bStopSwitch ? 'maintenance' : 'kicked';
     this.#emit('message', { ...message, at: new Date() });
-    const entry = this.#waiting.get(type)?.[0];
-    if (entry) {
-      this.#answer(type, entry, fields);
+    const queue = this.#waiting.get(type);
+    if (queue?.length) {
+      this.#answer(type, queue, fields);
     } else if (PUSHES.has(type)) {
       this.#emit(PUSHES.get(type), fields);
     }
   }
 
-  #answer(type, entry, fields) {
+  #answer(type, queue, fields) {
+    const [entry] = queue;
     clearTimeout(entry.timer);
-    if (entry.isLast && !entry.isLast(fields)) return this.#startTimer(type, entry);
-    this.#waiting.get(type).shift();
-    return entry.resolve(fields);
+    const isDone = !entry.isLast || entry.isLast(fields);
+    if (queue[0] !== entry) return undefined;  // its callback closed the connection
+    if (!isDone) return this.#startTimer(type, queue);
+    queue.shift();
+    entry.resolve(fields);
+    return this.#ask(type, queue);
   }
 
   #end(connection, reason) {
@@ -293,8 +313,7 @@ export class LobbyClient {
     connection.socket.close();
     const error = new LobbyError('closed', `The connection is closed (${reason}).`);
     error.reason = reason;
-    const open = [...this.#waiting.values()].flat();
-    this.#waiting.clear();
+    const open = [...this.#waiting.values()].flatMap((queue) => queue.splice(0));
     for (const entry of open) {
       clearTimeout(entry.timer);
       entry.reject(error);

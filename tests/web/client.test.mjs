@@ -43,17 +43,22 @@ async function connected(options = {}) {
 const isClosed = (reason) => (error) => error.code === 'closed' && error.reason === reason;
 const isTimeout = (error) => error.code === 'timeout';
 
-test('answers go to the oldest request of their kind, whatever comes between', async (t) => {
+// The lobby's own refusal of the second take used to overtake the answer to the first, and each
+// caller was told the other's outcome.
+test('requests of one kind go out one at a time, others beside them', async (t) => {
   const { lobby, socket } = await connected();
   t.after(() => lobby.close());
   const first = lobby.take(1n, 'pw');
   const second = lobby.take(2, 'pw');
   const nick = lobby.nickname('名');
+  assert.deepEqual(socket.names, ['GetBankCoinReq', 'ModifyNickNameReq']);
   socket.receive(['ModifyNickNameRes', { szNickName: '名' }], ['GetCoinResult', { llGetCoinNum: 1n }],
-    ['WinBulletinNotice', { usBulletNum: 0 }], ['GetCoinResult', { ucResultType: 156 }]);
+    ['WinBulletinNotice', { usBulletNum: 0 }]);
   assert.equal((await first).llGetCoinNum, 1n);
-  assert.equal((await second).ucResultType, 156);
   assert.equal((await nick).szNickName, '名');
+  assert.equal(socket.sent.at(-1).fields.llGetNum, 2n);
+  socket.receive(['GetCoinResult', { ucResultType: 156 }]);
+  assert.equal((await second).ucResultType, 156);
 });
 
 test('every request carries the session and the values it was given', async (t) => {
@@ -94,9 +99,11 @@ test('a request that is never answered ends alone; the next answer is not its', 
   const { lobby, socket } = await connected();
   t.after(() => lobby.close());
   await assert.rejects(lobby.request(0x00d3, {}, { timeoutMs: 5 }), isTimeout);
-  const second = lobby.bankLogin('pw');
+  const second = lobby.request(0x00d3, {}, { timeoutMs: 5 });
+  const third = lobby.bankLogin('pw');
+  await assert.rejects(second, isTimeout);
   socket.receive(['LoginBankResult', { llBankCoin: 9n }]);
-  assert.equal((await second).llBankCoin, 9n);
+  assert.equal((await third).llBankCoin, 9n);
 });
 
 test('a server list is collected from its parts, each of which renews the time-out', async (t) => {
@@ -150,7 +157,7 @@ test('the end of a connection rejects what is open and says why', async () => {
   ];
   for (const [reason, end] of endings) {
     const session = await connected();
-    const open = [session.lobby.bankLogin('pw'), session.lobby.take(1, 'pw')];
+    const open = [session.lobby.take(1, 'pw'), session.lobby.take(2, 'pw')];
     end(session);
     for (const request of open) await assert.rejects(request, isClosed(reason), reason);
     assert.deepEqual(session.events.at(-1), ['close', { reason }]);

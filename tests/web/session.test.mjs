@@ -68,6 +68,59 @@ test('a keep-alive is echoed once; a second login ends the first', async () => {
   second.close();
 });
 
+test('every request of the library is understood', async () => {
+  const lobby = await player(10005);
+  const cases = [
+    [lobby.nickname('新名字'), { iError: 0, szNickName: '新名字' }],
+    [lobby.nickname('the admin'), { iError: 1, szNickName: '' }],
+    [lobby.gender(2), { iError: 0, iGender: 2 }],
+    [lobby.signature('good luck'), { iError: 0, szPersonalSignature: 'good luck' }],
+    [lobby.faceId(7), { iError: 0, iFaceId: 7 }],
+    [lobby.mobile('13800138000'), { iError: 0, szMobileNumber: '13800138000' }],
+    [lobby.realName('王小明', '11010519491231002X'),
+      { iError: 0, szRealName: '王小明', szIdentity: '11010519491231002X' }],
+    [lobby.bankPassword(BANK, '999999', '123456'), { ucResultType: 0 }],
+    [lobby.loginPassword('123456', '654321'), { ucResultType: 0 }],
+    [lobby.loginPassword('654321', '123456'), { ucResultType: 4 }],
+    [lobby.exchange(10005, 1n), { iErrorCode: 4, llExhangeCoin: 1n, llFirstMoney: 10000n }],
+  ];
+  for (const [answer, expected] of cases) assert.deepEqual(await answer, expected);
+  const { iDayCompeteCostCoin, usTurnNum } = await lobby.tournament();
+  assert.ok(iDayCompeteCostCoin > 0 && usTurnNum > 0);
+  assert.match(await system.command('player 10005'),
+    /nickname="新名字".*gender=2 face=7 mobile="13800138000" signature="good luck" bank_password="999999" password="654321"/);
+  lobby.close();
+});
+
+test('every push reaches the player it is for', async () => {
+  const [giver, receiver] = [await player(10006), await player(10007)];
+  const next = (event) => new Promise((resolve) => { receiver.on(event, resolve); });
+  const start = await account(10007);
+  await system.command('keys');
+  receiver.subscribe('farm.harvest');
+  await receiver.tournament();  // answered after the lobby has taken the subscription
+  const pushes = [
+    ['exchangeNotify', () => giver.exchange(10007, 30n),
+      { iFromUserID: 10006, llExhangeCoin: 30n, llFirstMoney: start.coin + 30n }],
+    ['coins', () => system.command('recharge 10007 70'), { llCurGameCoin: start.coin + 100n }],
+    ['consume', () => system.command('consume 10007 {"wsGainList":[]}'),
+      { szConsumeNotice: '{"wsGainList":[]}' }],
+    ['sync', () => system.command('sync 10007 3 44'), { dataType: 3, dataValue: 44 }],
+    ['farm', () => system.command('farm user 10007 ripe'), { szMsgContent: 'ripe' }],
+    ['publish', () => system.command('farm key farm.harvest plenty'),
+      { szKey: 'farm.harvest', szMsgContent: 'plenty' }],
+    ['bulletins', () => system.command('bulletin sys hello'), { usBulletNum: 1 }],
+  ];
+  for (const [event, cause, expected] of pushes) {
+    const pushed = next(event);
+    await cause();
+    const fields = await pushed;
+    assert.deepEqual({ ...fields, ...expected }, fields, event);
+  }
+  giver.close();
+  receiver.close();
+});
+
 test('a long server list arrives whole', async () => {
   const lobby = await player(10004);
   const servers = await lobby.serverList();
