@@ -51,6 +51,8 @@ class ServerList {
 
   private:
     void RebuildShowLists(const GameSiteList& sites);
+    std::vector<tagServerInfo>& ShowListOf(int32_t site,
+                                           std::map<int32_t, std::vector<tagServerInfo>>& previous);
     void DumpShowLists();
     void LogShowSizes(int32_t userId, int32_t siteId) const;
     void SendChunk(GameProvider* provider, IPlayerNode* node, bool last, const char* mark);

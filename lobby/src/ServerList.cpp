@@ -150,7 +150,7 @@ void ServerList::refreshShowGameList(GameSiteList sites) {
 }
 
 void ServerList::RebuildShowLists(const GameSiteList& sites) {
-    m_showSiteMap.clear();
+    auto previous = std::exchange(m_showSiteMap, {});
     std::unordered_map<int32_t, GameRecords> games;
     for (const auto& [id, info] : m_gameServerMap)
         games[info.usGameID].servers.push_back(&info);
@@ -163,7 +163,7 @@ void ServerList::RebuildShowLists(const GameSiteList& sites) {
         if (it == games.end()) continue;
         GameRecords& game = it->second;
         const bool onePerLevel = entry.iGameKind == 0;
-        ShowList& list = m_showSiteMap[entry.iSiteID];
+        ShowList& list = ShowListOf(entry.iSiteID, previous);
         const uint64_t offer = static_cast<uint64_t>(static_cast<uint32_t>(entry.iSiteID)) << 32 |
                                static_cast<uint32_t>(entry.iGameID);
         if (!offered.insert(offer).second) {
@@ -174,6 +174,19 @@ void ServerList::RebuildShowLists(const GameSiteList& sites) {
         if (shown.empty()) AddServers(game, onePerLevel, shown);
         list.insert(list.end(), shown.begin(), shown.end());
     }
+}
+
+// The list of a site, made when it has none yet - in the memory of its previous list, since with
+// many records allocation would be most of the cost.
+std::vector<tagServerInfo>& ServerList::ShowListOf(
+    int32_t site, std::map<int32_t, std::vector<tagServerInfo>>& previous) {
+    const auto [it, fresh] = m_showSiteMap.try_emplace(site);
+    const auto old = previous.find(site);
+    if (fresh && old != previous.end()) {
+        it->second = std::move(old->second);
+        it->second.clear();
+    }
+    return it->second;
 }
 
 void ServerList::DumpShowLists() {
