@@ -1,0 +1,238 @@
+#include "Operations.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+
+#include "BankInfoDef.h"
+#include "MsgView.h"
+#include "PublisherMsg.h"
+#include "center_server_msg.h"
+#include "compete_msg.h"
+#include "lobby_client_msg.h"
+
+namespace {
+
+// The passwords of the simulator's players.
+constexpr char kBankPassword[] = "888888";
+constexpr char kPassword[] = "123456";
+
+template <size_t N>
+void Fill(char (&field)[N], std::string_view text) {
+    std::memcpy(field, text.data(), std::min(N, text.size()));
+}
+
+template <class T>
+T Zeroed() {
+    T message;
+    std::memset(&message, 0, sizeof(message));
+    return message;
+}
+
+template <class T>
+void Send(Link& link, uint16_t type, T message) {
+    link.Send(type, &message, sizeof(message));
+}
+
+void KeepAlive(Link& link, const PlayerFacts&) { Send(link, MSG_KEEP_ALIVE, Zeroed<MsgHeader>()); }
+
+void BankLogin(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<UserBankLoginReq>();
+    message.iUserID = player.id;
+    Fill(message.szBankPass, kBankPassword);
+    Send(link, BANK_LOGIN_C2S, message);
+}
+
+void Take(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<GetBankCoinReq>();
+    message.iUserID = player.id;
+    message.iSiteID = player.site;
+    message.llGetNum = 1;
+    Fill(message.szBankerPwd, kBankPassword);
+    Send(link, BANK_GET_COIN_C2S, message);
+}
+
+void Save(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<SaveCoinReq>();
+    message.iUserID = player.id;
+    message.iSiteID = player.site;
+    message.llSaveCoinNum = 1;
+    Send(link, BANK_SAVE_COIN_C2S, message);
+}
+
+// From the password to itself, so that the next one works too.
+void BankPassword(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ModifyBankPasswdReq>();
+    message.iUserID = player.id;
+    Fill(message.szOldPassWd, kBankPassword);
+    Fill(message.szNewPassWd, kBankPassword);
+    Send(link, BANK_MODIFY_PASSWD_C2S, message);
+}
+
+void Password(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<tagModifyPassWordReq>();
+    message.iUserID = player.id;
+    Fill(message.szOldPassWd, kPassword);
+    Fill(message.szNewPassWd, kPassword);
+    Send(link, MODIFY_PASSWORD_C2S, message);
+}
+
+void Refresh(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<RechargeReFreshCoinReq>();
+    message.iUserId = player.id;
+    Send(link, REFRESH_COIN_C2S, message);
+}
+
+void ServerList(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<GameServerInfoReq>();
+    message.iUserID = player.id;
+    Send(link, MSG_CLIENT_SERVER_INFO_REQ, message);
+}
+
+void Nickname(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ModifyNickNameReq>();
+    message.iUserId = player.id;
+    Fill(message.szNickName, "player" + std::to_string(player.id));
+    Send(link, MODIFY_NICKNAME_C2S, message);
+}
+
+void Gender(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ModifyGenderReq>();
+    message.iUserId = player.id;
+    message.iGender = static_cast<int32_t>(player.turn % 2);
+    Send(link, MODIFY_GENDER_C2S, message);
+}
+
+void Signature(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ModifyPersonalSignatureReq>();
+    message.iUserId = player.id;
+    Fill(message.szPersonalSignature, "luck is a matter of patience");
+    Send(link, MODIFY_SIGNATURE_C2S, message);
+}
+
+void FaceId(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ModifyFaceIdReq>();
+    message.iUserId = player.id;
+    message.iFaceId = 1;
+    Send(link, MODIFY_FACE_ID_C2S, message);
+}
+
+void Mobile(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<BindingMobileReq>();
+    message.iUserId = player.id;
+    Fill(message.szMobileNumber, "138" + std::to_string(10000000 + player.id));
+    Send(link, BINDING_MOBILE_C2S, message);
+}
+
+void RealName(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<RealNameAuthenReq>();
+    message.iUserId = player.id;
+    Fill(message.szRealName, "Jo Player");
+    Fill(message.szIdentity, "110101199001011234");
+    Send(link, REAL_NAME_C2S, message);
+}
+
+void Exchange(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ExchangeGameCoinReq>();
+    message.iRecvUserID = player.id ^ 1;
+    message.llExhangeCoin = 1;
+    Send(link, EXCHANGE_COIN_C2S, message);
+}
+
+void Tournament(Link& link, const PlayerFacts& player) {
+    auto message = Zeroed<ClientLobbyCompeteReq>();
+    message.iUserID = player.id;
+    Send(link, MSG_CLIENT_COMPETE_REQ, message);
+}
+
+// Neither is answered; the keep-alive behind it comes back once it has been dealt with.
+void Subscribe(Link& link, const PlayerFacts& player) {
+    static_assert(sizeof(ClientSubscribeMsg) == sizeof(ClientUnsubscribeMsg));
+    auto message = Zeroed<ClientSubscribeMsg>();
+    Fill(message.szKey, "farm.harvest");
+    Send(link, player.turn % 2 == 0 ? CLIENT_SUBSCRIBE_MSG_C2S : CLIENT_UNSUBSCRIBE_MSG_C2S,
+         message);
+    KeepAlive(link, player);
+}
+
+constexpr Operation kOperations[] = {
+    {"keepalive", MSG_KEEP_ALIVE, 0, 30, AnswerCode::None, KeepAlive},
+    {"bank-login", BANK_LOGIN_S2C, 3, 5, AnswerCode::Byte8, BankLogin},
+    {"take", BANK_GET_COIN_S2C, 3, 8, AnswerCode::Int8, Take},
+    {"save", BANK_SAVE_COIN_S2C, 3, 8, AnswerCode::Int8, Save},
+    {"bank-password", BANK_MODIFY_PASSWD_S2C, 3, 1, AnswerCode::Byte8, BankPassword},
+    {"password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8, Password},
+    {"refresh", REFRESH_COIN_S2C, 2, 10, AnswerCode::Int12, Refresh},
+    {"server-list", MSG_CLIENT_SERVER_INFO_RES, 4, 10, AnswerCode::None, ServerList},
+    {"nickname", MODIFY_NICKNAME_S2C, 0, 2, AnswerCode::Int8, Nickname},
+    {"gender", MODIFY_GENDER_S2C, 0, 2, AnswerCode::Int8, Gender},
+    {"signature", MODIFY_SIGNATURE_S2C, 0, 2, AnswerCode::Int8, Signature},
+    {"face", MODIFY_FACE_ID_S2C, 0, 3, AnswerCode::Int8, FaceId},
+    {"mobile", BINDING_MOBILE_S2C, 0, 1, AnswerCode::Int8, Mobile},
+    {"real-name", REAL_NAME_S2C, 0, 1, AnswerCode::Int8, RealName},
+    {"exchange", EXCHANGE_COIN_S2C, 7, 2, AnswerCode::Int8, Exchange},
+    {"tournament", MSG_CLIENT_COMPETE_RES, 0, 5, AnswerCode::None, Tournament},
+    {"subscribe", MSG_KEEP_ALIVE, 0, 5, AnswerCode::None, Subscribe},
+};
+
+}  // namespace
+
+std::span<const Operation> Operations() { return kOperations; }
+
+int32_t CodeOf(const Operation& operation, std::string_view answer) {
+    const auto length = static_cast<long>(answer.size());
+    switch (operation.code) {
+        case AnswerCode::None:
+            return 0;
+        case AnswerCode::Byte8:
+            return ReadItem<uint8_t>(answer.data(), length, 8, 0);
+        case AnswerCode::Int8:
+            return ReadItem<int32_t>(answer.data(), length, 8, 0);
+        case AnswerCode::Int12:
+            return ReadItem<int32_t>(answer.data(), length, 12, 0);
+    }
+    return 0;
+}
+
+bool IsComplete(const Operation& operation, std::string_view answer) {
+    if (operation.answer != MSG_CLIENT_SERVER_INFO_RES) return true;
+    return ReadItem<uint16_t>(answer.data(), static_cast<long>(answer.size()), 8, 0) != 0;
+}
+
+std::vector<uint32_t> ParseMix(const std::string& text) {
+    std::vector<uint32_t> weights;
+    for (const Operation& operation : kOperations)
+        weights.push_back(text.empty() ? operation.weight : 0);
+    std::istringstream list(text);
+    for (std::string item; std::getline(list, item, ',');) {
+        const size_t equals = std::min(item.find('='), item.size());
+        const auto row = std::find_if(
+            std::begin(kOperations), std::end(kOperations),
+            [&](const Operation& operation) { return item.substr(0, equals) == operation.name; });
+        if (row == std::end(kOperations)) throw std::invalid_argument("no operation " + item);
+        uint32_t weight = 1;
+        if (equals < item.size()) {
+            const char* end = item.data() + item.size();
+            const auto parsed = std::from_chars(item.data() + equals + 1, end, weight);
+            if (parsed.ec != std::errc() || parsed.ptr != end) {
+                throw std::invalid_argument("no weight in " + item);
+            }
+        }
+        weights[static_cast<size_t>(row - std::begin(kOperations))] = weight;
+    }
+    if (std::count(weights.begin(), weights.end(), 0u) == std::ssize(weights)) {
+        throw std::invalid_argument("an empty mix");
+    }
+    return weights;
+}
+
+void SendLogin(Link& link, const PlayerFacts& player, const std::string& token) {
+    auto message = Zeroed<tagLobbyClientConnectNotice>();
+    message.iUserID = player.id;
+    message.iLobbySiteID = player.site;
+    Fill(message.szToken, token);
+    Fill(message.szChannelID, "load");
+    Send(link, CLIENT_CONNECT_NOTICE_C2S, message);
+}
