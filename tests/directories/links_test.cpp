@@ -239,10 +239,11 @@ TEST_F(DirectoryTest, VipTablesBecomeVisibleWithTheLastMessage) {
     EXPECT_TRUE(Has(log, "vip frame_id[3], open_level[30]"));
     ASSERT_EQ(lobby->m_mapConfigVipFrame.size(), 3u);
     EXPECT_EQ(lobby->m_mapConfigVipFrame[2].iLimitLv, 21);
-    EXPECT_TRUE(lobby->m_mapConfigVipFrame1.empty());
     frames = {{}, 1, 0, {}};
-    net.Deliver(Link(CONFIG), 0xAD15, frames);
-    EXPECT_TRUE(lobby->m_mapConfigVipFrame.empty());
+    for (int i = 0; i < 2; ++i) {
+        net.Deliver(Link(CONFIG), 0xAD15, frames);
+        EXPECT_TRUE(lobby->m_mapConfigVipFrame.empty());
+    }
 
     tagVipLevelConfigRes levels{{}, 1, 65535, {{1, 100}}};
     net.Deliver(Link(CONFIG), 0xAD11, levels);
