@@ -2,23 +2,20 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { LobbyClient } from '../../web/lobby-protocol.js';
-import { launch, openPage, PHONE, picture, servePage } from './support/browser.mjs';
+import { launch, openPage, PHONE, picture } from './support/browser.mjs';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
 const TOKEN = 'token';
 const BANK = '888888';
 
-let system, site, browser;
+let system, browser;
 before(async () => {
   system = await startSystem();
-  site = await servePage({ ws: system.url,
-    player: { userId: 10002, token: TOKEN, siteId: 1, bankPassword: BANK } });
   browser = await launch();
 });
 after(async () => {
   await browser?.close();
-  site?.close();
   await system?.stop();
 });
 
@@ -131,13 +128,16 @@ test('a long server list arrives whole', async () => {
 });
 
 test('a player uses the page', async () => {
-  const page = await openPage(browser, site.url);
+  const page = await openPage(browser, system.page);
   const hasText = (selector, text) => page.locator(selector, { hasText: text }).first().waitFor();
   const format = (amount) => amount.toLocaleString('en-US');
   const before = await account(10002);
+  await page.fill('#user-id', '10002');
+  await page.fill('#token', TOKEN);
   await page.click('#login');
   await hasText('#status', 'logged in');
   await hasText('#coins-hand', format(before.coin));
+  await page.fill('#bank-password', BANK);
   await page.click('#bank-login');
   await hasText('#bank-login-form .result', 'The bank is open.');
   await page.fill('#bank-amount', '250');

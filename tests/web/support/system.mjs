@@ -5,8 +5,10 @@ import fs from 'node:fs/promises';
 import net from 'node:net';
 import os from 'node:os';
 import path from 'node:path';
+import { fileURLToPath } from 'node:url';
 
 const PATIENCE_MS = 20000;
+const PAGE = new URL('../../../web/', import.meta.url);
 const SAMPLES = new URL('../../../deploy/config/', import.meta.url);
 
 async function until(what, probe) {
@@ -92,7 +94,9 @@ export async function startSystem() {
     const [redis, lobby] = [await freePort(), await freePort()];
     await start('redis-server', ['--port', String(redis), '--bind', '127.0.0.1', '--save', '']);
     const portsFile = path.join(folder, 'ports');
-    await start(process.env.PLATFORM_SIM, ['--ports-file', portsFile, '--quiet']);
+    const url = `ws://127.0.0.1:${lobby}`;
+    await start(process.env.PLATFORM_SIM, ['--ports-file', portsFile, '--quiet',
+      '--web-root', fileURLToPath(PAGE), '--lobby-address', url]);
     const line = await until('platform_sim', () => fs.readFile(portsFile, 'utf8').catch(() => ''));
     const ports = Object.fromEntries(line.trim().split(/\s+/).map((pair) => pair.split('=')));
     await until('redis-server', () => answers(redis));
@@ -105,7 +109,8 @@ export async function startSystem() {
     await fs.writeFile(path.join(folder, 'LobbyServer.cfg'), config(ports, lobby, redis));
     await start(program, []);
     await until('LobbyServer', () => answers(lobby));
-    return { url: `ws://127.0.0.1:${lobby}`, command: (text) => command(ports.control, text), stop };
+    return { url, page: `http://127.0.0.1:${ports.page}/`,
+      command: (text) => command(ports.control, text), stop };
   } catch (error) {
     await stop();
     throw error;
