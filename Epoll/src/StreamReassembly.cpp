@@ -54,6 +54,7 @@ bool CompleteHeld(char* held, long& heldLength, const char*& bytes, long& length
 }  // namespace
 
 void FeedStream(char* held, long& heldLength, char* bytes, long length, StreamSink& sink) {
+    if (length <= 0) return;
     const char* rest = bytes;
     if (heldLength > 0 && !CompleteHeld(held, heldLength, rest, length, sink)) return;
     char* at = bytes + (rest - bytes);
