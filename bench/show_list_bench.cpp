@@ -1,5 +1,6 @@
 // Times the rebuild of the show lists and the sending of one site's list.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 #include "CenterServerHandler.h"
 #include "Game/NetGame.h"
@@ -94,14 +95,21 @@ GameSiteList Sites(int games) {
 }
 
 // The call as the center handler makes it, the copy of the site list included. `first`: there are
-// no lists yet whose memory could be used again.
+// no lists yet whose memory could be used again, nor freed memory of earlier ones.
 void Rebuild(benchmark::State& state) {
     const int games = static_cast<int>(state.range(1));
     ServerList list;
     FillServers(list, static_cast<int>(state.range(0)), games);
     const GameSiteList sites = Sites(games);
-    for (auto _ : state)
+    for (auto _ : state) {
+        if (state.range(2) != 0) {
+            state.PauseTiming();
+            list.m_showSiteMap.clear();
+            malloc_trim(0);
+            state.ResumeTiming();
+        }
         list.refreshShowGameList(sites);
+    }
     size_t records = 0;
     for (const auto& [site, shown] : list.m_showSiteMap)
         records += shown.size();

@@ -10,6 +10,7 @@ void BulletinQueue::Push(const WinCoinBulletinNotice_2& item) {
     const auto ordinary = std::find_if(m_items.begin(), m_items.end(), [](const auto& queued) {
         return queued.usBulletType != kPriorityType;
     });
+    // An ordinary bulletin never displaces one of priority, and waits behind all that are queued.
     if (item.usBulletType == kPriorityType) {
         m_items.erase(ordinary != m_items.end() ? ordinary : m_items.begin());
         m_items.push_front(item);

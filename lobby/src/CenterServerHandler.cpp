@@ -44,7 +44,7 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
     __log(_DEBUG, "CenterServerHandler::CallCenterServerInfo", "start CallCenterServerInfo!!!");
     if (node == nullptr) return;
     tagServerRegisterReq msg{};
-    msg.iRegisterType = 3;
+    msg.iRegisterType = 3;  // a lobby; its game and server ids are 0
     m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
 }
 
@@ -56,6 +56,7 @@ void CenterServerHandler::KeepAlive() {
 
 bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (node == nullptr || node != m_lpCenterServer) return false;
+    // Unknown types are swallowed without a line: the center announces more than lobbies need.
     if (const auto* row = FindRow(kDispatch, type)) (this->*row->handle)(data, length);
     return true;
 }
@@ -70,6 +71,8 @@ void CenterServerHandler::refreshShowGameList() {
     m_ServerList.refreshShowGameList(m_GameSiteList);
 }
 
+// A notice of another size comes from a center of another version or from a torn stream; closing
+// the link has everything sent anew.
 bool CenterServerHandler::CheckLength(const char* tag, long length, size_t expected) {
     if (length == static_cast<long>(expected)) return true;
     __log(_ERROR, tag, kNotEqual, static_cast<int>(length), static_cast<int>(expected));
@@ -77,6 +80,7 @@ bool CenterServerHandler::CheckLength(const char* tag, long length, size_t expec
     return false;
 }
 
+// Only the upper bound is checked; the count is held neither against 10 nor against the length.
 void CenterServerHandler::OnCenterServerInfoNotice(void* data, long length) {
     using Notice = tagServerInfoNotice;
     if (length > static_cast<long>(sizeof(Notice))) {
@@ -129,6 +133,7 @@ void CenterServerHandler::OnCenterTerminateNotice(void* data, long length) {
     m_ServerList.DeleteInfo(msg, m_GameSiteList, true);
 }
 
+// Neither site list closes the link over a bad count: the message is dropped.
 void CenterServerHandler::OnCenterServerGameListNotice(void* data, long length) {
     static constexpr char tag[] = "CenterServerHandler::OnCenterServerGameListNotice";
     using Notice = tagLoginMobileCenterSiteGameListMsg;
@@ -175,6 +180,7 @@ void CenterServerHandler::OnCenterNoticeKickOut(void* data, long length) {
         m_lpLobbyServer->Close(m_lpCenterServer);
         return;
     }
+    // The user logged in on another lobby: whichever session is here makes way.
     const auto msg = ReadMsg<NoticeLobbyKickOut>(data, length);
     __log(_DEBUG, "CenterServerHandler::OnCenterNoticeKickOut", "recv kickout userid[%d]",
           msg.iUserID);

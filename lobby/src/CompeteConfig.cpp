@@ -15,7 +15,7 @@ constexpr int kDefaultCompeteCost = 1000;
 // Reads "a,b,c", prints it under the heading and returns the number of entries.
 uint16_t ReadTurns(const CIniFile& file, const char* key, const char* heading,
                    std::vector<int32_t>& turns) {
-    char text[65] = {};
+    char text[65] = {};  // up to 64 characters; a longer value reads as none
     char separators[] = ",";
     file.GetValueStr(kSection, key, text, sizeof(text));
     turns.clear();
@@ -43,6 +43,7 @@ void CompeteConfig::OnTimer(long now) {
 void CompeteConfig::ReadConfig() {
     static constexpr char tag[] = "CompeteConfig::ReadConfig";
     CIniFile file;
+    // A missing file is not fatal and leaves its line at every attempt.
     if (file.InitFile("compete_info.cfg") == 0) {
         __log(_ERROR, tag, "compete_info.cfg init failed");
         return;

@@ -59,6 +59,7 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
     req.ulPlayerNode = NodeHandle(node);
     req.ulPlayerNodeId = *static_cast<LobbyPlayer*>(node);
     IPlayerNode* const queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
+    // While the link is down this is a failed send; the client gets no answer.
     const bool sent =
         queue != nullptr && m_lpLobbyServer->SendData(queue, MSG_QUEUE_COMPETE_USER_INFO_REQ, &req,
                                                       sizeof(req), ENCODE_NONE);
@@ -87,6 +88,7 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
         return;
     }
 
+    // Today by local time; an opening day of 0 never comes, so that every day is a daily one.
     const time_t now = ClockNow();
     tm today{};
     localtime_r(&now, &today);

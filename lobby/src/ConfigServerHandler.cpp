@@ -20,6 +20,8 @@ constexpr DispatchRow<Config> kDispatch[] = {
 };
 static_assert(TypesUnique(kDispatch));
 
+// Unlike at the center, a message of the wrong size does not cost the link. The "=" is how the
+// line reads everywhere.
 bool CheckLength(const char* tag, long length, size_t expected) {
     if (length == static_cast<long>(expected)) return true;
     __log(_ERROR, tag, "buffer length is not match ! length[%u] = sizeof(%u)",
@@ -42,12 +44,14 @@ void LoadTable(const TableTexts& texts, const void* data, long length, Map& live
     if (!CheckLength(texts.tag, length, sizeof(Msg))) return;
     __log(_DEBUG, texts.tag, "%s", texts.success);
     const auto msg = ReadMsg<Msg>(data, length);
+    // The count is trusted as far as the message goes, which has its full size here.
     const size_t count = std::min<size_t>(msg.usItemCount, std::size(msg.item));
     for (size_t i = 0; i < count; ++i) {
         const auto [key, number] = put(staging, msg.item[i]);
         __log(_DEBUG, texts.tag, texts.item, key, number);
     }
     if (msg.isFinished == 0) return;
+    // Whatever the staging table holds becomes the table, nothing at all included.
     live.swap(staging);
     staging.clear();
 }

@@ -48,6 +48,7 @@ void RemoveSubscriber(std::vector<PublishPlayer>& subscribers, const LobbyPlayer
     });
 }
 
+// A key keeps its subscriber list when the last one goes.
 void RemoveFromKey(LobbyServer& server, const LobbyPlayer& player, const std::string& key) {
     const auto it = server.m_mapStrKeyToPlayer.find(key);
     if (it == server.m_mapStrKeyToPlayer.end()) {
@@ -80,7 +81,7 @@ void LobbyClientHandler::subscribe(IPlayerNode* node, void* data, long length) {
     }
     __log(_DEBUG, tag, "userid[%d] ulPlayerNodeId[%d] key[%s] subscribe ", player.m_iUserID,
           static_cast<int>(NodeIdOf(player)), key.c_str());
-    if (key.empty()) return;
+    if (key.empty()) return;  // an empty key means every key when unsubscribing
 
     AddSubscriber(m_lpLobbyServer->m_mapStrKeyToPlayer[key], player, key);
     auto& keys = m_lpLobbyServer->m_mapPlayerToStrKey[player.m_iUserID];
@@ -106,6 +107,7 @@ void LobbyClientHandler::unsubscribe(IPlayerNode* node, const std::string& key) 
         return;
     }
     if (!key.empty()) {
+        // The user's list stays, even when it is empty now; the close of the session removes it.
         std::erase(it->second, key);
         return;
     }

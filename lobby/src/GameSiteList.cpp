@@ -11,6 +11,7 @@ int32_t GameSiteList::InsertInfo(tagSiteMobileGameList& entry) {
               entry.iSiteID, entry.iGameID, entry.iGameKind, entry.iTypeID,
               TextStr(entry.szGameName).c_str(), TextStr(entry.szTypeName).c_str());
     } else {
+        // Replacing leaves no line: the center repeats its whole list on every registration.
         TerminateGameSiteInfo old{entry.iSiteID, entry.iGameID};
         DeleteInfo(old);
     }

@@ -21,6 +21,7 @@ bool LobbyServer::IsExistSubscribeKey(const std::string& key) {
 
 void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice& notice) {
     static constexpr char tag[] = "LobbyServer::publish";
+    // A key that lost its last subscriber keeps its empty list and does not leave this line.
     const auto it = m_mapStrKeyToPlayer.find(key);
     if (it == m_mapStrKeyToPlayer.end()) {
         __log(_DEBUG, tag, "no plyaer subscribe msg key[%s]", key.c_str());
@@ -67,6 +68,7 @@ void LobbyServer::SendFarmTransferLog(const BulletinTransferFarmNotice* message)
     record.iMainID = message->iMainID;
     record.iSubID = message->iSubID;
     record.iUserID = message->iUserID;
+    // The port tells which of the lobbies delivered it.
     record.iTransferPort = m_iPort;
     std::memcpy(record.szMsgContent, message->szMsgContent, sizeof(record.szMsgContent));
     GetLogServerHandler()->SendMsgToLogServer(MSG_LOG_FARM_TRANSFER, &record, sizeof(record));

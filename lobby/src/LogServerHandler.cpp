@@ -24,6 +24,7 @@ bool LogServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
                                       "log server", RECONNECT_LOG);
 }
 
+// No queue while the link is down: the line below is all that remains of the record.
 void LogServerHandler::SendMsgToLogServer(uint16_t type, void* data, long length) {
     if (IPlayerNode* const link = m_lpLogServer) {
         m_lpLobbyServer->SendData(link, type, data, length, ENCODE_NONE);

@@ -62,6 +62,7 @@ void AddServers(const GameRecords& game, bool onePerLevel, ShowList& list) {
     }
 }
 
+// Unsigned fields print as signed ones, as they always did: log readers parse these lines.
 void LogRecord(const tagServerInfo& i) {
     __log(_DEBUG, "ServerList::InsertInfo:",
           "[%d],[%d],[%s],[%d],[%d],[%d],[%d],[%d], [%d],[%d],[%s],[%s],[%d],[%d],[%d],[%d] \n ",
@@ -85,6 +86,7 @@ void LogShown(int32_t site, const tagServerInfo& i) {
 
 int32_t ServerList::InsertInfo(tagServerInfo& info, GameSiteList sites, bool refresh) {
     if (m_gameServerMap.count(info.usServerID) != 0) {
+        // Replaced whole: nothing of the old record survives.
         tagTerminateNotice old{};
         old.usGameID = info.usGameID;
         old.usServerID = info.usServerID;
@@ -107,7 +109,7 @@ int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) 
         return 0;
     }
     tagServerInfo& info = it->second;
-    if (info.usGameID != update.usGameID) return 1;
+    if (info.usGameID != update.usGameID) return 1;  // a stale notice; silence is required
     const bool flagChanged = info.ucOpenFlag != update.ucOpenFlag;
     info.usOnlineCount = update.usOnlineCount;
     info.ucOpenFlag = update.ucOpenFlag;
@@ -124,6 +126,7 @@ int32_t ServerList::CloseInfo(tagServerCloseNotice& notice, GameSiteList sites) 
               notice.usGameID, notice.usServerID);
         return 0;
     }
+    // Another game's notice leaves the flag alone, yet the lists are rebuilt.
     if (it->second.usGameID == notice.usGameID) {
         it->second.ucOpenFlag = static_cast<uint8_t>(notice.cCloseServer);
     }
@@ -145,7 +148,7 @@ void ServerList::refreshShowGameList(GameSiteList sites) {
     RebuildShowLists(sites);
     const time_t now = ClockNow();
     if (now - m_tLastDump < kDumpInterval) return;
-    m_tLastDump = now;
+    m_tLastDump = now;  // the hour counts whether or not the level lets the lines through
     if (LogEnabled(_DEBUG)) DumpShowLists();
 }
 
@@ -159,6 +162,8 @@ void ServerList::RebuildShowLists(const GameSiteList& sites) {
     // so the game's ready-made list is appended as a whole.
     std::unordered_set<uint64_t> offered;
     for (const auto& [key, entry] : sites.m_gameSiteMap) {
+        // Site lists carry 32-bit game ids, servers 16-bit ones; compared widened. A site without a
+        // server gets no list at all.
         const auto it = games.find(entry.iGameID);
         if (it == games.end()) continue;
         GameRecords& game = it->second;
@@ -209,6 +214,8 @@ void ServerList::SendServerList(GameProvider* provider, IPlayerNode* node, GameS
     __log(_DEBUG, tag, "ServerList::SendServerList:logintype[%d]...", player->m_cLoginType);
     if (player->m_cLoginType != LOGIN_LOBBY) return;
 
+    // Cleared once per list: a short last message leaves earlier records behind its end, which are
+    // not sent.
     std::memset(&m_sendList, 0, sizeof(m_sendList));
     if (LogEnabled(_DEBUG)) LogShowSizes(player->m_iUserID, player->m_iLoginSiteID);
     const auto site = m_showSiteMap.find(player->m_iLoginSiteID);
@@ -225,6 +232,7 @@ void ServerList::SendServerList(GameProvider* provider, IPlayerNode* node, GameS
                   TextStr(info.szTelecomIP).c_str(), info.usServerPort, info.ucServerType,
                   m_sendList.usListCount + 1, info.ucOpenFlag);
         }
+        // Closed servers go out, too: the client decides how to show them.
         m_sendList.serverInfo[m_sendList.usListCount++] = info;
         if (m_sendList.usListCount == kRecordsPerMessage) {
             SendChunk(provider, node, i + 1 == list.size(), "0000000000");

@@ -31,6 +31,7 @@ void LobbyClientHandler::HandleClientServerInfoReq(IPlayerNode* node, void* data
               static_cast<long long>(now), static_cast<long long>(player.iLastServerInfoReqTime));
         return;
     }
+    // Counts even when the site has no list and nothing is sent.
     player.iLastServerInfoReqTime = now;
     m_lpLobbyServer->SendRoomInfoToClient(node);
     __log(_WARN, tag, "userid[%d] SendRoomInfoToClient", player.m_iUserID);

@@ -15,6 +15,7 @@ tm LocalTime(long t) {
     return local;
 }
 
+// The raw year (minus 1900) is kept: day counts recorded earlier were made with it.
 MyDate DateOf(long t) {
     const tm local = LocalTime(t);
     return {local.tm_year, local.tm_mon + 1, local.tm_mday};
@@ -28,8 +29,10 @@ bool IsLeapYear(int64_t year) {
 
 int32_t GetAbsDays(MyDate date) {
     static constexpr int kMonthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    // 64 bits on the way, so that no date overflows.
     const int64_t y = static_cast<int64_t>(date.year) - 1;
     int64_t days = 365 * y + y / 4 - y / 100 + y / 400;
+    // A month beyond December counts as December's end.
     for (int month = 1; month < std::min(date.month, 13); ++month) {
         days += kMonthDays[month - 1];
         if (month == 2 && IsLeapYear(date.year)) ++days;

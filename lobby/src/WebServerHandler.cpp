@@ -69,9 +69,10 @@ bool WebServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
 }
 
 void WebServerHandler::OnTimer(long now) {
+    // The first tick starts the pace by the clock, not by its argument.
     if (!m_lLastSend) m_lLastSend = static_cast<long>(ClockNow());
     if (now - *m_lLastSend < m_lpLobbyServer->m_iSendBulletinTime) return;
-    m_lLastSend = now;
+    m_lLastSend = now;  // also when nothing is queued
 
     std::memset(m_sendBuffer, 0, sizeof(m_sendBuffer));
     uint16_t count = 0;
@@ -102,6 +103,7 @@ void WebServerHandler::HandlerWinBulletinNotice(void* data, long length) {
               static_cast<int>(length), 576);
         return;
     }
+    // Texts are copied with their full arrays, terminated or not. No channel: for everybody.
     const auto msg = ReadMsg<WinCoinBulletinNotice>(data, length);
     WinCoinBulletinNotice_2 item;
     std::memset(&item, 0, sizeof(item));
@@ -155,6 +157,8 @@ void WebServerHandler::HandleFarmTransferMsg(void* data, long length) {
     __log(_DEBUG, tag, "user_id[%d] main_id[%d] sub_id[%d] msg_key[%s] 转发农场消息", msg.iUserID,
           msg.iMainID, msg.iSubID, key.c_str());
 
+    // The key is looked up first, so that an empty one leaves its line for direct messages, too.
+    // Published messages are not recorded.
     if (m_lpLobbyServer->IsExistSubscribeKey(key) && msg.iMainID == FARM_PUBLISH_MAIN_ID &&
         msg.iSubID == FARM_PUBLISH_SUB_ID) {
         __log(_DEBUG, tag, "user_id[%d] main_id[%d] sub_id[%d] msg_key[%s] 转发推送消息",
@@ -165,7 +169,8 @@ void WebServerHandler::HandleFarmTransferMsg(void* data, long length) {
     }
 }
 
-// True when at least one copy was sent.
+// To the user's first session, or with an id of 0 and below to every session. True when at least
+// one copy was queued for sending.
 bool WebServerHandler::DeliverFarmNotice(LobbyTransferFarmNotice& notice) {
     bool sent = false;
     LobbyPlayer* next = nullptr;
