@@ -52,8 +52,16 @@ constexpr const LobbyClientHandler::Route* LobbyClientHandler::Route::Find(uint1
     return nullptr;
 }
 
+constexpr bool LobbyClientHandler::Route::Unique() {
+    for (const Route& route : kRoutes) {
+        if (Find(route.type) != &route) return false;
+    }
+    return true;
+}
+
 bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
+    static_assert(Route::Unique(), "a second row of a type would never be reached");
     if (node == nullptr) return false;
     const Route* route = Route::Find(type);
     if (route != nullptr) {

@@ -57,6 +57,10 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
         return -1;
     }
     std::lock_guard lock(m_lockLink);
+    if (node != nullptr) {  // somebody else was faster
+        Close(created);
+        return 0;
+    }
     if (!BringUp(name, endpoint, node, created)) return -1;
     if (onUp) onUp();
     return 0;
@@ -68,6 +72,7 @@ void LobbyServer::ReportCreateFailure(const char* name, const Endpoint& endpoint
     __log(_ERROR, "LobbyServer::ConnectServer",
           "Create() error, '%s', host[%s], port[%d], errno[%d], info[%s] !", name, endpoint.host,
           endpoint.port, error, strerror(error));
+    if (error == ECANCELED) return;  // the process is ending
     char what[160];
     std::snprintf(what, sizeof(what), "cannot connect to %s:%d (%s)", endpoint.host, endpoint.port,
                   strerror(error));

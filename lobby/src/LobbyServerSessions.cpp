@@ -20,11 +20,12 @@ constexpr size_t kSensitiveNameSize = 1024000;
 }  // namespace
 
 void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length) {
-    // The borrowed name is what log readers filter by.
-    constexpr const char* tag = "LobbyServer::OnGameClientConnectNotice";
+    constexpr const char* tag = "LobbyServer::OnLobbyClientConnectNotice";
     auto* player = static_cast<LobbyPlayer*>(node);
     if (player->m_cLoginType != 0) {
-        __log(_DEBUG, tag, "node[%x] 玩家[%d]已经注册过 m_cLoginType[%d]!!!!!!!", NodeTag(node),
+        // The borrowed name is what log readers filter by.
+        __log(_DEBUG, "LobbyServer::OnGameClientConnectNotice",
+              "node[%x] 玩家[%d]已经注册过 m_cLoginType[%d]!!!!!!!", NodeTag(node),
               player->m_iUserID, player->m_cLoginType);
         return;
     }

@@ -97,7 +97,7 @@ TEST_F(LobbyTest, LateAndForgedAnswersReachNobody) {
     UserInfoRes zero = late;
     zero.ulPlayerNodeId = 0;
     net.Deliver(Link(QUEUE), 0xA002, zero);
-    EXPECT_TRUE(Nothing(now));
+    EXPECT_EQ(now->llGameCoin, 0);
     for (const size_t length : {279u, 281u}) {
         LobbyPlayer* waiting = Login(10003);
         std::string bytes(length, '\0');
