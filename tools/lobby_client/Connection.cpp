@@ -17,7 +17,9 @@ using std::chrono::milliseconds;
 // One masked binary frame, as a browser sends it.
 wire::Bytes Frame(wire::View payload) {
     static thread_local std::minstd_rand random(std::random_device{}());
-    wire::Bytes frame = {0x82};
+    wire::Bytes frame;
+    frame.reserve(payload.size() + 8);
+    frame.push_back(0x82);
     if (payload.size() < 126) {
         frame.push_back(static_cast<uint8_t>(0x80 | payload.size()));
     } else {
@@ -64,6 +66,7 @@ void Connection::Connect(const std::string& host, uint16_t port, Clock::time_poi
     const auto found = resolver.resolve(tcp::v4(), host, std::to_string(port), error);
     if (error) throw ConnectionLost("cannot find " + host + ": " + error.message());
     m_socket.open(tcp::v4());
+    wire::KeepPrivate(Handle());
     m_socket.set_option(tcp::no_delay(true));
     m_socket.non_blocking(true);
     m_socket.connect(*found.begin(), error);

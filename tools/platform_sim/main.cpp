@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <unistd.h>
 
+#include "PageServer.h"
 #include "Platform.h"
 
 namespace {
@@ -16,6 +18,9 @@ struct Settings {
     uint16_t controlPort = 0;
     std::string accounts;
     std::string portsFile;
+    uint16_t pagePort = 0;
+    std::string webRoot;
+    std::string lobbyAddress;
     int32_t players = 0;
     bool quiet = false;
     bool dump = false;
@@ -29,6 +34,10 @@ void Declare(CLI::App& app, Settings& settings) {
     }
     app.add_option("--control-port", settings.controlPort, "port for control commands");
     app.add_option("--ports-file", settings.portsFile, "write the ports there, too");
+    app.add_option("--web-root", settings.webRoot, "serve the player's page from this folder");
+    app.add_option("--page-port", settings.pagePort, "port of the player's page");
+    app.add_option("--lobby-address", settings.lobbyAddress,
+                   "where the page finds the lobby, ws://host:port");
     app.add_option("--accounts", settings.accounts, "JSON file with players and other tables");
     app.add_option("--players", settings.players, "add this many players from 20001 on")
         ->check(CLI::Range(0, 1000000));
@@ -56,7 +65,15 @@ bool WritePorts(const std::string& path, const std::string& line) {
     return std::rename(part.c_str(), path.c_str()) == 0;
 }
 
+// The page's visitor plays the first player.
+sim::PageConfig VisitorOf(const Settings& settings, const sim::World& world) {
+    if (world.players.empty()) return {settings.lobbyAddress, 0, "", ""};
+    const sim::Player& player = world.players.begin()->second;
+    return {settings.lobbyAddress, player.id, player.token, player.bankPassword};
+}
+
 int Serve(const Settings& settings, sim::World world) {
+    const sim::PageConfig visitor = VisitorOf(settings, world);
     sim::Platform platform(std::move(world));
     if (!settings.quiet) {
         platform.SetPrinter([](const std::string& line) { std::cout << line << std::endl; });
@@ -64,7 +81,12 @@ int Serve(const Settings& settings, sim::World world) {
     for (const sim::ServerKind kind : sim::ALL_SERVERS) {
         platform.Open(kind, settings.ports[static_cast<size_t>(kind)]);
     }
-    const std::string line = PortsLine(platform, platform.OpenControl(settings.controlPort));
+    std::string line = PortsLine(platform, platform.OpenControl(settings.controlPort));
+    std::unique_ptr<sim::PageServer> page;
+    if (!settings.webRoot.empty()) {
+        page = std::make_unique<sim::PageServer>(settings.webRoot, settings.pagePort, visitor);
+        line += " page=" + std::to_string(page->Port());
+    }
     std::cout << "ports " << line << std::endl;
     if (!settings.portsFile.empty() && !WritePorts(settings.portsFile, line)) {
         std::cerr << "platform_sim: cannot write " << settings.portsFile << "\n";
@@ -99,6 +121,9 @@ int main(int argc, char** argv) {
         return Serve(settings, std::move(world));
     } catch (const boost::system::system_error& failure) {
         std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
+        return 1;
+    } catch (const std::runtime_error& failure) {
+        std::cerr << "platform_sim: " << failure.what() << "\n";
         return 1;
     }
 }
