@@ -172,6 +172,13 @@ const Command* Find(const std::string& name) {
     return nullptr;
 }
 
+// The names of a command's words, as people read them.
+std::string Usage(const Command& command) {
+    std::string words = command.words;
+    std::erase(words, '#');
+    return words;
+}
+
 Words Split(const std::string& text) {
     Words words;
     size_t at = 0;
@@ -191,9 +198,7 @@ bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
         if (step.command == nullptr) return error = "no command " + words[at], false;
         const std::string name = words[at++];
         for (const std::string& wanted : Split(step.command->words)) {
-            if (at == words.size()) {
-                return error = name + " needs " + step.command->words, false;
-            }
+            if (at == words.size()) return error = name + " needs " + Usage(*step.command), false;
             if (wanted[0] == '#' && !IsNumber(words[at])) {
                 return error = name + ": " + words[at] + " is not a number", false;
             }
@@ -215,11 +220,7 @@ void ShowPush(const Message& message, const Manner& manner) {
 std::string CommandHelp() {
     std::string out = "Commands, run in order:\n";
     for (const Command& command : COMMANDS) {
-        std::string words;
-        for (const char* c = command.words; *c; ++c) {
-            if (*c != '#') words += *c;
-        }
-        out += "  " + std::string(command.name) + " " + words + "\n        " + command.help + "\n";
+        out += "  " + std::string(command.name) + " " + Usage(command) + "\n        " + command.help + "\n";
     }
     return out + "Exit status: 0 all commands succeeded, 1 one was refused, 2 wrong use,\n"
                  "3 the lobby cannot be reached, closed the connection or did not answer.\n";

@@ -1,5 +1,6 @@
 // lobby_burst: logs many players in at once and lets each take coin once, for figures.
 #include <poll.h>
+#include <sys/resource.h>
 
 #include <CLI/CLI.hpp>
 
@@ -112,7 +113,16 @@ bool TakeAll(std::vector<Guest>& guests, Clock::time_point deadline) {
     return all;
 }
 
+// As many descriptors as the system allows.
+void RaiseDescriptorLimit() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int Burst(const Settings& s) {
+    RaiseDescriptorLimit();
     std::vector<Guest> guests;
     guests.reserve(s.players);
     const auto deadline =

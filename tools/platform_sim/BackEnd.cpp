@@ -31,6 +31,7 @@ catalog::Direction ToLobby(ServerKind kind) {
 
 Link::Link(tcp::socket socket, BackEnd& server, unsigned number)
     : m_socket(std::move(socket)), m_server(&server), m_number(number) {
+    wire::KeepPrivate(m_socket.native_handle());
     error_code ignored;
     m_socket.set_option(tcp::no_delay(true), ignored);
 }
@@ -100,6 +101,7 @@ void BackEnd::Listen(uint16_t port) {
 void BackEnd::Open(uint16_t port) {
     const tcp::endpoint endpoint(asio::ip::address_v4::loopback(), port);
     m_acceptor.open(tcp::v4());
+    wire::KeepPrivate(m_acceptor.native_handle());
     m_acceptor.set_option(tcp::acceptor::reuse_address(true));
     m_acceptor.bind(endpoint);
     m_acceptor.listen();

@@ -66,6 +66,7 @@ void Platform::Intercept(ServerKind kind, uint16_t type, Interceptor interceptor
 }
 
 bool Platform::Intercepted(ServerKind kind, Link& link, const Message& message) {
+    if (m_observer) m_observer(kind, message);
     const auto at = m_interceptors.find({kind, message.type});
     return at != m_interceptors.end() && at->second && at->second(link, message);
 }

@@ -36,6 +36,10 @@ class Platform {
 
     // Before Run or Start. Every message and event as one line; nothing is printed without it.
     void SetPrinter(Printer printer) { m_printer = std::move(printer); }
+    // Before Run or Start. Sees every message of a lobby, before it is answered.
+    void SetObserver(std::function<void(ServerKind, const Message&)> observer) {
+        m_observer = std::move(observer);
+    }
     // Opens the listeners, port 0 for any free one. Throws boost::system::system_error.
     void Open(ServerKind kind, uint16_t port);
     void OpenAll();
@@ -66,6 +70,7 @@ class Platform {
     // A scripted answer in the place of the server's own; true when it dealt with the message.
     // An empty function takes the script away.
     void Intercept(ServerKind kind, uint16_t type, Interceptor interceptor);
+    // Called by the servers: observed, and dealt with by a script?
     bool Intercepted(ServerKind kind, Link& link, const Message& message);
 
     asio::io_context& Io() { return m_io; }
@@ -85,6 +90,7 @@ class Platform {
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> m_work;
     World m_world;
     Printer m_printer;
+    std::function<void(ServerKind, const Message&)> m_observer;
     std::array<std::unique_ptr<BackEnd>, SERVERS> m_servers;
     std::unique_ptr<ControlPort> m_control;
     std::map<std::pair<ServerKind, uint16_t>, Interceptor> m_interceptors;

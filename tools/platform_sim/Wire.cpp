@@ -1,5 +1,7 @@
 #include "Wire.h"
 
+#include <fcntl.h>
+
 namespace wire {
 
 Bytes Pack(uint16_t type, const void* message, size_t size) {
@@ -33,5 +35,7 @@ bool Splitter::Feed(View bytes, std::vector<Message>& messages) {
     m_held.erase(m_held.begin(), m_held.begin() + static_cast<long>(at));
     return true;
 }
+
+void KeepPrivate(int fd) { fcntl(fd, F_SETFD, FD_CLOEXEC); }
 
 }  // namespace wire

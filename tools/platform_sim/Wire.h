@@ -59,4 +59,7 @@ template <size_t N> void SetText(char (&field)[N], std::string_view text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
+// Keeps a socket out of the programs this one starts: they would hold it open.
+void KeepPrivate(int fd);
+
 }  // namespace wire

@@ -1,0 +1,129 @@
+// A platform to test the real lobby in: simulator, Redis, one lobby or more.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+
+#include "LobbyProcess.h"
+#include "Platform.h"
+#include "Player.h"
+#include "RedisServer.h"
+
+using client::Clock;
+using client::Player;
+using sim::ServerKind;
+using wire::Message;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// Everything runs on free loopback ports. The simulator has a thread of its own; its world may be
+// looked at through platform.Do only.
+class SystemTest : public testing::Test {
+  protected:
+    SystemTest() {
+        platform.SetObserver([this](ServerKind kind, const Message& message) {
+            const std::lock_guard lock(m_mutex);
+            m_seen[{kind, message.type}].push_back(message);
+            m_changed.notify_all();
+        });
+        if (std::getenv("SYSTEM_TEST_TRACE")) {
+            platform.SetPrinter([](const std::string& line) { std::puts(line.c_str()); });
+        }
+        platform.OpenAll();
+        platform.Start();
+    }
+    ~SystemTest() override {
+        // The first sanitizer report explains everything that failed after it.
+        if (HasFailure()) std::fputs(lobby.Errors().c_str(), stderr);
+    }
+
+    LobbySettings Settings() {
+        const auto address = [this](ServerKind kind) {
+            return "127.0.0.1:" + std::to_string(platform.Port(kind));
+        };
+        LobbySettings settings;
+        settings["network"] = {{"interval", "20"}, {"timeout", "120"},
+                               {"MAX_SEND_COUNT", "8192"}, {"MAX_RECV_COUNT", "8192"}};
+        settings["init"] = {{"sendbulletintime", "1"}};
+        settings["connect"] = {{"center_server", address(ServerKind::Center)},
+                               {"bulletin_server", address(ServerKind::Web)},
+                               {"queue_server", address(ServerKind::Queue)},
+                               {"data_server", address(ServerKind::Data)},
+                               {"config_server", address(ServerKind::Config)},
+                               {"log_server", address(ServerKind::Log)}};
+        settings["listen"] = {{"maxconnection", "4900"}};
+        settings["Redis"] = {{"redis_server", redis.Address()}, {"timeout", "1"}};
+        settings["log"] = {{"level", "ALL"}};
+        return settings;
+    }
+    // Starts a lobby on a free port, again when somebody took that port meanwhile; the port.
+    uint16_t Serve(LobbyProcess& process, LobbySettings settings) {
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            const int free = RedisServer::FreePort();
+            settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(free);
+            process.Configure(settings);
+            process.Start();
+            if (process.AwaitServing()) return static_cast<uint16_t>(free);
+        }
+        throw std::runtime_error("the lobby does not start:\n" + process.Output());
+    }
+    void Serve() { port = Serve(lobby, Settings()); }
+
+    static milliseconds Patience() { return seconds(10 * SLOWER); }
+    std::unique_ptr<Player> Connect(int32_t user, uint16_t lobbyPort = 0) {
+        return std::make_unique<Player>("127.0.0.1", lobbyPort ? lobbyPort : port, user,
+                                        Patience());
+    }
+    std::unique_ptr<Player> LoggedIn(int32_t user, uint16_t lobbyPort = 0) {
+        auto player = Connect(user, lobbyPort);
+        const int code = player->Login().ucErrNo;
+        if (code != 0) throw std::runtime_error("login refused: " + std::to_string(code));
+        return player;
+    }
+
+    // The n-th message of that type a server got from any lobby, waiting for it.
+    Message Seen(ServerKind kind, uint16_t type, size_t n = 0) {
+        std::unique_lock lock(m_mutex);
+        auto& list = m_seen[{kind, type}];
+        if (!m_changed.wait_for(lock, Patience(), [&] { return list.size() > n; })) {
+            throw std::runtime_error("a server waited in vain for a message");
+        }
+        return list[n];
+    }
+    size_t CountSeen(ServerKind kind, uint16_t type) {
+        const std::lock_guard lock(m_mutex);
+        return m_seen[{kind, type}].size();
+    }
+
+    std::string Online(int32_t user) {
+        return redis.Command("GET Lobby:OnLine:UserID:" + std::to_string(user));
+    }
+    // Returns when the lobby has noticed that the user's connection is gone.
+    bool AwaitOffline(int32_t user) {
+        return Eventually([&] { return Online(user) != "1"; });
+    }
+    // True when the lobby closes the connection.
+    static bool Closed(Player& player) {
+        return player.Line().WaitClosed(Clock::now() + Patience());
+    }
+    int64_t AllCoins() {
+        return platform.Do([&] { return platform.TheWorld().AllCoins(); });
+    }
+    sim::Player Account(int32_t user) {
+        return platform.Do([&] { return platform.TheWorld().players.at(user); });
+    }
+
+    RedisServer redis;
+    sim::Platform platform;
+    LobbyProcess lobby;
+    uint16_t port = 0;
+
+  private:
+    std::mutex m_mutex;  // guards m_seen
+    std::condition_variable m_changed;
+    std::map<std::pair<ServerKind, uint16_t>, std::vector<Message>> m_seen;
+};
+
+inline constexpr const char* BANK_PASSWORD = "888888";

@@ -1,0 +1,138 @@
+// Bank operations, and answers of the queue server that belong to nobody.
+#include <gmock/gmock.h>
+
+#include "BankInfoDef_Trans.h"
+#include "QueueServer.h"
+#include "SystemTest.h"
+
+class BankTest : public SystemTest {};
+
+TEST_F(BankTest, CoinsMoveBetweenBankAndHand) {
+    Serve();
+    auto player = LoggedIn(10001);
+    const LoginBankResult opened = player->BankLogin(BANK_PASSWORD);
+    EXPECT_EQ(opened.ucResultType, 0);
+    EXPECT_EQ(opened.llGameCoin, 10000);
+    EXPECT_EQ(opened.llBankCoin, 100000);
+    EXPECT_EQ(player->Take(500, BANK_PASSWORD).llGetCoinNum, 500);
+    EXPECT_EQ(player->Save(200).llSelfCoin, 10300);
+    EXPECT_EQ(player->BankPassword(BANK_PASSWORD, "new").ucResultType, 0);
+    EXPECT_EQ(LoggedIn(10001)->Take(700, "new").ucResultType, 0);
+    EXPECT_EQ(Account(10001).coin, 11000);
+    EXPECT_EQ(Account(10001).bankCoin, 99000);
+    const auto take = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q).As<GetBankCoinReq_trans>();
+    EXPECT_EQ(take.base.llGetNum, 500);
+    EXPECT_EQ(TextOf(take.szOutAccount), "account10001");
+}
+
+// Each on a session of its own, for every session has throttles of its own.
+TEST_F(BankTest, RefusalsCarryTheirCodes) {
+    Serve();
+    const auto asOther = [this] {  // a session of 10001 whose requests name 10002
+        auto player = Connect(10002);
+        tagLobbyClientConnectNotice notice{};
+        notice.iUserID = 10001;
+        wire::SetText(notice.szToken, "token");
+        player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+        player->Await(LOBBY_AUTHEN_RES_S2C);
+        return player;
+    };
+    EXPECT_EQ(asOther()->BankLogin(BANK_PASSWORD).ucResultType, 150);
+    EXPECT_EQ(asOther()->Take(1, BANK_PASSWORD).ucResultType, 150);
+    EXPECT_EQ(asOther()->Save(1).ucResultType, 150);
+    EXPECT_EQ(asOther()->BankPassword(BANK_PASSWORD, "x").ucResultType, 150);
+    for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {
+        EXPECT_EQ(LoggedIn(10001)->Take(amount, BANK_PASSWORD).ucResultType, 157);
+        EXPECT_EQ(LoggedIn(10001)->Save(amount).ucResultType, 157);
+    }
+    EXPECT_EQ(LoggedIn(10001)->Take(1, "wrong").ucResultType, sim::BANK_WRONG_PASSWORD);
+    EXPECT_EQ(LoggedIn(10001)->Take(INT64_MAX, BANK_PASSWORD).ucResultType, sim::BANK_NOT_ENOUGH);
+    EXPECT_EQ(LoggedIn(10001)->Save(10001).ucResultType, sim::BANK_NOT_ENOUGH);
+    EXPECT_EQ(LoggedIn(10001)->BankPassword("wrong", "x").ucResultType, sim::BANK_WRONG_PASSWORD);
+    EXPECT_EQ(Account(10001).coin, 10000);
+    EXPECT_EQ(CountSeen(ServerKind::Queue, BANK_GET_COIN_L2Q), 2u);
+}
+
+TEST_F(BankTest, TooEarlyRepeatsAreRefusedAndAValueErrorHasSetTheStamp) {
+    Serve();
+    auto player = LoggedIn(10001);
+    EXPECT_EQ(player->Take(0, BANK_PASSWORD).ucResultType, 157);
+    EXPECT_EQ(player->Take(5, BANK_PASSWORD).ucResultType, 156);
+    player = LoggedIn(10001);
+    EXPECT_EQ(player->Save(5).ucResultType, 0);
+    EXPECT_EQ(player->Save(5).ucResultType, 156);
+    EXPECT_EQ(player->BankPassword(BANK_PASSWORD, "x").ucResultType, 0);
+    EXPECT_EQ(player->BankPassword("x", BANK_PASSWORD).ucResultType, 156);
+    // A wrong bank password gives the next login free at once; a good one does not.
+    EXPECT_EQ(player->BankLogin("wrong").ucResultType, 151);
+    EXPECT_EQ(player->BankLogin("x").ucResultType, 0);
+    UserBankLoginReq req{};
+    req.iUserID = 10001;
+    player->Line().Send(BANK_LOGIN_C2S, req);  // dropped without an answer
+    player->KeepAlive();
+    EXPECT_EQ(CountSeen(ServerKind::Queue, BANK_LOGIN_L2Q), 2u);
+}
+
+namespace {
+
+struct Result {
+    uint16_t type;
+    size_t size;
+    size_t handleAt;  // the handle, followed by the node id
+};
+// Every result of the queue server that carries a session.
+constexpr Result RESULTS[] = {
+    {BANK_LOGIN_Q2L, 44, 28},        {BANK_GET_COIN_Q2L, 36, 20},
+    {BANK_SAVE_COIN_Q2L, 36, 20},    {BANK_MODIFY_PASSWD_Q2L, 28, 12},
+    {MODIFY_PASSWORD_Q2L, 28, 12},   {MODIFY_NICKNAME_Q2L, 60, 44},
+    {MODIFY_GENDER_Q2L, 32, 16},     {MODIFY_SIGNATURE_Q2L, 156, 140},
+    {MODIFY_FACE_ID_Q2L, 32, 16},    {BINDING_MOBILE_Q2L, 44, 28},
+    {REAL_NAME_Q2L, 304, 288},       {MODIFY_FACE_FRAME_Q2L, 32, 16},
+    {EXCHANGE_COIN_Q2L, 44, 8},      {USER_INFO_Q2L, 280, 264},
+    {REFRESH_COIN_Q2L, 56, 40},      {MSG_QUEUE_COMPETE_USER_INFO_RES, 72, 56},
+};
+
+wire::Bytes ResultFor(const Result& result, uint64_t handle, uint64_t id) {
+    wire::Bytes bytes(result.size);
+    std::memcpy(bytes.data() + result.handleAt, &handle, 8);
+    std::memcpy(bytes.data() + result.handleAt + 8, &id, 8);
+    return wire::Pack(result.type, bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+TEST_F(BankTest, LateAndForgedAnswersReachNobody) {
+    Serve();
+    platform.Do([&] {  // takes are never answered here
+        platform.Intercept(ServerKind::Queue, BANK_GET_COIN_L2Q,
+                           [](sim::Link&, const Message&) { return true; });
+    });
+    auto gone = LoggedIn(10001);
+    gone->SendTake(5, BANK_PASSWORD);
+    const auto req = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q).As<GetBankCoinReq_trans>();
+    gone.reset();
+    ASSERT_TRUE(AwaitOffline(10001));
+    auto player = LoggedIn(10002);  // most likely on the same node
+    player->SendTake(5, BANK_PASSWORD);
+    const auto own = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q, 1).As<GetBankCoinReq_trans>();
+    const std::pair<uint64_t, uint64_t> handles[] = {
+        {req.ulPlayerNode, req.ulPlayerNodeId}, {own.ulPlayerNode, own.ulPlayerNodeId + 1},
+        {own.ulPlayerNode, 0},  {own.ulPlayerNode + 8, own.ulPlayerNodeId},
+        {own.ulPlayerNode ^ 1, own.ulPlayerNodeId}, {0, own.ulPlayerNodeId}, {0, 0}, {8, 8},
+        {~0ull, ~0ull}, {1ull << 63, 1}, {0x0000deadbeef0000, 7}};
+    platform.Do([&] {
+        for (const Result& result : RESULTS) {
+            for (const auto& [handle, id] : handles) {
+                platform.Server(ServerKind::Queue).SendAll(ResultFor(result, handle, id));
+            }
+        }
+        // Behind them the one that counts.
+        platform.Server(ServerKind::Queue)
+            .SendAll(ResultFor(RESULTS[1], own.ulPlayerNode, own.ulPlayerNodeId));
+    });
+    std::vector<uint16_t> received;
+    player->OnPush([&](const Message& message) { received.push_back(message.type); });
+    player->Await(BANK_GET_COIN_S2C);
+    player->KeepAlive();
+    EXPECT_THAT(received, testing::IsEmpty());
+}

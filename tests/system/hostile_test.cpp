@@ -1,0 +1,216 @@
+// Bad input, floods, clients that never read, start-up failures, shutdown.
+#include <sys/resource.h>
+
+#include <random>
+
+#include "SystemTest.h"
+
+namespace {
+
+void RaiseDescriptorLimit() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+wire::Bytes Header(uint8_t identity, uint8_t encode, uint16_t length, uint16_t type,
+                   size_t body = 0) {
+    wire::Bytes bytes = wire::Pack(type);
+    bytes[0] = identity;
+    bytes[1] = encode;
+    bytes[2] = static_cast<uint8_t>(length >> 8);
+    bytes[3] = static_cast<uint8_t>(length);
+    bytes.resize(bytes.size() + body, 0x41);
+    return bytes;
+}
+
+}  // namespace
+
+class HostileTest : public SystemTest {};
+
+TEST_F(HostileTest, BadInputClosesThatConnectionOnlyAndIsLogged) {
+    const struct {
+        const char* what;
+        wire::Bytes bytes;
+        const char* logged;
+    } inputs[] = {
+        {"wrong identity", Header(4, 0, 8, 0xF0F1), "IDENTIFY is not match. (4 != 5)"},
+        {"length 7", Header(5, 0, 7, 0xF0F1), "message length(7) greater than BUFFER_SIZE"},
+        {"length 0", Header(5, 0, 0, 0xF0F1), "message length(0) greater than BUFFER_SIZE"},
+        {"length 4097", Header(5, 0, 4097, 0xF0F1, 4089), "message length(4097) greater than"},
+        {"short AES body", Header(5, 1, 20, 0x00D5, 12), "Decode Error ! (AES)"},
+        {"unknown codec", Header(5, 2, 40, 0x00D5, 32), "Decode Error ! (Unknown)"},
+        {"forbidden type", wire::Pack(0x9000), "client response type invalid !"},
+    };
+    Serve();
+    auto bystander = LoggedIn(10002);
+    for (const auto& input : inputs) {
+        SCOPED_TRACE(input.what);
+        auto player = LoggedIn(10001);
+        player->Line().SendRaw(input.bytes);
+        EXPECT_TRUE(Closed(*player));
+        EXPECT_TRUE(Eventually([&] { return lobby.LogHas(input.logged); }));
+        bystander->KeepAlive();
+    }
+}
+
+TEST_F(HostileTest, UnknownTypesAndShortRequestsDisturbNobody) {
+    Serve();
+    auto player = LoggedIn(10001);
+    for (int type = 0; type < 0x10000; type += 7) {  // every handler, with nothing in the message
+        if (type == 0x9000) continue;
+        try {
+            player->Line().Send(static_cast<uint16_t>(type));
+        } catch (const client::ConnectionLost&) {
+        }
+    }
+    for (const auto& row : catalog::All()) {  // and every length a little off
+        if (row.direction != catalog::Direction::ClientToLobby || row.type == 0x9000) continue;
+        auto one = LoggedIn(10003);
+        const wire::Bytes body(row.size + 1, 0xFF);
+        one->Line().Send(row.type, body.data(), row.size - 1);
+        auto two = LoggedIn(10004);
+        two->Line().Send(row.type, body.data(), row.size + 1);
+    }
+    LoggedIn(10002)->KeepAlive();
+}
+
+TEST_F(HostileTest, AClientThatStopsInTheMiddleOfAMessageIsClosed) {
+    LobbySettings settings = Settings();
+    settings["network"]["interval"] = "1";
+    settings["network"]["timeout"] = "2";
+    port = Serve(lobby, settings);
+    auto player = LoggedIn(10001);
+    player->Line().SendRaw(Header(5, 0, 100, 0x00D5, 20));
+    EXPECT_TRUE(Closed(*player));
+}
+
+TEST_F(HostileTest, GarbageFromManyConnectionsLeavesOthersServed) {
+    Serve();
+    auto bystander = LoggedIn(10001);
+    std::vector<std::thread> floods;
+    for (unsigned seed = 0; seed < 10; ++seed) {
+        floods.emplace_back([this, seed] {
+            std::minstd_rand random(seed + 1);
+            wire::Bytes garbage(1 << 20);
+            for (auto& byte : garbage) byte = static_cast<uint8_t>(random() >> 8);
+            for (int i = 0; i < 10; ++i) {
+                garbage[0] = i % 2 ? 5 : garbage[0];  // some of it starts like a message
+                try {
+                    Connect(1)->Line().SendRaw(garbage);
+                } catch (const std::runtime_error&) {  // closed in the middle of it
+                }
+            }
+        });
+    }
+    for (int i = 0; i < 50; ++i) bystander->KeepAlive();
+    for (auto& flood : floods) flood.join();
+    EXPECT_EQ(bystander->Take(5, BANK_PASSWORD).ucResultType, 0);
+    EXPECT_NO_THROW(LoggedIn(10002));
+}
+
+TEST_F(HostileTest, ManyPlayersLogInAndTakeCoinAtOnce) {
+    constexpr int players = 300;
+    platform.Do([&] { platform.TheWorld().AddPlayers(20001, players); });
+    RaiseDescriptorLimit();
+    Serve();
+    const int64_t before = AllCoins();
+    std::vector<std::unique_ptr<Player>> all;
+    for (int i = 0; i < players; ++i) {
+        all.push_back(Connect(20001 + i));
+        tagLobbyClientConnectNotice notice{};
+        notice.iUserID = 20001 + i;
+        wire::SetText(notice.szToken, "token");
+        all.back()->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    }
+    for (auto& player : all) {
+        ASSERT_EQ(player->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
+    }
+    for (auto& player : all) player->SendTake(7, BANK_PASSWORD);
+    for (auto& player : all) {
+        ASSERT_EQ(player->Await(BANK_GET_COIN_S2C).As<GetCoinResult>().llGetCoinNum, 7);
+    }
+    EXPECT_EQ(AllCoins(), before);
+    EXPECT_EQ(Account(20001 + players - 1).coin, 10007);
+}
+
+// Also those that never read: what waits for them must not hold the process.
+TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
+    constexpr int clients = 1000, deaf = 100;
+    RaiseDescriptorLimit();
+    Serve();
+    auto player = LoggedIn(10001);
+    std::vector<std::unique_ptr<Player>> all;
+    for (int i = 0; i < clients; ++i) all.push_back(Connect(1));
+    wire::Bytes echoes;
+    for (int i = 0; i < 500; ++i) {
+        const wire::Bytes one = wire::Pack(MSG_KEEP_ALIVE);
+        echoes.insert(echoes.end(), one.begin(), one.end());
+    }
+    for (int i = 0; i < deaf; ++i) {
+        const int tiny = 1;
+        setsockopt(all[static_cast<size_t>(i)]->Line().Handle(), SOL_SOCKET, SO_RCVBUF, &tiny,
+                   sizeof(tiny));
+        try {
+            for (int j = 0; j < 10; ++j) {
+                all[static_cast<size_t>(i)]->Line().SendRaw(echoes,
+                                                            Clock::now() + milliseconds(200));
+            }
+        } catch (const std::runtime_error&) {  // the lobby takes no more of it
+        }
+    }
+    player->KeepAlive();
+    lobby.Terminate();
+    const auto status = lobby.AwaitEnd(5);
+    ASSERT_TRUE(status) << "still there";
+    EXPECT_EQ(*status, 0);
+    EXPECT_TRUE(lobby.LogHas("handler sign : 15"));
+    EXPECT_TRUE(lobby.LogHas("has been exit !"));
+}
+
+TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
+    const struct {
+        const char* section;
+        const char* key;
+        const char* logged;
+    } keys[] = {
+        {"connect", "center_server", "m_ConfigFile.GetValueStr() 'center_server' error !"},
+        {"connect", "bulletin_server", "m_ConfigFile.GetValueStr() 'bulletin_server' error !"},
+        {"connect", "queue_server", "m_ConfigFile.GetValueStr() 'queue_server' error !"},
+        {"connect", "data_server", "m_ConfigFile.GetValueStr() 'data_server' error !"},
+        {"connect", "config_server", "m_ConfigFile.GetValueStr() 'config_server' error !"},
+        {"connect", "log_server", "m_ConfigFile.GetValueStr() 'log_server' error !"},
+        {"listen", "addr", "m_ConfigFile.GetValueStr() 'addr' error !"},
+    };
+    for (const auto& one : keys) {
+        SCOPED_TRACE(one.key);
+        LobbySettings settings = Settings();
+        settings["listen"]["addr"] = "127.0.0.1:1";
+        settings[one.section][one.key] = "";
+        LobbyProcess process;
+        process.Configure(settings);
+        process.Start();
+        EXPECT_EQ(process.AwaitEnd(20), 0);
+        EXPECT_TRUE(process.LogHas(one.logged)) << process.Output();
+        EXPECT_TRUE(process.LogHas("has been exit !"));
+        const std::string said = process.Errors();
+        EXPECT_NE(said.find("LobbyServer.cfg"), std::string::npos) << said;
+        EXPECT_NE(said.find(std::string("[") + one.section + "]"), std::string::npos) << said;
+        EXPECT_NE(said.find(one.key), std::string::npos) << said;
+    }
+    LobbySettings settings = Settings();  // a port somebody has
+    settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(platform.Port(ServerKind::Log));
+    lobby.Configure(settings);
+    lobby.Start();
+    EXPECT_EQ(lobby.AwaitEnd(20), 0);
+    EXPECT_TRUE(lobby.LogHas("GameProvider::Create() error, host[127.0.0.1]")) << lobby.Output();
+    EXPECT_NE(lobby.Errors(), "");
+}
+
+TEST_F(HostileTest, WithoutRedisTheLobbyServesAllTheSame) {
+    LobbySettings settings = Settings();
+    settings["Redis"]["redis_server"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
+    port = Serve(lobby, settings);
+    EXPECT_EQ(LoggedIn(10001)->Take(5, BANK_PASSWORD).ucResultType, 0);
+}

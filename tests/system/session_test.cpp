@@ -1,0 +1,126 @@
+// Logging in: results, the online mark, duplicate logins, maintenance, moving between lobbies.
+#include "SystemTest.h"
+#include "queue_server_msg.h"
+
+class SessionTest : public SystemTest {};
+
+TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves) {
+    Serve();
+    auto player = Connect(10001);
+    const LobbyAuthenRes res = player->Login();
+    EXPECT_EQ(res.ucErrNo, 0);
+    EXPECT_EQ(TextOf(res.szReserve2), "account10001");
+    const auto req = Seen(ServerKind::Queue, USER_INFO_L2Q).As<UserInfoReq>();
+    EXPECT_EQ(req.userID, 10001);
+    EXPECT_EQ(TextOf(req.szPasswdToken), "token");
+    EXPECT_NE(req.ulPlayerNodeId, 0u);
+    EXPECT_EQ(Seen(ServerKind::Data, ACT_PROGRESS_REQ).As<tagDBUserActivityProgressReq>().iUserID,
+              10001);
+    EXPECT_EQ(Online(10001), "1");
+    const long expiry = std::atol(redis.Command("TTL Lobby:OnLine:UserID:10001").c_str() + 1);
+    EXPECT_TRUE(expiry > 259000 && expiry <= 259200) << expiry;
+    player.reset();
+    EXPECT_TRUE(AwaitOffline(10001));
+}
+
+TEST_F(SessionTest, RefusedLoginsAreToldTheCodeAndStayConnected) {
+    Serve();
+    auto wrong = Connect(10001);
+    EXPECT_EQ(wrong->Login("no such token").ucErrNo, 2);
+    wrong->KeepAlive();
+    auto unknown = Connect(77);
+    EXPECT_EQ(unknown->Login().ucErrNo, 1);
+    unknown->KeepAlive();
+    EXPECT_EQ(Online(10001), "$-1");
+}
+
+TEST_F(SessionTest, ConnectNoticesThatAreRefusedCloseTheConnection) {
+    lobby.Write("disconnectuserid.cfg",
+                "[disconnectcount]\nusernum=1\n[disconnect]\nuser0=10009\n");
+    Serve();
+    EXPECT_THROW(Connect(10009)->Login(), client::ConnectionLost);
+    for (const size_t length : {67u, 69u}) {
+        auto player = Connect(10001);
+        const wire::Bytes body(length);
+        player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, body.data(), length);
+        EXPECT_TRUE(Closed(*player)) << length;
+    }
+    auto again = LoggedIn(10001);  // a second notice of a session is ignored
+    tagLobbyClientConnectNotice notice{};
+    notice.iUserID = 10002;
+    again->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    EXPECT_EQ(again->BankLogin(BANK_PASSWORD).ucResultType, 0);
+}
+
+TEST_F(SessionTest, SecondLoginKicksTheFirstAndTheMarkStays) {
+    Serve();
+    auto first = LoggedIn(10001);
+    auto second = LoggedIn(10001);
+    const auto notice = first->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
+    EXPECT_EQ(notice.iUserID, 10001);
+    EXPECT_FALSE(notice.bStopSwitch);
+    EXPECT_TRUE(Closed(*first));
+    first.reset();
+    second->KeepAlive();
+    EXPECT_EQ(Online(10001), "1");
+    second.reset();
+    EXPECT_TRUE(AwaitOffline(10001));
+}
+
+TEST_F(SessionTest, TheLoginConfirmedLastStaysWhicheverConnectedFirst) {
+    Serve();
+    std::function<void()> answer;  // of the first login, held back
+    platform.Do([&] {
+        platform.Intercept(ServerKind::Queue, USER_INFO_L2Q, [&](sim::Link& link, const Message& m) {
+            if (answer) return false;
+            const auto req = m.As<UserInfoReq>();
+            answer = [&link, req] {
+                UserInfoRes res{};
+                res.ulPlayerNode = req.ulPlayerNode;
+                res.ulPlayerNodeId = req.ulPlayerNodeId;
+                link.Send(USER_INFO_Q2L, res);
+            };
+            return true;
+        });
+    });
+    auto early = Connect(10001);
+    tagLobbyClientConnectNotice notice{};
+    notice.iUserID = 10001;
+    early->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    Seen(ServerKind::Queue, USER_INFO_L2Q);
+    auto late = LoggedIn(10001);
+    platform.Do([&] { answer(); });
+    EXPECT_EQ(early->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
+    EXPECT_TRUE(Closed(*late));
+    late.reset();
+    early->KeepAlive();
+    EXPECT_EQ(Online(10001), "1");
+}
+
+TEST_F(SessionTest, PlayerMovesToAnotherLobbyAndIsPutOutOfTheFirst) {
+    Serve();
+    LobbyProcess other;
+    const uint16_t otherPort = Serve(other, Settings());
+    auto here = LoggedIn(10001);
+    auto there = LoggedIn(10001, otherPort);
+    EXPECT_EQ(here->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>().iUserID, 10001);
+    EXPECT_TRUE(Closed(*here));
+    there->KeepAlive();
+    EXPECT_EQ(CountSeen(ServerKind::Center, MSG_CENTER_KICK_OUT), 1u);
+    EXPECT_EQ(Online(10001), "1");
+    EXPECT_EQ(there->Take(5, BANK_PASSWORD).ucResultType, 0);
+}
+
+TEST_F(SessionTest, MaintenanceEmptiesTheLobbyUntilItIsSwitchedOff) {
+    Serve();
+    auto player = LoggedIn(10001);
+    platform.DoCommand("stop 1");
+    const auto notice = player->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
+    EXPECT_TRUE(notice.bStopSwitch);
+    EXPECT_TRUE(Closed(*player));
+    EXPECT_THROW(LoggedIn(10002), client::ConnectionLost);
+    EXPECT_TRUE(AwaitOffline(10001));
+    platform.DoCommand("stop 0");
+    EXPECT_TRUE(Eventually([&] { return lobby.LogHas("return stop_switch[0] Success!"); }));
+    EXPECT_NO_THROW(LoggedIn(10002));
+}
