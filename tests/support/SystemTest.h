@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -127,3 +128,11 @@ class SystemTest : public testing::Test {
 };
 
 inline constexpr const char* BANK_PASSWORD = "888888";
+
+// For tests with many clients.
+inline void RaiseDescriptorLimit() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}

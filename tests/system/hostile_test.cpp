@@ -1,18 +1,9 @@
 // Bad input, floods, clients that never read, start-up failures, shutdown.
-#include <sys/resource.h>
-
 #include <random>
 
 #include "SystemTest.h"
 
 namespace {
-
-void RaiseDescriptorLimit() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-}
 
 wire::Bytes Header(uint8_t identity, uint8_t encode, uint16_t length, uint16_t type,
                    size_t body = 0) {
@@ -119,10 +110,7 @@ TEST_F(HostileTest, ManyPlayersLogInAndTakeCoinAtOnce) {
     std::vector<std::unique_ptr<Player>> all;
     for (int i = 0; i < players; ++i) {
         all.push_back(Connect(20001 + i));
-        tagLobbyClientConnectNotice notice{};
-        notice.iUserID = 20001 + i;
-        wire::SetText(notice.szToken, "token");
-        all.back()->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+        all.back()->SendLogin();
     }
     for (auto& player : all) {
         ASSERT_EQ(player->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);

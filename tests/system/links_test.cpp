@@ -1,7 +1,6 @@
 // Links and Redis that go away and come back while players work.
-#include <sys/resource.h>
-
 #include "SystemTest.h"
+#include "queue_server_msg.h"
 
 class LinkTest : public SystemTest {
   protected:
@@ -42,9 +41,7 @@ TEST_F(LinkTest, LoginWithoutTheQueueServerWaitsForANewConnection) {
     platform.Do([&] { platform.Server(ServerKind::Queue).Drop({}); });
     ASSERT_TRUE(Eventually([&] { return lobby.LogHas("authen server has been closed"); }));
     auto player = Connect(10001);
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 10001;
-    player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    player->SendLogin();
     player->KeepAlive();  // not answered, not closed
     platform.Do([&] { platform.Server(ServerKind::Queue).Resume(); });
     ASSERT_TRUE(Eventually([&] { return Links(ServerKind::Queue) == 1; }));
@@ -52,9 +49,9 @@ TEST_F(LinkTest, LoginWithoutTheQueueServerWaitsForANewConnection) {
     // The link is connected a moment before the lobby sends on it.
     ASSERT_TRUE(Eventually([&] {
         auto again = Connect(10001);
-        again->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+        again->SendLogin();
         again->KeepAlive();
-        return CountSeen(ServerKind::Queue, 0xA001) > 1;
+        return CountSeen(ServerKind::Queue, USER_INFO_L2Q) > 1;
     }));
     EXPECT_EQ(Connect(10001)->Login().ucErrNo, 0);
     EXPECT_EQ(bystander->Save(5).ucResultType, 0);

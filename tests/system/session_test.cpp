@@ -84,9 +84,7 @@ TEST_F(SessionTest, TheLoginConfirmedLastStaysWhicheverConnectedFirst) {
         });
     });
     auto early = Connect(10001);
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 10001;
-    early->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    early->SendLogin();
     Seen(ServerKind::Queue, USER_INFO_L2Q);
     auto late = LoggedIn(10001);
     platform.Do([&] { answer(); });

@@ -43,13 +43,18 @@ void Player::Watch(Clock::time_point deadline) {
     }
 }
 
-LobbyAuthenRes Player::Login(const std::string& token, int32_t site) {
+void Player::SendLogin(const std::string& token, int32_t site) {
     tagLobbyClientConnectNotice notice{};
     notice.iUserID = m_userId;
     notice.iLobbySiteID = site;
     SetText(notice.szToken, token);
     SetText(notice.szChannelID, "lobby_client");
-    return Ask<LobbyAuthenRes>(CLIENT_CONNECT_NOTICE_C2S, notice, LOBBY_AUTHEN_RES_S2C);
+    m_connection.Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+}
+
+LobbyAuthenRes Player::Login(const std::string& token, int32_t site) {
+    SendLogin(token, site);
+    return Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>();
 }
 
 LoginBankResult Player::BankLogin(const std::string& password) {

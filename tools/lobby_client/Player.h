@@ -54,6 +54,7 @@ class Player {
     void Activity(int32_t activity, int32_t level, int32_t progress);
 
     // Sends without waiting, and waits for an answer: the two halves of a request.
+    void SendLogin(const std::string& token = "token", int32_t site = 1);
     void SendTake(int64_t amount, const std::string& password);
     Message Await(uint16_t type);
     // The next push of that type, kept or new.

@@ -83,11 +83,7 @@ bool LogIn(std::vector<Guest>& guests, const Settings& s, Clock::time_point dead
     for (size_t i = 0; i < s.players; ++i) {
         const int32_t user = s.first + static_cast<int32_t>(i);
         guests.push_back({std::make_unique<client::Player>(s.host, s.port, user), Clock::now()});
-        tagLobbyClientConnectNotice notice{};
-        notice.iUserID = user;
-        notice.iLobbySiteID = 1;
-        wire::SetText(notice.szToken, "token");
-        guests.back().player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+        guests.back().player->SendLogin();
     }
     const bool all = AwaitAll(guests, LOBBY_AUTHEN_RES_S2C, deadline, [](const Message& message) {
         return message.As<LobbyAuthenRes>().ucErrNo == 0;

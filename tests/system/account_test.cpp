@@ -1,0 +1,181 @@
+// Profile operations, coin notices and refresh, coin exchange, log records.
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "QueueServer.h"
+#include "SystemTest.h"
+#include "log_server_msg.h"
+
+class AccountTest : public SystemTest {};
+
+TEST_F(AccountTest, ProfileChangesReachTheAccount) {
+    Serve();
+    auto player = LoggedIn(10001);
+    EXPECT_EQ(player->Nickname("blue heron").iError, 0);
+    EXPECT_EQ(player->Gender(2).iGender, 2);
+    EXPECT_EQ(TextOf(player->Signature("up the river").szPersonalSignature), "up the river");
+    EXPECT_EQ(player->FaceId(77).iFaceId, 77);
+    EXPECT_EQ(TextOf(player->Mobile("13800001111").szMobileNumber), "13800001111");
+    EXPECT_EQ(player->RealName("Li", "123456789012345678").iError, 0);
+    EXPECT_EQ(player->Password("123456", "secret").ucResultType, 0);
+    const sim::Player account = Account(10001);
+    EXPECT_EQ(account.nickname, "blue heron");
+    EXPECT_EQ(account.gender, 2);
+    EXPECT_EQ(account.signature, "up the river");
+    EXPECT_EQ(account.faceId, 77);
+    EXPECT_EQ(account.mobile, "13800001111");
+    EXPECT_EQ(account.realName, "Li");
+    EXPECT_EQ(account.identity, "123456789012345678");
+    EXPECT_EQ(account.password, "secret");
+    const auto password = Seen(ServerKind::Queue, MODIFY_PASSWORD_L2Q).As<ModifyPassWordReq_trans>();
+    EXPECT_EQ(TextOf(password.szClientIP), "127.0.0.1");
+    // Pushed by the queue server; no client may ask for it.
+    const auto session = Seen(ServerKind::Queue, USER_INFO_L2Q).As<UserInfoReq>();
+    ModifyFaceFrameRes_trans frame{};
+    frame.base.iFrameId = 9;
+    frame.ulPlayerNode = session.ulPlayerNode;
+    frame.ulPlayerNodeId = session.ulPlayerNodeId;
+    platform.Do([&] {
+        platform.Server(ServerKind::Queue).SendAll(MODIFY_FACE_FRAME_Q2L, frame);
+    });
+    EXPECT_EQ(player->AwaitPush(MODIFY_FACE_FRAME_S2C).As<ModifyFaceFrameRes>().iFrameId, 9);
+}
+
+TEST_F(AccountTest, ProfileRefusals) {
+    lobby.Write("SensitiveName.cfg", "[config]\nSensitiveName=crook,admin\n");
+    Serve();
+    auto player = LoggedIn(10001);
+    EXPECT_EQ(player->Nickname("player10002").iError, sim::NICKNAME_TAKEN);
+    EXPECT_EQ(player->Mobile("not digits").iError, sim::BAD_TEXT);
+    EXPECT_EQ(player->RealName("Li", "short").iError, sim::BAD_TEXT);
+    // Refused by the lobby: the queue server sees nothing of these.
+    const size_t before = CountSeen(ServerKind::Queue, MODIFY_NICKNAME_L2Q);
+    const auto nickname = player->Nickname("the crooked one");
+    EXPECT_EQ(nickname.iError, 1);
+    EXPECT_EQ(TextOf(nickname.szNickName), "");
+    EXPECT_EQ(player->Signature("ask admin").iError, 1);
+    EXPECT_EQ(CountSeen(ServerKind::Queue, MODIFY_NICKNAME_L2Q), before);
+    EXPECT_EQ(CountSeen(ServerKind::Queue, MODIFY_SIGNATURE_L2Q), 0u);
+    EXPECT_EQ(player->Password("wrong", "x").ucResultType, sim::WRONG_PASSWORD);
+    EXPECT_EQ(player->Password("123456", "x").ucResultType, PASSWORD_TOO_SOON);
+    EXPECT_EQ(Account(10001).password, "123456");
+}
+
+// Wrong lengths and other users' ids.
+TEST_F(AccountTest, MalformedProfileRequestsCloseTheConnection) {
+    Serve();
+    const struct {
+        uint16_t type;
+        size_t size;
+    } requests[] = {{MODIFY_NICKNAME_C2S, 44},   {MODIFY_GENDER_C2S, 16},  {MODIFY_SIGNATURE_C2S, 140},
+                    {MODIFY_FACE_ID_C2S, 16},    {BINDING_MOBILE_C2S, 28}, {REAL_NAME_C2S, 288},
+                    {REFRESH_COIN_C2S, 12}};
+    for (const auto& [type, size] : requests) {
+        for (const int step : {-1, 0, 1}) {
+            SCOPED_TRACE(testing::Message() << std::hex << type << " " << step);
+            auto player = LoggedIn(10001);
+            wire::Bytes body(size + 1);
+            body[8] = step == 0 ? 0x12 : 0x11;  // 10001, or another user
+            body[9] = 0x27;
+            player->Line().Send(type, body.data(), size + static_cast<size_t>(step));
+            EXPECT_TRUE(Closed(*player));
+        }
+    }
+    EXPECT_EQ(CountSeen(ServerKind::Queue, MODIFY_GENDER_L2Q), 0u);
+}
+
+TEST_F(AccountTest, NoticesOfTheWebServerReachThePlayer) {
+    Serve();
+    auto player = LoggedIn(10001);
+    auto other = LoggedIn(10002);
+    platform.DoCommand("recharge 10001 250");
+    const auto refresh = player->AwaitPush(REFRESH_COIN_S2C).As<RechargeReFreshCoinRes>();
+    EXPECT_EQ(refresh.llCurGameCoin, 10250);
+    EXPECT_EQ(refresh.llTotalRechageNum, 250);
+    EXPECT_EQ(refresh.llBankCoin, 100000);
+    const std::string text = R"({"wsGainList":[{"type":4,"number":3},{"type":1,"number":3}]})";
+    platform.DoCommand("consume 10001 " + text);
+    const Message consume = player->AwaitPush(CONSUME_NOTICE_S2C);
+    EXPECT_EQ(consume.As<ConsumeSucessNotice>().iSize, static_cast<int32_t>(text.size()));
+    EXPECT_EQ(std::string(consume.bytes.begin() + 24, consume.bytes.end()), text);
+    platform.DoCommand("consume 10001 " + std::string(4000, '['));  // deeply nested, forwarded
+    EXPECT_EQ(player->AwaitPush(CONSUME_NOTICE_S2C).bytes.size(), 4024u);
+    platform.DoCommand("sync 10001 7 -9");
+    const auto sync = player->AwaitPush(SYCH_USER_DATA_S2C).As<SychUserLobbyData>();
+    EXPECT_EQ(sync.dataType, 7);
+    EXPECT_EQ(sync.dataValue, -9);
+    other->OnPush([](const Message& message) { ADD_FAILURE() << message.type; });
+    other->KeepAlive();
+}
+
+TEST_F(AccountTest, ExchangeTellsBothPlayersAndTheLogServer) {
+    Serve();
+    auto giver = LoggedIn(10001);
+    auto receiver = LoggedIn(10002);
+    EXPECT_EQ(giver->Exchange(10001, 5).iErrorCode, EXCHANGE_TO_SELF);
+    EXPECT_EQ(giver->Exchange(10001, -5).iErrorCode, EXCHANGE_TO_SELF);
+    for (const int64_t amount : {int64_t{0}, int64_t{-5}, INT64_MIN, int64_t{10001}, INT64_MAX}) {
+        EXPECT_EQ(giver->Exchange(10002, amount).iErrorCode, EXCHANGE_BAD_AMOUNT);
+    }
+    EXPECT_EQ(giver->Exchange(99, 5).iErrorCode, sim::EXCHANGE_NO_RECEIVER);
+    giver = LoggedIn(10001);
+    const auto res = giver->Exchange(10002, 3000);  // refusals before have not moved the stamp
+    EXPECT_EQ(res.iErrorCode, 0);
+    EXPECT_EQ(res.llFirstMoney, 7000);
+    const auto notify = receiver->AwaitPush(EXCHANGE_COIN_NOTIFY_S2C).As<ExchangeGameCoinNotify>();
+    EXPECT_EQ(notify.iFromUserID, 10001);
+    EXPECT_EQ(notify.llExhangeCoin, 3000);
+    EXPECT_EQ(notify.llFirstMoney, 3500);
+    EXPECT_EQ(giver->Exchange(10002, 1).iErrorCode, EXCHANGE_TOO_SOON);
+    const auto record = Seen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN).As<UserExchangeCoinLog>();
+    EXPECT_EQ(record.iSenderID, 10001);
+    EXPECT_EQ(record.iReceiverID, 10002);
+    EXPECT_EQ(record.llExchangeCoin, 3000);
+    EXPECT_EQ(CountSeen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN), 1u);
+    EXPECT_THAT(platform.DoCommand("records"), testing::HasSubstr("llExchangeCoin=3000"));
+}
+
+// Every exchange on a session of its own: a session may give once in five seconds.
+TEST_F(AccountTest, TenThousandExchangesKeepTheSumOfAllCoins) {
+    constexpr int players = 50, rounds = 400 / SLOWER, givers = 25;
+    platform.Do([&] { platform.TheWorld().AddPlayers(20001, players); });
+    Serve();
+    const int64_t before = AllCoins();
+    std::map<int, int64_t> coins;  // what the answers say
+    for (int id = 20001; id <= 20000 + players; ++id) coins[id] = Account(id).coin;
+    std::map<int, std::unique_ptr<Player>> online;
+    std::minstd_rand random(1);
+    size_t done = 0;
+    for (int round = 0; round < rounds; ++round) {
+        const int first = static_cast<int>(random() % 2) * givers + 20001;
+        for (int id = first; id < first + givers; ++id) {
+            online.erase(id);
+            online[id] = Connect(id);
+            online[id]->SendLogin();
+        }
+        for (int id = first; id < first + givers; ++id) online[id]->Await(LOBBY_AUTHEN_RES_S2C);
+        for (int id = first; id < first + givers; ++id) {
+            const int to = 20001 + static_cast<int>(random() % players);
+            const int64_t amount = static_cast<int64_t>(random() % 4000) - 100;
+            const auto res = online[id]->Exchange(to, amount);
+            if (id == to || amount <= 0 || amount > coins[id]) {
+                EXPECT_NE(res.iErrorCode, 0);
+                continue;
+            }
+            EXPECT_EQ(res.iErrorCode, 0);
+            EXPECT_EQ(res.llFirstMoney, coins[id] -= amount);
+            coins[to] += amount;
+            ++done;
+            if (!online.contains(to)) continue;
+            const Message notify = online[to]->AwaitPush(EXCHANGE_COIN_NOTIFY_S2C);
+            EXPECT_EQ(notify.As<ExchangeGameCoinNotify>().llFirstMoney, coins[to]);
+        }
+    }
+    EXPECT_GT(done, static_cast<size_t>(rounds * givers / 2));
+    EXPECT_EQ(AllCoins(), before);
+    for (const auto& [id, coin] : coins) EXPECT_EQ(Account(id).coin, coin);
+    EXPECT_TRUE(Eventually([&] {
+        return CountSeen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN) == done;
+    }));
+}

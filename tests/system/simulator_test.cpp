@@ -1,0 +1,210 @@
+// The simulator, the player and the message catalogue by themselves: no lobby here.
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "BankInfoDef_Trans.h"
+#include "Catalog.h"
+#include "Connection.h"
+#include "Platform.h"
+#include "QueueServer.h"
+
+using client::Clock;
+using client::Connection;
+using sim::ServerKind;
+using testing::HasSubstr;
+
+namespace {
+
+Clock::time_point Soon() { return Clock::now() + std::chrono::seconds(20); }
+
+class SimulatorTest : public testing::Test {
+  protected:
+    SimulatorTest() {
+        platform.OpenAll();
+        platform.Start();
+    }
+    Connection Link(ServerKind kind) {
+        return Connection("127.0.0.1", platform.Port(kind), client::Transport::Tcp, Soon());
+    }
+    template <class Res, class Req> Res Ask(Connection& link, uint16_t type, const Req& req) {
+        link.Send(type, req);
+        return link.Receive(Soon())->As<Res>();
+    }
+
+    sim::Platform platform;
+};
+
+}  // namespace
+
+TEST(CatalogTest, LayoutsCoverTheirStructuresButPadding) {
+    for (const catalog::Message& message : catalog::All()) {
+        if (message.layout == nullptr) continue;
+        SCOPED_TRACE(message.layout->name);
+        size_t at = 8;
+        for (const catalog::Field& field : message.layout->fields) {
+            EXPECT_GE(field.offset, at) << field.name;
+            EXPECT_LT(field.offset, at + 4) << field.name;
+            at = field.End();
+        }
+        EXPECT_GE(message.layout->size, at);
+        EXPECT_LT(message.layout->size, at + 4);
+    }
+}
+
+TEST(CatalogTest, MessagesAreDescribedHoweverShortTheyAre) {
+    GetBankCoinReq_trans take{};
+    take.base.iUserID = -7;
+    take.base.llGetNum = INT64_MIN;
+    wire::SetText(take.base.szBankerPwd, "a\"b\n");
+    const auto bytes = wire::Pack(BANK_GET_COIN_L2Q, take);
+    const auto direction = catalog::Direction::LobbyToQueue;
+    const std::string text = catalog::Describe(direction, bytes);
+    EXPECT_THAT(text, HasSubstr("GetBankCoinReq_trans iUserID=-7 iSiteID=0"));
+    EXPECT_THAT(text, HasSubstr(R"(llGetNum=-9223372036854775808 szBankerPwd="a\"b\x0a")"));
+    EXPECT_THAT(catalog::DescribeJson(direction, bytes), HasSubstr(R"("szBankerPwd":"a\"b\u000a")"));
+    for (const catalog::Message& row : catalog::All()) {
+        wire::Bytes message(row.size + 200, 0xFF);  // counts of all ones
+        message[6] = static_cast<uint8_t>(row.type >> 8);
+        message[7] = static_cast<uint8_t>(row.type);
+        for (size_t size = 0; size < message.size(); size += size < 100 ? 1 : 97) {
+            EXPECT_FALSE(catalog::Describe(row.direction, {message.data(), size}).empty());
+        }
+    }
+}
+
+TEST(WireTest, StreamsAreCutTheSameHoweverTheyArrive) {
+    wire::Bytes stream;
+    for (size_t size : {0u, 9u, 4096u, 8u}) {
+        const wire::Bytes body(size, 7);
+        const auto one = wire::Pack(static_cast<uint16_t>(size), body.data(), size);
+        stream.insert(stream.end(), one.begin(), one.end());
+    }
+    for (size_t step = 1; step < stream.size(); step = step < 20 ? step + 1 : step * 2) {
+        wire::Splitter splitter;
+        std::vector<wire::Message> messages;
+        for (size_t at = 0; at < stream.size(); at += step) {
+            const size_t size = std::min(step, stream.size() - at);
+            ASSERT_TRUE(splitter.Feed({stream.data() + at, size}, messages));
+        }
+        ASSERT_EQ(messages.size(), 4u);
+        EXPECT_EQ(messages[2].bytes.size(), 4096u);
+    }
+}
+
+TEST_F(SimulatorTest, AnythingALobbySendsHurtsThatLinkOnly) {
+    auto bystander = Link(ServerKind::Queue);
+    for (const ServerKind kind : sim::ALL_SERVERS) {
+        auto broken = Link(kind);
+        broken.SendRaw(wire::Bytes(100, 0x41));
+        EXPECT_TRUE(broken.WaitClosed(Soon())) << sim::NameOf(kind);
+        auto odd = Link(kind);
+        for (int type = 0; type < 0x10000; type += 5) {
+            const wire::Bytes body(static_cast<size_t>(8 + type % 64), 0xFF);
+            odd.Send(static_cast<uint16_t>(type), body.data(), body.size());
+        }
+        while (platform.Do([&] { return platform.Server(kind).Links(); }) == 0) {
+        }
+    }
+    UserInfoReq req{};
+    req.userID = 10001;
+    wire::SetText(req.szPasswdToken, "token");
+    EXPECT_EQ(Ask<UserInfoRes>(bystander, USER_INFO_L2Q, req).llBankCoin, 100000);
+}
+
+TEST_F(SimulatorTest, AnswersGoToTheLobbyThatAskedAndKickOutsToTheOthers) {
+    auto one = Link(ServerKind::Queue), two = Link(ServerKind::Queue);
+    for (uint64_t handle = 1; handle < 50; ++handle) {
+        RechargeRefresReq_trans req{};
+        req.base.iUserId = 10001;
+        req.ulPlayerNode = handle;
+        Connection& link = handle % 2 ? one : two;
+        EXPECT_EQ(Ask<RechargeRefresRes_trans>(link, REFRESH_COIN_L2Q, req).ulPlayerNode, handle);
+    }
+    auto here = Link(ServerKind::Center), there = Link(ServerKind::Center);
+    while (platform.Do([&] { return platform.Server(ServerKind::Center).Links(); }) < 2) {
+    }
+    NoticeLobbyKickOut notice{};
+    notice.iUserID = 7;
+    here.Send(MSG_CENTER_KICK_OUT, notice);
+    EXPECT_EQ(there.Receive(Soon())->As<NoticeLobbyKickOut>().iUserID, 7);
+    EXPECT_FALSE(here.Poll());
+}
+
+TEST_F(SimulatorTest, ProgressIsKeptAcrossLogins) {
+    auto link = Link(ServerKind::Data);
+    LobbyActivitySingleProgressUpdate update{};
+    update.iGameCoin = 30;
+    update.progress.iUserId = 10001;
+    update.progress.iActivityId = 5;
+    update.progress.iProgress1 = 9;
+    update.ulPlayerNode = 3;
+    const auto res = Ask<LobbyActivitySingleProgressUpdateRes>(link, ACT_SINGLE_PROGRESS_UPDATE, update);
+    EXPECT_EQ(res.iError, 0);
+    EXPECT_EQ(res.iGameCoin, 30);
+    EXPECT_EQ(res.progress.iProgress1, 9);
+    EXPECT_EQ(res.ulPlayerNode, 3u);
+    wire::Bytes batch(12 + 88 * 46);
+    batch[8] = 46;
+    for (int i = 0; i < 46; ++i) {
+        tagDBUserActivityProgressData record{};
+        record.iUserId = 10001;
+        record.iActivityId = 100 + i;
+        std::memcpy(batch.data() + 12 + 88 * i, &record, 88);
+    }
+    link.Send(ACT_PROGRESS_UPDATE, batch.data(), batch.size());
+    EXPECT_EQ(link.Receive(Soon())->type, ACT_UPDATE_ACK);
+    tagDBUserActivityProgressReq req{};
+    req.iUserID = 10001;
+    const auto first = Ask<tagDBActivityProgressList>(link, ACT_PROGRESS_REQ, req);
+    EXPECT_EQ(first.iCount, 46);  // all that fits into one message
+    EXPECT_EQ(first.iFinished, 0);
+    const auto rest = link.Receive(Soon());
+    EXPECT_EQ(rest->As<tagDBActivityProgressList>().iCount, 1);
+    EXPECT_EQ(rest->As<tagDBActivityProgressList>().iFinished, 1);
+}
+
+TEST_F(SimulatorTest, ControlCommandsAnswerAndRefuseNonsense) {
+    const int64_t base = platform.Do([&] { return platform.TheWorld().AllCoins(); });
+    platform.DoCommand("recharge 10001 100");
+    EXPECT_THAT(platform.DoCommand("totals"),
+                HasSubstr("created=100 base=" + std::to_string(base) + "\nok\n"));
+    EXPECT_THAT(platform.DoCommand("player 10001"), HasSubstr("coin=10100 "));
+    EXPECT_THAT(platform.DoCommand("help"), HasSubstr("recharge ID AMOUNT"));
+    for (const char* line : {"", "nonsense", "player", "player x", "player 1", "recharge 10001 -1",
+                             "drop nobody", "server close 1", "site withdraw 9 9", "global 4 x",
+                             "activity 1 dance", "server add 70000 1", "bulletin loud x"}) {
+        EXPECT_THAT(platform.DoCommand(line), testing::StartsWith("error: ")) << line;
+    }
+    const uint16_t port = platform.Do([&] { return platform.OpenControl(0); });
+    Connection control("127.0.0.1", port, client::Transport::Tcp, Soon());
+    const std::string line = "down queue\nlinks\nup queue\n";
+    control.SendRaw({reinterpret_cast<const uint8_t*>(line.data()), line.size()});
+    EXPECT_TRUE(control.WaitClosed(Soon()));  // its answers are no messages
+}
+
+TEST(WorldTest, FilesReplaceListsAndMistakesAreNamed) {
+    const std::string path = testing::TempDir() + "world_test.json";
+    const auto load = [&](const std::string& text, sim::World& world) {
+        std::ofstream(path) << text;
+        std::string error;
+        return sim::LoadWorld(path, world, error) ? "" : error;
+    };
+    sim::World world = sim::DefaultWorld();
+    const std::string dump = sim::DumpWorld(world);
+    EXPECT_EQ(load(dump, world), "");
+    EXPECT_EQ(sim::DumpWorld(world), dump);
+    EXPECT_EQ(load(R"({"players":[{"id":5,"token":"t","coin":9}]})", world), "");
+    EXPECT_EQ(world.players.size(), 1u);
+    EXPECT_EQ(world.players[5].token, "t");
+    EXPECT_EQ(world.players[5].bankPassword, "888888");
+    EXPECT_EQ(world.servers.size(), 68u);
+    EXPECT_THAT(load("[", world), HasSubstr("not a JSON object"));
+    EXPECT_THAT(load(R"({"players":7})", world), HasSubstr("\"players\" is not a list"));
+    EXPECT_THAT(load(R"({"players":[{"id":1,"cash":2}]})", world), HasSubstr("\"cash\""));
+    EXPECT_THAT(load(R"({"players":[{"token":"x"}]})", world), HasSubstr("\"id\""));
+    EXPECT_EQ(world.players.size(), 1u);
+    std::string error;
+    EXPECT_FALSE(sim::LoadWorld(path + ".missing", world, error));
+    std::remove(path.c_str());
+}
