@@ -5,6 +5,7 @@
 
 #include "Common/Clock.h"
 #include "LobbyPlayer.h"
+#include "MsgView.h"
 #include "activitySystem/ActivityClientMsg.h"
 #include "activitySystem/ActivitySystem.h"
 #include "eventSystem/EventDispatcher.h"
@@ -90,7 +91,7 @@ void IActivityHandler::setActivityConfig(DBSiteActivityConfig config) {
 }
 
 void IActivityHandler::onActicityClosed() {
-    ActivityCloseNotice notice{};
+    auto notice = ZeroMsg<ActivityCloseNotice>();
     notice.iActivity = m_iActivityId;
     ActivitySystem::getInstance()->SendMessageToAllClient(CLIENT_ACTIVITY_CLOSE_NOTICE, &notice,
                                                           sizeof(notice), ENCODE_NONE);

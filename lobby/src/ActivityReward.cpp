@@ -10,7 +10,7 @@ constexpr const char* kTag = "LobbyServer::UpdateActivityUserPropInfo";
 
 tagDBUpdateUserPropInfo MakeBooking(int userId, int siteId, int activityId, int sourceId, int value,
                                     int type, int clientSiteType) {
-    tagDBUpdateUserPropInfo booking{};
+    auto booking = ZeroMsg<tagDBUpdateUserPropInfo>();
     booking.iUserID = userId;
     booking.iSiteID = siteId;
     booking.iActivityID = activityId;

@@ -148,7 +148,7 @@ void ActivitySystem::AddMissingRecords(LobbyPlayer* player) {
             FindProgressByUserID(player->m_iUserID, id, &stored)) {
             continue;
         }
-        tagDBUserActivityProgressData record{};
+        auto record = ZeroMsg<tagDBUserActivityProgressData>();
         record.iUserId = player->m_iUserID;
         record.iActivityId = id;
         std::printf("111111111111111iUserID:%d, iActivityId:%d\n", record.iUserId, id);
@@ -169,7 +169,7 @@ int ActivitySystem::FindProgressByUserID(int userId, int activityId,
 }
 
 void ActivitySystem::SendProgressBatch(int count) {
-    tagUserActivityProgressUpdate head{};
+    auto head = ZeroMsg<tagUserActivityProgressUpdate>();
     head.iCount = count;
     std::memcpy(m_updateBuffer, &head, sizeof(head));
     const size_t length = sizeof(head) + count * sizeof(tagDBUserActivityProgressData);

@@ -54,7 +54,7 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
         return;
     }
     const auto msg = ReadMsg<ClientLobbyCompeteReq>(data, length);
-    CompeteLobbyUserInfoReq req{};
+    auto req = ZeroMsg<CompeteLobbyUserInfoReq>();
     req.iUserID = msg.iUserID;
     req.ulPlayerNode = NodeHandle(node);
     req.ulPlayerNodeId = *static_cast<LobbyPlayer*>(node);
@@ -93,8 +93,7 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
     tm today{};
     localtime_r(&now, &today);
     std::printf("mday[%d] hour[%d]\n", today.tm_mday, today.tm_hour);
-    LobbyClientCompeteRes res;
-    std::memset(&res, 0, sizeof(res));
+    auto res = ZeroMsg<LobbyClientCompeteRes>();
     const CompeteConfig& config = m_lpLobbyServer->m_competeConfig;
     FillSchedule(config, today.tm_mday == config.m_iMonthOpenDay, res);
     FillFigures(msg, res);

@@ -75,7 +75,7 @@ bool DataServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
 void DataServerHandler::RegistDataServerReq() {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    RegisterActSystemServerReq request{};
+    auto request = ZeroMsg<RegisterActSystemServerReq>();
     m_lpLobbyServer->SendData(link, ACT_REGISTER_REQ, &request, sizeof(request), ENCODE_NONE);
     SendActivityConfigReq(0);
 }
@@ -83,7 +83,7 @@ void DataServerHandler::RegistDataServerReq() {
 void DataServerHandler::SendActivityConfigReq(int gameId) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    tagDBGameActivityConfigReq request{};
+    auto request = ZeroMsg<tagDBGameActivityConfigReq>();
     request.iGameID = gameId;
     m_lpLobbyServer->SendData(link, ACT_CONFIG_REQ, &request, sizeof(request), ENCODE_NONE);
     m_lpLobbyServer->SendData(link, ACT_ACCOUNT_TYPE_REQ, nullptr, 0, ENCODE_NONE);
@@ -92,7 +92,7 @@ void DataServerHandler::SendActivityConfigReq(int gameId) {
 void DataServerHandler::SendActivityProgressReq(LobbyPlayer* player) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr || player == nullptr) return;
-    tagDBUserActivityProgressReq request{};
+    auto request = ZeroMsg<tagDBUserActivityProgressReq>();
     request.ulPlayerNode = NodeHandle(player);
     request.ulPlayerNodeId = *player;
     request.iUserID = player->m_iUserID;

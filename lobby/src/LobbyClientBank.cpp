@@ -38,8 +38,7 @@ struct BankRequest {
 
 template <class Res>
 Res ResultOf(int code) {
-    Res result;
-    std::memset(&result, 0, sizeof(result));
+    auto result = ZeroMsg<Res>();
     result.ucResultType = static_cast<decltype(result.ucResultType)>(code);
     return result;
 }
@@ -164,8 +163,7 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
         answer(BANK_RESULT_OTHER_USER);
         return;
     }
-    typename Op::Trans msg;
-    std::memset(&msg, 0, sizeof(msg));
+    auto msg = ZeroMsg<typename Op::Trans>();
     msg.base = req;
     FillSession(msg, player);
     const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));

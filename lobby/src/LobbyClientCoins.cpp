@@ -56,7 +56,7 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
           notice.gameId, notice.serverId);
     LobbyPlayer* player = FindSession(notice.userId);
     if (player == nullptr) return;
-    RechargeReFreshCoinReq req{};
+    auto req = ZeroMsg<RechargeReFreshCoinReq>();
     req.iUserId = notice.userId;
     HandleRechargeRefreshCoinReq(player, &req, sizeof(req));
 }
@@ -97,7 +97,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
         m_lpLobbyServer->Close(node);
         return;
     }
-    RechargeRefresReq_trans msg{};
+    auto msg = ZeroMsg<RechargeRefresReq_trans>();
     msg.base.iUserId = req.iUserId;
     SetSession(msg, player);
     if (!SendToQueue(REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
@@ -224,7 +224,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     const time_t now = ClockNow();
     const int32_t code = DecideExchange(player, req.iRecvUserID, req.llExhangeCoin, now);
     if (code != 0) {
-        ExchangeGameCoinRes answer{};
+        auto answer = ZeroMsg<ExchangeGameCoinRes>();
         answer.iErrorCode = code;
         answer.llExhangeCoin = req.llExhangeCoin;
         answer.llFirstMoney = player->llGameCoin;
@@ -232,7 +232,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
         return;
     }
     player->m_tLastExchangeCoinTime = now;
-    QueueExchangeCoinReq msg{};
+    auto msg = ZeroMsg<QueueExchangeCoinReq>();
     SetSession(msg, player);
     msg.iUserIDFrom = player->m_iUserID;
     msg.iUserIDRecv = req.iRecvUserID;

@@ -110,8 +110,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
     m_lpLobbyPlayer = player;
 
-    UserInfoReq req;
-    std::memset(&req, 0, sizeof(req));
+    auto req = ZeroMsg<UserInfoReq>();
     req.userID = player->m_iUserID;
     CopyText(req.szPasswdToken, player->m_szToken);
     SetSession(req, player);

@@ -48,8 +48,7 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
         return;
     }
     const auto answer = [&](uint8_t code) {
-        tagModifyPassWordRes result;
-        std::memset(&result, 0, sizeof(result));
+        auto result = ZeroMsg<tagModifyPassWordRes>();
         result.ucResultType = code;
         m_lpLobbyServer->SendData(player, MODIFY_PASSWORD_S2C, &result, sizeof(result),
                                   ENCODE_NONE);
@@ -81,8 +80,7 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
 
 void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPlayer* player) {
     constexpr const char* tag = "LobbyClientHandler::HandleModifyPassWordReq:";
-    ModifyPassWordReq_trans msg;
-    std::memset(&msg, 0, sizeof(msg));
+    auto msg = ZeroMsg<ModifyPassWordReq_trans>();
     msg.base = req;
     sockaddr_in addr{};
     m_lpLobbyServer->GetPlayerAddrIn(player, &addr, false);
@@ -107,14 +105,12 @@ void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* da
         return;
     }
     if (m_lpLobbyServer->isContainSensitiveName(TextStr(req.*op.text).c_str())) {
-        typename Op::Res refusal;
-        std::memset(&refusal, 0, sizeof(refusal));
+        auto refusal = ZeroMsg<typename Op::Res>();
         refusal.iError = 1;
         m_lpLobbyServer->SendData(node, op.type, &refusal, sizeof(refusal), ENCODE_NONE);
         return;
     }
-    typename Op::Trans msg;
-    std::memset(&msg, 0, sizeof(msg));
+    auto msg = ZeroMsg<typename Op::Trans>();
     msg.base.iUserId = req.iUserId;
     CopyText(msg.base.*op.text, req.*op.text);
     SetSession(msg, player);
@@ -132,8 +128,7 @@ void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayer
         m_lpLobbyServer->Close(node);
         return;
     }
-    Trans msg;
-    std::memset(&msg, 0, sizeof(msg));
+    auto msg = ZeroMsg<Trans>();
     msg.base = req;
     SetSession(msg, player);
     if (!SendToQueue(type, &msg, sizeof(msg))) {
@@ -192,7 +187,7 @@ void LobbyClientHandler::HandleModifyFaceFrameReq(IPlayerNode* node, void* data,
     const auto frame = frames.find(req.iFrameId);
     if (frame == frames.end() ||
         m_lpLobbyServer->GetVipLevel(player->iAllYuanBaoAmount) < frame->second.iLimitLv) {
-        ModifyFaceFrameRes refusal{};
+        auto refusal = ZeroMsg<ModifyFaceFrameRes>();
         refusal.iError = FACE_FRAME_REFUSED;
         refusal.iFrameId = req.iFrameId;
         __log(_ERROR, tag, "UserId [%d], iError[%d]", player->m_iUserID, refusal.iError);

@@ -59,8 +59,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
 void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result) {
     if (node == nullptr) return;
     const auto* player = static_cast<LobbyPlayer*>(node);
-    LobbyAuthenRes answer;
-    std::memset(&answer, 0, sizeof(answer));
+    auto answer = ZeroMsg<LobbyAuthenRes>();
     answer.ucErrNo = result;
     answer.iReserve1 = player->iTeamTag;
     answer.iReserve2 = player->iLianyunFlag;
@@ -83,8 +82,7 @@ void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
     __log(_DEBUG,
           bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
           "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, NodeTag(player));
-    LobbyKickOutNotice notice;
-    std::memset(&notice, 0, sizeof(notice));
+    auto notice = ZeroMsg<LobbyKickOutNotice>();
     notice.iUserID = player->m_iUserID;
     notice.bStopSwitch = bStopSwitch;
     SendData(player, LOBBY_KICK_OUT_S2C, &notice, sizeof(notice), ENCODE_NONE);
@@ -119,7 +117,7 @@ void LobbyServer::KickOutAllLobbyPlayer() {
 
 void LobbyServer::SendKickOutNoticeToCenter(int userID) {
     __log(_DEBUG, "LobbyServer::SendKickOutNoticeToCenter", "send kickout userid[%d]", userID);
-    NoticeLobbyKickOut notice{};
+    auto notice = ZeroMsg<NoticeLobbyKickOut>();
     notice.iUserID = userID;
     IPlayerNode* center = m_lpCenterServerHandler->m_lpCenterServer;
     if (center != nullptr) {

@@ -75,7 +75,7 @@ void ExampleActivity::fetchReward(IPlayerNode* player,
         showState(player, progress);
         return;
     }
-    LobbyActivitySingleProgressUpdate update{};
+    auto update = ZeroMsg<LobbyActivitySingleProgressUpdate>();
     update.iProgress = progress.iProgress1;
     update.iGameCoin = getConfig().iGamecoin;
     update.iGameCoinSourceId = getConfig().iCondition2;
@@ -105,7 +105,7 @@ void ExampleActivity::OnGlobalActivityMessage(long, void*, long, ActivityProgres
 
 void ExampleActivity::showState(IPlayerNode* player,
                                 const tagDBUserActivityProgressData& progress) {
-    UserProgressReq state{};
+    auto state = ZeroMsg<UserProgressReq>();
     state.iActivityId = kActivityId;
     state.iProgress = progress.iProgress1;
     state.iOther1 = progress.iProgress2;
