@@ -9,7 +9,12 @@ constexpr uint16_t kBroadcast = 0x00B4;
 constexpr Nanos kPause = 50 * kMilli;
 }  // namespace
 
-void BroadcastLoad::OnAllTried() { BeginMeasuring(); }
+void BroadcastLoad::OnAllTried() {
+    for (const auto& link : m_links) {
+        if (!link->IsOpen()) return Stop();  // no broadcast could reach all; the error is counted
+    }
+    BeginMeasuring();
+}
 
 // The server learns of its clients by an echo.
 void BroadcastLoad::OnOpen(Link& link) {
@@ -18,7 +23,9 @@ void BroadcastLoad::OnOpen(Link& link) {
     link.Flush();
 }
 
-void BroadcastLoad::OnMeasureBegin() { After(Loop::Now(), kRound); }
+void BroadcastLoad::OnMeasureBegin() {
+    After(Loop::Now(), kRound);
+}
 
 void BroadcastLoad::OnOwnTimer(uint64_t, Nanos) {
     if (m_awaited > 0 || !Measuring()) return;

@@ -37,4 +37,6 @@ void CycleLoad::OnLost(Link& link, const char* why) {
     Again(link, Loop::Now() + 100 * kMilli);
 }
 
-void CycleLoad::Again(Link& link, Nanos when) { After(when, link.Index()); }
+void CycleLoad::Again(Link& link, Nanos when) {
+    After(when, link.Index());
+}

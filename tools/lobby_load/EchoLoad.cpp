@@ -45,7 +45,9 @@ void EchoLoad::OnAllTried() {
     }
 }
 
-void EchoLoad::OnOwnTimer(uint64_t, Nanos) { SendDue(); }
+void EchoLoad::OnOwnTimer(uint64_t, Nanos) {
+    SendDue();
+}
 
 void EchoLoad::SendDue() {
     const Nanos now = Loop::Now();

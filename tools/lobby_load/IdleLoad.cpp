@@ -7,14 +7,18 @@ IdleLoad::IdleLoad(const Settings& settings)
     FillHeader(m_message.data(), MSG_KEEP_ALIVE, m_message.size());
 }
 
-void IdleLoad::OnAllTried() { BeginMeasuring(); }
+void IdleLoad::OnAllTried() {
+    BeginMeasuring();
+}
 
 void IdleLoad::OnOpen(Link& link) {
     link.Append(m_message);
     link.Flush();
 }
 
-void IdleLoad::OnMessage(Link& link, uint16_t, std::string_view) { FinishOpening(link); }
+void IdleLoad::OnMessage(Link& link, uint16_t, std::string_view) {
+    FinishOpening(link);
+}
 
 void IdleLoad::OnMeasureEnd(Result& result) {
     size_t open = 0;

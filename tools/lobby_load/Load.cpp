@@ -6,7 +6,9 @@ namespace {
 // Without an answer to any connect for so long, the rest is given up.
 constexpr Nanos kConnectPatience = 15 * kSecond;
 
-Nanos FromSeconds(double seconds) { return static_cast<Nanos>(seconds * static_cast<double>(kSecond)); }
+Nanos FromSeconds(double seconds) {
+    return static_cast<Nanos>(seconds * static_cast<double>(kSecond));
+}
 }  // namespace
 
 Load::Load(const Settings& settings)
@@ -80,7 +82,9 @@ void Load::FinishOpening(const Link& link) {
     }
 }
 
-void Load::OnOpen(Link& link) { FinishOpening(link); }
+void Load::OnOpen(Link& link) {
+    FinishOpening(link);
+}
 
 void Load::OnLost(Link& link, const char* why) {
     Fail(why);

@@ -69,8 +69,8 @@ class Load : protected LinkOwner, protected Loop::Timed {
     void Measure();
 
     ServerProcess m_server;
-    size_t m_started = 0;   // connections whose opening was begun
-    size_t m_tried = 0;     // ... and is over, well or not
+    size_t m_started = 0;  // connections whose opening was begun
+    size_t m_tried = 0;    // ... and is over, well or not
     std::vector<bool> m_isTried;
     bool m_allTried = false;
     bool m_openTimer = false;

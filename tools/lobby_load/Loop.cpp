@@ -15,7 +15,9 @@ Loop::Loop() : m_epoll(epoll_create1(EPOLL_CLOEXEC)), m_events(1024) {
     prctl(PR_SET_TIMERSLACK, 1);
 }
 
-Loop::~Loop() { close(m_epoll); }
+Loop::~Loop() {
+    close(m_epoll);
+}
 
 Nanos Loop::Now() {
     timespec now{};

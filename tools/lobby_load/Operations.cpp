@@ -36,7 +36,9 @@ void Send(Link& link, uint16_t type, T message) {
     link.Send(type, &message, sizeof(message));
 }
 
-void KeepAlive(Link& link, const PlayerFacts&) { Send(link, MSG_KEEP_ALIVE, Zeroed<MsgHeader>()); }
+void KeepAlive(Link& link, const PlayerFacts&) {
+    Send(link, MSG_KEEP_ALIVE, Zeroed<MsgHeader>());
+}
 
 void BankLogin(Link& link, const PlayerFacts& player) {
     auto message = Zeroed<UserBankLoginReq>();
@@ -136,7 +138,7 @@ void RealName(Link& link, const PlayerFacts& player) {
 
 void Exchange(Link& link, const PlayerFacts& player) {
     auto message = Zeroed<ExchangeGameCoinReq>();
-    message.iRecvUserID = player.id ^ 1;
+    message.iRecvUserID = player.partner;
     message.llExhangeCoin = 1;
     Send(link, EXCHANGE_COIN_C2S, message);
 }
@@ -179,7 +181,9 @@ constexpr Operation kOperations[] = {
 
 }  // namespace
 
-std::span<const Operation> Operations() { return kOperations; }
+std::span<const Operation> Operations() {
+    return kOperations;
+}
 
 int32_t CodeOf(const Operation& operation, std::string_view answer) {
     const auto length = static_cast<long>(answer.size());

@@ -13,6 +13,7 @@
 struct PlayerFacts {
     int32_t id;
     int32_t site;
+    int32_t partner;    // the player coins are given to
     uint32_t turn = 0;  // operations so far: alternates what has two sides
 };
 

@@ -11,7 +11,9 @@ PlayerLoad::PlayerLoad(const Settings& settings)
       m_begun(Loop::Now()) {
     m_players.resize(settings.connections);
     for (size_t i = 0; i < m_players.size(); ++i) {
-        m_players[i].facts = {settings.firstUser + static_cast<int32_t>(i), settings.site};
+        const size_t next = (i + 1) % m_players.size();
+        m_players[i].facts = {settings.firstUser + static_cast<int32_t>(i), settings.site,
+                              settings.firstUser + static_cast<int32_t>(next)};
         m_players[i].notBefore.resize(Operations().size());
     }
 }
@@ -42,8 +44,7 @@ void PlayerLoad::OnMessage(Link& link, uint16_t type, std::string_view message) 
 }
 
 void PlayerLoad::OnLoginAnswer(Link& link, Player& player, std::string_view message) {
-    const auto answer =
-        ReadMsg<LobbyAuthenRes>(message.data(), static_cast<long>(message.size()));
+    const auto answer = ReadMsg<LobbyAuthenRes>(message.data(), static_cast<long>(message.size()));
     if (answer.ucErrNo != 0) return LogInAgain(link, "login refused");
     m_lastLogin = Loop::Now();
     m_logins.Add(m_lastLogin - player.intended);
@@ -60,7 +61,9 @@ void PlayerLoad::LogInAgain(Link& link, const std::string& why) {
     After(Loop::Now() + kSecond, link.Index());
 }
 
-void PlayerLoad::OnLost(Link& link, const char* why) { LogInAgain(link, why); }
+void PlayerLoad::OnLost(Link& link, const char* why) {
+    LogInAgain(link, why);
+}
 
 void PlayerLoad::OnSecond() {
     const Nanos now = Loop::Now();

@@ -10,8 +10,8 @@ void PlayerLoad::OnOwnTimer(uint64_t token, Nanos due) {
     const double gap = static_cast<double>(kSecond) / m_settings.rate;
     const Nanos now = Loop::Now();
     Nanos next = due;
-    for (; next <= now; next = m_rateBegin + static_cast<Nanos>(
-                                                 gap * static_cast<double>(++m_rateCount))) {
+    for (; next <= now;
+         next = m_rateBegin + static_cast<Nanos>(gap * static_cast<double>(++m_rateCount))) {
         m_backlog.push_back(next);
     }
     ServeBacklog();

@@ -16,7 +16,9 @@ std::string Format(const char* format, ...) {
     return text;
 }
 
-double Micros(uint64_t nanos) { return static_cast<double>(nanos) / 1000.0; }
+double Micros(uint64_t nanos) {
+    return static_cast<double>(nanos) / 1000.0;
+}
 
 std::string JsonLatency(const Histogram& values) {
     return Format(
@@ -28,9 +30,13 @@ std::string JsonLatency(const Histogram& values) {
 }
 
 // Texts here are the generator's own; none needs escaping.
-std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
+std::string Quoted(const std::string& text) {
+    return "\"" + text + "\"";
+}
 
-void Append(std::string& list, const std::string& item) { list += (list.empty() ? "" : ",") + item; }
+void Append(std::string& list, const std::string& item) {
+    list += (list.empty() ? "" : ",") + item;
+}
 
 }  // namespace
 
@@ -44,14 +50,15 @@ std::string TextReport(const Settings& settings, const Result& result) {
                        "p90", "p99", "p99.9", "max");
     }
     for (const auto& [name, values] : result.latency) {
-        text += Format("  %-16s %10llu %10.0f %10.0f %10.0f %10.0f %10.0f\n", name.c_str(),
-                       static_cast<unsigned long long>(values.Count()),
-                       Micros(values.Percentile(0.5)), Micros(values.Percentile(0.9)),
-                       Micros(values.Percentile(0.99)), Micros(values.Percentile(0.999)),
-                       Micros(values.Max()));
+        text +=
+            Format("  %-16s %10llu %10.0f %10.0f %10.0f %10.0f %10.0f\n", name.c_str(),
+                   static_cast<unsigned long long>(values.Count()), Micros(values.Percentile(0.5)),
+                   Micros(values.Percentile(0.9)), Micros(values.Percentile(0.99)),
+                   Micros(values.Percentile(0.999)), Micros(values.Max()));
     }
     for (const auto& [kind, count] : result.errors)
-        text += Format("  error %-22s %14llu\n", kind.c_str(), static_cast<unsigned long long>(count));
+        text +=
+            Format("  error %-22s %14llu\n", kind.c_str(), static_cast<unsigned long long>(count));
     if (result.errors.empty()) text += "  no errors\n";
     return text;
 }

@@ -1,8 +1,8 @@
 // What the server under load costs.
 #pragma once
 
-#include <ctime>
 #include <sys/types.h>
+#include <ctime>
 
 // Watches another process of this machine. Thread: one.
 class ServerProcess {

@@ -7,7 +7,9 @@ constexpr uint8_t kFinalBinary = 0x82;
 constexpr uint8_t kMasked = 0x80;
 constexpr uint8_t kOpcodeClose = 8;
 
-uint8_t ByteAt(std::string_view bytes, size_t i) { return static_cast<uint8_t>(bytes[i]); }
+uint8_t ByteAt(std::string_view bytes, size_t i) {
+    return static_cast<uint8_t>(bytes[i]);
+}
 
 // Bytes of the frame's header and its payload length; 0 when the header is not whole.
 size_t ReadHead(std::string_view raw, uint64_t& length) {
