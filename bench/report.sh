@@ -142,7 +142,8 @@ growth_table() {
 
 machine() {
     echo "Measured $(date -u +%Y-%m-%d), $(nproc) cores of $(sed -n 's/^model name\s*: //p' /proc/cpuinfo | head -1)," \
-        "Linux $(uname -r | cut -d- -f1), $(c++ --version | head -1), release build, log level ERROR;" \
+        "Linux $(uname -r | cut -d- -f1), $(c++ --version | head -1), release build, log level ERROR," \
+        "load average before the run $load_average;" \
         "medians of $rounds rounds, the servers of a load in alternating order."
 }
 

@@ -12,6 +12,7 @@ root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 quick=
 if [ "${1:-}" = quick ]; then quick=1; shift; fi
 bin=${1:-$root/build/release/bin}
+load_average=$(cut -d" " -f1 /proc/loadavg)
 work=$(mktemp -d)
 # shellcheck source=servers.sh
 . "$root/bench/servers.sh"
