@@ -35,9 +35,13 @@ class SystemTest : public testing::Test {
         platform.OpenAll();
         platform.Start();
     }
-    ~SystemTest() override {
-        // The first sanitizer report explains everything that failed after it.
-        if (HasFailure()) std::fputs(lobby.Errors().c_str(), stderr);
+    ~SystemTest() override { platform.Stop(); }
+    // A lobby that still serves must end in order; sanitizers report through its status.
+    void TearDown() override {
+        if (port == 0 || lobby.Ended()) return;
+        lobby.Terminate();
+        const auto status = lobby.AwaitEnd(10);
+        EXPECT_TRUE(status && *status == 0) << status.value_or(-2) << "\n" << lobby.Errors();
     }
 
     LobbySettings Settings() {
@@ -126,6 +130,9 @@ class SystemTest : public testing::Test {
     std::condition_variable m_changed;
     std::map<std::pair<ServerKind, uint16_t>, std::vector<Message>> m_seen;
 };
+
+// 64-bit fields of messages may lie at any multiple of 4, where no reference may be bound to them:
+// EXPECT_EQ(+message.llField, ...) compares a copy.
 
 inline constexpr const char* BANK_PASSWORD = "888888";
 

@@ -91,9 +91,9 @@ TEST_F(AccountTest, NoticesOfTheWebServerReachThePlayer) {
     auto other = LoggedIn(10002);
     platform.DoCommand("recharge 10001 250");
     const auto refresh = player->AwaitPush(REFRESH_COIN_S2C).As<RechargeReFreshCoinRes>();
-    EXPECT_EQ(refresh.llCurGameCoin, 10250);
-    EXPECT_EQ(refresh.llTotalRechageNum, 250);
-    EXPECT_EQ(refresh.llBankCoin, 100000);
+    EXPECT_EQ(+refresh.llCurGameCoin, 10250);
+    EXPECT_EQ(+refresh.llTotalRechageNum, 250);
+    EXPECT_EQ(+refresh.llBankCoin, 100000);
     const std::string text = R"({"wsGainList":[{"type":4,"number":3},{"type":1,"number":3}]})";
     platform.DoCommand("consume 10001 " + text);
     const Message consume = player->AwaitPush(CONSUME_NOTICE_S2C);
@@ -122,16 +122,16 @@ TEST_F(AccountTest, ExchangeTellsBothPlayersAndTheLogServer) {
     giver = LoggedIn(10001);
     const auto res = giver->Exchange(10002, 3000);  // refusals before have not moved the stamp
     EXPECT_EQ(res.iErrorCode, 0);
-    EXPECT_EQ(res.llFirstMoney, 7000);
+    EXPECT_EQ(+res.llFirstMoney, 7000);
     const auto notify = receiver->AwaitPush(EXCHANGE_COIN_NOTIFY_S2C).As<ExchangeGameCoinNotify>();
     EXPECT_EQ(notify.iFromUserID, 10001);
-    EXPECT_EQ(notify.llExhangeCoin, 3000);
-    EXPECT_EQ(notify.llFirstMoney, 3500);
+    EXPECT_EQ(+notify.llExhangeCoin, 3000);
+    EXPECT_EQ(+notify.llFirstMoney, 3500);
     EXPECT_EQ(giver->Exchange(10002, 1).iErrorCode, EXCHANGE_TOO_SOON);
     const auto record = Seen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN).As<UserExchangeCoinLog>();
     EXPECT_EQ(record.iSenderID, 10001);
     EXPECT_EQ(record.iReceiverID, 10002);
-    EXPECT_EQ(record.llExchangeCoin, 3000);
+    EXPECT_EQ(+record.llExchangeCoin, 3000);
     EXPECT_EQ(CountSeen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN), 1u);
     EXPECT_THAT(platform.DoCommand("records"), testing::HasSubstr("llExchangeCoin=3000"));
 }
@@ -164,12 +164,12 @@ TEST_F(AccountTest, TenThousandExchangesKeepTheSumOfAllCoins) {
                 continue;
             }
             EXPECT_EQ(res.iErrorCode, 0);
-            EXPECT_EQ(res.llFirstMoney, coins[id] -= amount);
+            EXPECT_EQ(+res.llFirstMoney, coins[id] -= amount);
             coins[to] += amount;
             ++done;
             if (!online.contains(to)) continue;
             const Message notify = online[to]->AwaitPush(EXCHANGE_COIN_NOTIFY_S2C);
-            EXPECT_EQ(notify.As<ExchangeGameCoinNotify>().llFirstMoney, coins[to]);
+            EXPECT_EQ(+notify.As<ExchangeGameCoinNotify>().llFirstMoney, coins[to]);
         }
     }
     EXPECT_GT(done, static_cast<size_t>(rounds * givers / 2));

@@ -12,16 +12,16 @@ TEST_F(BankTest, CoinsMoveBetweenBankAndHand) {
     auto player = LoggedIn(10001);
     const LoginBankResult opened = player->BankLogin(BANK_PASSWORD);
     EXPECT_EQ(opened.ucResultType, 0);
-    EXPECT_EQ(opened.llGameCoin, 10000);
-    EXPECT_EQ(opened.llBankCoin, 100000);
-    EXPECT_EQ(player->Take(500, BANK_PASSWORD).llGetCoinNum, 500);
-    EXPECT_EQ(player->Save(200).llSelfCoin, 10300);
+    EXPECT_EQ(+opened.llGameCoin, 10000);
+    EXPECT_EQ(+opened.llBankCoin, 100000);
+    EXPECT_EQ(+player->Take(500, BANK_PASSWORD).llGetCoinNum, 500);
+    EXPECT_EQ(+player->Save(200).llSelfCoin, 10300);
     EXPECT_EQ(player->BankPassword(BANK_PASSWORD, "new").ucResultType, 0);
     EXPECT_EQ(LoggedIn(10001)->Take(700, "new").ucResultType, 0);
     EXPECT_EQ(Account(10001).coin, 11000);
     EXPECT_EQ(Account(10001).bankCoin, 99000);
     const auto take = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q).As<GetBankCoinReq_trans>();
-    EXPECT_EQ(take.base.llGetNum, 500);
+    EXPECT_EQ(+take.base.llGetNum, 500);
     EXPECT_EQ(TextOf(take.szOutAccount), "account10001");
 }
 
@@ -116,9 +116,9 @@ TEST_F(BankTest, LateAndForgedAnswersReachNobody) {
     player->SendTake(5, BANK_PASSWORD);
     const auto own = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q, 1).As<GetBankCoinReq_trans>();
     const std::pair<uint64_t, uint64_t> handles[] = {
-        {req.ulPlayerNode, req.ulPlayerNodeId}, {own.ulPlayerNode, own.ulPlayerNodeId + 1},
-        {own.ulPlayerNode, 0},  {own.ulPlayerNode + 8, own.ulPlayerNodeId},
-        {own.ulPlayerNode ^ 1, own.ulPlayerNodeId}, {0, own.ulPlayerNodeId}, {0, 0}, {8, 8},
+        {+req.ulPlayerNode, +req.ulPlayerNodeId}, {+own.ulPlayerNode, own.ulPlayerNodeId + 1},
+        {+own.ulPlayerNode, 0},  {own.ulPlayerNode + 8, +own.ulPlayerNodeId},
+        {own.ulPlayerNode ^ 1, +own.ulPlayerNodeId}, {0, +own.ulPlayerNodeId}, {0, 0}, {8, 8},
         {~0ull, ~0ull}, {1ull << 63, 1}, {0x0000deadbeef0000, 7}};
     platform.Do([&] {
         for (const Result& result : RESULTS) {

@@ -117,7 +117,7 @@ TEST_F(HostileTest, ManyPlayersLogInAndTakeCoinAtOnce) {
     }
     for (auto& player : all) player->SendTake(7, BANK_PASSWORD);
     for (auto& player : all) {
-        ASSERT_EQ(player->Await(BANK_GET_COIN_S2C).As<GetCoinResult>().llGetCoinNum, 7);
+        ASSERT_EQ(+player->Await(BANK_GET_COIN_S2C).As<GetCoinResult>().llGetCoinNum, 7);
     }
     EXPECT_EQ(AllCoins(), before);
     EXPECT_EQ(Account(20001 + players - 1).coin, 10007);

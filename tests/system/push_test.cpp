@@ -6,8 +6,9 @@ class PushTest : public SystemTest {};
 
 TEST_F(PushTest, ServerListIsWhatTheCenterAnnounced) {
     Serve();
-    auto player = LoggedIn(10001);
-    const auto servers = player->ServerList();
+    // The center's records arrive after the lobby listens; this is the last one.
+    ASSERT_TRUE(Eventually([&] { return lobby.LogHas("[104],[1405],[room 1405]"); }));
+    const auto servers = LoggedIn(10001)->ServerList();
     ASSERT_EQ(servers.size(), 54u);  // 4 levels of a merged game, 40 and 10 rooms
     EXPECT_EQ(servers[0].usServerID, 0);
     EXPECT_EQ(servers[4].usServerID, 1200);

@@ -13,7 +13,7 @@ TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves
     const auto req = Seen(ServerKind::Queue, USER_INFO_L2Q).As<UserInfoReq>();
     EXPECT_EQ(req.userID, 10001);
     EXPECT_EQ(TextOf(req.szPasswdToken), "token");
-    EXPECT_NE(req.ulPlayerNodeId, 0u);
+    EXPECT_NE(+req.ulPlayerNodeId, 0u);
     EXPECT_EQ(Seen(ServerKind::Data, ACT_PROGRESS_REQ).As<tagDBUserActivityProgressReq>().iUserID,
               10001);
     EXPECT_EQ(Online(10001), "1");

@@ -109,7 +109,7 @@ TEST_F(SimulatorTest, AnythingALobbySendsHurtsThatLinkOnly) {
     UserInfoReq req{};
     req.userID = 10001;
     wire::SetText(req.szPasswdToken, "token");
-    EXPECT_EQ(Ask<UserInfoRes>(bystander, USER_INFO_L2Q, req).llBankCoin, 100000);
+    EXPECT_EQ(+Ask<UserInfoRes>(bystander, USER_INFO_L2Q, req).llBankCoin, 100000);
 }
 
 TEST_F(SimulatorTest, AnswersGoToTheLobbyThatAskedAndKickOutsToTheOthers) {
@@ -119,7 +119,7 @@ TEST_F(SimulatorTest, AnswersGoToTheLobbyThatAskedAndKickOutsToTheOthers) {
         req.base.iUserId = 10001;
         req.ulPlayerNode = handle;
         Connection& link = handle % 2 ? one : two;
-        EXPECT_EQ(Ask<RechargeRefresRes_trans>(link, REFRESH_COIN_L2Q, req).ulPlayerNode, handle);
+        EXPECT_EQ(+Ask<RechargeRefresRes_trans>(link, REFRESH_COIN_L2Q, req).ulPlayerNode, handle);
     }
     auto here = Link(ServerKind::Center), there = Link(ServerKind::Center);
     while (platform.Do([&] { return platform.Server(ServerKind::Center).Links(); }) < 2) {
@@ -143,7 +143,7 @@ TEST_F(SimulatorTest, ProgressIsKeptAcrossLogins) {
     EXPECT_EQ(res.iError, 0);
     EXPECT_EQ(res.iGameCoin, 30);
     EXPECT_EQ(res.progress.iProgress1, 9);
-    EXPECT_EQ(res.ulPlayerNode, 3u);
+    EXPECT_EQ(+res.ulPlayerNode, 3u);
     wire::Bytes batch(12 + 88 * 46);
     batch[8] = 46;
     for (int i = 0; i < 46; ++i) {
