@@ -12,9 +12,10 @@ class IPlayerNode;
 
 // A connection with its partial message, its send ring and its node. Owns the node and the ring;
 // the buffers in the ring are references into g_SendFactory.
-// The ring has any number of producers, one at a time under m_lockSend, and one consumer, the
-// send thread. Its count hands entries over: the producer that raises it from 0 arms the socket,
-// and from then to 0 the consumer alone touches m_lCurrentPos, m_lSendPos and the socket's arming.
+// The ring has any number of producers and one consumer, the send thread, which takes and settles
+// many entries under one lock. Its count hands entries over: the producer that raises it from 0
+// hands the connection to the send thread, which has it until the count is 0 again.
+// The ring begins small and grows with the largest queue the connection ever had.
 class EPOLLBuffer : public EPOLLReceiver {
   public:
     EPOLLBuffer(IPlayerNode* node, unsigned long maxSendCount);
@@ -29,7 +30,15 @@ class EPOLLBuffer : public EPOLLReceiver {
     friend class EPOLLMessager;
     friend class NetSender;
 
+    // All three with m_lockSend held.
+    void Append(tagSendBuffer* entry);
+    void TakeBackLast();
+    void Grow();
     void DropPending();
+    // Send thread: settles `done` entries (whose references are given up already) and copies up to `room` of
+    // the oldest pending ones. Returns how many; 0 when the ring is idle, which is then touched
+    // no more.
+    long Advance(long done, tagSendBuffer** entries, long room);
 
     // Message worker only. Both members hide those of the base, which hold partial frames.
     char m_szBuffer[4096];  // partial message carried over between reads
@@ -39,14 +48,18 @@ class EPOLLBuffer : public EPOLLReceiver {
     bool m_bSendData = false;           // added to the send epoll once; guarded by m_lockSend
     std::atomic<bool> m_bClosed{true};  // no further sends are accepted; hides the base's flag
     bool m_bReleasing = false;          // OnClosed was called; guarded by m_lockSend
-    tagSendBuffer** m_lpSendBuffer = nullptr;  // m_lMaxSendCount slots; null is the close marker
-    const long m_lMaxSendCount;
-    long m_lTailPos = 0;                // next free slot; guarded by m_lockSend
-    std::atomic<long> m_lSendCount{0};  // entries pending
+    tagSendBuffer** m_lpSendBuffer = nullptr;  // null entry: close marker; guarded by m_lockSend
+    long m_lSlots = 0;                         // of m_lpSendBuffer; guarded by m_lockSend
+    const long m_lMaxSendCount;                // the slots grow to this
+    long m_lCurrentPos = 0;                    // slot being sent; guarded by m_lockSend
+    long m_lTailPos = 0;                       // next free slot; guarded by m_lockSend
+    std::atomic<long> m_lSendCount{0};         // entries pending; changed under m_lockSend
+
+    EPOLLBuffer* m_lpNextReady = nullptr;  // list of the sender; its owner is whoever links
+    std::atomic<bool> m_bReady{false};     // in that list
 
     // Send thread only.
-    long m_lCurrentPos = 0;   // slot being sent
-    long m_lSendPos = 0;      // bytes of that buffer already sent
+    long m_lSendPos = 0;      // bytes of the current buffer already sent
     bool m_bBlocked = false;  // waits for room in the socket
 
     // Closed connections the send thread still owes something; guarded by its m_lockClosing.

@@ -6,7 +6,7 @@
 
 #include "Common/Thread.h"
 #include "Epoll/EPOLLNet.h"
-#include "WebSocketStream.h"
+#include "SendBatch.h"
 
 class Epoll;
 
@@ -56,8 +56,10 @@ class EPOLLConnection : public EPOLLContext {
 
     uint16_t GetWebStocketStatus() const { return m_usWebSocketStatus.load(); }
     void SetWebSocketStatus(uint16_t status) { m_usWebSocketStatus.store(status); }
-    // Payload bytes still owed to a frame whose header has begun to go out, or -1. Send thread.
-    long FrameLeft() const { return m_lHeadSize > 0 ? m_lFrameLeft : -1; }
+    // One attempt to write a batch: bytes of frames and payloads taken, or -1 and errno. Send
+    // thread; a connection gets its data either this way or through SendData.
+    long SendBatched(SendBatch& batch);
+    OutgoingFrame& Frame() { return m_Frame; }  // send thread
 
     int Socket() const { return m_socket; }
     bool IsAcceptClient() const { return m_bAcceptClient; }
@@ -70,7 +72,7 @@ class EPOLLConnection : public EPOLLContext {
 
     void CloseSocket();
     long SendFramePart(const char* data, long length);
-    void ResetFrame();
+    long SendParts(iovec* parts, size_t count);
 
     char m_szBuffer[4096];  // carried bytes of an incomplete frame; message worker only
     long m_lLength = 0;     // bytes held in m_szBuffer
@@ -94,9 +96,5 @@ class EPOLLConnection : public EPOLLContext {
     CMutex m_Lock;
     std::atomic<uint16_t> m_usWebSocketStatus{WEBSOCKET_NONE};
 
-    // Frame being written; send thread only.
-    uint8_t m_szHead[WEBSOCKET_MAX_HEAD];
-    long m_lHeadSize = 0;  // 0: no frame begun
-    long m_lHeadSent = 0;
-    long m_lFrameLeft = 0;
+    OutgoingFrame m_Frame{};  // being written; send thread only
 };

@@ -1,6 +1,8 @@
 // The network provider: the reactor plus the message worker.
 #pragma once
 
+#include <semaphore.h>
+
 #include <atomic>
 #include <memory>
 
@@ -25,6 +27,9 @@ class EPOLLServer : public Epoll, public INetProvider {
     EPOLLServer(GameProvider* provider, INetMessager* messager, unsigned long maxRecvCount);
     ~EPOLLServer() override;
 
+    // True: a record ends the worker's pause at once instead of waiting up to a millisecond for its
+    // end. Before Initialize.
+    void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
     // interval all ones: no idle list, no sweeps. Main.
     bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
                     unsigned long contexts, unsigned long buffers) override;
@@ -70,6 +75,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     void CloseConnections(EPOLLReceiver* receiver, long count, long length);
     void Unlist(EPOLLReceiver* receiver);
     bool SweepsEnabled() const { return m_ulInterval != ~0UL; }
+    void Pause();
     bool SweepIfDue(bool idle);
     void Sweep(long now);
     void PauseUntilSignal();
@@ -79,6 +85,9 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
+    bool m_bWakeup = false;              // constant after Initialize
+    sem_t m_semWake;                     // posted when a record comes while the worker pauses
+    std::atomic<bool> m_bPausing{false};
     std::atomic<bool> m_bExit{false};
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lEstablished{0};

@@ -4,8 +4,10 @@
 #include <atomic>
 #include <mutex>
 
+#include "Doorbell.h"
 #include "Game/NetGame.h"
 #include "NodeManager/NodeRecords.h"
+#include "SendBatch.h"
 
 class EPOLLBuffer;
 
@@ -44,17 +46,21 @@ class NetSender : public INetSender {
   private:
     enum class Progress { Sent, Blocked, Failed };
 
+    static constexpr int kPassGuard = 5000;
+
     // Any thread.
     bool AddData(IPlayerNode* node, tagSendBuffer* buffer);
     bool Push(EPOLLBuffer* context, tagSendBuffer* buffer);
     bool Arm(EPOLLBuffer* context, bool add);
     void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
+    void HandOver(EPOLLBuffer* context);  // the context's m_lockSend is held
 
     static void* SendThread(void* self);
     void OnSend();
+    void DrainReady();
     void Drain(EPOLLBuffer* context);
-    Progress SendEntry(EPOLLBuffer* context, tagSendBuffer* entry);
-    void FinishEntry(EPOLLBuffer* context, tagSendBuffer* entry);
+    Progress SendEntries(EPOLLBuffer* context, long count, long& done);
+    void DropEntries(long count);
     void ReleaseClosed(EPOLLBuffer* context);
     void GuardSleep();
 
@@ -70,7 +76,12 @@ class NetSender : public INetSender {
     const long m_ulMaxSendCount;
     std::atomic<bool> m_bExit{false};
     int m_iSendPoll = -1;
-    int m_iWake = -1;  // ends a wait at once
+    Doorbell m_Doorbell;  // ends the send thread's wait
+    std::atomic<EPOLLBuffer*> m_lpReady{nullptr};  // handed over, newest first
+
+    // Send thread only: the entries being written.
+    tagSendBuffer* m_lpEntries[SendBatch::kMaxEntries];
+    SendBatch m_Batch;
 
     std::mutex m_lockClosing;                // behind a context's m_lockSend
     EPOLLBuffer* m_lpClosingList = nullptr;  // guarded by m_lockClosing

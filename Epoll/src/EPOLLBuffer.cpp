@@ -1,11 +1,17 @@
 #include "EPOLLBuffer.h"
 
+#include <algorithm>
+
 #include "Game/NetGame.h"
 
+namespace {
+
+constexpr long kFirstSlots = 16;
+
+}  // namespace
+
 EPOLLBuffer::EPOLLBuffer(IPlayerNode* node, unsigned long maxSendCount)
-    : m_lpSendBuffer(new tagSendBuffer*[maxSendCount]),
-      m_lMaxSendCount(static_cast<long>(maxSendCount)),
-      m_lpPlayerNode(node) {
+    : m_lMaxSendCount(static_cast<long>(maxSendCount)), m_lpPlayerNode(node) {
     SetContextAssociate(reinterpret_cast<unsigned long>(node));
     if (node != nullptr) node->SetContext(this);
 }
@@ -21,9 +27,6 @@ void EPOLLBuffer::Initialize() {
     m_lLength = 0;
     m_bSendData = false;
     m_bReleasing = false;
-    if (m_lpSendBuffer == nullptr) {
-        m_lpSendBuffer = new tagSendBuffer*[static_cast<size_t>(m_lMaxSendCount)];
-    }
     m_lTailPos = 0;
     m_lSendCount = 0;
     m_lCurrentPos = 0;
@@ -41,8 +44,53 @@ void EPOLLBuffer::Release() {
         DropPending();
         delete[] m_lpSendBuffer;
         m_lpSendBuffer = nullptr;
+        m_lSlots = 0;
     }
     EPOLLReceiver::Release();
+}
+
+void EPOLLBuffer::Append(tagSendBuffer* entry) {
+    const long pending = m_lSendCount.load(std::memory_order_relaxed);
+    // A slot stays for the close marker, which therefore never needs memory.
+    if (m_lSlots < std::min(pending + 2, m_lMaxSendCount)) Grow();
+    m_lpSendBuffer[m_lTailPos] = entry;
+    m_lTailPos = m_lTailPos + 1 < m_lSlots ? m_lTailPos + 1 : 0;
+    m_lSendCount.store(pending + 1, std::memory_order_relaxed);
+}
+
+void EPOLLBuffer::TakeBackLast() {
+    m_lTailPos = (m_lTailPos + m_lSlots - 1) % m_lSlots;
+    m_lSendCount.fetch_sub(1);
+}
+
+void EPOLLBuffer::Grow() {
+    const long slots = std::min(std::max(2 * m_lSlots, kFirstSlots), m_lMaxSendCount);
+    auto* larger = new tagSendBuffer*[static_cast<size_t>(slots)];
+    const long pending = m_lSendCount;
+    for (long i = 0; i < pending; ++i)
+        larger[i] = m_lpSendBuffer[(m_lCurrentPos + i) % m_lSlots];
+    delete[] m_lpSendBuffer;
+    m_lpSendBuffer = larger;
+    m_lSlots = slots;
+    m_lCurrentPos = 0;
+    m_lTailPos = pending;
+}
+
+long EPOLLBuffer::Advance(long done, tagSendBuffer** entries, long room) {
+    const std::lock_guard guard(m_lockSend);
+    const long left = m_lSendCount.load(std::memory_order_relaxed) - done;
+    if (done > 0) {
+        // An idle ring begins anew, so that a busy connection does not spread over all its slots.
+        m_lCurrentPos = left > 0 ? (m_lCurrentPos + done) % m_lSlots : 0;
+        if (left == 0) m_lTailPos = 0;
+        m_lSendCount.store(left, std::memory_order_relaxed);
+    }
+    const long taken = std::min(left, room);
+    const long straight = std::min(taken, m_lSlots - m_lCurrentPos);
+    tagSendBuffer** const from = m_lpSendBuffer + m_lCurrentPos;
+    std::copy(m_lpSendBuffer, m_lpSendBuffer + (taken - straight),
+              std::copy(from, from + straight, entries));
+    return taken;
 }
 
 // Gives up whatever is still in the ring; only where no consumer can be at it.
@@ -50,6 +98,6 @@ void EPOLLBuffer::DropPending() {
     for (long left = m_lSendCount.exchange(0); left > 0; --left) {
         tagSendBuffer* buffer = m_lpSendBuffer[m_lCurrentPos];
         if (buffer != nullptr) DropReference(buffer);
-        m_lCurrentPos = (m_lCurrentPos + 1) % m_lMaxSendCount;
+        m_lCurrentPos = (m_lCurrentPos + 1) % m_lSlots;
     }
 }

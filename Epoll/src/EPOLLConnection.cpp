@@ -38,7 +38,7 @@ void EPOLLConnection::Initialize() {
     m_lpPreContext = nullptr;
     m_lpNextContext = nullptr;
     SetWebSocketStatus(WEBSOCKET_NONE);
-    ResetFrame();
+    m_Frame.Reset();
     m_bClosed = false;
 }
 
@@ -128,25 +128,19 @@ long EPOLLConnection::SendWebSocketData(void* data, long total, long payload, bo
 
 // One attempt to write the rest of the frame begun, or a new frame around all of the data.
 long EPOLLConnection::SendFramePart(const char* data, long length) {
-    if (m_lHeadSize == 0) {
-        m_lHeadSize =
-            static_cast<long>(BuildWebSocketHead(static_cast<uint64_t>(length), m_szHead));
-        m_lFrameLeft = length;
-    }
+    if (!m_Frame.Begun()) m_Frame.Begin(length);
     iovec parts[2];
-    parts[0] = {m_szHead + m_lHeadSent, static_cast<size_t>(m_lHeadSize - m_lHeadSent)};
-    parts[1] = {const_cast<char*>(data), static_cast<size_t>(std::min(length, m_lFrameLeft))};
-    msghdr message{};
-    message.msg_iov = parts;
-    message.msg_iovlen = 2;
-    const long sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    parts[0] = {m_Frame.head + m_Frame.headSent, static_cast<size_t>(m_Frame.HeadLeft())};
+    parts[1] = {const_cast<char*>(data),
+                static_cast<size_t>(std::min(length, m_Frame.payloadLeft))};
+    const long sent = SendParts(parts, 2);
     if (sent < 0) return -1;
 
-    const long head = std::min(sent, m_lHeadSize - m_lHeadSent);
-    m_lHeadSent += head;
-    m_lFrameLeft -= sent - head;
-    if (m_lHeadSent == m_lHeadSize && m_lFrameLeft == 0) {
-        ResetFrame();
+    const long head = std::min(sent, m_Frame.HeadLeft());
+    m_Frame.headSent += head;
+    m_Frame.payloadLeft -= sent - head;
+    if (m_Frame.HeadLeft() == 0 && m_Frame.payloadLeft == 0) {
+        m_Frame.Reset();
     } else if (sent == head) {  // the socket is full, and took nothing of the payload
         errno = EAGAIN;
         return -1;
@@ -154,10 +148,17 @@ long EPOLLConnection::SendFramePart(const char* data, long length) {
     return sent - head;
 }
 
-void EPOLLConnection::ResetFrame() {
-    m_lHeadSize = 0;
-    m_lHeadSent = 0;
-    m_lFrameLeft = 0;
+long EPOLLConnection::SendBatched(SendBatch& batch) {
+    iovec* parts = batch.Parts();
+    if (batch.PartCount() != 1) return SendParts(parts, static_cast<size_t>(batch.PartCount()));
+    return ::send(m_socket, parts->iov_base, parts->iov_len, MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+long EPOLLConnection::SendParts(iovec* parts, size_t count) {
+    msghdr message{};
+    message.msg_iov = parts;
+    message.msg_iovlen = count;
+    return ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 long EPOLLConnection::Shutdown(long how) {

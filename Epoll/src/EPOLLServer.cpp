@@ -19,12 +19,15 @@ EPOLLServer::EPOLLServer(GameProvider* provider, INetMessager* messager, unsigne
       m_lpFactory(NodeFactory<DataBuffer>::CreateInstance()),
       m_ulMaxRecvCount(static_cast<long>(maxRecvCount != 0 ? maxRecvCount : kDefaultRecvCount)),
       m_lpNetMessager(messager),
-      m_lpGameProvider(provider) {}
+      m_lpGameProvider(provider) {
+    ::sem_init(&m_semWake, 0, 0);
+}
 
 EPOLLServer::~EPOLLServer() {
     EPOLLServer::Shutdown();
     StopWorker();  // it may run without the reactor ever having started
     DiscardRecords();
+    ::sem_destroy(&m_semWake);
 }
 
 bool EPOLLServer::Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
@@ -118,4 +121,5 @@ void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) 
     record->buffer = buffer;
     record->lLength = length;
     m_lpNode->SetNode(&record, 1);
+    if (m_bWakeup && m_bPausing.load() && m_bPausing.exchange(false)) ::sem_post(&m_semWake);
 }

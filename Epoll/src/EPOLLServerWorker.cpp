@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <string_view>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Doorbell.h"
 #include "EPOLLServer.h"
 #include "Game/NetGame.h"
 #include "LogTag.h"
@@ -18,6 +20,8 @@ namespace {
 
 constexpr unsigned kIdleUs = 1000;
 constexpr long kListGuard = 5000;
+constexpr long kNanos = 1000000000;
+constexpr long kFlushEvery = 16;
 
 // A peer's address for a log line.
 struct AddrText {
@@ -36,6 +40,8 @@ void* EPOLLServer::ThreadProc(void* self) {
 }
 
 void EPOLLServer::DoNetMsg() {
+    // The send thread is woken for the answers to several records at once.
+    Doorbell::Hold();
     while (!m_bExit) {
         DataBuffer* record = NextRecord();
         if (record != nullptr) {
@@ -45,14 +51,36 @@ void EPOLLServer::DoNetMsg() {
         // On every pass; the application paces itself.
         if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
         const bool swept = SweepIfDue(record == nullptr);
-        if (!swept && record == nullptr) ::usleep(kIdleUs);
+        if (record != nullptr && m_lBatchPos % kFlushEvery != 0) continue;
+        Doorbell::Flush();
+        if (!swept && record == nullptr) Pause();
     }
+    Doorbell::Flush();
     --m_lThreadCount;
+}
+
+void EPOLLServer::Pause() {
+    if (!m_bWakeup) {
+        ::usleep(kIdleUs);
+        return;
+    }
+    m_bPausing.store(true);
+    // Looked at behind the flag: what comes from now on posts.
+    if (m_lpNode->GetNode(nullptr, 0) == 0) {
+        timespec end{};
+        ::clock_gettime(CLOCK_MONOTONIC, &end);
+        end.tv_nsec += kIdleUs * 1000L;
+        end.tv_sec += end.tv_nsec / kNanos;
+        end.tv_nsec %= kNanos;
+        ::sem_clockwait(&m_semWake, CLOCK_MONOTONIC, &end);
+    }
+    m_bPausing.store(false);
 }
 
 // One record at a time, though several are taken off the queue under one lock.
 DataBuffer* EPOLLServer::NextRecord() {
     if (m_lBatchPos == m_lBatchCount) {
+        Doorbell::Flush();
         m_lBatchPos = 0;
         m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
         m_lUptime = ClockUptime();

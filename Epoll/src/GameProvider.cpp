@@ -52,7 +52,9 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
                               unsigned long contexts, unsigned long buffers) {
     if (m_lpNetMessager == nullptr && m_lpNetProvider == nullptr && m_lpNetSender == nullptr) {
         m_lpNetMessager = new EPOLLMessager(this, maxSendCount);
-        m_lpNetProvider = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
+        auto* server = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
+        server->SetWakeup(m_bWakeup);
+        m_lpNetProvider = server;
         m_lpNetSender = new NetSender(m_lpNetProvider, this, maxSendCount);
     }
     if (m_lpNetSender == nullptr || m_lpNetProvider == nullptr) return false;

@@ -3,7 +3,6 @@
 
 #include <arpa/inet.h>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -44,10 +43,9 @@ NetSender::NetSender(INetProvider* netProvider, IGameProvider* gameProvider,
 
 NetSender::~NetSender() {
     m_bExit = true;
-    if (m_iWake >= 0) ::eventfd_write(m_iWake, 1);
+    m_Doorbell.Ring();
     while (m_lThreadCount > 0)
         ::usleep(kPauseUs);
-    if (m_iWake >= 0) ::close(m_iWake);
     if (m_iSendPoll >= 0) ::close(m_iSendPoll);
 }
 
@@ -55,10 +53,7 @@ bool NetSender::Initialize() {
     if (m_iSendPoll < 0) {
         m_iSendPoll = ::epoll_create1(EPOLL_CLOEXEC);
         if (m_iSendPoll < 0) return false;
-        m_iWake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        epoll_event event{};
-        event.events = EPOLLIN;
-        ::epoll_ctl(m_iSendPoll, EPOLL_CTL_ADD, m_iWake, &event);
+        m_Doorbell.Open(m_iSendPoll);
     }
     if (m_lThreadCount == 0) {
         ++m_lThreadCount;
@@ -227,17 +222,29 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
 // Appends an entry; m_lockSend is held. False, and nothing appended, when an idle ring could not
 // be handed to the send thread.
 bool NetSender::Push(EPOLLBuffer* context, tagSendBuffer* buffer) {
-    const long tail = context->m_lTailPos;
-    context->m_lpSendBuffer[tail] = buffer;
-    context->m_lTailPos = (tail + 1) % m_ulMaxSendCount;
-    if (context->m_lSendCount.fetch_add(1) > 0) return true;  // the send thread is at it
-    if (!Arm(context, !context->m_bSendData)) {
-        context->m_lTailPos = tail;
-        context->m_lSendCount = 0;
+    context->Append(buffer);
+    if (context->m_lSendCount > 1) return true;  // the send thread is at it
+    if (context->m_bSendData) {
+        HandOver(context);  // which costs no system call
+        return true;
+    }
+    if (!Arm(context, true)) {
+        context->TakeBackLast();
         return false;
     }
     context->m_bSendData = true;
     return true;
+}
+
+// Puts a connection whose ring was idle before the send thread, which waits for room in the
+// socket only when there is none.
+void NetSender::HandOver(EPOLLBuffer* context) {
+    context->m_bReady = true;
+    EPOLLBuffer* head = m_lpReady.load();
+    do {
+        context->m_lpNextReady = head;
+    } while (!m_lpReady.compare_exchange_weak(head, context));
+    m_Doorbell.Ring();
 }
 
 bool NetSender::Arm(EPOLLBuffer* context, bool add) {
@@ -298,11 +305,6 @@ void NetSender::PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node) {
     // marker nor release it before it is listed.
     const std::lock_guard guard(m_lockClosing);
     LinkClosing(context);
-    const long tail = context->m_lTailPos;
-    context->m_lpSendBuffer[tail] = nullptr;
-    context->m_lTailPos = (tail + 1) % m_ulMaxSendCount;
-    if (context->m_lSendCount.fetch_add(1) > 0) return;
-    if (!Arm(context, false)) {
-        __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));
-    }
+    context->Append(nullptr);
+    if (context->m_lSendCount == 1) HandOver(context);
 }

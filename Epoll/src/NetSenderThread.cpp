@@ -1,12 +1,12 @@
 // The send thread of NetSender.
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <memory>
+#include <utility>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
@@ -21,7 +21,6 @@ namespace {
 constexpr int kMaxEvents = 1000;
 // How often closed connections are looked at whose peers do not read.
 constexpr int kTickMs = 50;
-constexpr int kPassGuard = 5000;
 constexpr int kGuardSeconds = 10;
 
 }  // namespace
@@ -35,72 +34,107 @@ void* NetSender::SendThread(void* self) {
 void NetSender::OnSend() {
     auto events = std::make_unique<epoll_event[]>(kMaxEvents);
     while (!m_bExit) {
-        const int count = ::epoll_wait(m_iSendPoll, events.get(), kMaxEvents, kTickMs);
+        m_Doorbell.BeforeSleep();
+        const int timeout = m_lpReady.load() == nullptr ? kTickMs : 0;
+        const int count = ::epoll_wait(m_iSendPoll, events.get(), kMaxEvents, timeout);
+        m_Doorbell.AfterSleep();
         for (int i = 0; i < count; ++i) {
             auto* context = static_cast<EPOLLBuffer*>(events[i].data.ptr);
-            if (context != nullptr) Drain(context);  // the wake-up has none
+            if (context != nullptr) Drain(context);  // the doorbell has none
         }
+        DrainReady();
         if (m_lClosing > 0) GiveUpClosed();
     }
     events.reset();
     --m_lThreadCount;
 }
 
+// Serves what was handed over so far, in that order.
+void NetSender::DrainReady() {
+    EPOLLBuffer* newest = m_lpReady.exchange(nullptr);
+    EPOLLBuffer* oldest = nullptr;
+    while (newest != nullptr) {
+        EPOLLBuffer* before = newest->m_lpNextReady;
+        newest->m_lpNextReady = std::exchange(oldest, newest);
+        newest = before;
+    }
+    while (oldest != nullptr) {
+        // Unlinked first: as soon as its ring is empty it may be handed over anew.
+        EPOLLBuffer* context = std::exchange(oldest, oldest->m_lpNextReady);
+        context->m_bReady = false;
+        Drain(context);
+    }
+}
+
 // Writes the ring until it is empty, the socket is full or the close marker is reached.
 void NetSender::Drain(EPOLLBuffer* context) {
-    if (context->m_lSendCount <= 0) return;
     context->m_bBlocked = false;
     int passes = 0;
-    do {
+    long done = 0;
+    for (;;) {
+        // At 0 the next producer hands the ring over anew: nothing of it may be touched then.
+        const long count = context->Advance(done, m_lpEntries, SendBatch::kMaxEntries);
+        if (count == 0) return;
         if (++passes > kPassGuard) {
             __log(_ERROR, "NetSender::OnSend", "iTestBug > 5000");
             passes = 0;
             GuardSleep();
         }
-        tagSendBuffer* entry = context->m_lpSendBuffer[context->m_lCurrentPos];
-        if (entry == nullptr) {
+        if (m_lpEntries[0] == nullptr) {
             ReleaseClosed(context);
             return;
         }
-        const Progress progress = SendEntry(context, entry);
+        const Progress progress =
+            SendEntries(context, std::min<long>(count, kPassGuard - passes + 1), done);
+        passes += static_cast<int>(std::max(done - 1, 0L));
+        DropEntries(done);
         if (progress == Progress::Blocked) {
+            context->Advance(done, m_lpEntries, 0);
             context->m_bBlocked = true;
             if (!Arm(context, false)) __log(_ALL, "NetSender::OnSend", "epoll_ctl(1) error");
             return;
         }
-        FinishEntry(context, entry);
         if (progress == Progress::Failed) {
             context->Shutdown(SHUT_WR);
             context->CloseContext();
         }
-        // At 0 the next producer hands the ring over anew: nothing of it may be touched then.
-    } while (context->m_lSendCount.fetch_sub(1) > 1);
-}
-
-NetSender::Progress NetSender::SendEntry(EPOLLBuffer* context, tagSendBuffer* entry) {
-    for (;;) {
-        // A frame that has begun must become whole, whatever became of a shared buffer meanwhile.
-        const long owed = context->FrameLeft();
-        const bool framed = context->GetWebStocketStatus() == WEBSOCKET_UPGRADED;
-        const long left = owed >= 0 ? owed : static_cast<long>(entry->ulLength);
-        const long sent =
-            context->SendData(entry->szSendBuffer + context->m_lSendPos, left, false, nullptr);
-        if (sent < 0) {
-            if (errno == EINTR) continue;
-            return errno == EAGAIN ? Progress::Blocked : Progress::Failed;
-        }
-        if (sent >= left) return Progress::Sent;
-        context->m_lSendPos += sent;
-        // The length belongs to the buffer, not to the connection: a partial send shortens what
-        // the other holders of a shared buffer will send. That is required.
-        if (!framed) entry->ulLength -= static_cast<uint64_t>(sent);
     }
 }
 
-void NetSender::FinishEntry(EPOLLBuffer* context, tagSendBuffer* entry) {
-    context->m_lCurrentPos = (context->m_lCurrentPos + 1) % m_ulMaxSendCount;
-    context->m_lSendPos = 0;
-    DropReference(entry);
+// One system call for the entries before the close marker. done: how many are written, or are to
+// be dropped.
+NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, long& done) {
+    m_Batch.Start(context->GetWebStocketStatus() == WEBSOCKET_UPGRADED, context->Frame(),
+                  context->m_lSendPos);
+    for (long i = 0; i < count && m_lpEntries[i] != nullptr; ++i) {
+        if (!m_Batch.Add(m_lpEntries[i])) break;
+    }
+    long sent = 0;
+    do {
+        sent = context->SendBatched(m_Batch);
+    } while (sent < 0 && errno == EINTR);
+    if (sent < 0 && errno != EAGAIN) {
+        context->m_lSendPos = 0;
+        context->Frame().Reset();
+        done = 1;
+        return Progress::Failed;
+    }
+    done = m_Batch.Settle(std::max(sent, 0L), context->m_lSendPos);
+    // Less than was offered: the socket is full.
+    return done < m_Batch.Entries() ? Progress::Blocked : Progress::Sent;
+}
+
+// Gives up the references of the oldest entries; what becomes free returns in one go.
+void NetSender::DropEntries(long count) {
+    tagSendBuffer* first = nullptr;
+    tagSendBuffer* last = nullptr;
+    for (long i = 0; i < count; ++i) {
+        tagSendBuffer* entry = m_lpEntries[i];
+        if (!WasLastReference(entry)) continue;
+        entry->__p_next = std::exchange(first, entry);
+        if (last == nullptr) last = entry;
+    }
+    if (first != nullptr) g_SendFactory.FreeNodes(first, last);
 }
 
 void NetSender::ReleaseClosed(EPOLLBuffer* context) {
@@ -161,6 +195,7 @@ void NetSender::GiveUpClosed() {
 }
 
 bool NetSender::IsHopeless(EPOLLBuffer* context, long now) const {
+    if (context->m_bReady) return false;  // its turn comes
     constexpr long kShutdownGrace = 1;
     const auto age = static_cast<unsigned long>(now - context->m_lCloseTime);
     Epoll* reactor = context->Reactor();

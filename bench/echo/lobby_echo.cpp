@@ -97,11 +97,12 @@ void BlockSignals() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) return std::fprintf(stderr, "usage: lobby_echo port\n"), 2;
+    if (argc < 2) return std::fprintf(stderr, "usage: lobby_echo port [--wakeup]\n"), 2;
     RaiseDescriptorLimit();
     BlockSignals();
     InitializeLog("lobby_echo.cfg", nullptr);
     EchoServer server;
+    server.SetWakeup(argc > 2 && std::strcmp(argv[2], "--wakeup") == 0);
     if (!server.Listen(static_cast<unsigned short>(std::atoi(argv[1])))) {
         std::perror("lobby_echo");
         return 1;

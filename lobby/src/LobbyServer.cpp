@@ -77,6 +77,7 @@ void LobbyServer::InitializeNetwork() {
     const int timeout = m_ConfigFile.GetValueInt("network", "timeout", 120);
     const int sendCount = m_ConfigFile.GetValueInt("network", "MAX_SEND_COUNT", 0);
     const int recvCount = m_ConfigFile.GetValueInt("network", "MAX_RECV_COUNT", 0);
+    SetWakeup(m_ConfigFile.GetValueInt("network", "wakeup", 0) != 0);
     m_iSendBulletinTime = m_ConfigFile.GetValueInt("init", "sendbulletintime", 30);
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",

@@ -464,3 +464,46 @@ TEST(Tcp, SendersOnManyThreadsLoseAndMixNothing) {
     for (std::thread& sender : senders)
         sender.join();
 }
+
+// Answers are written while the worker still handles what came behind them.
+TEST(Tcp, ASlowHandlerDoesNotKeepAnswersBack) {
+    TestServer server;
+    std::atomic<bool> release{false};
+    server.onMessage = [&](TestNode* from, uint16_t type, char*, long) {
+        server.SendData(from, type, nullptr, 0, ENCODE_NONE);
+        if (type == 2) WaitFor([&] { return release.load(); });
+    };
+    server.Listen();
+    Client client(server.port);
+    ASSERT_TRUE(client.Send(Message(1)));
+    EXPECT_EQ(client.Read(8).size(), 8u);
+    ASSERT_TRUE(client.Send(Message(2)));
+    const std::string answer = client.Read(8);
+    release = true;
+    EXPECT_EQ(answer.size(), 8u);
+}
+
+TEST(Tcp, AWakeupCutsTheWaitAndKeepsTheTimer) {
+    TestServer server;
+    server.SetWakeup(true);
+    server.Listen();
+    Client client(server.port);
+    ASSERT_TRUE(Echoes(client));
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    constexpr int kRounds = 300;
+    int fast = 0;
+    for (int i = 0; i < kRounds; ++i) {
+        const auto start = Clock::now();
+        ASSERT_TRUE(Echoes(client));
+        // Each waits for the whole of the worker's pause when nothing cuts it short.
+        if (Clock::now() - start < milliseconds(1) / 2) ++fast;
+    }
+    EXPECT_GT(fast, kRounds / 10);
+    const auto start = Clock::now();
+    const long before = server.ticks;
+    std::this_thread::sleep_for(milliseconds(300));
+    const long ticks = server.ticks - before;
+    EXPECT_GT(ticks, 30);
+    EXPECT_LE(ticks, (Clock::now() - start) / milliseconds(1) + 10);
+}

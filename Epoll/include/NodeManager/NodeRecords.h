@@ -36,10 +36,16 @@ struct HostList {
 // Recycler of every send buffer of the process.
 inline NodeRecycle<tagSendBuffer> g_SendFactory;
 
+// Gives up one reference; true with the last one: the caller then frees the buffer. Any thread.
+inline bool WasLastReference(tagSendBuffer* buffer) {
+    // The record is raw memory, so the count cannot be an atomic object of its own.
+    const std::atomic_ref<uint64_t> references(buffer->ulReferenceCount);
+    // The holder of the only reference has nobody to race with.
+    return references.load(std::memory_order_acquire) == 1 || references.fetch_sub(1) == 1;
+}
+
 // Gives up one reference; the buffer goes back to g_SendFactory with the last one, so the caller
 // must not touch it afterwards. Any thread.
 inline void DropReference(tagSendBuffer* buffer) {
-    // The record is raw memory, so the count cannot be an atomic object of its own.
-    const std::atomic_ref<uint64_t> references(buffer->ulReferenceCount);
-    if (references.fetch_sub(1) == 1) g_SendFactory.FreeNode(buffer);
+    if (WasLastReference(buffer)) g_SendFactory.FreeNode(buffer);
 }

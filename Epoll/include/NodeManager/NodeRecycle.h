@@ -1,6 +1,7 @@
 // The recycling allocator behind NodeFactory.
 #pragma once
 
+#include <atomic>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -9,7 +10,7 @@
 
 // Keeps freed records on a stack and hands them out again; only an empty pool asks the heap, and
 // nothing goes back to it before the recycler is destroyed. Owns the free records, not those in
-// use. Thread: any.
+// use. Freeing takes no lock, so that it never waits for an allocating thread. Thread: any.
 template <class T>
 class NodeRecycle : public NodeFactory<T> {
   public:
@@ -27,10 +28,8 @@ class NodeRecycle : public NodeFactory<T> {
             "records are raw memory: no constructor or destructor runs");
         static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
         NodeGuard read(m_lockRead);
-        if (m_read == nullptr) {
-            NodeGuard write(m_lockWrite);
-            m_read = std::exchange(m_write, nullptr);
-        }
+        // Taken whole: no record leaves m_write by itself, so none can return to it unnoticed.
+        if (m_read == nullptr) m_read = m_write.exchange(nullptr, std::memory_order_acquire);
         T* node = m_read;
         if (node != nullptr) {
             m_read = node->__p_next;
@@ -42,10 +41,16 @@ class NodeRecycle : public NodeFactory<T> {
     }
 
     void FreeNode(T* node) override {
-        if (node == nullptr) return;
-        NodeGuard write(m_lockWrite);
-        node->__p_next = m_write;
-        m_write = node;
+        if (node != nullptr) FreeNodes(node, node);
+    }
+
+    // Takes back records linked through __p_next, `first` to `last`, in one go.
+    void FreeNodes(T* first, T* last) {
+        T* head = m_write.load(std::memory_order_relaxed);
+        do {
+            last->__p_next = head;
+        } while (!m_write.compare_exchange_weak(head, first, std::memory_order_release,
+                                                std::memory_order_relaxed));
     }
 
   private:
@@ -54,9 +59,8 @@ class NodeRecycle : public NodeFactory<T> {
             ::operator delete(std::exchange(head, head->__p_next));
     }
 
-    T* m_write = nullptr;  // freed records; guarded by m_lockWrite
-    T* m_read = nullptr;   // records to hand out; guarded by m_lockRead
-    NodeLock m_lockWrite;
+    std::atomic<T*> m_write{nullptr};  // freed records
+    T* m_read = nullptr;               // records to hand out; guarded by m_lockRead
     NodeLock m_lockRead;
 };
 

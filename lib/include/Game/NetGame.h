@@ -82,6 +82,9 @@ class GameProvider : public IGameProvider {
     GameProvider(const GameProvider&) = delete;
     GameProvider& operator=(const GameProvider&) = delete;
 
+    // True: received data wakes the message worker at once; false, the default: it looks every
+    // millisecond. OnTimer comes about a thousand times a second either way. Before Initialize.
+    void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
     // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
     // threads one poll thread per processor. interval and timeout are seconds.
     bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
@@ -135,4 +138,5 @@ class GameProvider : public IGameProvider {
     INetMessager* m_lpNetMessager = nullptr;  // owned
     INetProvider* m_lpNetProvider = nullptr;  // owned
     INetSender* m_lpNetSender = nullptr;      // owned
+    bool m_bWakeup = false;                   // constant after Initialize
 };
