@@ -1,9 +1,12 @@
 # Sourced by run.sh: from the results in $work to table and plots.
 
 # figure FILE KEY: a number of the figures of a result.
-figure() { grep -o "\"$2\":[-+0-9.e]*" "$work/$1.json" | head -1 | cut -d: -f2; }
+figure() { grep -so "\"$2\":[-+0-9.e]*" "$work/$1.json" | head -1 | cut -d: -f2 || true; }
 # latency FILE OPERATION KEY: microseconds.
-latency() { grep -o "\"$2\":{\"count[^}]*}" "$work/$1.json" | grep -o "\"$3\":[-+0-9.e]*" | cut -d: -f2; }
+latency() {
+    grep -so "\"$2\":{\"count[^}]*}" "$work/$1.json" | grep -o "\"$3\":[-+0-9.e]*" |
+        cut -d: -f2 || true
+}
 
 median() { sort -g | awk '{v[NR] = $1} END {if (NR) print v[int((NR + 1) / 2)]}'; }
 
@@ -16,7 +19,8 @@ of() {
     done | median
 }
 
-calc() { awk "BEGIN {printf \"%.4g\", $1}"; }
+# calc EXPRESSION: its value, or "-" when an operand was not measured.
+calc() { awk "BEGIN {printf \"%.4g\", $1}" 2>/dev/null || printf -- '-'; }
 # best min|max VALUES...
 best() {
     local which=$1
@@ -176,7 +180,8 @@ plot_all() {
         echo "- lobby asio"
         local n
         for n in "${clients[@]}"; do
-            echo "$n $(figure "growth$n.lobby.1" cpu_per_million) $(figure "growth$n.asio.1" cpu_per_million)"
+            echo "$n $(calc "$(figure "growth$n.lobby.1" cpu_per_million)")" \
+                "$(calc "$(figure "growth$n.asio.1" cpu_per_million)")"
         done
     } | "$bin/bench_plot" "CPU per million messages by number of clients, 10,000 messages/s" "seconds" >"$plots/growth.svg"
     {

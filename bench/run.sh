@@ -12,6 +12,11 @@ root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 quick=
 if [ "${1:-}" = quick ]; then quick=1; shift; fi
 bin=${1:-$root/build/release/bin}
+# Both sides of 20,000 connections need as many descriptors, as far as this machine allows.
+ulimit -n "$(ulimit -Hn)"
+most=$(($(ulimit -n) - 100))
+[ "$most" -lt 20000 ] || most=20000
+
 load_average=$(cut -d" " -f1 /proc/loadavg)
 work=$(mktemp -d)
 # shellcheck source=servers.sh
@@ -30,7 +35,7 @@ if [ -n "$quick" ]; then
     clients=(100 400) idle=300 crowd=300 players=200 busy=(-d 1 --warmup 0.1) commands=1000
 else
     rounds=${ROUNDS:-3} short=(-d 4) long=(-d 6)
-    clients=(500 1000 2000 4000 20000) idle=4000 crowd=3000 players=4000 busy=(-d 60 --warmup 5)
+    clients=(500 1000 2000 4000 "$most") idle=4000 crowd=3000 players=4000 busy=(-d 60 --warmup 5)
     commands=50000
 fi
 
