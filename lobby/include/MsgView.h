@@ -8,23 +8,22 @@
 #include <string_view>
 #include <type_traits>
 
-// A message all of whose bytes are zero, the padding included. Peers see every byte of it, and an
-// optimiser that splits a local structure into its fields loses what lies between them: the empty
-// statement makes it keep the structure whole.
+// Makes every byte of a message zero, the padding included: peers see all of them. The empty
+// statement keeps an optimiser from splitting the local structure into its fields and losing what
+// lies between. Do not return small messages by value: a copy in registers loses it, too.
 template <class T>
-T ZeroMsg() {
+void ZeroMsg(T& msg) {
     static_assert(std::is_trivially_copyable_v<T>);
-    T msg;
     std::memset(&msg, 0, sizeof(msg));
     asm volatile("" : : "r"(&msg) : "memory");
-    return msg;
 }
 
 // A received message as a structure of its own: a short message reads as zeros past its end, and
 // nothing outside the received bytes is touched. Handlers never cast a received pointer: it may
 // lie at any offset of a receive block.
 template <class T> T ReadMsg(const void* data, long length) {
-    auto msg = ZeroMsg<T>();
+    T msg;
+    ZeroMsg(msg);
     if (data != nullptr && length > 0) {
         std::memcpy(&msg, data, std::min(sizeof(T), static_cast<size_t>(length)));
     }

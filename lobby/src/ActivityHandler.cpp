@@ -91,7 +91,8 @@ void IActivityHandler::setActivityConfig(DBSiteActivityConfig config) {
 }
 
 void IActivityHandler::onActicityClosed() {
-    auto notice = ZeroMsg<ActivityCloseNotice>();
+    ActivityCloseNotice notice;
+    ZeroMsg(notice);
     notice.iActivity = m_iActivityId;
     ActivitySystem::getInstance()->SendMessageToAllClient(CLIENT_ACTIVITY_CLOSE_NOTICE, &notice,
                                                           sizeof(notice), ENCODE_NONE);

@@ -10,7 +10,8 @@ constexpr const char* kTag = "LobbyServer::UpdateActivityUserPropInfo";
 
 tagDBUpdateUserPropInfo MakeBooking(int userId, int siteId, int activityId, int sourceId, int value,
                                     int type, int clientSiteType) {
-    auto booking = ZeroMsg<tagDBUpdateUserPropInfo>();
+    tagDBUpdateUserPropInfo booking;
+    ZeroMsg(booking);
     booking.iUserID = userId;
     booking.iSiteID = siteId;
     booking.iActivityID = activityId;

@@ -148,7 +148,8 @@ void ActivitySystem::AddMissingRecords(LobbyPlayer* player) {
             FindProgressByUserID(player->m_iUserID, id, &stored)) {
             continue;
         }
-        auto record = ZeroMsg<tagDBUserActivityProgressData>();
+        tagDBUserActivityProgressData record;
+        ZeroMsg(record);
         record.iUserId = player->m_iUserID;
         record.iActivityId = id;
         std::printf("111111111111111iUserID:%d, iActivityId:%d\n", record.iUserId, id);
@@ -169,7 +170,8 @@ int ActivitySystem::FindProgressByUserID(int userId, int activityId,
 }
 
 void ActivitySystem::SendProgressBatch(int count) {
-    auto head = ZeroMsg<tagUserActivityProgressUpdate>();
+    tagUserActivityProgressUpdate head;
+    ZeroMsg(head);
     head.iCount = count;
     std::memcpy(m_updateBuffer, &head, sizeof(head));
     const size_t length = sizeof(head) + count * sizeof(tagDBUserActivityProgressData);

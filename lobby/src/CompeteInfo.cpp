@@ -54,7 +54,8 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
         return;
     }
     const auto msg = ReadMsg<ClientLobbyCompeteReq>(data, length);
-    auto req = ZeroMsg<CompeteLobbyUserInfoReq>();
+    CompeteLobbyUserInfoReq req;
+    ZeroMsg(req);
     req.iUserID = msg.iUserID;
     req.ulPlayerNode = NodeHandle(node);
     req.ulPlayerNodeId = *static_cast<LobbyPlayer*>(node);
@@ -93,7 +94,8 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
     tm today{};
     localtime_r(&now, &today);
     std::printf("mday[%d] hour[%d]\n", today.tm_mday, today.tm_hour);
-    auto res = ZeroMsg<LobbyClientCompeteRes>();
+    LobbyClientCompeteRes res;
+    ZeroMsg(res);
     const CompeteConfig& config = m_lpLobbyServer->m_competeConfig;
     FillSchedule(config, today.tm_mday == config.m_iMonthOpenDay, res);
     FillFigures(msg, res);

@@ -75,7 +75,8 @@ bool DataServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
 void DataServerHandler::RegistDataServerReq() {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    auto request = ZeroMsg<RegisterActSystemServerReq>();
+    RegisterActSystemServerReq request;
+    ZeroMsg(request);
     m_lpLobbyServer->SendData(link, ACT_REGISTER_REQ, &request, sizeof(request), ENCODE_NONE);
     SendActivityConfigReq(0);
 }
@@ -83,7 +84,8 @@ void DataServerHandler::RegistDataServerReq() {
 void DataServerHandler::SendActivityConfigReq(int gameId) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    auto request = ZeroMsg<tagDBGameActivityConfigReq>();
+    tagDBGameActivityConfigReq request;
+    ZeroMsg(request);
     request.iGameID = gameId;
     m_lpLobbyServer->SendData(link, ACT_CONFIG_REQ, &request, sizeof(request), ENCODE_NONE);
     m_lpLobbyServer->SendData(link, ACT_ACCOUNT_TYPE_REQ, nullptr, 0, ENCODE_NONE);
@@ -92,7 +94,8 @@ void DataServerHandler::SendActivityConfigReq(int gameId) {
 void DataServerHandler::SendActivityProgressReq(LobbyPlayer* player) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr || player == nullptr) return;
-    auto request = ZeroMsg<tagDBUserActivityProgressReq>();
+    tagDBUserActivityProgressReq request;
+    ZeroMsg(request);
     request.ulPlayerNode = NodeHandle(player);
     request.ulPlayerNodeId = *player;
     request.iUserID = player->m_iUserID;

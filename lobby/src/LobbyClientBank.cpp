@@ -36,13 +36,6 @@ struct BankRequest {
     const char* failText;       // the same
 };
 
-template <class Res>
-Res ResultOf(int code) {
-    auto result = ZeroMsg<Res>();
-    result.ucResultType = static_cast<decltype(result.ucResultType)>(code);
-    return result;
-}
-
 // The session's part of a wrapped request; only coin movements carry account data.
 template <class Trans>
 void FillSession(Trans& msg, const LobbyPlayer* player) {
@@ -134,7 +127,9 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
         return;
     }
     const auto answer = [&](int code) {
-        auto result = ResultOf<typename Op::Res>(code);
+        typename Op::Res result;
+        ZeroMsg(result);
+        result.ucResultType = static_cast<decltype(result.ucResultType)>(code);
         m_lpLobbyServer->SendData(player, op.resultType, &result, sizeof(result), ENCODE_NONE);
     };
     const time_t now = ClockNow();
@@ -163,7 +158,8 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
         answer(BANK_RESULT_OTHER_USER);
         return;
     }
-    auto msg = ZeroMsg<typename Op::Trans>();
+    typename Op::Trans msg;
+    ZeroMsg(msg);
     msg.base = req;
     FillSession(msg, player);
     const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));

@@ -56,7 +56,8 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
           notice.gameId, notice.serverId);
     LobbyPlayer* player = FindSession(notice.userId);
     if (player == nullptr) return;
-    auto req = ZeroMsg<RechargeReFreshCoinReq>();
+    RechargeReFreshCoinReq req;
+    ZeroMsg(req);
     req.iUserId = notice.userId;
     HandleRechargeRefreshCoinReq(player, &req, sizeof(req));
 }
@@ -97,7 +98,8 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
         m_lpLobbyServer->Close(node);
         return;
     }
-    auto msg = ZeroMsg<RechargeRefresReq_trans>();
+    RechargeRefresReq_trans msg;
+    ZeroMsg(msg);
     msg.base.iUserId = req.iUserId;
     SetSession(msg, player);
     if (!SendToQueue(REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
@@ -224,7 +226,8 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     const time_t now = ClockNow();
     const int32_t code = DecideExchange(player, req.iRecvUserID, req.llExhangeCoin, now);
     if (code != 0) {
-        auto answer = ZeroMsg<ExchangeGameCoinRes>();
+        ExchangeGameCoinRes answer;
+        ZeroMsg(answer);
         answer.iErrorCode = code;
         answer.llExhangeCoin = req.llExhangeCoin;
         answer.llFirstMoney = player->llGameCoin;
@@ -232,7 +235,8 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
         return;
     }
     player->m_tLastExchangeCoinTime = now;
-    auto msg = ZeroMsg<QueueExchangeCoinReq>();
+    QueueExchangeCoinReq msg;
+    ZeroMsg(msg);
     SetSession(msg, player);
     msg.iUserIDFrom = player->m_iUserID;
     msg.iUserIDRecv = req.iRecvUserID;

@@ -110,7 +110,8 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
     m_lpLobbyPlayer = player;
 
-    auto req = ZeroMsg<UserInfoReq>();
+    UserInfoReq req;
+    ZeroMsg(req);
     req.userID = player->m_iUserID;
     CopyText(req.szPasswdToken, player->m_szToken);
     SetSession(req, player);

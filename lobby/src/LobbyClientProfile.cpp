@@ -48,7 +48,8 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
         return;
     }
     const auto answer = [&](uint8_t code) {
-        auto result = ZeroMsg<tagModifyPassWordRes>();
+        tagModifyPassWordRes result;
+        ZeroMsg(result);
         result.ucResultType = code;
         m_lpLobbyServer->SendData(player, MODIFY_PASSWORD_S2C, &result, sizeof(result),
                                   ENCODE_NONE);
@@ -80,7 +81,8 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
 
 void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPlayer* player) {
     constexpr const char* tag = "LobbyClientHandler::HandleModifyPassWordReq:";
-    auto msg = ZeroMsg<ModifyPassWordReq_trans>();
+    ModifyPassWordReq_trans msg;
+    ZeroMsg(msg);
     msg.base = req;
     sockaddr_in addr{};
     m_lpLobbyServer->GetPlayerAddrIn(player, &addr, false);
@@ -105,12 +107,14 @@ void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* da
         return;
     }
     if (m_lpLobbyServer->isContainSensitiveName(TextStr(req.*op.text).c_str())) {
-        auto refusal = ZeroMsg<typename Op::Res>();
+        typename Op::Res refusal;
+        ZeroMsg(refusal);
         refusal.iError = 1;
         m_lpLobbyServer->SendData(node, op.type, &refusal, sizeof(refusal), ENCODE_NONE);
         return;
     }
-    auto msg = ZeroMsg<typename Op::Trans>();
+    typename Op::Trans msg;
+    ZeroMsg(msg);
     msg.base.iUserId = req.iUserId;
     CopyText(msg.base.*op.text, req.*op.text);
     SetSession(msg, player);
@@ -128,7 +132,8 @@ void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayer
         m_lpLobbyServer->Close(node);
         return;
     }
-    auto msg = ZeroMsg<Trans>();
+    Trans msg;
+    ZeroMsg(msg);
     msg.base = req;
     SetSession(msg, player);
     if (!SendToQueue(type, &msg, sizeof(msg))) {
@@ -187,7 +192,8 @@ void LobbyClientHandler::HandleModifyFaceFrameReq(IPlayerNode* node, void* data,
     const auto frame = frames.find(req.iFrameId);
     if (frame == frames.end() ||
         m_lpLobbyServer->GetVipLevel(player->iAllYuanBaoAmount) < frame->second.iLimitLv) {
-        auto refusal = ZeroMsg<ModifyFaceFrameRes>();
+        ModifyFaceFrameRes refusal;
+        ZeroMsg(refusal);
         refusal.iError = FACE_FRAME_REFUSED;
         refusal.iFrameId = req.iFrameId;
         __log(_ERROR, tag, "UserId [%d], iError[%d]", player->m_iUserID, refusal.iError);

@@ -27,7 +27,8 @@ void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice&
         __log(_DEBUG, tag, "no plyaer subscribe msg key[%s]", key.c_str());
         return;
     }
-    auto msg = ZeroMsg<ClientPublishMsg>();
+    ClientPublishMsg msg;
+    ZeroMsg(msg);
     msg.iMainID = notice.iMainID;
     msg.iSubID = notice.iSubID;
     std::memcpy(msg.szKey, key.data(), std::min(key.size(), sizeof(msg.szKey)));
@@ -51,7 +52,8 @@ void LobbyServer::RequestSubscribeKeyCfg() {
         __log(_ERROR, tag, "m_pConfigServer is nullptr.");
         return;
     }
-    auto msg = ZeroMsg<WebFarmSubscribeKeyReq>();
+    WebFarmSubscribeKeyReq msg;
+    ZeroMsg(msg);
     const int sent = SendMsgToConfigServer(MSG_CONFIG_SUBSCRIBE_KEY_REQ,
                                            reinterpret_cast<unsigned char*>(&msg), sizeof(msg));
     __log(sent != 0 ? _DEBUG : _ERROR, tag, "get subscribe key req");
@@ -62,7 +64,8 @@ void LobbyServer::SendFarmTransferLog(const BulletinTransferFarmNotice* message)
         __log(_ERROR, "LobbyServer::SendFarmTransferLog", "pMsg is nullptr.");
         return;
     }
-    auto record = ZeroMsg<LobbyFarmTransferLog>();
+    LobbyFarmTransferLog record;
+    ZeroMsg(record);
     record.iMainID = message->iMainID;
     record.iSubID = message->iSubID;
     record.iUserID = message->iUserID;

@@ -59,7 +59,8 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
 void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result) {
     if (node == nullptr) return;
     const auto* player = static_cast<LobbyPlayer*>(node);
-    auto answer = ZeroMsg<LobbyAuthenRes>();
+    LobbyAuthenRes answer;
+    ZeroMsg(answer);
     answer.ucErrNo = result;
     answer.iReserve1 = player->iTeamTag;
     answer.iReserve2 = player->iLianyunFlag;
@@ -82,7 +83,8 @@ void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
     __log(_DEBUG,
           bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
           "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, NodeTag(player));
-    auto notice = ZeroMsg<LobbyKickOutNotice>();
+    LobbyKickOutNotice notice;
+    ZeroMsg(notice);
     notice.iUserID = player->m_iUserID;
     notice.bStopSwitch = bStopSwitch;
     SendData(player, LOBBY_KICK_OUT_S2C, &notice, sizeof(notice), ENCODE_NONE);
@@ -117,7 +119,8 @@ void LobbyServer::KickOutAllLobbyPlayer() {
 
 void LobbyServer::SendKickOutNoticeToCenter(int userID) {
     __log(_DEBUG, "LobbyServer::SendKickOutNoticeToCenter", "send kickout userid[%d]", userID);
-    auto notice = ZeroMsg<NoticeLobbyKickOut>();
+    NoticeLobbyKickOut notice;
+    ZeroMsg(notice);
     notice.iUserID = userID;
     IPlayerNode* center = m_lpCenterServerHandler->m_lpCenterServer;
     if (center != nullptr) {

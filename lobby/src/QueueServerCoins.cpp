@@ -68,7 +68,8 @@ void QueueServerHandler::OnUserExchangeCoinRes(void* data, long length) {
                                    "lpRes->ulPlayerNodeId [%0x] != *pPlayerNode[%0x]");
     if (giver == nullptr) return;
     if (msg.iError == 0) BookExchange(giver, msg);
-    auto answer = ZeroMsg<ExchangeGameCoinRes>();
+    ExchangeGameCoinRes answer;
+    ZeroMsg(answer);
     answer.iErrorCode = msg.iError;
     answer.llExhangeCoin = msg.llExchangeCoin;
     answer.llFirstMoney = giver->llGameCoin;
@@ -84,7 +85,8 @@ void QueueServerHandler::BookExchange(LobbyPlayer* giver, const QueueExchangeCoi
     LobbyPlayer* receiver = m_lpLobbyServer->GetPlayerByUserID(msg.iUserIDRecv);
     if (receiver != nullptr) {
         receiver->llGameCoin = WrapAdd(receiver->llGameCoin, msg.llExchangeCoin);
-        auto notify = ZeroMsg<ExchangeGameCoinNotify>();
+        ExchangeGameCoinNotify notify;
+        ZeroMsg(notify);
         notify.iFromUserID = msg.iUserIDFrom;
         notify.llExhangeCoin = msg.llExchangeCoin;
         notify.llFirstMoney = receiver->llGameCoin;
@@ -97,7 +99,8 @@ void QueueServerHandler::BookExchange(LobbyPlayer* giver, const QueueExchangeCoi
         __log(_WARN, kExchangeTag, "sendid[%d] exchangecoin[%lld] receiverid[%d] not in lobby.",
               msg.iUserIDFrom, amount, msg.iUserIDRecv);
     }
-    auto record = ZeroMsg<UserExchangeCoinLog>();
+    UserExchangeCoinLog record;
+    ZeroMsg(record);
     record.iSenderID = msg.iUserIDFrom;
     record.iReceiverID = msg.iUserIDRecv;
     record.llExchangeCoin = msg.llExchangeCoin;

@@ -75,7 +75,8 @@ void ExampleActivity::fetchReward(IPlayerNode* player,
         showState(player, progress);
         return;
     }
-    auto update = ZeroMsg<LobbyActivitySingleProgressUpdate>();
+    LobbyActivitySingleProgressUpdate update;
+    ZeroMsg(update);
     update.iProgress = progress.iProgress1;
     update.iGameCoin = getConfig().iGamecoin;
     update.iGameCoinSourceId = getConfig().iCondition2;
@@ -105,7 +106,8 @@ void ExampleActivity::OnGlobalActivityMessage(long, void*, long, ActivityProgres
 
 void ExampleActivity::showState(IPlayerNode* player,
                                 const tagDBUserActivityProgressData& progress) {
-    auto state = ZeroMsg<UserProgressReq>();
+    UserProgressReq state;
+    ZeroMsg(state);
     state.iActivityId = kActivityId;
     state.iProgress = progress.iProgress1;
     state.iOther1 = progress.iProgress2;
