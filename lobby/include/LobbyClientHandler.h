@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "Game/NetGame.h"
 #include "LobbyPlayer.h"
@@ -42,6 +44,9 @@ class LobbyClientHandler {
 
     // The newest session of the user, or null.
     LobbyPlayer* GetPlayerByUserID(int userID);
+    // The newest session of the user that is not `except`, or null; without GetPlayerByUserID's
+    // log line. The same session a walk of the list from its head would meet first.
+    LobbyPlayer* FindSession(int userID, const LobbyPlayer* except = nullptr) const;
     // Head of the session list.
     LobbyPlayer* GetClientLobbyPlayer() { return m_lpLobbyPlayer; }
     void SendMsgToPlayerByID(int userID, unsigned short type, void* data, long length);
@@ -105,8 +110,6 @@ class LobbyClientHandler {
     // A request on the queue link; false when it is down or the send fails.
     bool SendToQueue(uint16_t type, void* msg, long length);
 
-    // The newest session of the user, or null; without GetPlayerByUserID's log line.
-    LobbyPlayer* FindSession(int userID) const;
     // The result code of a transfer the lobby refuses, or 0.
     int32_t DecideExchange(const LobbyPlayer* player, int32_t receiver, int64_t amount, time_t now);
     // One table row: a client message number and its handler.
@@ -115,4 +118,6 @@ class LobbyClientHandler {
 
     LobbyServer* m_lpLobbyServer;
     LobbyPlayer* m_lpLobbyPlayer = nullptr;  // head of the session list
+    // The listed sessions by user, oldest first; mostly one each.
+    std::unordered_map<int32_t, std::vector<LobbyPlayer*>> m_mapUserSessions;
 };

@@ -62,13 +62,6 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
     HandleRechargeRefreshCoinReq(player, &req, sizeof(req));
 }
 
-LobbyPlayer* LobbyClientHandler::FindSession(int userID) const {
-    LobbyPlayer* player = m_lpLobbyPlayer;
-    while (player != nullptr && player->m_iUserID != userID)
-        player = player->m_lpNext;
-    return player;
-}
-
 void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data,
                                                       unsigned short length) {
     constexpr const char* tag = "LobbyClientHandler::HandleRechargeRefreshCoinReq:";

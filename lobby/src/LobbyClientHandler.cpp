@@ -1,5 +1,6 @@
 #include "LobbyClientHandler.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "BankInfoDef.h"
@@ -109,6 +110,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     player->m_lpNext = m_lpLobbyPlayer;
     if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
     m_lpLobbyPlayer = player;
+    m_mapUserSessions[player->m_iUserID].push_back(player);
 
     UserInfoReq req;
     ZeroMsg(req);
@@ -144,23 +146,33 @@ void LobbyClientHandler::Unlink(LobbyPlayer* player) {
     if (player->m_lpNext != nullptr) player->m_lpNext->m_lpPrior = player->m_lpPrior;
     player->m_lpNext = nullptr;
     player->m_lpPrior = nullptr;
+
+    const auto entry = m_mapUserSessions.find(player->m_iUserID);
+    if (entry == m_mapUserSessions.end()) return;
+    std::erase(entry->second, player);
+    if (entry->second.empty()) m_mapUserSessions.erase(entry);
+}
+
+LobbyPlayer* LobbyClientHandler::FindSession(int userID, const LobbyPlayer* except) const {
+    const auto entry = m_mapUserSessions.find(userID);
+    if (entry == m_mapUserSessions.end()) return nullptr;
+    const std::vector<LobbyPlayer*>& sessions = entry->second;
+    const auto found = std::find_if(sessions.rbegin(), sessions.rend(),
+                                    [&](const LobbyPlayer* player) { return player != except; });
+    return found != sessions.rend() ? *found : nullptr;
 }
 
 void LobbyClientHandler::DealDisconnect(IPlayerNode* node) {
     const int userID = static_cast<LobbyPlayer*>(node)->m_iUserID;
-    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
-        if (p->m_iUserID == userID) return;
-    }
+    if (FindSession(userID) != nullptr) return;
     __log(_ERROR, "LobbyClientHandler::DealDisconnect", "userid[%d],引用计数【%d】!!!!", userID, 0);
 }
 
 LobbyPlayer* LobbyClientHandler::GetPlayerByUserID(int userID) {
-    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
-        if (p->m_iUserID != userID) continue;
+    LobbyPlayer* player = FindSession(userID);
+    if (player != nullptr)
         __log(_DEBUG, "LobbyClientHandler::GetPlayerByUserID", "userid[%d] found", userID);
-        return p;
-    }
-    return nullptr;
+    return player;
 }
 
 void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, void* data,
@@ -170,9 +182,8 @@ void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, vo
         __log(_ERROR, tag, "userid[%d]", userID);
         return;
     }
-    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = p->m_lpNext) {
-        if (p->m_iUserID != userID) continue;
-        m_lpLobbyServer->SendData(p, type, data, length, ENCODE_NONE);
+    if (LobbyPlayer* player = FindSession(userID)) {
+        m_lpLobbyServer->SendData(player, type, data, length, ENCODE_NONE);
         __log(_DEBUG, tag, "userid[%d] found! msg type[0x%0x]", userID, type);
         return;
     }

@@ -98,10 +98,7 @@ int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
         __log(_ERROR, "LobbyServer::KickOutLobbyPlayer", "userid[%d] kickout error", userID);
         return 0;
     }
-    LobbyPlayer* player = GetClientLobbyPlayer();
-    while (player != nullptr && (player->m_iUserID != userID || player == except)) {
-        player = player->m_lpNext;
-    }
+    LobbyPlayer* player = m_lpLobbyClientHandler->FindSession(userID, except);
     if (player == nullptr) return 0;
     SendKickOut(player, false);
     return 1;

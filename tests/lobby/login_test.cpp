@@ -1,3 +1,5 @@
+#include <random>
+
 #include "RedisServer.h"
 #include "config_server_msg.h"
 #include "lobby_world.h"
@@ -125,6 +127,26 @@ TEST_F(LobbyTest, CloseOfARefusedSessionLeavesTheListWhole) {
     EXPECT_EQ(lobby->GetPlayerByUserID(2), b);
     EXPECT_EQ(lobby->GetClientLobbyPlayer(), b);
     EXPECT_EQ(b->m_lpNext, nullptr);
+}
+
+// A look-up by user must find what a walk of the list finds, in whatever order sessions end.
+TEST_F(LobbyTest, LookUpsFindTheNewestSessionOfAUser) {
+    std::vector<LobbyPlayer*> open;
+    std::mt19937 random(11);
+    for (int step = 0; step < 200; ++step) {
+        if (open.size() < 8 && random() % 3 != 0) {
+            open.push_back(Login(1 + static_cast<int>(random() % 3)));
+        } else if (!open.empty()) {
+            const auto at = open.begin() + static_cast<long>(random() % open.size());
+            net.Hangup(*at);
+            open.erase(at);
+        }
+        for (int user = 1; user <= 3; ++user) {
+            LobbyPlayer* walked = lobby->GetClientLobbyPlayer();
+            while (walked != nullptr && walked->m_iUserID != user) walked = walked->m_lpNext;
+            ASSERT_EQ(lobby->GetPlayerByUserID(user), walked);
+        }
+    }
 }
 
 TEST_F(LobbyTest, LinkThatSentAConnectNoticeLeavesNoTraceInTheList) {
