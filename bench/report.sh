@@ -170,8 +170,8 @@ chart() {
 }
 
 plot_all() {
-    chart cpu "Server CPU per million messages" "seconds" "100_connections,_32_in_flight pipelined cpu_per_million" \
-        "100_connections,_1_in_flight single cpu_per_million" "20,000/s_over_1,000 rate cpu_per_million" \
+    chart cpu "Server CPU per million messages" "seconds" "100_clients,_32_each pipelined cpu_per_million" \
+        "100_clients,_1_each single cpu_per_million" "20,000/s_over_1,000 rate cpu_per_million" \
         "connect,_echo,_close cycle cpu_per_million"
     chart latency "Latency of an echo" "us" "1_connection,_p50 pingpong p50_us echo" \
         "1_connection,_p99 pingpong p99_us echo" "20,000/s,_p50 rate p50_us echo" \
