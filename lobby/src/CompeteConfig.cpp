@@ -35,6 +35,7 @@ int32_t MinutesOfDay(int hour, int minute) {
 }  // namespace
 
 void CompeteConfig::OnTimer(long now) {
+    if (now < m_lLastRead) m_lLastRead = now;  // the clock was set back
     if (now - m_lLastRead <= kReadInterval) return;
     ReadConfig();
     m_lLastRead = now;

@@ -20,9 +20,10 @@ constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
 constexpr long kSubscribeKeySeconds = 180;
 
-// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp.
+// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp, and
+// so does the first after the clock was set back.
 bool IsDue(std::optional<long>& stamp, long now, long period) {
-    if (!stamp) stamp = now;
+    if (!stamp || now < *stamp) stamp = now;
     if (now - *stamp < period) return false;
     stamp = now;
     return true;
@@ -93,7 +94,8 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
 
 void LobbyServer::OnTimer(long now) {
     if (!m_bTicking.load(std::memory_order_acquire)) return;
-    if (now >= m_lTimer) {
+    // Further ahead than one period means that the clock was set back.
+    if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
         KeepAliveLinks();
         m_lTimer = ClockNow() + kKeepAliveSeconds;
     }
@@ -130,6 +132,7 @@ void LobbyServer::RunPeriodicJobs(long now) {
 // Starts from zero, not from the first tick: that tick sets the stamp, and the first request
 // follows a whole period later.
 void LobbyServer::RequestKeysWhenDue(long now) {
+    if (now < m_lSubscribeKeyTime) m_lSubscribeKeyTime = now;
     if (now - m_lSubscribeKeyTime < kSubscribeKeySeconds) return;
     if (m_lSubscribeKeyTime != 0) RequestSubscribeKeyCfg();
     m_lSubscribeKeyTime = now;

@@ -72,6 +72,7 @@ bool WebServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
 void WebServerHandler::OnTimer(long now) {
     // The first tick starts the pace by the clock, not by its argument.
     if (!m_lLastSend) m_lLastSend = static_cast<long>(ClockNow());
+    if (now < *m_lLastSend) m_lLastSend = now;  // the clock was set back
     if (now - *m_lLastSend < m_lpLobbyServer->m_iSendBulletinTime) return;
     m_lLastSend = now;  // also when nothing is queued
 

@@ -1,0 +1,125 @@
+// Faults of the surroundings while the lobby serves, and SIGTERM at any moment.
+#include "HostileTest.h"
+#include "RogueServer.h"
+
+class FaultTest : public UnderAttack {};
+
+TEST_F(FaultTest, EverythingGoesAwayAtOnceAndComesBack) {
+    ServeQuietly(AttackSettings());
+    const int64_t coins = AllCoins();
+    for (const bool hangs : {false, true}) {
+        const double slowest = SlowestDuring([&] {
+            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("down ") + NameOf(kind));
+            if (hangs) redis.Hang();
+            for (int i = 0; i < 20; ++i) Connect(10003)->SendLogin();
+            std::this_thread::sleep_for(milliseconds(1500));
+            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("up ") + NameOf(kind));
+            if (hangs) redis.Resume();
+        });
+        EXPECT_LT(slowest, 2.0 * SLOWER);
+        EXPECT_TRUE(Eventually([&] {
+            bystander->KeepAlive();
+            return platform.DoCommand("links") == "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n";
+        }, 15));
+        ExpectServed();
+    }
+    redis.Stop();
+    ExpectServed(10004);
+    redis.Start();
+    EXPECT_TRUE(Eventually([&] {
+        auto player = LoggedIn(10005);
+        return Online(10005) == "1";
+    }, 15));
+    EXPECT_EQ(AllCoins(), coins);
+}
+
+TEST_F(FaultTest, AFullDiskUnderTheLogStopsNothing) {
+    LobbySettings settings = AttackSettings();
+    settings["log"] = {{"level", "ALL"}, {"FileName", "../../../../../../../../dev/full"}};
+    ServeQuietly(settings);
+    EXPECT_LT(SlowestDuring([&] {
+        for (int i = 0; i < 20; ++i) ExpectServed(20001 + i);
+    }), 1.0 * SLOWER);
+    lobby.Terminate();
+    EXPECT_EQ(lobby.AwaitEnd(5), 0);
+}
+
+// Before main has run the signal's own effect ends the process; afterwards it ends in order.
+TEST_F(FaultTest, TerminationInEveryPhaseOfTheStart) {
+    for (const int ms : {0, 1, 2, 4, 6, 8, 10, 15, 20, 30, 50, 100, 200}) {
+        LobbyProcess process;
+        LobbySettings settings = AttackSettings();
+        settings["log"] = {{"level", "ALL"}};
+        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
+        process.Configure(settings);
+        process.Start();
+        std::this_thread::sleep_for(milliseconds(ms));
+        process.Terminate();
+        const auto status = process.AwaitEnd(5);
+        ASSERT_TRUE(status) << ms << " ms: still there";
+        if (process.LogHas("starting LobbyServer")) {
+            EXPECT_EQ(*status, 0) << ms << " ms: " << process.Errors();
+            EXPECT_TRUE(process.LogHas("has been exit !")) << ms << " ms";
+        }
+    }
+}
+
+// A peer whose queue of connects is full holds a connect for its whole time-out.
+TEST_F(FaultTest, TerminationWhileAConnectHangs) {
+    for (const ServerKind kind : sim::ALL_SERVERS) {
+        const int port1 = RedisServer::FreePort();
+        const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port1));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+        ASSERT_EQ(listen(listener, 0), 0);
+        std::vector<int> fill;
+        for (int i = 0; i < 4; ++i) {
+            fill.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+            connect(fill.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
+        }
+        static constexpr const char* keys[] = {"queue_server", "center_server", "config_server",
+                                               "bulletin_server", "data_server", "log_server"};
+        LobbyProcess process;
+        LobbySettings settings = AttackSettings();
+        settings["log"] = {{"level", "ALL"}};
+        settings["connect"][keys[static_cast<size_t>(kind)]] = "127.0.0.1:" + std::to_string(port1);
+        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
+        process.Configure(settings);
+        process.Start();
+        EXPECT_TRUE(Eventually([&] { return process.LogHas("starting LobbyServer"); }));
+        std::this_thread::sleep_for(milliseconds(200));
+        EXPECT_FALSE(process.Ended()) << "the connect does not hang";
+        process.Terminate();
+        EXPECT_EQ(process.AwaitEnd(2), 0) << NameOf(kind);
+        for (const int fd : fill) close(fd);
+        close(listener);
+    }
+}
+
+TEST_F(FaultTest, TerminationUnderFullLoad) {
+    ServeQuietly(AttackSettings());
+    std::atomic<bool> end{false};
+    std::vector<std::thread> load;
+    for (int i = 0; i < 4; ++i) {
+        load.emplace_back([&, i] {
+            while (!end) {
+                try {
+                    auto player = LoggedIn(20001 + i);
+                    for (int n = 0; n < 50; ++n) player->Line().Send(MSG_KEEP_ALIVE);
+                    player->Take(1, BANK_PASSWORD);
+                    platform.DoCommand("farm all " + std::string(300, 'x'));
+                } catch (const std::runtime_error&) {  // the lobby has ended
+                    return;
+                }
+            }
+        });
+    }
+    std::this_thread::sleep_for(milliseconds(500));
+    lobby.Terminate();
+    EXPECT_EQ(lobby.AwaitEnd(5), 0);
+    end = true;
+    for (auto& one : load) one.join();
+}

@@ -1,0 +1,57 @@
+// Runs hostile clients against a lobby, in a random order drawn from a seed, until it is stopped
+// or a time has passed.
+// Usage: hostile_clients PORT FIRST_USER CONTROL_PORT SEED SECONDS
+#include <sys/resource.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+#include "Connection.h"
+#include "HostileClients.h"
+
+namespace {
+
+// One command line on the simulator's control port.
+void Command(uint16_t port, const std::string& line) {
+    const auto end = client::Clock::now() + std::chrono::seconds(2);
+    try {
+        client::Connection control("127.0.0.1", port, client::Transport::Tcp, end);
+        const std::string text = line + "\n";
+        control.SendRaw({reinterpret_cast<const uint8_t*>(text.data()), text.size()}, end);
+    } catch (const std::runtime_error&) {  // the simulator may be a victim too
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 6) return 2;
+    std::signal(SIGPIPE, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+
+    const auto number = [&](int i) { return std::atoi(argv[i]); };
+    const auto control = static_cast<uint16_t>(number(3));
+    const Target target{static_cast<uint16_t>(number(1)), number(2),
+                        [control](const std::string& line) { Command(control, line); }};
+    std::minstd_rand random(static_cast<unsigned>(number(4)));
+    const auto end = client::Clock::now() + std::chrono::seconds(number(5));
+    while (client::Clock::now() < end) {
+        const HostileClient& client = HostileClients()[random() % HostileClients().size()];
+        std::printf("%s\n", client.name);
+        std::fflush(stdout);
+        try {
+            client.run(target);
+        } catch (const std::runtime_error& failure) {
+            std::printf("  %s\n", failure.what());
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 1000));
+    }
+    return 0;
+}
