@@ -51,6 +51,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     void OnReadCompleted(EPOLLContext* context, void* buffer, long length,
                          sockaddr_in* addr) override;
     void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
+    bool MayGather() const override { return !m_bWakeup && m_bPausing; }
     unsigned long CloseGrace() const override { return m_ulTimeout; }
 
     // Contexts announced and released so far; for logs only. Any thread.
@@ -85,9 +86,9 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
-    bool m_bWakeup = false;              // constant after Initialize
-    sem_t m_semWake;                     // posted when a record comes while the worker pauses
-    std::atomic<bool> m_bPausing{false};
+    bool m_bWakeup = false;               // constant after Initialize
+    sem_t m_semWake;                      // posted when a record comes while the worker pauses
+    std::atomic<bool> m_bPausing{false};  // set by the worker
     std::atomic<bool> m_bExit{false};
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lEstablished{0};

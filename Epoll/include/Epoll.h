@@ -44,6 +44,9 @@ class Epoll : public virtual EPOLLNet {
     virtual EPOLLContext* OnCreateConnection();
     virtual void OnMaxLimitConnection(EPOLLContext*, sockaddr_in*, bool& /*accept*/) {}
     virtual void OnConnectionEstablished(EPOLLContext*, sockaddr_in*) {}
+    // True: nobody looks at what is read before some time has passed, so that poll threads may
+    // let more come together instead of waking for every message.
+    virtual bool MayGather() const { return false; }
     // Seconds a closed connection may keep its unsent data waiting for a peer that does not read.
     virtual unsigned long CloseGrace() const { return ~0UL; }
 

@@ -60,13 +60,11 @@ void EPOLLServer::DoNetMsg() {
 }
 
 void EPOLLServer::Pause() {
+    m_bPausing.store(true);
     if (!m_bWakeup) {
         ::usleep(kIdleUs);
-        return;
-    }
-    m_bPausing.store(true);
-    // Looked at behind the flag: what comes from now on posts.
-    if (m_lpNode->GetNode(nullptr, 0) == 0) {
+    } else if (m_lpNode->GetNode(nullptr, 0) == 0) {
+        // Looked at behind the flag: what comes from now on posts.
         timespec end{};
         ::clock_gettime(CLOCK_MONOTONIC, &end);
         end.tv_nsec += kIdleUs * 1000L;

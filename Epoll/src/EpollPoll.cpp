@@ -18,6 +18,9 @@ namespace {
 using Guard = std::lock_guard<CMutex>;
 
 constexpr int kMaxEvents = 1000;
+// A poll thread that woke for fewer events lets some more come together when it may.
+constexpr int kFewEvents = 16;
+constexpr unsigned kGatherUs = 100;
 // How long a listener waits when descriptors have run out.
 constexpr std::chrono::milliseconds kStarvedPause(50);
 // One connection or listener is left for the next after so many steps: re-arming reports at once
@@ -44,15 +47,20 @@ void Epoll::PollWait() {
             ::usleep(1000);
         }
         ResumeListeners(paused);
+        bool accepted = false;
         for (int i = 0; i < count; ++i) {
             auto* context = static_cast<EPOLLConnection*>(events[i].data.ptr);
             if (context == nullptr) {
                 leave = true;  // only the wake-up socket has no context
             } else if (context->m_bBind && context->m_lProtocol == IPPROTO_TCP) {
                 ServeListener(context, paused);
+                accepted = true;
             } else {
                 ServeConnection(context);
             }
+        }
+        if (count > 0 && count <= kFewEvents && !accepted && !leave && MayGather()) {
+            ::usleep(kGatherUs);
         }
     }
     events.reset();
