@@ -312,7 +312,8 @@ TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     const auto record = back[0].At<tagDBUserActivityProgressData>(12);
     EXPECT_EQ(record.iProgress2, 1);
     EXPECT_EQ(record.iGamecoin, 500);
-    EXPECT_EQ(int64_t{record.updateTime}, g_testNow);
+    const int64_t updated = record.updateTime;
+    EXPECT_EQ(updated, g_testNow);
     EXPECT_EQ(Stored(), nullptr);
 }
 
