@@ -35,9 +35,9 @@ class EPOLLBuffer : public EPOLLReceiver {
     void TakeBackLast();
     void Grow();
     void DropPending();
-    // Send thread: settles `done` entries (whose references are given up already) and copies up to `room` of
-    // the oldest pending ones. Returns how many; 0 when the ring is idle, which is then touched
-    // no more.
+    // Send thread: settles `done` entries (whose references are given up already) and copies up to
+    // `room` of the oldest pending ones. Returns how many; 0 when the ring is idle, which is then
+    // touched no more.
     long Advance(long done, tagSendBuffer** entries, long room);
 
     // Message worker only. Both members hide those of the base, which hold partial frames.

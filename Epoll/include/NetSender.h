@@ -76,7 +76,7 @@ class NetSender : public INetSender {
     const long m_ulMaxSendCount;
     std::atomic<bool> m_bExit{false};
     int m_iSendPoll = -1;
-    Doorbell m_Doorbell;  // ends the send thread's wait
+    Doorbell m_Doorbell;                           // ends the send thread's wait
     std::atomic<EPOLLBuffer*> m_lpReady{nullptr};  // handed over, newest first
 
     // Send thread only: the entries being written.

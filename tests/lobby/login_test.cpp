@@ -143,7 +143,8 @@ TEST_F(LobbyTest, LookUpsFindTheNewestSessionOfAUser) {
         }
         for (int user = 1; user <= 3; ++user) {
             LobbyPlayer* walked = lobby->GetClientLobbyPlayer();
-            while (walked != nullptr && walked->m_iUserID != user) walked = walked->m_lpNext;
+            while (walked != nullptr && walked->m_iUserID != user)
+                walked = walked->m_lpNext;
             ASSERT_EQ(lobby->GetPlayerByUserID(user), walked);
         }
     }

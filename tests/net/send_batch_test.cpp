@@ -113,13 +113,12 @@ TEST_P(SendBatchCuts, EveryPairOfCutsWritesWhatOneByOneWould) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Queues, SendBatchCuts,
-    testing::Values(Case{"plain", {8, 130, 0, 17, 300}, false, false},
-                    Case{"sharedTwice", {90, 90, 90}, true, false},
-                    Case{"frames", {8, 125, 0, 126, 300}, false, true},
-                    Case{"sharedFrames", {200, 200}, true, true}),
-    [](const testing::TestParamInfo<Case>& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Queues, SendBatchCuts,
+                         testing::Values(Case{"plain", {8, 130, 0, 17, 300}, false, false},
+                                         Case{"sharedTwice", {90, 90, 90}, true, false},
+                                         Case{"frames", {8, 125, 0, 126, 300}, false, true},
+                                         Case{"sharedFrames", {200, 200}, true, true}),
+                         [](const testing::TestParamInfo<Case>& row) { return row.param.name; });
 
 // A frame that was tried announces its length: a buffer shortened meanwhile by another holder
 // must not make it lie.
@@ -138,7 +137,8 @@ TEST(SendBatch, HoldsABoundedNumberOfMessages) {
     OutgoingFrame frame{};
     batch.Start(true, frame, 0);
     int added = 0;
-    while (batch.Add(queue.entries[static_cast<size_t>(added)])) ++added;
+    while (batch.Add(queue.entries[static_cast<size_t>(added)]))
+        ++added;
     EXPECT_EQ(added, SendBatch::kMaxEntries);
     EXPECT_EQ(batch.PartCount(), 2 * SendBatch::kMaxEntries);
 }
