@@ -90,7 +90,9 @@ Crowd ConnectMany(const Target& target, size_t count, int receiveBuffer = 0) {
     return crowd;
 }
 
-std::string Text(const wire::Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string Text(const wire::Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
 
 // The header of a message of `length` bytes, with `body` bytes of it.
 std::string Begun(uint16_t type, uint16_t length, size_t body) {
@@ -103,7 +105,8 @@ std::string Begun(uint16_t type, uint16_t length, size_t body) {
 std::string KeepAlives(size_t count) {
     const std::string one = Text(wire::Pack(MSG_KEEP_ALIVE));
     std::string all;
-    while (count-- > 0) all += one;
+    while (count-- > 0)
+        all += one;
     return all;
 }
 
@@ -127,27 +130,33 @@ constexpr const char* UPGRADE =
     "GET / HTTP/1.1\r\nConnection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
 
 void SilentCrowd(const Target& target) {
-    for (const auto& one : ConnectMany(target, 200)) one->WaitClosed(milliseconds(3000));
+    for (const auto& one : ConnectMany(target, 200))
+        one->WaitClosed(milliseconds(3000));
 }
 
 void ConnectAndLeave(const Target& target) {
-    for (int i = 0; i < 500; ++i) Raw(target.port).ResetOnClose();
-    for (int i = 0; i < 500; ++i) Raw{target.port};
+    for (int i = 0; i < 500; ++i)
+        Raw(target.port).ResetOnClose();
+    for (int i = 0; i < 500; ++i)
+        Raw{target.port};
 }
 
 void SlowHeaders(const Target& target) {
     const Crowd crowd = ConnectMany(target, 100);
     for (const char byte : Begun(BANK_GET_COIN_C2S, 100, 0)) {
-        for (const auto& one : crowd) one->Send(std::string(1, byte));
+        for (const auto& one : crowd)
+            one->Send(std::string(1, byte));
         std::this_thread::sleep_for(milliseconds(100));
     }
 }
 
 void SlowMessages(const Target& target) {
     const Crowd crowd = ConnectMany(target, 100);
-    for (const auto& one : crowd) one->Send(Begun(BANK_GET_COIN_C2S, 4096, 4000));
+    for (const auto& one : crowd)
+        one->Send(Begun(BANK_GET_COIN_C2S, 4096, 4000));
     for (int i = 0; i < 20; ++i) {
-        for (const auto& one : crowd) one->Send("y");
+        for (const auto& one : crowd)
+            one->Send("y");
         std::this_thread::sleep_for(milliseconds(20));
     }
 }
@@ -178,17 +187,27 @@ void DeafPlayers(const Target& target) {
 void DeafEchoes(const Target& target) {
     const Crowd crowd = ConnectMany(target, 20, 1);
     const std::string many = KeepAlives(2000);
-    for (const auto& one : crowd) one->Send(many);
-    for (const auto& one : crowd) one->Send(many);
+    for (const auto& one : crowd)
+        one->Send(many);
+    for (const auto& one : crowd)
+        one->Send(many);
 }
 
 // One client per state a connection can be in, each of which ends in a reset.
 void Resets(const Target& target) {
     const std::string user = Login(target.firstUser + 60);
-    const std::string states[] = {
-        "", "\5", Begun(1, 100, 0), Begun(1, 100, 50), KeepAlives(3), user, user + KeepAlives(1),
-        user + Take(target.firstUser + 60), UPGRADE, std::string(UPGRADE) + "\x82",
-        std::string(UPGRADE) + "\x82\x7E\x01", std::string(UPGRADE) + "\x82\x10xx"};
+    const std::string states[] = {"",
+                                  "\5",
+                                  Begun(1, 100, 0),
+                                  Begun(1, 100, 50),
+                                  KeepAlives(3),
+                                  user,
+                                  user + KeepAlives(1),
+                                  user + Take(target.firstUser + 60),
+                                  UPGRADE,
+                                  std::string(UPGRADE) + "\x82",
+                                  std::string(UPGRADE) + "\x82\x7E\x01",
+                                  std::string(UPGRADE) + "\x82\x10xx"};
     for (const bool settled : {false, true}) {
         for (const std::string& state : states) {
             Raw one(target.port);
@@ -202,7 +221,8 @@ void Resets(const Target& target) {
 void Garbage(const Target& target) {
     std::minstd_rand random(7);
     std::string bytes(1 << 18, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(random() >> 8);
+    for (char& byte : bytes)
+        byte = static_cast<char>(random() >> 8);
     for (int i = 0; i < 40; ++i) {
         Raw one(target.port);
         if (i % 2 != 0) one.Send(UPGRADE);
@@ -217,10 +237,12 @@ void KeepAliveFlood(const Target& target) {
     for (int i = 0; i < 4; ++i) {
         floods.emplace_back([&] {
             Raw one(target.port);
-            for (int round = 0; round < 100 && one.Send(many); ++round) one.Receive();
+            for (int round = 0; round < 100 && one.Send(many); ++round)
+                one.Receive();
         });
     }
-    for (auto& flood : floods) flood.join();
+    for (auto& flood : floods)
+        flood.join();
 }
 
 void ImpossibleHeaders(const Target& target) {
@@ -289,7 +311,8 @@ void TwoThousandAtOnce(const Target& target) {
         poll(&one, 1, 1000);
         send(fd, hello.data(), hello.size(), MSG_NOSIGNAL);
     }
-    for (const int fd : sockets) close(fd);
+    for (const int fd : sockets)
+        close(fd);
 }
 
 constexpr HostileClient CLIENTS[] = {
@@ -311,4 +334,6 @@ constexpr HostileClient CLIENTS[] = {
 
 }  // namespace
 
-std::span<const HostileClient> HostileClients() { return CLIENTS; }
+std::span<const HostileClient> HostileClients() {
+    return CLIENTS;
+}

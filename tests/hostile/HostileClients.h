@@ -8,8 +8,8 @@
 
 // Whom to harm.
 struct Target {
-    uint16_t port;       // a lobby on this machine
-    int32_t firstUser;   // 200 users of its platform from here on may be used
+    uint16_t port;      // a lobby on this machine
+    int32_t firstUser;  // 200 users of its platform from here on may be used
     // A command of the simulated platform.
     std::function<void(const std::string& line)> platform;
 };

@@ -17,7 +17,9 @@ class UnderAttack : public SystemTest {
     // Short time-outs, and a send queue that bounds what one deaf client can hold.
     LobbySettings AttackSettings() {
         LobbySettings settings = Settings();
-        settings["network"] = {{"interval", "1"}, {"timeout", "2"}, {"MAX_SEND_COUNT", "200"},
+        settings["network"] = {{"interval", "1"},
+                               {"timeout", "2"},
+                               {"MAX_SEND_COUNT", "200"},
                                {"MAX_RECV_COUNT", "100"}};
         settings["listen"]["maxconnection"] = "2300";
         settings["log"] = {{"level", "ERROR"}};
@@ -60,7 +62,8 @@ class UnderAttack : public SystemTest {
         });
         EXPECT_LT(took, 1.0 * SLOWER);
     }
-    template <class Work> static double Seconds(Work work) {
+    template <class Work>
+    static double Seconds(Work work) {
         const auto start = Clock::now();
         work();
         return std::chrono::duration<double>(Clock::now() - start).count();

@@ -40,7 +40,8 @@ class RogueServer {
     ~RogueServer() {
         m_end = true;
         m_thread.join();
-        for (const int fd : m_connections) close(fd);
+        for (const int fd : m_connections)
+            close(fd);
         close(m_listener);
     }
     RogueServer(const RogueServer&) = delete;

@@ -34,13 +34,15 @@ std::vector<const catalog::Message*> Rows(ServerKind kind) {
     return rows;
 }
 
-template <class T> void Put(wire::Bytes& bytes, size_t at, T value) {
+template <class T>
+void Put(wire::Bytes& bytes, size_t at, T value) {
     if (at + sizeof(value) <= bytes.size()) std::memcpy(&bytes[at], &value, sizeof(value));
 }
 
 wire::Bytes Filled(uint16_t type, size_t size, std::minstd_rand& random) {
     wire::Bytes body(size);
-    for (uint8_t& byte : body) byte = static_cast<uint8_t>(random() >> 8);
+    for (uint8_t& byte : body)
+        byte = static_cast<uint8_t>(random() >> 8);
     return wire::Pack(type, body.data(), body.size());
 }
 
@@ -54,7 +56,12 @@ bool EmptiesTheLobby(const catalog::Message& row) {
 
 TEST_F(HostileBackEndTest, ForgedHandlesReachNobody) {
     ServeQuietly(AttackSettings());
-    const uint64_t forged[] = {0, 1, 8, ~0ull, 0x7FFFFFFFFFFFFFF8ull, 0x00007F0000001000ull,
+    const uint64_t forged[] = {0,
+                               1,
+                               8,
+                               ~0ull,
+                               0x7FFFFFFFFFFFFFF8ull,
+                               0x00007F0000001000ull,
                                reinterpret_cast<uintptr_t>(this)};
     SendFromEach([&](ServerKind kind) {
         std::vector<wire::Bytes> messages;
@@ -91,8 +98,8 @@ TEST_F(HostileBackEndTest, FourThousandBytesOfNonsenseInEveryMessage) {
                 if (EmptiesTheLobby(*row)) continue;
                 messages.push_back(Filled(row->type, wire::LARGEST, random));
                 messages.push_back(Filled(row->type, row->size, random));
-                messages.push_back(wire::Pack(row->type, wire::Bytes(wire::LARGEST, 0xFF).data(),
-                                              wire::LARGEST));
+                messages.push_back(
+                    wire::Pack(row->type, wire::Bytes(wire::LARGEST, 0xFF).data(), wire::LARGEST));
                 messages.push_back(wire::Pack(row->type));
             }
             return messages;
@@ -107,17 +114,18 @@ TEST_F(HostileBackEndTest, SomethingElseOnEveryPort) {
     ServeQuietly(AttackSettings());
     std::string noise(4096, '\0');
     std::minstd_rand random(11);
-    for (char& byte : noise) byte = static_cast<char>(random() >> 8);
+    for (char& byte : noise)
+        byte = static_cast<char>(random() >> 8);
     const struct {
         const char* what;
         RogueServer::Treatment treatment;
     } rogues[] = {
         {"closes at once", [](int) { return false; }},
         {"never reads, never answers", [](int) { return true; }},
-        {"4096 bytes of noise", [&](int fd) {
-             return send(fd, noise.data(), noise.size(), MSG_NOSIGNAL) > 0;
-         }},
-        {"a web server", [](int fd) {
+        {"4096 bytes of noise",
+         [&](int fd) { return send(fd, noise.data(), noise.size(), MSG_NOSIGNAL) > 0; }},
+        {"a web server",
+         [](int fd) {
              constexpr std::string_view page = "HTTP/1.1 400 Bad\r\nConnection: close\r\n\r\n";
              return send(fd, page.data(), page.size(), MSG_NOSIGNAL) > 0;
          }},
@@ -127,17 +135,22 @@ TEST_F(HostileBackEndTest, SomethingElseOnEveryPort) {
     for (const auto& rogue : rogues) {
         SCOPED_TRACE(rogue.what);
         const double slowest = SlowestDuring([&] {
-            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("down ") + NameOf(kind));
+            for (const ServerKind kind : sim::ALL_SERVERS)
+                platform.DoCommand(std::string("down ") + NameOf(kind));
             std::vector<std::unique_ptr<RogueServer>> servers;
             for (const ServerKind kind : sim::ALL_SERVERS) {
-                servers.push_back(std::make_unique<RogueServer>(platform.Port(kind), rogue.treatment));
+                servers.push_back(
+                    std::make_unique<RogueServer>(platform.Port(kind), rogue.treatment));
             }
-            EXPECT_TRUE(Eventually([&] {
-                return std::all_of(servers.begin(), servers.end(),
-                                   [](const auto& one) { return one->Accepted() > 0; });
-            }, 15));
+            EXPECT_TRUE(Eventually(
+                [&] {
+                    return std::all_of(servers.begin(), servers.end(),
+                                       [](const auto& one) { return one->Accepted() > 0; });
+                },
+                15));
             servers.clear();
-            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("up ") + NameOf(kind));
+            for (const ServerKind kind : sim::ALL_SERVERS)
+                platform.DoCommand(std::string("up ") + NameOf(kind));
         });
         EXPECT_LT(slowest, 1.0 * SLOWER);
         EXPECT_TRUE(Eventually([&] { return AllLinked(); }, 15)) << LinkCounts();

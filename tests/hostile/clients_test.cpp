@@ -22,7 +22,8 @@ TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
             EXPECT_TRUE(Eventually([&] {
                 bystander->KeepAlive();
                 return Descriptors() <= descriptors;
-            })) << Descriptors() << " descriptors, before " << descriptors;
+            })) << Descriptors()
+                << " descriptors, before " << descriptors;
             ASSERT_FALSE(lobby.Ended());
         }
         if (round == 1) resident = ResidentKiB();
@@ -61,12 +62,14 @@ TEST_F(HostileClientTest, WithoutDescriptorsClientsWaitAndAreServedWhenSomeAreFr
     const rlimit limit{few, few};
     ASSERT_EQ(prlimit(lobby.Pid(), RLIMIT_NOFILE, &limit, nullptr), 0);
     std::vector<std::unique_ptr<Player>> crowd;
-    for (int i = 0; i < 100; ++i) crowd.push_back(Connect(1));  // the kernel accepts for it
+    for (int i = 0; i < 100; ++i)
+        crowd.push_back(Connect(1));  // the kernel accepts for it
     EXPECT_LT(SlowestDuring([&] {
-        platform.Do([&] { platform.Server(ServerKind::Web).Drop({}); });
-        std::this_thread::sleep_for(milliseconds(1200));
-        platform.Do([&] { platform.Server(ServerKind::Web).Resume(); });
-    }), 1.0 * SLOWER);
+                  platform.Do([&] { platform.Server(ServerKind::Web).Drop({}); });
+                  std::this_thread::sleep_for(milliseconds(1200));
+                  platform.Do([&] { platform.Server(ServerKind::Web).Resume(); });
+              }),
+              1.0 * SLOWER);
     crowd.erase(crowd.begin(), crowd.end() - 1);
     crowd.back()->KeepAlive();  // one of those that waited
     bystander->KeepAlive();

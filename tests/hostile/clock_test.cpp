@@ -5,11 +5,13 @@ class ClockStepTest : public LobbyTest {
   protected:
     // Lets time pass as on a running lobby.
     void Pass(int seconds) {
-        for (int i = 0; i < seconds; ++i) net.Tick(++g_testNow);
+        for (int i = 0; i < seconds; ++i)
+            net.Tick(++g_testNow);
     }
     size_t KeepAlives(Port link) {
         size_t count = 0;
-        for (const Sent& sent : Received(Link(link))) count += sent.type == MSG_KEEP_ALIVE;
+        for (const Sent& sent : Received(Link(link)))
+            count += sent.type == MSG_KEEP_ALIVE;
         return count;
     }
     size_t StopSwitchRequests() {
@@ -29,7 +31,8 @@ TEST_F(ClockStepTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
         SCOPED_TRACE(step);
         g_testNow += step;
         Pass(1);
-        for (const Port link : {CENTER, WEB, QUEUE, DATA, LOG}) KeepAlives(link);
+        for (const Port link : {CENTER, WEB, QUEUE, DATA, LOG})
+            KeepAlives(link);
         StopSwitchRequests();
         Pass(60);
         for (const Port link : {CENTER, WEB, QUEUE, DATA, LOG}) {

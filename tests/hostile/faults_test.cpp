@@ -9,27 +9,35 @@ TEST_F(FaultTest, EverythingGoesAwayAtOnceAndComesBack) {
     const int64_t coins = AllCoins();
     for (const bool hangs : {false, true}) {
         const double slowest = SlowestDuring([&] {
-            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("down ") + NameOf(kind));
+            for (const ServerKind kind : sim::ALL_SERVERS)
+                platform.DoCommand(std::string("down ") + NameOf(kind));
             if (hangs) redis.Hang();
-            for (int i = 0; i < 20; ++i) Connect(10003)->SendLogin();
+            for (int i = 0; i < 20; ++i)
+                Connect(10003)->SendLogin();
             std::this_thread::sleep_for(milliseconds(1500));
-            for (const ServerKind kind : sim::ALL_SERVERS) platform.DoCommand(std::string("up ") + NameOf(kind));
+            for (const ServerKind kind : sim::ALL_SERVERS)
+                platform.DoCommand(std::string("up ") + NameOf(kind));
             if (hangs) redis.Resume();
         });
         EXPECT_LT(slowest, 2.0 * SLOWER);
-        EXPECT_TRUE(Eventually([&] {
-            bystander->KeepAlive();
-            return platform.DoCommand("links") == "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n";
-        }, 15));
+        EXPECT_TRUE(Eventually(
+            [&] {
+                bystander->KeepAlive();
+                return platform.DoCommand("links") ==
+                       "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n";
+            },
+            15));
         ExpectServed();
     }
     redis.Stop();
     ExpectServed(10004);
     redis.Start();
-    EXPECT_TRUE(Eventually([&] {
-        auto player = LoggedIn(10005);
-        return Online(10005) == "1";
-    }, 15));
+    EXPECT_TRUE(Eventually(
+        [&] {
+            auto player = LoggedIn(10005);
+            return Online(10005) == "1";
+        },
+        15));
     EXPECT_EQ(AllCoins(), coins);
 }
 
@@ -38,8 +46,10 @@ TEST_F(FaultTest, AFullDiskUnderTheLogStopsNothing) {
     settings["log"] = {{"level", "ALL"}, {"FileName", "../../../../../../../../dev/full"}};
     ServeQuietly(settings);
     EXPECT_LT(SlowestDuring([&] {
-        for (int i = 0; i < 20; ++i) ExpectServed(20001 + i);
-    }), 1.0 * SLOWER);
+                  for (int i = 0; i < 20; ++i)
+                      ExpectServed(20001 + i);
+              }),
+              1.0 * SLOWER);
     lobby.Terminate();
     EXPECT_EQ(lobby.AwaitEnd(5), 0);
 }
@@ -80,8 +90,8 @@ TEST_F(FaultTest, TerminationWhileAConnectHangs) {
             fill.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
             connect(fill.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
         }
-        static constexpr const char* keys[] = {"queue_server", "center_server", "config_server",
-                                               "bulletin_server", "data_server", "log_server"};
+        static constexpr const char* keys[] = {"queue_server",    "center_server", "config_server",
+                                               "bulletin_server", "data_server",   "log_server"};
         LobbyProcess process;
         LobbySettings settings = AttackSettings();
         settings["log"] = {{"level", "ALL"}};
@@ -94,7 +104,8 @@ TEST_F(FaultTest, TerminationWhileAConnectHangs) {
         EXPECT_FALSE(process.Ended()) << "the connect does not hang";
         process.Terminate();
         EXPECT_EQ(process.AwaitEnd(2), 0) << NameOf(kind);
-        for (const int fd : fill) close(fd);
+        for (const int fd : fill)
+            close(fd);
         close(listener);
     }
 }
@@ -108,7 +119,8 @@ TEST_F(FaultTest, TerminationUnderFullLoad) {
             while (!end) {
                 try {
                     auto player = LoggedIn(20001 + i);
-                    for (int n = 0; n < 50; ++n) player->Line().Send(MSG_KEEP_ALIVE);
+                    for (int n = 0; n < 50; ++n)
+                        player->Line().Send(MSG_KEEP_ALIVE);
                     player->Take(1, BANK_PASSWORD);
                     platform.DoCommand("farm all " + std::string(300, 'x'));
                 } catch (const std::runtime_error&) {  // the lobby has ended
@@ -121,5 +133,6 @@ TEST_F(FaultTest, TerminationUnderFullLoad) {
     lobby.Terminate();
     EXPECT_EQ(lobby.AwaitEnd(5), 0);
     end = true;
-    for (auto& one : load) one.join();
+    for (auto& one : load)
+        one.join();
 }

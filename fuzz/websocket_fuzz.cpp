@@ -1,0 +1,122 @@
+// The WebSocket path: any upgrade request, any frames in any reads; and frames well made, which
+// must carry their bytes through whatever the reads.
+#include <cstring>
+
+#include "Connection.h"
+#include "FuzzInput.h"
+#include "HandShark.h"
+#include "WebSocketStream.h"
+
+namespace {
+
+// What the message worker keeps for its upgraded connections.
+struct Worker {
+    SHA1 sha1;
+    HEADER_MAP headers;
+    Websocket_Request request;
+    WebSocketStream stream{request};
+    char response[WEBSOCKET_RESPONSE_SIZE];
+    char carried[WEBSOCKET_BUFFER];
+    long carriedLength = 0;
+
+    void Upgrade(std::string_view bytes) {
+        const std::unique_ptr<char[]> block(new char[bytes.size()]);
+        bytes.copy(block.get(), bytes.size());
+        FetchHttpInfo(block.get(), static_cast<long>(bytes.size()), headers);
+        const long length = ParseStr(sha1, headers, response);
+        const std::string_view answer(response, static_cast<size_t>(length));
+        Require(answer.starts_with("HTTP/1.1 101 ") && answer.ends_with("\r\n\r\n"),
+                "every request is answered whole");
+        static_cast<void>(FindProxyAddress(headers));
+    }
+    // One read of an upgraded connection; false when it is closed.
+    bool Frames(Connection& connection, std::string& payloads, std::string_view bytes) {
+        const std::unique_ptr<char[]> block(new char[bytes.size()]);
+        bytes.copy(block.get(), bytes.size());
+        const auto result = stream.Receive(
+            carried, carriedLength, block.get(), static_cast<long>(bytes.size()),
+            [&](char* payload, long size) {
+                Require(size > 0 && size < WEBSOCKET_BUFFER, "a payload has a possible size");
+                payloads.append(payload, static_cast<size_t>(size));
+                connection.Deliver(payload, size);
+                return !connection.IsClosed();
+            });
+        Require(carriedLength >= 0 && carriedLength < WEBSOCKET_BUFFER, "what is carried fits");
+        return result == WebSocketStream::Result::Ok && !connection.IsClosed();
+    }
+};
+
+std::string Frame(std::string payload, bool masked, uint32_t key, uint8_t opcode) {
+    uint8_t head[WEBSOCKET_MAX_HEAD];
+    const size_t size = BuildWebSocketHead(payload.size(), head);
+    head[0] = static_cast<uint8_t>((head[0] & 0xF0) | opcode);
+    if (masked) head[1] |= 0x80;
+    std::string frame(reinterpret_cast<char*>(head), size);
+    if (masked) {
+        char mask[4];
+        std::memcpy(mask, &key, sizeof(mask));
+        frame.append(mask, sizeof(mask));
+        for (size_t i = 0; i < payload.size(); ++i)
+            payload[i] = static_cast<char>(payload[i] ^ mask[i % 4]);
+    }
+    return frame + payload;
+}
+
+// Feeds a stream in reads of the sizes given; false when the connection was closed.
+bool Feed(Worker& worker, Connection& connection, std::string& payloads, const std::string& stream,
+          const std::string& splits) {
+    size_t turn = 0;
+    for (size_t at = 0; at < stream.size();) {
+        const size_t split =
+            splits.empty() ? 4096 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
+        if (!worker.Frames(connection, payloads, std::string_view(stream).substr(at, split)))
+            return false;
+        at += split;
+    }
+    return true;
+}
+
+// Frames of at most 263 bytes in reads of at most 256 never reach a limit. Their payloads are
+// header-only messages, so that the messages' own framing closes nothing.
+void WellMade(Worker& worker, FuzzInput& input, const std::string& splits) {
+    const std::string message("\x05\0\0\x08\x03\0\xF0\xF1", 8);
+    Connection connection;
+    std::string stream, expected, payloads;
+    size_t taken = 0;
+    for (unsigned count = 0; count < 64 && !input.Empty(); ++count) {
+        const uint8_t how = input.Byte();
+        std::string payload;
+        for (size_t left = input.Byte() % 250 + 1u; left > 0; --left)
+            payload += message[taken++ % message.size()];
+        expected += payload;
+        const uint8_t opcode = how & 7;  // 8 closes
+        stream += Frame(payload, (how & 0x80) != 0, input.Word() * 65537u, opcode);
+    }
+    Require(Feed(worker, connection, payloads, stream, splits.empty() ? "\xFF" : splits),
+            "good frames close nothing");
+    Require(payloads == expected, "payloads arrive as they were sent");
+    Require(connection.recorder.delivered.size() == taken / message.size(),
+            "and the messages in them");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static Worker worker;  // one serves all connections, as in the process
+    worker.carriedLength = 0;
+    FuzzInput input(data, size);
+    const uint8_t mode = input.Byte() % 3;
+    if (mode == 0) {
+        worker.Upgrade(input.Rest().substr(0, 4096));
+        return 0;
+    }
+    const std::string splits = input.Text();
+    if (mode == 1) {
+        WellMade(worker, input, splits);
+    } else {
+        Connection connection;
+        std::string payloads;
+        Feed(worker, connection, payloads, std::string(input.Rest()), splits);
+    }
+    return 0;
+}

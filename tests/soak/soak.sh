@@ -1,0 +1,215 @@
+#!/usr/bin/env bash
+# Keeps players working on a real lobby through hostile clients and random faults of everything
+# around it, then reports: crashes, descriptors and memory (a plot), coins, who is served, the
+# worst latency. Ends with 1 when something is not as it must be.
+# Usage: tests/soak/soak.sh [MINUTES] [SEED] [PLAYERS] [FOLDER WITH THE BINARIES] [REPORT FOLDER]
+#        10 minutes, a random seed and 1000 players by default. All traffic stays on loopback.
+set -uo pipefail
+root=$(cd "$(dirname "$(readlink -f "$0")")/../.." && pwd)
+minutes=${1:-10} seed=${2:-$((RANDOM % 30000 + 1))} players=${3:-1000}
+bin=$(readlink -f "${4:-$root/build/release/bin}") report=${5:-$root/build/soak}
+mkdir -p "$report"
+report=$(readlink -f "$report")
+work=$(mktemp -d)
+RANDOM=$seed
+ulimit -n "$(ulimit -Hn)"
+kinds=(queue center config web data log)
+declare -A port control pid
+lobby= redis=
+
+free_port() {
+    while :; do
+        free=$((RANDOM % 12000 + 20000))
+        (exec 3<>"/dev/tcp/127.0.0.1/$free") 2>/dev/null || return 0
+    done
+}
+wait_for() {  # SECONDS COMMAND...
+    local end=$((SECONDS + $1))
+    shift
+    until "$@" 2>/dev/null; do
+        [ $SECONDS -lt $end ] || return 1
+        sleep 0.1
+    done
+}
+is_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+ask() {  # KIND COMMAND: the first line of the simulator's answer
+    local line
+    exec 3<>"/dev/tcp/127.0.0.1/${control[$1]}" || return 1
+    echo "$2" >&3
+    read -r -t 5 line <&3
+    exec 3<&- 3>&-
+    echo "$line"
+}
+
+# Each back-end is a process of its own, so that it can be killed and frozen alone.
+start_kind() {
+    "$bin/platform_sim" --quiet "--$1-port" "${port[$1]}" --control-port "${control[$1]}" \
+        --players $((players + 400)) </dev/null >"$work/$1.out" 2>&1 &
+    pid[$1]=$!
+}
+start_redis() {
+    redis-server --bind 127.0.0.1 --port "$redis_port" --dir "$work" --save '' --appendonly no \
+        >/dev/null 2>&1 &
+    redis=$!
+}
+finish() {
+    kill -CONT "${pid[@]}" $redis 2>/dev/null
+    kill -KILL ${lobby:+$lobby} "${pid[@]}" $redis ${helpers[@]+"${helpers[@]}"} 2>/dev/null
+    wait 2>/dev/null
+    mountpoint -q "$work/lobby/log" && umount -l "$work/lobby/log"
+    rm -rf "$work"
+}
+helpers=()
+trap finish EXIT
+trap 'exit 130' INT TERM
+
+for kind in "${kinds[@]}"; do
+    free_port; port[$kind]=$free
+    free_port; control[$kind]=$free
+    start_kind "$kind"
+done
+free_port; redis_port=$free
+start_redis
+for kind in "${kinds[@]}"; do wait_for 10 is_open "${port[$kind]}" || { echo "no $kind server"; exit 2; }; done
+
+# A log folder of its own that can be filled to the brim, where mounting is allowed.
+mkdir -p "$work/lobby/log"
+disk=
+mount -t tmpfs -o size=4m tmpfs "$work/lobby/log" 2>/dev/null && disk=yes
+cp "$bin/LobbyServer" "$work/lobby/"
+free_port; lobby_port=$free
+cat >"$work/lobby/LobbyServer.cfg" <<CFG
+[network]
+interval=2
+timeout=20
+MAX_SEND_COUNT=400
+MAX_RECV_COUNT=200
+[init]
+sendbulletintime=1
+[connect]
+center_server=127.0.0.1:${port[center]}
+bulletin_server=127.0.0.1:${port[web]}
+queue_server=127.0.0.1:${port[queue]}
+data_server=127.0.0.1:${port[data]}
+config_server=127.0.0.1:${port[config]}
+log_server=127.0.0.1:${port[log]}
+[listen]
+addr=127.0.0.1:$lobby_port
+maxconnection=$((players + 2600))
+[Redis]
+redis_server=127.0.0.1:$redis_port
+timeout=1
+[log]
+level=ERROR
+CFG
+"$work/lobby/LobbyServer" </dev/null >/dev/null 2>"$report/lobby.err" &
+lobby=$!
+wait_for 30 is_open "$lobby_port" || { echo "the lobby does not start"; cat "$report/lobby.err"; exit 2; }
+
+descriptors() { ls "/proc/$lobby/fd" 2>/dev/null | wc -l; }
+resident() { awk '/^VmRSS/ { print $2 }' "/proc/$lobby/status" 2>/dev/null; }
+base_before=$(ask queue totals | grep -o 'base=[0-9-]*')
+fds_before=$(descriptors)
+echo "soak: $minutes minutes, seed $seed, $players players, lobby $lobby on port $lobby_port"
+
+half=$((players / 2))
+total=$((minutes * 60))
+load() {  # NAME ARGUMENTS...
+    "$bin/lobby_load" -q -p "$lobby_port" --json "$report/$1.json" "${@:2}" >"$report/$1.txt" 2>&1
+}
+load tcp -n "$half" -d "$total" --warmup 0 players --think 1 --seed "$seed" --first-user 20001 &
+loads=($!)
+load ws --ws -n $((players - half)) -d "$total" --warmup 0 players --think 1 --seed $((seed + 1)) \
+    --first-user $((20001 + half)) &
+loads+=($!)
+quiet=$((total > 120 ? 30 : 15))  # at the end, without faults
+"$bin/hostile_clients" "$lobby_port" $((20001 + players + 100)) "${control[web]}" "$seed" \
+    $((total - quiet)) >"$report/hostile.txt" 2>&1 &
+helpers=("${loads[@]}" $!)
+
+samples=$report/samples.csv
+echo "second,descriptors,resident_kib" >"$samples"
+faults=$report/faults.txt
+: >"$faults"
+begin=$SECONDS
+sample() { echo "$((SECONDS - begin)),$(descriptors),$(resident)" >>"$samples"; }
+pass() {  # SECONDS, sampling
+    local i
+    for ((i = 0; i < $1; ++i)); do
+        sample
+        sleep 1
+        kill -0 "$lobby" 2>/dev/null || return
+    done
+}
+say() { echo "$((SECONDS - begin)) $*" >>"$faults"; }
+
+kill_kind() { kill -KILL "${pid[$1]}"; wait "${pid[$1]}" 2>/dev/null; }
+fault() {
+    local kind=${kinds[RANDOM % ${#kinds[@]}]} time=$((RANDOM % 4 + 1))
+    case $((RANDOM % 8)) in
+        0 | 1) say "kill $kind, $time s"; kill_kind "$kind"; pass $time; start_kind "$kind" ;;
+        2 | 3) say "freeze $kind, $time s"; kill -STOP "${pid[$kind]}"; pass $time; kill -CONT "${pid[$kind]}" ;;
+        4) say "kill redis, $time s"; kill -KILL "$redis"; wait "$redis" 2>/dev/null; pass $time; start_redis ;;
+        5) say "freeze redis, $time s"; kill -STOP "$redis"; pass $time; kill -CONT "$redis" ;;
+        6) if [ $((RANDOM % 2)) = 0 ]; then
+               say "freeze everything, $time s"
+               kill -STOP "${pid[@]}" "$redis"; pass $time; kill -CONT "${pid[@]}" "$redis"
+           else
+               say "kill everything, $time s"
+               kill -KILL "$redis"; wait "$redis" 2>/dev/null
+               for kind in "${kinds[@]}"; do kill_kind "$kind"; done
+               pass $time
+               for kind in "${kinds[@]}"; do start_kind "$kind"; done
+               start_redis
+           fi ;;
+        7) say "log disk full, $time s${disk:+ (mounted)}"
+           [ -n "$disk" ] && dd if=/dev/zero of="$work/lobby/log/full" bs=64k 2>/dev/null
+           pass $time
+           rm -f "$work/lobby/log/full" "$work"/lobby/log/test.log.* ;;
+    esac
+}
+while [ $((SECONDS - begin)) -lt $((total - quiet)) ] && kill -0 "$lobby" 2>/dev/null; do
+    pass $((RANDOM % 4 + 1))
+    fault
+done
+say "no more faults"
+while kill -0 "${loads[0]}" 2>/dev/null || kill -0 "${loads[1]}" 2>/dev/null; do pass 1; done
+sleep 2
+sample
+
+# Everybody logs in once more and works, with no error allowed.
+load served -n "$players" -d 10 --warmup 0 players --think 0.5 --seed "$seed" --first-user 20001
+served=$?
+base_after=$(ask queue totals | grep -o 'base=[0-9-]*')
+gone() { [ "$(descriptors)" -le $((fds_before + 12)) ]; }  # Redis and the log come and go
+wait_for 30 gone; left=$?
+fds_after=$(descriptors) peak=$(awk -F, 'NR > 1 && $3 > max { max = $3 } END { print max + 0 }' "$samples")
+# Memory of the first third, when all pools have been filled once, against that at the end.
+memory=$(awk -F, 'NR > 1 && $3 { r[++n] = $3 } END {
+    for (i = 1; i <= n; ++i) if (i <= n / 3 + 1 && r[i] > early) early = r[i]
+    for (i = n - 5; i <= n; ++i) if (i > 0 && r[i] > late) late = r[i]
+    print early + 0, late + 0 }' "$samples")
+read -r early late <<<"$memory"
+kill -0 "$lobby" 2>/dev/null; alive=$?
+kill -TERM "$lobby" 2>/dev/null
+wait "$lobby"; status=$?
+lobby=
+
+bash "$root/tests/soak/plot.sh" "$samples" "$faults" >"$report/soak.svg"
+worst() { grep -o '"max_us":[0-9.]*' "$@" 2>/dev/null | sed 's/.*://' | sort -g | tail -1 | awk '{ printf "%.1f ms", $1 / 1000 }'; }
+sanitizer=$(grep -c 'ERROR: \|runtime error' "$report/lobby.err")
+check() {  # 0 OR A FAILURE, TEXT
+    if [ "$1" = 0 ]; then echo "  ok      $2"; else echo "  FAILED  $2"; fi
+}
+{
+    echo "soak of $minutes minutes, seed $seed, $players players, $(grep -c ' s' "$faults") faults, $(grep -vc '^ ' "$report/hostile.txt") hostile clients"
+    check $((alive + status + sanitizer)) "no crash; exit status $status after SIGTERM, $sanitizer sanitizer reports"
+    check $left "descriptors: $fds_before before, $fds_after when all had left"
+    check $([ "$late" -le $((early * 5 / 4 + 32768)) ]; echo $?) "memory: $early KiB in the first third, $late KiB at the end, peak $peak KiB"
+    check $([ -n "$base_before" ] && [ "$base_before" = "$base_after" ]; echo $?) "coins: $base_before before, $base_after after"
+    check $served "all $players players served afterwards, without an error; worst $(worst "$report/served.json")"
+    echo "  worst answer while there were faults: $(worst "$report/tcp.json" "$report/ws.json")"
+    echo "  errors seen by players meanwhile (each logged in again):"
+    sed -n 's/^  error /    /p' "$report/tcp.txt" "$report/ws.txt" | sort | awk '{ n = $NF; $NF = ""; sum[$0] += n } END { for (e in sum) print "    " e sum[e] }'
+} | tee "$report/report.txt"
+! grep -q '^  FAILED' "$report/report.txt"
