@@ -50,13 +50,12 @@ LAYOUT(LoginBankResult, FIELD(ucResultType), FIELD(llGameCoin), FIELD(llBankCoin
 LAYOUT(GetCoinResult, FIELD(ucResultType), FIELD(llGetCoinNum))
 LAYOUT(SaveCoinRes, FIELD(ucResultType), FIELD(llSelfCoin))
 LAYOUT(ModifyBankPasswdRes, FIELD(ucResultType))
-LAYOUT(UserInfoReq, FIELD(userID), FIELD(szPasswdToken), FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex),
-       FIELD(iPlayGameTime), FIELD(iAllYuanBaoAmount), FIELD(iAccountsourceid),
-       FIELD(isBindingmobile), FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin),
-       FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType), FIELD(szReserve1),
-       FIELD(szOutAccount), FIELD(szReserve3), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT(UserInfoReq, FIELD(userID), FIELD(szPasswdToken), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex), FIELD(iPlayGameTime),
+       FIELD(iAllYuanBaoAmount), FIELD(iAccountsourceid), FIELD(isBindingmobile),
+       FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin), FIELD(iTeamTag),
+       FIELD(iLianyunFlag), FIELD(usRegisterType), FIELD(szReserve1), FIELD(szOutAccount),
+       FIELD(szReserve3), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(RechargeRefresReq_trans, RechargeReFreshCoinReq, FIELD(ulPlayerNode),
           FIELD(ulPlayerNodeId))
 LAYOUT_ON(RechargeRefresRes_trans, RechargeReFreshCoinRes, FIELD(ulPlayerNode),
@@ -67,8 +66,7 @@ LAYOUT(QueueExchangeCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(i
        FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
 LAYOUT_ON(ModifyPassWordReq_trans, tagModifyPassWordReq, FIELD(szClientIP), FIELD(ulPlayerNode),
           FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyPassWordRes_trans, tagModifyPassWordRes, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyPassWordRes_trans, tagModifyPassWordRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyNickNameReq_trans, ModifyNickNameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyNickNameRes_trans, ModifyNickNameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyGenderReq_trans, ModifyGenderReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
@@ -83,15 +81,13 @@ LAYOUT_ON(BindingMobileReq_trans, BindingMobileReq, FIELD(ulPlayerNode), FIELD(u
 LAYOUT_ON(BindingMobileRes_trans, BindingMobileRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(RealNameAuthenReq_trans, RealNameAuthenReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(RealNameAuthenRes_trans, RealNameAuthenRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceFrameReq_trans, ModifyFaceFrameReq, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceFrameRes_trans, ModifyFaceFrameRes, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceFrameReq_trans, ModifyFaceFrameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT_ON(ModifyFaceFrameRes_trans, ModifyFaceFrameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(UserBankLoginReq_trans, UserBankLoginReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(GetBankCoinReq_trans, GetBankCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
-       FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
+          FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
 LAYOUT_ON(SaveCoinReq_trans, SaveCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
-       FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
+          FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
 LAYOUT_ON(ModifyBankPasswdReq_trans, ModifyBankPasswdReq, FIELD(ulPlayerNode),
           FIELD(ulPlayerNodeId))
 LAYOUT_ON(LoginBankResult_trans, LoginBankResult, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
@@ -100,7 +96,8 @@ LAYOUT_ON(SaveCoinRes_trans, SaveCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNod
 LAYOUT_ON(ModifyBankPasswdRes_trans, ModifyBankPasswdRes, FIELD(ulPlayerNode),
           FIELD(ulPlayerNodeId))
 
-// clang-format off: one aligned row per message
+// One aligned row per message.
+// clang-format off
 Rows AccountRows() {
     using enum Direction;
     return {

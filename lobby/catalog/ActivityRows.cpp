@@ -16,8 +16,7 @@ LAYOUT(tagDBUserActivityProgressData, FIELD(iUserId), FIELD(iGameId), FIELD(iAct
        FIELD(iGamecoin), FIELD(iLotterynum), FIELD(iDiamondnum), FIELD(iRedpacketnum),
        FIELD(iProgress1), FIELD(iProgress2), FIELD(iProgress3), FIELD(iProgress4),
        FIELD(iProgress5), FIELD(iProgress6), FIELD(iProgress7), FIELD(iProgress8),
-       FIELD(iProgress9), FIELD(iProgress10), FIELD(lDateTime), FIELD(updateTime),
-       FIELD(isUpdate))
+       FIELD(iProgress9), FIELD(iProgress10), FIELD(lDateTime), FIELD(updateTime), FIELD(isUpdate))
 LAYOUT(RegisterActSystemServerReq, FIELD(gameID), FIELD(serverID))
 LAYOUT(tagDBGameActivityConfigReq, FIELD(iGameID))
 LAYOUT(UserAccountTypeConfig, FIELD(iHighPayamount), FIELD(iHighYbamount), FIELD(iLowPayamount),
@@ -43,7 +42,8 @@ LAYOUT(UserProgressReq, FIELD(iActivityId), FIELD(iLevel), FIELD(iProgress), FIE
        FIELD(iOther2), FIELD(iOther3))
 LAYOUT(ActivityCloseNotice, FIELD(iActivity))
 
-// clang-format off: one aligned row per message
+// One aligned row per message.
+// clang-format off
 Rows ActivityRows() {
     using enum Direction;
     return {

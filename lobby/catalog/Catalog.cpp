@@ -42,8 +42,8 @@ Rows Build() {
 
 const char* NameOf(Direction direction) {
     static constexpr const char* names[DIRECTIONS] = {
-        "client->lobby", "lobby->client", "lobby->queue", "queue->lobby", "lobby->center",
-        "center->lobby", "lobby->config", "config->lobby", "lobby->web",  "web->lobby",
+        "client->lobby", "lobby->client", "lobby->queue",  "queue->lobby", "lobby->center",
+        "center->lobby", "lobby->config", "config->lobby", "lobby->web",   "web->lobby",
         "lobby->log",    "lobby->data",   "data->lobby"};
     return names[static_cast<size_t>(direction)];
 }

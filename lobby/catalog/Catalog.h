@@ -65,11 +65,11 @@ struct Layout {
 struct Message {
     Direction direction;
     uint16_t type;
-    std::string name;        // in words; unique within a direction
-    const Layout* layout;    // null for messages that are a header only or have no fixed body
-    size_t size;             // whole message, header included; the largest one when it varies
-    bool varies;             // shorter (or, with an open end, longer) messages are legal
-    std::string sizeText;    // how the size comes about when it varies
+    std::string name;      // in words; unique within a direction
+    const Layout* layout;  // null for messages that are a header only or have no fixed body
+    size_t size;           // whole message, header included; the largest one when it varies
+    bool varies;           // shorter (or, with an open end, longer) messages are legal
+    std::string sizeText;  // how the size comes about when it varies
 
     std::string_view StructName() const { return layout ? std::string_view(layout->name) : ""; }
 };

@@ -14,17 +14,23 @@ using View = std::span<const uint8_t>;
 bool ReadNumber(View bytes, size_t offset, size_t size, uint64_t& value) {
     if (offset + size > bytes.size()) return false;
     value = 0;
-    for (size_t i = size; i-- > 0;) value = value << 8 | bytes[offset + i];
+    for (size_t i = size; i-- > 0;)
+        value = value << 8 | bytes[offset + i];
     return true;
 }
 
 std::string NumberText(const Field& field, uint64_t value) {
     switch (field.kind) {
-        case Kind::I8: return std::to_string(static_cast<int8_t>(value));
-        case Kind::I16: return std::to_string(static_cast<int16_t>(value));
-        case Kind::I32: return std::to_string(static_cast<int32_t>(value));
-        case Kind::I64: return std::to_string(static_cast<int64_t>(value));
-        default: return std::to_string(value);
+        case Kind::I8:
+            return std::to_string(static_cast<int8_t>(value));
+        case Kind::I16:
+            return std::to_string(static_cast<int16_t>(value));
+        case Kind::I32:
+            return std::to_string(static_cast<int32_t>(value));
+        case Kind::I64:
+            return std::to_string(static_cast<int64_t>(value));
+        default:
+            return std::to_string(value);
     }
 }
 
@@ -48,8 +54,8 @@ std::string Quoted(View text, bool json) {
 View TextAt(View bytes, size_t offset, size_t size) {
     if (offset >= bytes.size()) return {};
     const View whole = bytes.subspan(offset, std::min(size, bytes.size() - offset));
-    return whole.first(static_cast<size_t>(std::find(whole.begin(), whole.end(), 0) -
-                                           whole.begin()));
+    return whole.first(
+        static_cast<size_t>(std::find(whole.begin(), whole.end(), 0) - whole.begin()));
 }
 
 // The two notations of a list of fields.

@@ -7,11 +7,10 @@
 namespace catalog {
 
 LAYOUT(tagServerRegisterReq, FIELD(iRegisterType), FIELD(iGameId), FIELD(iServerId))
-LAYOUT(tagServerInfo, FIELD(usGameID), FIELD(usServerID), FIELD(szServerName),
-       FIELD(szTelecomIP), FIELD(ulLimitPoint), FIELD(ulBaseTime), FIELD(ulBasePoint),
-       FIELD(ulMaxPoint), FIELD(ulMinPoint), FIELD(usOnlineCount), FIELD(usServerPort),
-       FIELD(ucServerType), FIELD(ucOpenFlag), FIELD(usLevel), FIELD(iMaxUserNum),
-       FIELD(szDsnInfo))
+LAYOUT(tagServerInfo, FIELD(usGameID), FIELD(usServerID), FIELD(szServerName), FIELD(szTelecomIP),
+       FIELD(ulLimitPoint), FIELD(ulBaseTime), FIELD(ulBasePoint), FIELD(ulMaxPoint),
+       FIELD(ulMinPoint), FIELD(usOnlineCount), FIELD(usServerPort), FIELD(ucServerType),
+       FIELD(ucOpenFlag), FIELD(usLevel), FIELD(iMaxUserNum), FIELD(szDsnInfo))
 LAYOUT(tagServerInfoNotice, FIELD(usListCount), COUNTED(ServerInfoList, usListCount))
 LAYOUT(tagUpdateServerInfo, FIELD(usGameID), FIELD(usServerID), FIELD(usOnlineCount),
        FIELD(ucOpenFlag))
@@ -37,7 +36,8 @@ LAYOUT(WebFarmSubscribeKeyInfo, FIELD(szKey))
 LAYOUT(WebFarmSubscribeKeyRes, FIELD(bInit), FIELD(iCount),
        Following<WebFarmSubscribeKeyInfo>("subscribeKeyInfo", sizeof(M), "iCount"))
 
-// clang-format off: one aligned row per message
+// One aligned row per message.
+// clang-format off
 Rows DirectoryRows() {
     using enum Direction;
     return {

@@ -56,7 +56,8 @@ std::string Overview() {
 void Collect(const Layout* layout, std::set<std::string>& seen, std::vector<const Layout*>& all) {
     if (layout == nullptr || !seen.insert(layout->name).second) return;
     all.push_back(layout);
-    for (const Field& field : layout->fields) Collect(field.record, seen, all);
+    for (const Field& field : layout->fields)
+        Collect(field.record, seen, all);
 }
 
 std::string JsonFields(const Layout& layout) {
@@ -84,7 +85,8 @@ std::string Markdown() {
         "Every message of the system, written by `protocol_doc` from the message headers; a test\n"
         "compares this file with them. After a change of a header: `protocol_doc > "
         "docs/protocol.md`.\n\n"
-        "A message is an 8-byte header and a body. Header: `identity` u8 (5), `encode` u8 (0 none,\n"
+        "A message is an 8-byte header and a body. Header: `identity` u8 (5), `encode` u8 (0 "
+        "none,\n"
         "1 AES), `length` u16 big-endian (whole message, 8 to 4096), `version` u8 (3), `reserve`\n"
         "u8 (0), `type` u16 big-endian. Bodies are little-endian and packed to 4 bytes. Offsets\n"
         "count from the start of the message, in records from the start of the record; the bytes\n"
@@ -95,7 +97,8 @@ std::string Markdown() {
     out += "## Structures\n\n";
     std::set<std::string> seen;
     std::vector<const Layout*> layouts;
-    for (const Message& message : All()) Collect(message.layout, seen, layouts);
+    for (const Message& message : All())
+        Collect(message.layout, seen, layouts);
     for (const Layout* layout : layouts) {
         out += "### " + layout->name + " (" + std::to_string(layout->size) + " bytes)\n\n";
         out += FieldTable(*layout);
@@ -107,12 +110,12 @@ std::string Markdown() {
 std::string Json() {
     std::string out;
     for (const Message& message : All()) {
-        const std::string head =
-            std::string("{\"direction\":\"") + NameOf(message.direction) +
-            "\",\"type\":" + std::to_string(message.type) + ",\"hex\":\"" + Hex(message.type) +
-            "\",\"name\":\"" + message.name + "\",\"struct\":\"" +
-            std::string(message.StructName()) + "\",\"size\":" + std::to_string(message.size) +
-            ",\"varies\":" + (message.varies ? "true" : "false");
+        const std::string head = std::string("{\"direction\":\"") + NameOf(message.direction) +
+                                 "\",\"type\":" + std::to_string(message.type) + ",\"hex\":\"" +
+                                 Hex(message.type) + "\",\"name\":\"" + message.name +
+                                 "\",\"struct\":\"" + std::string(message.StructName()) +
+                                 "\",\"size\":" + std::to_string(message.size) +
+                                 ",\"varies\":" + (message.varies ? "true" : "false");
         out += (out.empty() ? "" : ",\n") + head +
                ",\"fields\":" + (message.layout ? JsonFields(*message.layout) : "[]") + "}";
     }

@@ -10,20 +10,30 @@
 namespace catalog {
 
 // Specialised by LAYOUT for every structure.
-template <class T> const Layout& LayoutOf();
+template <class T>
+const Layout& LayoutOf();
 
-template <class T> constexpr Kind KindOf() {
+template <class T>
+constexpr Kind KindOf() {
     using E = std::remove_all_extents_t<T>;
-    if constexpr (std::is_class_v<E>) return Kind::Record;
-    else if constexpr (std::is_array_v<T> && std::is_same_v<E, char>) return Kind::Text;
-    else if constexpr (std::is_array_v<T> && sizeof(E) == 1) return Kind::Bytes;
-    else if constexpr (sizeof(E) == 1) return std::is_unsigned_v<E> ? Kind::U8 : Kind::I8;
-    else if constexpr (sizeof(E) == 2) return std::is_unsigned_v<E> ? Kind::U16 : Kind::I16;
-    else if constexpr (sizeof(E) == 4) return std::is_unsigned_v<E> ? Kind::U32 : Kind::I32;
-    else return std::is_unsigned_v<E> ? Kind::U64 : Kind::I64;
+    if constexpr (std::is_class_v<E>)
+        return Kind::Record;
+    else if constexpr (std::is_array_v<T> && std::is_same_v<E, char>)
+        return Kind::Text;
+    else if constexpr (std::is_array_v<T> && sizeof(E) == 1)
+        return Kind::Bytes;
+    else if constexpr (sizeof(E) == 1)
+        return std::is_unsigned_v<E> ? Kind::U8 : Kind::I8;
+    else if constexpr (sizeof(E) == 2)
+        return std::is_unsigned_v<E> ? Kind::U16 : Kind::I16;
+    else if constexpr (sizeof(E) == 4)
+        return std::is_unsigned_v<E> ? Kind::U32 : Kind::I32;
+    else
+        return std::is_unsigned_v<E> ? Kind::U64 : Kind::I64;
 }
 
-template <class T> Field FieldOf(const char* name, size_t offset, const char* countField) {
+template <class T>
+Field FieldOf(const char* name, size_t offset, const char* countField) {
     using E = std::remove_all_extents_t<T>;
     const Layout* record = nullptr;
     if constexpr (std::is_class_v<E>) record = &LayoutOf<E>();
@@ -41,7 +51,8 @@ inline Field FollowingText(const char* name, size_t offset, const char* counter)
 }
 
 // The fields of the structure's first member `base`, then its own.
-template <class Base> std::vector<Field> Extend(std::vector<Field> own) {
+template <class Base>
+std::vector<Field> Extend(std::vector<Field> own) {
     std::vector<Field> all = LayoutOf<Base>().fields;
     all.insert(all.end(), own.begin(), own.end());
     return all;
@@ -51,28 +62,31 @@ template <class Base> std::vector<Field> Extend(std::vector<Field> own) {
 // array of which another member says how many elements are valid.
 #define FIELD(member) \
     ::catalog::FieldOf<decltype(std::declval<M>().member)>(#member, offsetof(M, member), "")
-#define COUNTED(member, counter)                                                           \
-    ::catalog::FieldOf<decltype(std::declval<M>().member)>(#member, offsetof(M, member),   \
-                                                           (static_cast<void>(&M::counter), #counter))
-#define LAYOUT(Struct, ...)                                             \
-    template <> const Layout& LayoutOf<Struct>() {                      \
-        using M = Struct;                                               \
-        static const Layout layout{#Struct, sizeof(M), {__VA_ARGS__}};  \
-        return layout;                                                  \
+#define COUNTED(member, counter)                            \
+    ::catalog::FieldOf<decltype(std::declval<M>().member)>( \
+        #member, offsetof(M, member), (static_cast<void>(&M::counter), #counter))
+#define LAYOUT(Struct, ...)                                            \
+    template <>                                                        \
+    const Layout& LayoutOf<Struct>() {                                 \
+        using M = Struct;                                              \
+        static const Layout layout{#Struct, sizeof(M), {__VA_ARGS__}}; \
+        return layout;                                                 \
     }
 // A structure that holds Base as its first member `base`.
-#define LAYOUT_ON(Struct, Base, ...)                                                   \
-    template <> const Layout& LayoutOf<Struct>() {                                     \
-        using M = Struct;                                                              \
+#define LAYOUT_ON(Struct, Base, ...)                                                      \
+    template <>                                                                           \
+    const Layout& LayoutOf<Struct>() {                                                    \
+        using M = Struct;                                                                 \
         static_assert(std::is_same_v<decltype(M::base), Base> && offsetof(M, base) == 0); \
-        static const Layout layout{#Struct, sizeof(M), Extend<Base>({__VA_ARGS__})};   \
-        return layout;                                                                 \
+        static const Layout layout{#Struct, sizeof(M), Extend<Base>({__VA_ARGS__})};      \
+        return layout;                                                                    \
     }
 
 using Rows = std::vector<Message>;
 
 // A message of one fixed size.
-template <class T> Message Row(Direction direction, uint16_t type, const char* name) {
+template <class T>
+Message Row(Direction direction, uint16_t type, const char* name) {
     return {direction, type, name, &LayoutOf<T>(), sizeof(T), false, ""};
 }
 // A message whose size varies; sizeText says how.

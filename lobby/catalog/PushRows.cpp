@@ -8,27 +8,25 @@
 namespace catalog {
 
 LAYOUT(RegisterWebServerReq, FIELD(gameID), FIELD(serverID))
-LAYOUT(WinCoinBulletinNotice, FIELD(usBulletType), FIELD(iUserId), FIELD(iGameId),
-       FIELD(iServerId), FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName),
-       FIELD(szUserName), FIELD(szServerName), FIELD(szContent))
+LAYOUT(WinCoinBulletinNotice, FIELD(usBulletType), FIELD(iUserId), FIELD(iGameId), FIELD(iServerId),
+       FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName), FIELD(szUserName),
+       FIELD(szServerName), FIELD(szContent))
 LAYOUT(SysBulletinCommon, FIELD(usBulletType), FIELD(szContent), FIELD(cChannelId))
 LAYOUT(SysBulletinNotice, FIELD(usBulletNum), COUNTED(bulletinItem, usBulletNum))
 LAYOUT(WinCoinBulletinNotice_2, FIELD(usBulletType), FIELD(iUserId), FIELD(iGameId),
-       FIELD(iServerId), FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName),
-       FIELD(szUserName), FIELD(szServerName), FIELD(szContent), FIELD(cChannelId))
+       FIELD(iServerId), FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName), FIELD(szUserName),
+       FIELD(szServerName), FIELD(szContent), FIELD(cChannelId))
 LAYOUT(WinBulletinNotice, FIELD(usBulletNum), COUNTED(bulletinItem, usBulletNum))
 LAYOUT(ClientSubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
 LAYOUT(ClientUnsubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
 LAYOUT(ClientPublishMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey), FIELD(szMsgContent))
 LAYOUT(BulletinTransferFarmNotice, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID),
        FIELD(szMessageKey), FIELD(szMsgContent))
-LAYOUT(LobbyTransferFarmNotice, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID),
-       FIELD(szMsgContent))
+LAYOUT(LobbyTransferFarmNotice, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID), FIELD(szMsgContent))
 LAYOUT(LobbyFarmTransferLog, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID), FIELD(iTransferPort),
        FIELD(szMsgContent))
-LAYOUT(UserExchangeCoinLog, FIELD(iGameID), FIELD(iServerID), FIELD(iSenderID),
-       FIELD(iReceiverID), FIELD(llExchangeCoin), FIELD(szRegionName), FIELD(szUserName),
-       FIELD(cTransferType))
+LAYOUT(UserExchangeCoinLog, FIELD(iGameID), FIELD(iServerID), FIELD(iSenderID), FIELD(iReceiverID),
+       FIELD(llExchangeCoin), FIELD(szRegionName), FIELD(szUserName), FIELD(cTransferType))
 LAYOUT(ClientLobbyCompeteReq, FIELD(iUserID))
 LAYOUT(CompeteLobbyUserInfoReq, FIELD(iUserID), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT(CompeteLobbyUserInfoRes, FIELD(iErrorCode), FIELD(iUserID), FIELD(iFreeCount),
@@ -41,7 +39,8 @@ LAYOUT(LobbyClientCompeteRes, FIELD(usErrorCode), FIELD(usCompeteType), FIELD(iF
        FIELD(usOpenMinute), FIELD(usTurnNum), FIELD(iTurnsUsers), FIELD(usDayMaxFreeCount),
        FIELD(iDayCompeteCostCoin), FIELD(ucIsDisconnect), FIELD(usServerPort), FIELD(szServerIp))
 
-// clang-format off: one aligned row per message
+// One aligned row per message.
+// clang-format off
 Rows PushRows() {
     using enum Direction;
     return {

@@ -19,7 +19,8 @@ int Check(const char* path) {
     if (found == catalog::Markdown()) return 0;
     std::fprintf(stderr,
                  "protocol_doc: %s does not match the message headers; write it anew with\n"
-                 "    protocol_doc > %s\n", path, path);
+                 "    protocol_doc > %s\n",
+                 path, path);
     return 1;
 }
 

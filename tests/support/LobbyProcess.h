@@ -25,7 +25,8 @@ inline constexpr int SLOWER = 1;
 #endif
 
 // Waits for a condition, at most `seconds` (more in instrumented builds); its last value.
-template <class Condition> bool Eventually(Condition condition, double seconds = 10) {
+template <class Condition>
+bool Eventually(Condition condition, double seconds = 10) {
     using Clock = std::chrono::steady_clock;
     const auto limit = std::chrono::milliseconds(static_cast<long>(seconds * 1000 * SLOWER));
     for (const auto end = Clock::now() + limit; Clock::now() < end;) {

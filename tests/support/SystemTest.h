@@ -15,9 +15,9 @@
 using client::Clock;
 using client::Player;
 using sim::ServerKind;
-using wire::Message;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using wire::Message;
 
 // Everything runs on free loopback ports. The simulator has a thread of its own; its world may be
 // looked at through platform.Do only.
@@ -49,8 +49,10 @@ class SystemTest : public testing::Test {
             return "127.0.0.1:" + std::to_string(platform.Port(kind));
         };
         LobbySettings settings;
-        settings["network"] = {{"interval", "20"}, {"timeout", "120"},
-                               {"MAX_SEND_COUNT", "8192"}, {"MAX_RECV_COUNT", "8192"}};
+        settings["network"] = {{"interval", "20"},
+                               {"timeout", "120"},
+                               {"MAX_SEND_COUNT", "8192"},
+                               {"MAX_RECV_COUNT", "8192"}};
         settings["init"] = {{"sendbulletintime", "1"}};
         settings["connect"] = {{"center_server", address(ServerKind::Center)},
                                {"bulletin_server", address(ServerKind::Web)},
@@ -77,9 +79,10 @@ class SystemTest : public testing::Test {
     void Serve() { port = Serve(lobby, Settings()); }
 
     static milliseconds Patience() { return seconds(10 * SLOWER); }
-    std::unique_ptr<Player> Connect(int32_t user, uint16_t lobbyPort = 0) {
-        return std::make_unique<Player>("127.0.0.1", lobbyPort ? lobbyPort : port, user,
-                                        Patience());
+    std::unique_ptr<Player> Connect(int32_t user, uint16_t lobbyPort = 0,
+                                    client::Transport transport = client::Transport::Tcp) {
+        return std::make_unique<Player>("127.0.0.1", lobbyPort ? lobbyPort : port, user, Patience(),
+                                        transport);
     }
     std::unique_ptr<Player> LoggedIn(int32_t user, uint16_t lobbyPort = 0) {
         auto player = Connect(user, lobbyPort);

@@ -28,7 +28,8 @@ TEST_F(AccountTest, ProfileChangesReachTheAccount) {
     EXPECT_EQ(account.realName, "Li");
     EXPECT_EQ(account.identity, "123456789012345678");
     EXPECT_EQ(account.password, "secret");
-    const auto password = Seen(ServerKind::Queue, MODIFY_PASSWORD_L2Q).As<ModifyPassWordReq_trans>();
+    const auto password =
+        Seen(ServerKind::Queue, MODIFY_PASSWORD_L2Q).As<ModifyPassWordReq_trans>();
     EXPECT_EQ(TextOf(password.szClientIP), "127.0.0.1");
     // Pushed by the queue server; no client may ask for it.
     const auto session = Seen(ServerKind::Queue, USER_INFO_L2Q).As<UserInfoReq>();
@@ -36,9 +37,7 @@ TEST_F(AccountTest, ProfileChangesReachTheAccount) {
     frame.base.iFrameId = 9;
     frame.ulPlayerNode = session.ulPlayerNode;
     frame.ulPlayerNodeId = session.ulPlayerNodeId;
-    platform.Do([&] {
-        platform.Server(ServerKind::Queue).SendAll(MODIFY_FACE_FRAME_Q2L, frame);
-    });
+    platform.Do([&] { platform.Server(ServerKind::Queue).SendAll(MODIFY_FACE_FRAME_Q2L, frame); });
     EXPECT_EQ(player->AwaitPush(MODIFY_FACE_FRAME_S2C).As<ModifyFaceFrameRes>().iFrameId, 9);
 }
 
@@ -68,8 +67,9 @@ TEST_F(AccountTest, MalformedProfileRequestsCloseTheConnection) {
     const struct {
         uint16_t type;
         size_t size;
-    } requests[] = {{MODIFY_NICKNAME_C2S, 44},   {MODIFY_GENDER_C2S, 16},  {MODIFY_SIGNATURE_C2S, 140},
-                    {MODIFY_FACE_ID_C2S, 16},    {BINDING_MOBILE_C2S, 28}, {REAL_NAME_C2S, 288},
+    } requests[] = {{MODIFY_NICKNAME_C2S, 44},   {MODIFY_GENDER_C2S, 16},
+                    {MODIFY_SIGNATURE_C2S, 140}, {MODIFY_FACE_ID_C2S, 16},
+                    {BINDING_MOBILE_C2S, 28},    {REAL_NAME_C2S, 288},
                     {REFRESH_COIN_C2S, 12}};
     for (const auto& [type, size] : requests) {
         for (const int step : {-1, 0, 1}) {
@@ -143,7 +143,8 @@ TEST_F(AccountTest, TenThousandExchangesKeepTheSumOfAllCoins) {
     Serve();
     const int64_t before = AllCoins();
     std::map<int, int64_t> coins;  // what the answers say
-    for (int id = 20001; id <= 20000 + players; ++id) coins[id] = Account(id).coin;
+    for (int id = 20001; id <= 20000 + players; ++id)
+        coins[id] = Account(id).coin;
     std::map<int, std::unique_ptr<Player>> online;
     std::minstd_rand random(1);
     size_t done = 0;
@@ -154,7 +155,8 @@ TEST_F(AccountTest, TenThousandExchangesKeepTheSumOfAllCoins) {
             online[id] = Connect(id);
             online[id]->SendLogin();
         }
-        for (int id = first; id < first + givers; ++id) online[id]->Await(LOBBY_AUTHEN_RES_S2C);
+        for (int id = first; id < first + givers; ++id)
+            online[id]->Await(LOBBY_AUTHEN_RES_S2C);
         for (int id = first; id < first + givers; ++id) {
             const int to = 20001 + static_cast<int>(random() % players);
             const int64_t amount = static_cast<int64_t>(random() % 4000) - 100;
@@ -174,8 +176,8 @@ TEST_F(AccountTest, TenThousandExchangesKeepTheSumOfAllCoins) {
     }
     EXPECT_GT(done, static_cast<size_t>(rounds * givers / 2));
     EXPECT_EQ(AllCoins(), before);
-    for (const auto& [id, coin] : coins) EXPECT_EQ(Account(id).coin, coin);
-    EXPECT_TRUE(Eventually([&] {
-        return CountSeen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN) == done;
-    }));
+    for (const auto& [id, coin] : coins)
+        EXPECT_EQ(Account(id).coin, coin);
+    EXPECT_TRUE(
+        Eventually([&] { return CountSeen(ServerKind::Log, MSG_LOG_USER_EXCHANGE_COIN) == done; }));
 }

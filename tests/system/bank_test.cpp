@@ -82,14 +82,14 @@ struct Result {
 };
 // Every result of the queue server that carries a session.
 constexpr Result RESULTS[] = {
-    {BANK_LOGIN_Q2L, 44, 28},        {BANK_GET_COIN_Q2L, 36, 20},
-    {BANK_SAVE_COIN_Q2L, 36, 20},    {BANK_MODIFY_PASSWD_Q2L, 28, 12},
-    {MODIFY_PASSWORD_Q2L, 28, 12},   {MODIFY_NICKNAME_Q2L, 60, 44},
-    {MODIFY_GENDER_Q2L, 32, 16},     {MODIFY_SIGNATURE_Q2L, 156, 140},
-    {MODIFY_FACE_ID_Q2L, 32, 16},    {BINDING_MOBILE_Q2L, 44, 28},
-    {REAL_NAME_Q2L, 304, 288},       {MODIFY_FACE_FRAME_Q2L, 32, 16},
-    {EXCHANGE_COIN_Q2L, 44, 8},      {USER_INFO_Q2L, 280, 264},
-    {REFRESH_COIN_Q2L, 56, 40},      {MSG_QUEUE_COMPETE_USER_INFO_RES, 72, 56},
+    {BANK_LOGIN_Q2L, 44, 28},      {BANK_GET_COIN_Q2L, 36, 20},
+    {BANK_SAVE_COIN_Q2L, 36, 20},  {BANK_MODIFY_PASSWD_Q2L, 28, 12},
+    {MODIFY_PASSWORD_Q2L, 28, 12}, {MODIFY_NICKNAME_Q2L, 60, 44},
+    {MODIFY_GENDER_Q2L, 32, 16},   {MODIFY_SIGNATURE_Q2L, 156, 140},
+    {MODIFY_FACE_ID_Q2L, 32, 16},  {BINDING_MOBILE_Q2L, 44, 28},
+    {REAL_NAME_Q2L, 304, 288},     {MODIFY_FACE_FRAME_Q2L, 32, 16},
+    {EXCHANGE_COIN_Q2L, 44, 8},    {USER_INFO_Q2L, 280, 264},
+    {REFRESH_COIN_Q2L, 56, 40},    {MSG_QUEUE_COMPETE_USER_INFO_RES, 72, 56},
 };
 
 wire::Bytes ResultFor(const Result& result, uint64_t handle, uint64_t id) {
@@ -115,11 +115,17 @@ TEST_F(BankTest, LateAndForgedAnswersReachNobody) {
     auto player = LoggedIn(10002);  // most likely on the same node
     player->SendTake(5, BANK_PASSWORD);
     const auto own = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q, 1).As<GetBankCoinReq_trans>();
-    const std::pair<uint64_t, uint64_t> handles[] = {
-        {+req.ulPlayerNode, +req.ulPlayerNodeId}, {+own.ulPlayerNode, own.ulPlayerNodeId + 1},
-        {+own.ulPlayerNode, 0},  {own.ulPlayerNode + 8, +own.ulPlayerNodeId},
-        {own.ulPlayerNode ^ 1, +own.ulPlayerNodeId}, {0, +own.ulPlayerNodeId}, {0, 0}, {8, 8},
-        {~0ull, ~0ull}, {1ull << 63, 1}, {0x0000deadbeef0000, 7}};
+    const std::pair<uint64_t, uint64_t> handles[] = {{+req.ulPlayerNode, +req.ulPlayerNodeId},
+                                                     {+own.ulPlayerNode, own.ulPlayerNodeId + 1},
+                                                     {+own.ulPlayerNode, 0},
+                                                     {own.ulPlayerNode + 8, +own.ulPlayerNodeId},
+                                                     {own.ulPlayerNode ^ 1, +own.ulPlayerNodeId},
+                                                     {0, +own.ulPlayerNodeId},
+                                                     {0, 0},
+                                                     {8, 8},
+                                                     {~0ull, ~0ull},
+                                                     {1ull << 63, 1},
+                                                     {0x0000deadbeef0000, 7}};
     platform.Do([&] {
         for (const Result& result : RESULTS) {
             for (const auto& [handle, id] : handles) {

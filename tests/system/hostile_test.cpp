@@ -85,7 +85,8 @@ TEST_F(HostileTest, GarbageFromManyConnectionsLeavesOthersServed) {
         floods.emplace_back([this, seed] {
             std::minstd_rand random(seed + 1);
             wire::Bytes garbage(1 << 20);
-            for (auto& byte : garbage) byte = static_cast<uint8_t>(random() >> 8);
+            for (auto& byte : garbage)
+                byte = static_cast<uint8_t>(random() >> 8);
             for (int i = 0; i < 10; ++i) {
                 garbage[0] = i % 2 ? 5 : garbage[0];  // some of it starts like a message
                 try {
@@ -95,27 +96,32 @@ TEST_F(HostileTest, GarbageFromManyConnectionsLeavesOthersServed) {
             }
         });
     }
-    for (int i = 0; i < 50; ++i) bystander->KeepAlive();
-    for (auto& flood : floods) flood.join();
+    for (int i = 0; i < 50; ++i)
+        bystander->KeepAlive();
+    for (auto& flood : floods)
+        flood.join();
     EXPECT_EQ(bystander->Take(5, BANK_PASSWORD).ucResultType, 0);
     EXPECT_NO_THROW(LoggedIn(10002));
 }
 
 TEST_F(HostileTest, ManyPlayersLogInAndTakeCoinAtOnce) {
     constexpr int players = 300;
+    constexpr client::Transport transports[] = {client::Transport::Tcp,
+                                                client::Transport::WebSocket};
     platform.Do([&] { platform.TheWorld().AddPlayers(20001, players); });
     RaiseDescriptorLimit();
     Serve();
     const int64_t before = AllCoins();
     std::vector<std::unique_ptr<Player>> all;
     for (int i = 0; i < players; ++i) {
-        all.push_back(Connect(20001 + i));
+        all.push_back(Connect(20001 + i, port, transports[i % 2]));
         all.back()->SendLogin();
     }
     for (auto& player : all) {
         ASSERT_EQ(player->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
     }
-    for (auto& player : all) player->SendTake(7, BANK_PASSWORD);
+    for (auto& player : all)
+        player->SendTake(7, BANK_PASSWORD);
     for (auto& player : all) {
         ASSERT_EQ(+player->Await(BANK_GET_COIN_S2C).As<GetCoinResult>().llGetCoinNum, 7);
     }
@@ -130,7 +136,8 @@ TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
     Serve();
     auto player = LoggedIn(10001);
     std::vector<std::unique_ptr<Player>> all;
-    for (int i = 0; i < clients; ++i) all.push_back(Connect(1));
+    for (int i = 0; i < clients; ++i)
+        all.push_back(Connect(1));
     wire::Bytes echoes;
     for (int i = 0; i < 500; ++i) {
         const wire::Bytes one = wire::Pack(MSG_KEEP_ALIVE);

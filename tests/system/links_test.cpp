@@ -62,24 +62,28 @@ TEST_F(LinkTest, ASilentRedisHoldsNobodyUpAndIsUsedAgainWhenItIsBack) {
     double slowest = 0;
     const auto work = [&] {
         slowest = std::max(slowest, SecondsOf([&] {
-            auto player = LoggedIn(10001);
-            EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0);
-            EXPECT_EQ(player->Save(1).ucResultType, 0);
-        }));
+                               auto player = LoggedIn(10001);
+                               EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0);
+                               EXPECT_EQ(player->Save(1).ucResultType, 0);
+                           }));
     };
     const auto marksWork = [&] {
-        return Eventually([&] {
-            auto player = LoggedIn(10005);
-            return Online(10005) == "1";
-        }, 30);
+        return Eventually(
+            [&] {
+                auto player = LoggedIn(10005);
+                return Online(10005) == "1";
+            },
+            30);
     };
     auto stayer = LoggedIn(10003);
     redis.Hang();
-    for (int i = 0; i < 5; ++i) work();
+    for (int i = 0; i < 5; ++i)
+        work();
     redis.Resume();
     EXPECT_TRUE(marksWork());
     redis.Stop();
-    for (int i = 0; i < 5; ++i) work();
+    for (int i = 0; i < 5; ++i)
+        work();
     redis.Start();
     EXPECT_TRUE(marksWork());
     EXPECT_LT(slowest, 2 * SLOWER);

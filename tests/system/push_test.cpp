@@ -34,9 +34,11 @@ TEST_F(PushTest, BulletinsReachEveryClientWhole) {
     platform.Do([&] { platform.TheWorld().AddPlayers(20001, clients); });
     Serve();
     std::vector<std::unique_ptr<Player>> all;
-    for (int i = 0; i < clients; ++i) all.push_back(LoggedIn(20001 + i));
+    for (int i = 0; i < clients; ++i)
+        all.push_back(LoggedIn(20001 + i));
     platform.Do([&] {  // between two ticks of the lobby or not: in either case all five arrive
-        for (int i = 0; i < 4; ++i) platform.Command("bulletin win " + std::to_string(i));
+        for (int i = 0; i < 4; ++i)
+            platform.Command("bulletin win " + std::to_string(i));
         platform.Command("bulletin sys under maintenance soon");
     });
     for (auto& player : all) {
@@ -60,14 +62,17 @@ TEST_F(PushTest, FarmMessagesGoToOneToAllAndToSubscribers) {
     auto one = LoggedIn(10001);
     auto two = LoggedIn(10002);
     platform.DoCommand("farm user 10001 rain");
-    EXPECT_EQ(TextOf(one->AwaitPush(MSG_CLIENT_FARM_NOTICE).As<LobbyTransferFarmNotice>().szMsgContent),
-              "rain");
+    EXPECT_EQ(
+        TextOf(one->AwaitPush(MSG_CLIENT_FARM_NOTICE).As<LobbyTransferFarmNotice>().szMsgContent),
+        "rain");
     platform.DoCommand("farm all sun");
     for (auto* player : {one.get(), two.get()}) {
         const auto notice = player->AwaitPush(MSG_CLIENT_FARM_NOTICE).As<LobbyTransferFarmNotice>();
         EXPECT_EQ(TextOf(notice.szMsgContent), "sun");
     }
-    EXPECT_EQ(Seen(ServerKind::Log, MSG_LOG_FARM_TRANSFER, 1).As<LobbyFarmTransferLog>().iTransferPort, port);
+    EXPECT_EQ(
+        Seen(ServerKind::Log, MSG_LOG_FARM_TRANSFER, 1).As<LobbyFarmTransferLog>().iTransferPort,
+        port);
     // Before the list of keys has come a key means nothing: everybody gets it.
     platform.DoCommand("farm key farm.harvest wheat");
     two->AwaitPush(MSG_CLIENT_FARM_NOTICE);
@@ -83,7 +88,8 @@ TEST_F(PushTest, FarmMessagesGoToOneToAllAndToSubscribers) {
     one->Unsubscribe("farm.harvest");
     one->KeepAlive();
     platform.DoCommand("farm key farm.harvest rye");
-    ASSERT_TRUE(Eventually([&] { return lobby.LogHas("key[farm.harvest] \xe8\xbd\xac\xe5\x8f\x91"); }));
+    ASSERT_TRUE(
+        Eventually([&] { return lobby.LogHas("key[farm.harvest] \xe8\xbd\xac\xe5\x8f\x91"); }));
     for (auto* player : {one.get(), two.get()}) {
         player->OnPush([](const Message& message) { ADD_FAILURE() << std::hex << message.type; });
         player->KeepAlive();

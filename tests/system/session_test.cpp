@@ -71,17 +71,18 @@ TEST_F(SessionTest, TheLoginConfirmedLastStaysWhicheverConnectedFirst) {
     Serve();
     std::function<void()> answer;  // of the first login, held back
     platform.Do([&] {
-        platform.Intercept(ServerKind::Queue, USER_INFO_L2Q, [&](sim::Link& link, const Message& m) {
-            if (answer) return false;
-            const auto req = m.As<UserInfoReq>();
-            answer = [&link, req] {
-                UserInfoRes res{};
-                res.ulPlayerNode = req.ulPlayerNode;
-                res.ulPlayerNodeId = req.ulPlayerNodeId;
-                link.Send(USER_INFO_Q2L, res);
-            };
-            return true;
-        });
+        platform.Intercept(ServerKind::Queue, USER_INFO_L2Q,
+                           [&](sim::Link& link, const Message& m) {
+                               if (answer) return false;
+                               const auto req = m.As<UserInfoReq>();
+                               answer = [&link, req] {
+                                   UserInfoRes res{};
+                                   res.ulPlayerNode = req.ulPlayerNode;
+                                   res.ulPlayerNodeId = req.ulPlayerNodeId;
+                                   link.Send(USER_INFO_Q2L, res);
+                               };
+                               return true;
+                           });
     });
     auto early = Connect(10001);
     early->SendLogin();

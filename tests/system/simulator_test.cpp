@@ -16,7 +16,9 @@ using testing::HasSubstr;
 
 namespace {
 
-Clock::time_point Soon() { return Clock::now() + std::chrono::seconds(20); }
+Clock::time_point Soon() {
+    return Clock::now() + std::chrono::seconds(20);
+}
 
 class SimulatorTest : public testing::Test {
   protected:
@@ -27,7 +29,8 @@ class SimulatorTest : public testing::Test {
     Connection Link(ServerKind kind) {
         return Connection("127.0.0.1", platform.Port(kind), client::Transport::Tcp, Soon());
     }
-    template <class Res, class Req> Res Ask(Connection& link, uint16_t type, const Req& req) {
+    template <class Res, class Req>
+    Res Ask(Connection& link, uint16_t type, const Req& req) {
         link.Send(type, req);
         return link.Receive(Soon())->As<Res>();
     }
@@ -62,7 +65,8 @@ TEST(CatalogTest, MessagesAreDescribedHoweverShortTheyAre) {
     const std::string text = catalog::Describe(direction, bytes);
     EXPECT_THAT(text, HasSubstr("GetBankCoinReq_trans iUserID=-7 iSiteID=0"));
     EXPECT_THAT(text, HasSubstr(R"(llGetNum=-9223372036854775808 szBankerPwd="a\"b\x0a")"));
-    EXPECT_THAT(catalog::DescribeJson(direction, bytes), HasSubstr(R"("szBankerPwd":"a\"b\u000a")"));
+    EXPECT_THAT(catalog::DescribeJson(direction, bytes),
+                HasSubstr(R"("szBankerPwd":"a\"b\u000a")"));
     for (const catalog::Message& row : catalog::All()) {
         wire::Bytes message(row.size + 200, 0xFF);  // counts of all ones
         message[6] = static_cast<uint8_t>(row.type >> 8);
@@ -139,7 +143,8 @@ TEST_F(SimulatorTest, ProgressIsKeptAcrossLogins) {
     update.progress.iActivityId = 5;
     update.progress.iProgress1 = 9;
     update.ulPlayerNode = 3;
-    const auto res = Ask<LobbyActivitySingleProgressUpdateRes>(link, ACT_SINGLE_PROGRESS_UPDATE, update);
+    const auto res =
+        Ask<LobbyActivitySingleProgressUpdateRes>(link, ACT_SINGLE_PROGRESS_UPDATE, update);
     EXPECT_EQ(res.iError, 0);
     EXPECT_EQ(res.iGameCoin, 30);
     EXPECT_EQ(res.progress.iProgress1, 9);

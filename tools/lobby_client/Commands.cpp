@@ -24,7 +24,9 @@ int64_t Number(const std::string& word) {
     return value;
 }
 
-int32_t Number32(const std::string& word) { return static_cast<int32_t>(Number(word)); }
+int32_t Number32(const std::string& word) {
+    return static_cast<int32_t>(Number(word));
+}
 
 void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
     using catalog::Direction;
@@ -45,13 +47,13 @@ bool Show(const char* label, uint16_t type, const Res& res, int code, const Mann
 }
 
 void ShowServers(const std::vector<tagServerInfo>& servers) {
-    std::printf("%6s %6s %6s %5s %7s %9s  %-20s %s\n", "game", "server", "level", "open",
-                "online", "limit", "name", "address");
+    std::printf("%6s %6s %6s %5s %7s %9s  %-20s %s\n", "game", "server", "level", "open", "online",
+                "limit", "name", "address");
     for (const tagServerInfo& one : servers) {
         std::printf("%6u %6u %6u %5s %7u %9u  %-20s %s:%u\n", one.usGameID, one.usServerID,
-                    one.usLevel, one.ucOpenFlag ? "yes" : "no", one.usOnlineCount,
-                    one.ulLimitPoint, TextStr(one.szServerName).c_str(),
-                    TextStr(one.szTelecomIP).c_str(), one.usServerPort);
+                    one.usLevel, one.ucOpenFlag ? "yes" : "no", one.usOnlineCount, one.ulLimitPoint,
+                    TextStr(one.szServerName).c_str(), TextStr(one.szTelecomIP).c_str(),
+                    one.usServerPort);
     }
     std::printf("%zu entries\n", servers.size());
     std::fflush(stdout);
@@ -84,7 +86,8 @@ struct Command {
 
 namespace {
 
-// clang-format off: one row per command
+// One row per command.
+// clang-format off
 constexpr Command COMMANDS[] = {
     {"login", "", "log in with --user, --token and --site",
      [](Player& p, const Words&, const Manner& m) {
@@ -220,10 +223,12 @@ void ShowPush(const Message& message, const Manner& manner) {
 std::string CommandHelp() {
     std::string out = "Commands, run in order:\n";
     for (const Command& command : COMMANDS) {
-        out += "  " + std::string(command.name) + " " + Usage(command) + "\n        " + command.help + "\n";
+        out += "  " + std::string(command.name) + " " + Usage(command) + "\n        " +
+               command.help + "\n";
     }
-    return out + "Exit status: 0 all commands succeeded, 1 one was refused, 2 wrong use,\n"
-                 "3 the lobby cannot be reached, closed the connection or did not answer.\n";
+    return out +
+           "Exit status: 0 all commands succeeded, 1 one was refused, 2 wrong use,\n"
+           "3 the lobby cannot be reached, closed the connection or did not answer.\n";
 }
 
 }  // namespace client

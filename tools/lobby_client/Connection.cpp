@@ -27,7 +27,8 @@ wire::Bytes Frame(wire::View payload) {
                                    static_cast<uint8_t>(payload.size())});
     }
     const auto key = static_cast<uint32_t>(random());
-    for (int shift = 0; shift < 32; shift += 8) frame.push_back(static_cast<uint8_t>(key >> shift));
+    for (int shift = 0; shift < 32; shift += 8)
+        frame.push_back(static_cast<uint8_t>(key >> shift));
     const size_t mask = frame.size() - 4;
     for (size_t i = 0; i < payload.size(); ++i) {
         frame.push_back(static_cast<uint8_t>(payload[i] ^ frame[mask + i % 4]));
@@ -46,7 +47,8 @@ std::optional<Extent> Payload(wire::View raw) {
     const size_t lengthBytes = shortLength == 126 ? 2 : shortLength == 127 ? 8 : 0;
     if (raw.size() < 2 + lengthBytes) return {};
     uint64_t size = lengthBytes ? 0 : shortLength;
-    for (size_t i = 0; i < lengthBytes; ++i) size = size << 8 | raw[2 + i];
+    for (size_t i = 0; i < lengthBytes; ++i)
+        size = size << 8 | raw[2 + i];
     if (raw.size() - 2 - lengthBytes < size) return {};
     return Extent{2 + lengthBytes, static_cast<size_t>(size)};
 }

@@ -39,7 +39,8 @@ class Connection {
 
     // Throws ConnectionLost or TimedOut.
     void Send(uint16_t type, const void* message, size_t size);
-    template <class T> void Send(uint16_t type, const T& message) {
+    template <class T>
+    void Send(uint16_t type, const T& message) {
         Send(type, &message, sizeof(message));
     }
     void Send(uint16_t type) { Send(type, nullptr, 0); }

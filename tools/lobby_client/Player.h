@@ -63,7 +63,8 @@ class Player {
     void Watch(Clock::time_point deadline);
 
   private:
-    template <class Res, class Req> Res Ask(uint16_t type, const Req& req, uint16_t answerType) {
+    template <class Res, class Req>
+    Res Ask(uint16_t type, const Req& req, uint16_t answerType) {
         m_connection.Send(type, req);
         return Await(answerType).As<Res>();
     }

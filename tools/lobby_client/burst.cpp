@@ -61,9 +61,11 @@ bool AwaitAll(std::vector<Guest>& guests, uint16_t type, Clock::time_point deadl
 
 double Percentile(const std::vector<Guest>& guests, double part) {
     std::vector<double> all;
-    for (const Guest& guest : guests) all.push_back(guest.milliseconds);
+    for (const Guest& guest : guests)
+        all.push_back(guest.milliseconds);
     std::sort(all.begin(), all.end());
-    return all[std::min(all.size() - 1, static_cast<size_t>(part * static_cast<double>(all.size())))];
+    return all[std::min(all.size() - 1,
+                        static_cast<size_t>(part * static_cast<double>(all.size())))];
 }
 
 long ResidentKb(int pid) {

@@ -42,7 +42,8 @@ int Play(const Settings& s, const std::vector<client::Step>& steps) {
                           s.webSocket ? client::Transport::WebSocket : client::Transport::Tcp);
     player.OnPush([&](const client::Message& message) { ShowPush(message, s.manner); });
     bool all = true;
-    for (const client::Step& step : steps) all = Run(step, player, s.manner) && all;
+    for (const client::Step& step : steps)
+        all = Run(step, player, s.manner) && all;
     if (s.watch) player.Watch(client::Clock::now() + std::chrono::hours(24 * 365));
     return all ? 0 : 1;
 }

@@ -37,16 +37,15 @@ Link::Link(tcp::socket socket, BackEnd& server, unsigned number)
 }
 
 void Link::Read() {
-    m_socket.async_read_some(
-        asio::buffer(m_buffer),
-        [self = shared_from_this()](const error_code& error, size_t size) {
-            if (self->m_server == nullptr) return;
-            if (error) {
-                self->m_server->OnClosed(*self, "closed by the lobby");
-            } else {
-                self->OnRead(size);
-            }
-        });
+    m_socket.async_read_some(asio::buffer(m_buffer),
+                             [self = shared_from_this()](const error_code& error, size_t size) {
+                                 if (self->m_server == nullptr) return;
+                                 if (error) {
+                                     self->m_server->OnClosed(*self, "closed by the lobby");
+                                 } else {
+                                     self->OnRead(size);
+                                 }
+                             });
 }
 
 void Link::OnRead(size_t size) {
@@ -90,7 +89,8 @@ BackEnd::BackEnd(Platform& platform, ServerKind kind)
     : m_platform(platform), m_kind(kind), m_acceptor(platform.Io()), m_resume(platform.Io()) {}
 
 BackEnd::~BackEnd() {
-    for (const auto& link : m_links) link->Close();
+    for (const auto& link : m_links)
+        link->Close();
 }
 
 void BackEnd::Listen(uint16_t port) {
@@ -159,7 +159,9 @@ void BackEnd::On(uint16_t type, Handler handler) {
     }
 }
 
-World& BackEnd::TheWorld() { return m_platform.TheWorld(); }
+World& BackEnd::TheWorld() {
+    return m_platform.TheWorld();
+}
 
 // Lobbies are checked by the catalogue's sizes, as a real server would check them.
 bool BackEnd::SizeIsRight(const Message& message) {
@@ -172,9 +174,9 @@ void BackEnd::OnMessage(Link& link, const Message& message) {
     m_platform.Print(m_kind, link.Number(), "-> " + catalog::Describe(direction, message.bytes));
     if (m_platform.Intercepted(m_kind, link, message)) return;
     if (!SizeIsRight(message)) {
-        m_platform.Print(m_kind, link.Number(),
-                         "!! wrong size, " + std::to_string(message.bytes.size()) +
-                             " bytes: ignored");
+        m_platform.Print(
+            m_kind, link.Number(),
+            "!! wrong size, " + std::to_string(message.bytes.size()) + " bytes: ignored");
         return;
     }
     const auto handler = m_handlers.find(message.type);

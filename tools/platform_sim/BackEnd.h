@@ -46,7 +46,8 @@ class Link : public std::enable_shared_from_this<Link> {
     void Start() { Read(); }
     // Queues whole messages; a closed link takes nothing.
     void Send(wire::Bytes bytes);
-    template <class T> void Send(uint16_t type, const T& message) {
+    template <class T>
+    void Send(uint16_t type, const T& message) {
         Send(wire::Pack(type, message));
     }
     void Close();
@@ -85,7 +86,8 @@ class BackEnd {
     void Resume();
 
     // To every lobby connected, but one.
-    template <class T> void SendAll(uint16_t type, const T& message, const Link* except = nullptr) {
+    template <class T>
+    void SendAll(uint16_t type, const T& message, const Link* except = nullptr) {
         SendAll(wire::Pack(type, message), except);
     }
     void SendAll(const wire::Bytes& bytes, const Link* except = nullptr);
@@ -100,17 +102,20 @@ class BackEnd {
 
     // Rows of the table: what to do with a message of that type. A type twice is refused.
     void On(uint16_t type, Handler handler);
-    template <class S, class T> void On(uint16_t type, void (S::*handler)(Link&, const T&)) {
+    template <class S, class T>
+    void On(uint16_t type, void (S::*handler)(Link&, const T&)) {
         On(type, [this, handler](Link& link, const Message& message) {
             (static_cast<S*>(this)->*handler)(link, message.As<T>());
         });
     }
-    template <class S> void On(uint16_t type, void (S::*handler)(Link&, const Message&)) {
+    template <class S>
+    void On(uint16_t type, void (S::*handler)(Link&, const Message&)) {
         On(type, [this, handler](Link& link, const Message& message) {
             (static_cast<S*>(this)->*handler)(link, message);
         });
     }
-    template <class S> void On(uint16_t type, void (S::*handler)(Link&)) {
+    template <class S>
+    void On(uint16_t type, void (S::*handler)(Link&)) {
         On(type, [this, handler](Link& link, const Message&) {
             (static_cast<S*>(this)->*handler)(link);
         });

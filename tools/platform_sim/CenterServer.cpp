@@ -44,7 +44,8 @@ void CenterServer::OnRegister(Link& link, const tagServerRegisterReq&) {
                             &tagLoginMobileCenterSiteGameListMsg::GameList, count));
     }
     std::vector<tagServerInfo> servers;
-    for (const auto& entry : TheWorld().servers) servers.push_back(entry.second);
+    for (const auto& entry : TheWorld().servers)
+        servers.push_back(entry.second);
     auto notices = Parts(servers, &tagServerInfoNotice::ServerInfoList);
     for (size_t i = 0; i < notices.size(); ++i) {
         const size_t count = std::min<size_t>(10, servers.size() - i * 10);

@@ -29,7 +29,8 @@ class Args {
         if (!(m_stream >> word)) throw BadInput(std::string("missing ") + what);
         return word;
     }
-    template <class N = int32_t> N Number(const char* what) {
+    template <class N = int32_t>
+    N Number(const char* what) {
         const std::string word = Word(what);
         N value{};
         const auto result = std::from_chars(word.data(), word.data() + word.size(), value);
@@ -38,7 +39,8 @@ class Args {
         }
         return value;
     }
-    template <class N = int32_t> N NumberOr(const char* what, N otherwise) {
+    template <class N = int32_t>
+    N NumberOr(const char* what, N otherwise) {
         return (m_stream >> std::ws).eof() ? otherwise : Number<N>(what);
     }
     // Everything that is left.
@@ -67,7 +69,8 @@ ServerKind KindOf(Args& args) {
     throw BadInput("no server called " + name);
 }
 
-template <class T> std::string ToLobbies(Platform& platform, uint16_t type, const T& message) {
+template <class T>
+std::string ToLobbies(Platform& platform, uint16_t type, const T& message) {
     BackEnd& web = platform.Server(ServerKind::Web);
     web.SendAll(type, message);
     return "to " + std::to_string(web.Links()) + " lobbies\n";
@@ -356,8 +359,10 @@ constexpr Command COMMANDS[] = {
     {"vip", "", "send the VIP tables to every lobby", PushVip},
     {"stop", "VALUE", "set the maintenance switch: 1 empties the lobbies, 0 opens them", SetStop},
     {"kick", "ID", "order the lobbies to put a user out", Kick},
-    {"server", "add GAME ID [LEVEL [NAME]] | online ID N | update ID N OPEN | open ID | close ID | "
-               "remove ID", "change the game servers", ServerCommand},
+    {"server",
+     "add GAME ID [LEVEL [NAME]] | online ID N | update ID N OPEN | open ID | close ID | "
+     "remove ID",
+     "change the game servers", ServerCommand},
     {"site", "put SITE GAME [KIND [NAME]] | withdraw SITE GAME", "change the site games",
      SiteCommand},
     {"activity", "ID open|close|hours FIRST LAST|site SITE", "change an activity's row",

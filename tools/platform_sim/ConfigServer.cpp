@@ -14,7 +14,8 @@ std::vector<wire::Bytes> Table(uint16_t type, const std::vector<VipItem>& items)
     do {
         Msg msg{};
         const size_t count = std::min(perMessage, items.size() - at);
-        for (size_t i = 0; i < count; ++i) msg.item[i] = {items[at + i].id, items[at + i].value};
+        for (size_t i = 0; i < count; ++i)
+            msg.item[i] = {items[at + i].id, items[at + i].value};
         at += count;
         msg.usItemCount = static_cast<uint16_t>(count);
         msg.isFinished = at == items.size();
@@ -74,7 +75,8 @@ ConfigServer::ConfigServer(Platform& platform) : BackEnd(platform, ServerKind::C
 
 // Lobbies only ever ask for the frames; the other two tables come along.
 void ConfigServer::OnFrameRequest(Link& link) {
-    for (auto& part : Tables(TheWorld())) link.Send(std::move(part));
+    for (auto& part : Tables(TheWorld()))
+        link.Send(std::move(part));
 }
 
 void ConfigServer::OnStopRequest(Link& link) {
@@ -82,7 +84,8 @@ void ConfigServer::OnStopRequest(Link& link) {
 }
 
 void ConfigServer::OnKeyRequest(Link& link) {
-    for (auto& part : Keys(TheWorld().farmKeys)) link.Send(std::move(part));
+    for (auto& part : Keys(TheWorld().farmKeys))
+        link.Send(std::move(part));
 }
 
 void ConfigServer::SetStopSwitch(int32_t value) {
@@ -91,11 +94,13 @@ void ConfigServer::SetStopSwitch(int32_t value) {
 }
 
 void ConfigServer::SendTablesToAll() {
-    for (const auto& part : Tables(TheWorld())) SendAll(part);
+    for (const auto& part : Tables(TheWorld()))
+        SendAll(part);
 }
 
 void ConfigServer::SendKeysToAll() {
-    for (const auto& part : Keys(TheWorld().farmKeys)) SendAll(part);
+    for (const auto& part : Keys(TheWorld().farmKeys))
+        SendAll(part);
 }
 
 }  // namespace sim

@@ -1,8 +1,8 @@
 #include "ControlPort.h"
 
+#include <unistd.h>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
-#include <unistd.h>
 
 #include <cstdio>
 #include <istream>

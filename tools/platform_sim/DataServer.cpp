@@ -47,7 +47,8 @@ DataServer::DataServer(Platform& platform) : BackEnd(platform, ServerKind::Data)
 }
 
 void DataServer::OnConfigRequest(Link& link) {
-    for (auto& part : Configuration(TheWorld().activities)) link.Send(std::move(part));
+    for (auto& part : Configuration(TheWorld().activities))
+        link.Send(std::move(part));
 }
 
 void DataServer::OnAccountTypeRequest(Link& link) {
@@ -73,7 +74,8 @@ void DataServer::OnProgressRequest(Link& link, const tagDBUserActivityProgressRe
         head.iCount = count;
         head.iFinished = last;
     };
-    for (auto& part : Lists(ACT_PROGRESS_RES, start, records, finish)) link.Send(std::move(part));
+    for (auto& part : Lists(ACT_PROGRESS_RES, start, records, finish))
+        link.Send(std::move(part));
 }
 
 void DataServer::Store(tagDBUserActivityProgressData record) {
@@ -96,8 +98,9 @@ void DataServer::OnSingleUpdate(Link& link, const LobbyActivitySingleProgressUpd
     LobbyActivitySingleProgressUpdateRes res{};
     // The result is the request with an error code in front.
     constexpr size_t head = sizeof(tagMsgHeader);
-    std::memcpy(reinterpret_cast<char*>(&res) + offsetof(LobbyActivitySingleProgressUpdateRes, iProgress),
-                reinterpret_cast<const char*>(&req) + head, sizeof(req) - head);
+    std::memcpy(
+        reinterpret_cast<char*>(&res) + offsetof(LobbyActivitySingleProgressUpdateRes, iProgress),
+        reinterpret_cast<const char*>(&req) + head, sizeof(req) - head);
     link.Send(ACT_SINGLE_PROGRESS_RES, res);
 }
 
@@ -111,7 +114,8 @@ void DataServer::PutActivity(const tagDBActivityConfigData& row) {
     } else {
         *at = row;
     }
-    for (const auto& part : Configuration({row})) SendAll(part);
+    for (const auto& part : Configuration({row}))
+        SendAll(part);
 }
 
 void DataServer::SendGlobal(uint16_t type, std::string_view text) {

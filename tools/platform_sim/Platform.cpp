@@ -1,8 +1,8 @@
 #include "Platform.h"
 
-#include "ControlPort.h"
 #include "CenterServer.h"
 #include "ConfigServer.h"
+#include "ControlPort.h"
 #include "DataServer.h"
 #include "LogServer.h"
 #include "QueueServer.h"
@@ -23,17 +23,26 @@ Platform::Platform(World world) : m_world(std::move(world)) {
     m_control = std::make_unique<ControlPort>(*this);
 }
 
-Platform::~Platform() { Stop(); }
-
-void Platform::Open(ServerKind kind, uint16_t port) { Server(kind).Listen(port); }
-
-void Platform::OpenAll() {
-    for (const ServerKind kind : ALL_SERVERS) Open(kind, 0);
+Platform::~Platform() {
+    Stop();
 }
 
-uint16_t Platform::OpenControl(uint16_t port) { return m_control->Listen(port); }
+void Platform::Open(ServerKind kind, uint16_t port) {
+    Server(kind).Listen(port);
+}
 
-void Platform::ReadCommandsFrom(int fd) { m_control->ReadFrom(fd); }
+void Platform::OpenAll() {
+    for (const ServerKind kind : ALL_SERVERS)
+        Open(kind, 0);
+}
+
+uint16_t Platform::OpenControl(uint16_t port) {
+    return m_control->Listen(port);
+}
+
+void Platform::ReadCommandsFrom(int fd) {
+    m_control->ReadFrom(fd);
+}
 
 void Platform::Run(bool untilSignal) {
     m_work.emplace(m_io.get_executor());
@@ -59,7 +68,9 @@ void Platform::Stop() {
     if (m_thread.joinable()) m_thread.join();
 }
 
-std::string Platform::Command(const std::string& line) { return RunCommand(*this, line); }
+std::string Platform::Command(const std::string& line) {
+    return RunCommand(*this, line);
+}
 
 void Platform::Intercept(ServerKind kind, uint16_t type, Interceptor interceptor) {
     m_interceptors[{kind, type}] = std::move(interceptor);
@@ -77,8 +88,12 @@ CenterServer& Platform::Center() {
 ConfigServer& Platform::Config() {
     return static_cast<ConfigServer&>(Server(ServerKind::Config));
 }
-DataServer& Platform::Data() { return static_cast<DataServer&>(Server(ServerKind::Data)); }
-LogServer& Platform::Log() { return static_cast<LogServer&>(Server(ServerKind::Log)); }
+DataServer& Platform::Data() {
+    return static_cast<DataServer&>(Server(ServerKind::Data));
+}
+LogServer& Platform::Log() {
+    return static_cast<LogServer&>(Server(ServerKind::Log));
+}
 
 void Platform::Print(ServerKind kind, unsigned link, const std::string& what) {
     if (!m_printer) return;

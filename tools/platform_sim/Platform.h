@@ -55,7 +55,8 @@ class Platform {
     void Start();
     void Stop();
     // Any other thread, between Start and Stop: runs f on the simulator's thread and waits.
-    template <class F> auto Do(F f) {
+    template <class F>
+    auto Do(F f) {
         std::packaged_task<std::invoke_result_t<F>()> task(std::move(f));
         auto result = task.get_future();
         asio::post(m_io, [&task] { task(); });

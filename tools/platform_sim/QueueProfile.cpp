@@ -5,7 +5,8 @@ namespace sim {
 namespace {
 
 // A result has the layout of its request, with the error where the request has the user id.
-template <class Res, class Req> Res ResultOf(const Req& req, Code code) {
+template <class Res, class Req>
+Res ResultOf(const Req& req, Code code) {
     static_assert(sizeof(Res) == sizeof(Req));
     Res res;
     std::memcpy(&res, &req, sizeof(res));
@@ -14,7 +15,8 @@ template <class Res, class Req> Res ResultOf(const Req& req, Code code) {
 }
 
 // Applies a change to the player asking, if there is one.
-template <class Change> Code Apply(World& world, int32_t userId, Change change) {
+template <class Change>
+Code Apply(World& world, int32_t userId, Change change) {
     Player* player = world.FindPlayer(userId);
     return player == nullptr ? UNKNOWN_USER : change(*player);
 }

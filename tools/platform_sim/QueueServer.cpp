@@ -6,7 +6,8 @@ namespace sim {
 namespace {
 
 // The session an answer belongs to travels back unchanged.
-template <class Res, class Req> Res AnswerTo(const Req& req) {
+template <class Res, class Req>
+Res AnswerTo(const Req& req) {
     Res res{};
     res.ulPlayerNode = req.ulPlayerNode;
     res.ulPlayerNodeId = req.ulPlayerNodeId;

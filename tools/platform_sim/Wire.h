@@ -25,11 +25,13 @@ struct Message {
     Bytes bytes;
 
     // The message as a structure; a short message reads as zeros past its end.
-    template <class T> T As() const {
+    template <class T>
+    T As() const {
         return ReadMsg<T>(bytes.data(), static_cast<long>(bytes.size()));
     }
     // Record `index` of the records that start at byte `offset`.
-    template <class T> T Item(size_t offset, size_t index) const {
+    template <class T>
+    T Item(size_t offset, size_t index) const {
         return ReadItem<T>(bytes.data(), static_cast<long>(bytes.size()), offset, index);
     }
 };
@@ -37,8 +39,11 @@ struct Message {
 // The first `size` bytes of a message structure with its header filled in; size 0 gives a message
 // that is a header only.
 Bytes Pack(uint16_t type, const void* message, size_t size);
-inline Bytes Pack(uint16_t type) { return Pack(type, nullptr, 0); }
-template <class T> Bytes Pack(uint16_t type, const T& message) {
+inline Bytes Pack(uint16_t type) {
+    return Pack(type, nullptr, 0);
+}
+template <class T>
+Bytes Pack(uint16_t type, const T& message) {
     return Pack(type, &message, sizeof(message));
 }
 
@@ -54,7 +59,8 @@ class Splitter {
 };
 
 // Fills a text field: cut to its size, zero-filled, terminated unless it fills the field.
-template <size_t N> void SetText(char (&field)[N], std::string_view text) {
+template <size_t N>
+void SetText(char (&field)[N], std::string_view text) {
     std::memset(field, 0, N);
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }

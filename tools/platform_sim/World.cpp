@@ -101,9 +101,12 @@ World DefaultWorld() {
     AddServers(world, 102, 1200, 40);
     AddServers(world, 103, 1300, 10);
     AddServers(world, 104, 1400, 6);
-    for (int32_t level = 1; level <= 10; ++level) world.vipLevels.push_back({level, level * 100});
-    for (int32_t id = 1; id <= 60; ++id) world.vipPhotos.push_back({id, id / 10});
-    for (int32_t id = 1; id <= 70; ++id) world.vipFrames.push_back({id, id / 10});
+    for (int32_t level = 1; level <= 10; ++level)
+        world.vipLevels.push_back({level, level * 100});
+    for (int32_t id = 1; id <= 60; ++id)
+        world.vipPhotos.push_back({id, id / 10});
+    for (int32_t id = 1; id <= 70; ++id)
+        world.vipFrames.push_back({id, id / 10});
     world.farmKeys = {"farm.harvest", "farm.weather", "farm.market"};
     world.activities = {ActivityOf(20171211), ActivityOf(20180901)};
     return world;

@@ -15,7 +15,7 @@ namespace sim {
 struct Player {
     int32_t id = 0;
     std::string token = "token";
-    std::string password = "123456";      // login password
+    std::string password = "123456";  // login password
     std::string bankPassword = "888888";
     std::string nickname;
     std::string signature;
@@ -37,7 +37,7 @@ struct Player {
     int32_t machineIndex = 0;
     int32_t playTime = 0;
     int32_t friendProps = 0;
-    int32_t freeCount = 3;       // tournament: entries, tickets, score, rank
+    int32_t freeCount = 3;  // tournament: entries, tickets, score, rank
     int32_t dayTickets = 1;
     int32_t monthTickets = 0;
     int32_t monthScore = 0;
@@ -58,7 +58,8 @@ struct World {
     std::vector<VipItem> vipLevels, vipPhotos, vipFrames;
     std::vector<std::string> farmKeys;
     std::vector<tagDBActivityConfigData> activities;
-    std::map<std::pair<int32_t, int32_t>, tagDBUserActivityProgressData> progress;  // user, activity
+    std::map<std::pair<int32_t, int32_t>, tagDBUserActivityProgressData>
+        progress;  // user, activity
     int32_t stopSwitch = 0;
     int64_t created = 0;  // coins that recharges and rewards brought into the world
 

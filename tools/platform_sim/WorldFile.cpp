@@ -16,13 +16,15 @@ namespace {
 using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 
 // One row per member of a record: its key in the file and where it lives.
-template <class T> struct Member {
+template <class T>
+struct Member {
     const char* key;
     std::function<void(T&, const cJSON*)> read;
     std::function<void(const T&, cJSON*)> write;  // adds to the object
 };
 
-template <class T, class N> Member<T> Number(const char* key, N T::*member) {
+template <class T, class N>
+Member<T> Number(const char* key, N T::*member) {
     return {key,
             [member](T& t, const cJSON* json) { t.*member = static_cast<N>(json->valuedouble); },
             [key, member](const T& t, cJSON* json) {
@@ -30,7 +32,8 @@ template <class T, class N> Member<T> Number(const char* key, N T::*member) {
             }};
 }
 
-template <class T> Member<T> Text(const char* key, std::string T::*member) {
+template <class T>
+Member<T> Text(const char* key, std::string T::*member) {
     return {key,
             [member](T& t, const cJSON* json) {
                 t.*member = cJSON_IsString(json) ? json->valuestring : "";
@@ -40,7 +43,8 @@ template <class T> Member<T> Text(const char* key, std::string T::*member) {
             }};
 }
 
-template <class T, size_t N> Member<T> Text(const char* key, char (T::*member)[N]) {
+template <class T, size_t N>
+Member<T> Text(const char* key, char (T::*member)[N]) {
     return {key,
             [member](T& t, const cJSON* json) {
                 wire::SetText(t.*member, cJSON_IsString(json) ? json->valuestring : "");
@@ -110,9 +114,9 @@ const std::vector<Member<tagServerInfo>>& ServerMembers() {
 const std::vector<Member<tagSiteMobileGameList>>& SiteMembers() {
     using T = tagSiteMobileGameList;
     static const std::vector<Member<T>> members = {
-        Number("site", &T::iSiteID),    Number("game", &T::iGameID),
-        Number("kind", &T::iGameKind),  Number("type", &T::iTypeID),
-        Text("name", &T::szGameName),   Text("type_name", &T::szTypeName),
+        Number("site", &T::iSiteID),   Number("game", &T::iGameID),
+        Number("kind", &T::iGameKind), Number("type", &T::iTypeID),
+        Text("name", &T::szGameName),  Text("type_name", &T::szTypeName),
     };
     return members;
 }
@@ -120,11 +124,16 @@ const std::vector<Member<tagSiteMobileGameList>>& SiteMembers() {
 const std::vector<Member<tagDBActivityConfigData>>& ActivityMembers() {
     using T = tagDBActivityConfigData;
     static const std::vector<Member<T>> members = {
-        Number("id", &T::iActivityId),          Number("game", &T::iGameid),
-        Number("site", &T::iSiteId),            Number("coin", &T::iGamecoin),
-        Number("condition1", &T::iCondition1),  Number("condition2", &T::iCondition2),
-        Number("condition3", &T::iCondition3),  Number("multi_game", &T::isMultiGame),
-        Number("open", &T::isOpen),             Number("day_begin", &T::iDayBegin),
+        Number("id", &T::iActivityId),
+        Number("game", &T::iGameid),
+        Number("site", &T::iSiteId),
+        Number("coin", &T::iGamecoin),
+        Number("condition1", &T::iCondition1),
+        Number("condition2", &T::iCondition2),
+        Number("condition3", &T::iCondition3),
+        Number("multi_game", &T::isMultiGame),
+        Number("open", &T::isOpen),
+        Number("day_begin", &T::iDayBegin),
         Number("day_end", &T::iDayEnd),
         // 64-bit fields lie at multiples of 4: no pointers to them.
         {"time_begin",
@@ -189,9 +198,11 @@ bool ReadList(const cJSON* root, const char* name, const std::vector<Member<T>>&
     return true;
 }
 
-template <class Map> auto Values(const Map& map) {
+template <class Map>
+auto Values(const Map& map) {
     std::vector<typename Map::mapped_type> values;
-    for (const auto& entry : map) values.push_back(entry.second);
+    for (const auto& entry : map)
+        values.push_back(entry.second);
     return values;
 }
 
@@ -223,7 +234,8 @@ bool ReadWorld(const cJSON* root, World& world, std::string& error) {
         if (player.id <= 0) return error = "a player has no positive \"id\"", false;
         world.players[player.id] = player;
     }
-    for (const tagServerInfo& server : servers) world.servers[server.usServerID] = server;
+    for (const tagServerInfo& server : servers)
+        world.servers[server.usServerID] = server;
     return true;
 }
 
@@ -233,7 +245,8 @@ void AddList(cJSON* root, const char* name, const std::vector<Member<T>>& member
     cJSON* array = cJSON_AddArrayToObject(root, name);
     for (const T& record : list) {
         cJSON* object = cJSON_CreateObject();
-        for (const Member<T>& member : members) member.write(record, object);
+        for (const Member<T>& member : members)
+            member.write(record, object);
         cJSON_AddItemToArray(array, object);
     }
 }

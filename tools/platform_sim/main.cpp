@@ -1,12 +1,12 @@
 // platform_sim: the six back-end servers of the platform in one program.
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <unistd.h>
 
 #include "PageServer.h"
 #include "Platform.h"
