@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Fuzzes with clang's libFuzzer under the address and undefined-behaviour sanitizers, all targets
 # at once, then prints the line coverage of inputs and tests together.
-# Usage: ./fuzz.sh [MINUTES]           MINUTES in all, 5 by default
+# Usage: ./fuzz.sh [MINUTES]           MINUTES in all, 5 by default; 0: the coverage alone
 #        NO_COVERAGE=1 leaves the coverage out (it builds and runs the tests once more).
 # A finding ends up in build/fuzz/findings; fix it, then keep the input in fuzz/regressions/TARGET.
 set -euo pipefail
@@ -24,13 +24,15 @@ configure() {  # FOLDER ARGUMENTS...
 }
 
 build=$root/build/fuzz
-configure "$build" -DLOBBY_SANITIZE=address,undefined -DLOBBY_FUZZ=ON
+configure "$build" -DLOBBY_SANITIZE=address,undefined -DLOBBY_FUZZ=ON \
+    -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link
 ninja -C "$build" "${targets[@]/%/_fuzz}" | tail -1
 rm -rf "$build/findings"
 mkdir -p "$build/findings"
 
 failed=0
 for target in "${targets[@]}"; do
+    [ "$minutes" -gt 0 ] || break
     seconds=$((minutes * 60 * share[$target] / 100))
     grown=$build/grown/$target
     mkdir -p "$grown" "$root/fuzz/regressions/$target"
@@ -58,7 +60,7 @@ rm -rf "${TMPDIR:-/tmp}"/lobbyfuzz??????
 
 cover=$root/build/coverage
 configure "$cover" -DCMAKE_CXX_FLAGS="-fprofile-instr-generate -fcoverage-mapping"
-ninja -C "$cover" | tail -1
+ninja -k 0 -C "$cover" >"$cover/build.log" || echo "not all was built, see build/coverage/build.log"
 rm -rf "$cover/profiles"
 export LLVM_PROFILE_FILE="$cover/profiles/%m-%p.profraw"
 for target in "${targets[@]}"; do
@@ -66,7 +68,7 @@ for target in "${targets[@]}"; do
         "$root/fuzz/regressions/$target" >/dev/null 2>&1
 done
 ctest --test-dir "$cover" -j "$(nproc)" -LE soak -E 'web_|^fuzz_|protocol_document' >"$cover/tests.log" 2>&1 ||
-    echo "some tests fail without optimisation limits, see build/coverage/tests.log"
+    echo "some tests failed in the coverage build, see build/coverage/tests.log"
 llvm-profdata-14 merge -sparse "$cover"/profiles/*.profraw -o "$cover/all.profdata"
 programs=()
 for program in "$cover"/bin/*; do

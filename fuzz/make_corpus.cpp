@@ -57,15 +57,17 @@ void LobbySeeds(const fs::path& folder, ops::Kind kind, const Rows& rows) {
     for (size_t i = 0; i < rows.size(); ++i) {
         const std::string ones("\1\0\0\0\1\0\0\0\1\0\0\0", 12);
         std::string seed = login + later;
-        seed += Op(kind, i, 0, "") + later + Op(kind, i, 0, ones) + later;
-        seed += Op(kind, i, ops::FillOnes, "") + later;
+        for (const std::string& op :
+             {Op(kind, i, 0, ""), Op(kind, i, 0, ones), Op(kind, i, ops::FillOnes, "")}) {
+            seed.append(op).append(later);
+        }
         seed += Op(kind, i, ops::StaleId, ones) + Op(kind, i, ops::AsGiven | ops::KeepUser, ones);
         seed += Op(kind, i, 0, ones, -1) + Op(kind, i, 0, ones, 1);
         const auto name = std::string(catalog::NameOf(rows[i]->direction)).substr(0, 5) + "-" +
                           Describe(*rows[i]);
         Write(folder / name, seed + static_cast<char>(ops::CloseClient) + later);
         if (i % 8 == 0) all = login;
-        all += Op(kind, i, 0, ones) + later;
+        all.append(Op(kind, i, 0, ones)).append(later);
         Write(folder / ("several-" + std::to_string(kind) + "-" + std::to_string(i / 8)), all);
     }
 }
