@@ -102,12 +102,24 @@ class DirectoryTest : public FolderTest {
         bytes.resize(size);
         DeliverBytes(Link(port), type, bytes);
     }
+    // The link's node as its handler has it; the keeper stores it a moment after the connect.
+    IPlayerNode* Held(Port port) {
+        switch (port) {
+            case CENTER: return lobby->GetCenterServerHandler()->m_lpCenterServer;
+            case WEB: return lobby->GetWebServerHandler()->m_lpWebServer;
+            case QUEUE: return lobby->GetQueueServerHandler()->m_lpQueueServer;
+            case CONFIG: return lobby->GetConfigServerHandler()->m_lpConfigServer;
+            case LOG: return lobby->GetLogServerHandler()->m_lpLogServer;
+            default: return Link(port);
+        }
+    }
     // Waits for the reconnect keeper.
     bool WaitForLink(Port port) {
-        for (int i = 0; i < 500 && Link(port) == nullptr; ++i) {
+        const auto isUp = [&] { return Link(port) != nullptr && Held(port) == Link(port); };
+        for (int i = 0; i < 500 && !isUp(); ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
-        return Link(port) != nullptr;
+        return isUp();
     }
 
     MemoryNet net;

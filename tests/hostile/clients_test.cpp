@@ -57,6 +57,9 @@ TEST_F(HostileClientTest, ConnectsBeyondTheLimitAreTurnedAwayAndHoldNoPlace) {
 }
 
 TEST_F(HostileClientTest, WithoutDescriptorsClientsWaitAndAreServedWhenSomeAreFree) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the check of object types opens a pipe and reports where it cannot";
+#endif
     ServeQuietly(AttackSettings());
     const auto few = static_cast<rlim_t>(Descriptors() + 10);
     const rlimit limit{few, few};
