@@ -1,0 +1,47 @@
+// What the lobby counts above the network.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "Common/Metrics.h"
+#include "Common/TypeCounters.h"
+#include "LinkNode.h"
+
+// Why a client was turned away.
+enum class Refusal : uint8_t {
+    Maintenance,    // login while the stop switch is set
+    BadLength,      // connect notice of the wrong length
+    DisabledUser,   // login of a disabled account
+    BadUser,        // login with a user id below 1
+    ForbiddenType,  // message number 0x9000
+    UnknownType,    // message number without a handler; dropped
+};
+inline constexpr size_t REFUSALS = 6;
+
+// The state and history of one back-end link.
+struct LinkMetrics {
+    std::atomic<bool> up{false};
+    Counter connects;  // successes; the first of them is the start
+    Counter failures;  // attempts that failed
+    Counter drops;
+};
+
+// The lobby's counters. Thread: any; mostly the message worker.
+struct LobbyMetrics {
+    explicit LobbyMetrics(const TypePlaces& places) : throttled(places), rateLimited(places) {}
+
+    void CountRefusal(Refusal reason) { refusals[static_cast<size_t>(reason)].Add(); }
+
+    std::array<Counter, 256> logins;  // by the code the client was told; 0 is success
+    Counter sessions;                 // listed now: a level
+    Counter kickOuts;
+    std::array<Counter, REFUSALS> refusals;
+    TypeCounters throttled;    // requests that came too soon after the one before
+    TypeCounters rateLimited;  // requests above their configured rate
+    std::array<LinkMetrics, RECONNECT_CONFIG + 1> links;  // by ReconnectId
+};
+
+// Set before the lobby starts.
+inline MetricsSlot<LobbyMetrics> g_LobbyMetrics;
