@@ -1,13 +1,17 @@
 // One line: format, file copy, console copy.
 #include "GLogService.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "JsonLine.h"
 #include "LogVariant.h"
 
 namespace {
@@ -27,6 +31,12 @@ struct LineBuffers {
 LineBuffers& Buffers() {
     thread_local const std::unique_ptr<LineBuffers> buffers(new LineBuffers);
     return *buffers;
+}
+
+// Like the above, and made only where JSON lines are written: they are the longest.
+JsonLine& Json() {
+    thread_local const std::unique_ptr<JsonLine> line(new JsonLine);
+    return *line;
 }
 
 struct LevelLook {
@@ -64,9 +74,8 @@ void EndCutFormat(char* format) {
     std::memcpy(end, kReset, sizeof(kReset));
 }
 
-void BuildFormat(char* format, int level, const char* tag, const char* callers) {
-    const LevelLook look = LookOf(level);
-    const tm now = LocalDate(ClockNow());
+void BuildFormat(char* format, const LevelLook& look, const tm& now, const char* tag,
+                 const char* callers) {
     const int length =
         std::snprintf(format, kLineSize, "\x1b[%c%cm%04d-%02d-%02d %02d:%02d:%02d [%s] [%s] %s%s",
                       look.style, look.colour, now.tm_year, now.tm_mon, now.tm_mday, now.tm_hour,
@@ -99,7 +108,10 @@ void GLogService::__log(int level, const char* tag, const char* format, va_list 
     if (!Enabled(level)) return;
     const int error = errno;
     LineBuffers& buffers = Buffers();
-    BuildFormat(buffers.format, level, tag ? tag : "", format ? format : "");
+    if (tag == nullptr) tag = "";
+    const LevelLook look = LookOf(level);
+    const tm now = LocalDate(ClockNow());
+    BuildFormat(buffers.format, look, now, tag, format ? format : "");
     errno = error;  // for %m
     int length = std::vsnprintf(buffers.line, kLineSize, buffers.format, arguments);
     if (length >= static_cast<int>(kLineSize)) {
@@ -108,8 +120,31 @@ void GLogService::__log(int level, const char* tag, const char* format, va_list 
     }
     if (length >= static_cast<int>(kPrefix + kResetLength)) {
         const size_t size = static_cast<size_t>(length);
-        _log_2(buffers.line + kPrefix, static_cast<long>(size - kPrefix - kResetLength));
+        const std::string_view text(buffers.line + kPrefix, size - kPrefix - kResetLength);
+        _log_2(text.data(), static_cast<long>(text.size()));
+        if (m_bJson.load(std::memory_order_acquire)) {
+            // The text begins with "[level] [tag] ".
+            const size_t skip = std::strlen(look.text) + std::strlen(tag) + 6;
+            const std::string_view line =
+                Json().Build(now, look.text, tag, text.substr(std::min(skip, text.size())));
+            m_Json._log_2(line.data(), static_cast<long>(line.size()));
+        }
         PrintToConsole(buffers.line, size);
     }
     errno = error;
+}
+
+bool GLogService::OpenJson(const char* path) {
+    std::string name(path);
+    const size_t dot = name.rfind('.');
+    const bool extended = dot != std::string::npos && name.find('/', dot) == std::string::npos;
+    // A log file that is named .json itself keeps its name.
+    if (extended && name.substr(dot) != ".json") name.resize(dot);
+    if (m_Json.InitLog((name + ".json").c_str(), false, false, true, false)) m_bJson = true;
+    return m_bJson;
+}
+
+void GLogService::CloseJson() {
+    m_bJson = false;
+    m_Json.CloseLog();
 }

@@ -6,13 +6,19 @@
 
 #include "LogCls.h"
 
-// Adds the level filter and the coloured console copy to the log file. Thread: any.
+// Adds the level filter, the coloured console copy and, on request, a second file of JSON lines to
+// the log file. Thread: any.
 class GLogService : public CLogCls {
   public:
     // Writes nothing unless SetLevel allowed it. The caller's format becomes part of the line's
     // own format, so that it is applied exactly once.
     void __log(int level, const char* tag, const char* format, va_list arguments)
         __attribute__((format(printf, 4, 0)));
+
+    // From now on every line also goes, as one JSON object, to a file beside the log file at
+    // `path`, named after it but with the extension .json. False when that file cannot be opened.
+    bool OpenJson(const char* path);
+    void CloseJson();
 
     // The lowest level that is written; -1 (at first) for none at all.
     void SetLevel(int level) { m_level.store(level, std::memory_order_release); }
@@ -23,6 +29,8 @@ class GLogService : public CLogCls {
 
   private:
     std::atomic<int> m_level{-1};
+    CLogCls m_Json;
+    std::atomic<bool> m_bJson{false};
 };
 
 // The log of the process. Never destroyed: detached threads may log until the process is gone.

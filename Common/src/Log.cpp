@@ -62,12 +62,16 @@ int InitializeLog(const char* configFile, const char* fileName) {
             size > 0 && size <= static_cast<int>(sizeof(configured)) ? configured : "test.log";
     char path[sizeof(configured) + 8];
     std::snprintf(path, sizeof(path), "./log/%s", fileName);
+    if (config.GetValueInt("log", "json", 0) != 0 && !g_log.OpenJson(path))
+        std::fprintf(stderr, "%s: section [log], key \"json\": the file cannot be opened\n",
+                     configFile);
     return g_log.InitLog(path, false, false, true) ? 1 : 0;
 }
 
 void ShutdownLog() {
     g_log.SetLevel(-1);
     g_log.CloseLog();
+    g_log.CloseJson();
 }
 
 void __log(LOG_LEVEL level, const char* tag, const char* format, ...) {

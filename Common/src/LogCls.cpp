@@ -73,6 +73,11 @@ void CLogCls::Variant::RollOver(const tm& now) {
 
 // A full disk shows only in the lines that are missing: nothing here waits or gives up.
 void CLogCls::Variant::WriteLine(const tm& when, const char* text, long length) {
+    if (!m_bStamped) {
+        std::fwrite(text, 1, static_cast<size_t>(length), m_pf);
+        std::fputc('\n', m_pf);
+        return;
+    }
     std::fprintf(m_pf, "%04d-%02d-%02d %02d:%02d:%02d ", when.tm_year, when.tm_mon, when.tm_mday,
                  when.tm_hour, when.tm_min, when.tm_sec);
     std::fwrite(text, 1, static_cast<size_t>(length), m_pf);
@@ -88,7 +93,8 @@ CLogCls::~CLogCls() {
     delete m_pv.load();
 }
 
-bool CLogCls::InitLog(const char* path, bool deleteExisting, bool threaded, bool daily) {
+bool CLogCls::InitLog(const char* path, bool deleteExisting, bool threaded, bool daily,
+                      bool stamped) {
     if (m_pv == nullptr) m_pv = new Variant;
     Variant& state = *m_pv;
     LogGuard guard(state.m_hWR);
@@ -97,6 +103,7 @@ bool CLogCls::InitLog(const char* path, bool deleteExisting, bool threaded, bool
     state.m_bThread = threaded;
     state.m_bDelExist = deleteExisting;
     state.m_bDay = daily;
+    state.m_bStamped = stamped;
     state.m_bExit = false;
     if (daily) state.m_tmToday = LocalDate(ClockNow());
     if (opened) {

@@ -19,7 +19,9 @@ class CLogCls {
 
     // True when the file was opened; false as well when the log is already open, which then stays
     // as it is. A path of more than 259 characters is cut.
-    bool InitLog(const char* path, bool deleteExisting, bool threaded, bool daily);
+    // stamped false: a line is its text and a line feed, without date and time.
+    bool InitLog(const char* path, bool deleteExisting, bool threaded, bool daily,
+                 bool stamped = true);
     // Writes what is queued, ends the writer thread and closes the file; InitLog may follow.
     void CloseLog();
 

@@ -52,6 +52,7 @@ struct CLogCls::Variant {
     long m_lLength = 0;  // of the path
     long m_lPos = 0;     // of the last '.' in the file's name, 0 if none
     bool m_bDelExist = false;
+    bool m_bStamped = true;
     std::atomic<bool> m_bExit{false};
     std::atomic<bool> m_bInit{false};
     std::atomic<bool> m_bThread{false};

@@ -161,6 +161,79 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
     EXPECT_EQ(file.rfind("2026-11-14 13:05:09 [ALL] [t] x", 0), 0u);
 }
 
+TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
+    ASSERT_EQ(Start("[log]\nlevel=DEBUG\njson=1\nFileName=" + m_name + ".log\n"), 1);
+    const std::string bad = "\xEF\xBF\xBD", nice = "\xE7\x8E\xA9\xF0\x9F\x98\x80";
+    const struct {
+        std::string text, escaped;
+    } cases[] = {{"plain", "plain"},
+                 {"a \"quote\" and C:\\dir", "a \\\"quote\\\" and C:\\\\dir"},
+                 {"\r\n\t\x01\x1b[0m\x7f", "\\r\\n\\t\\u0001\\u001b[0m\\u007f"},
+                 {nice, nice},
+                 {"\xC0\xAF|\xFF|\xE7\x8E", bad + bad + "|" + bad + "|" + bad + bad},
+                 {"\xED\xA0\x80", bad + bad + bad},
+                 {"\xF4\x90\x80\x80|\xE0\x9F\xBF", bad + bad + bad + bad + "|" + bad + bad + bad}};
+    setenv("TZ", "XXX-5:30", 1);
+    tzset();
+    g_time = 1'794'641'709;
+    std::string expected;
+    const std::string head =
+        "{\"time\":\"2026-11-14T13:05:09+05:30\",\"level\":\"WARN\",\"tag\":\"A::B\"";
+    for (const auto& row : cases) {
+        Console([&] { __log(_WARN, "A::B", "%s", row.text.c_str()); });
+        expected += head + ",\"text\":\"" + row.escaped + "\"}\n";
+    }
+    // Also the longest line in its longest form, from a thread with a small stack.
+    Console([&] {
+        __log(_ALL, "A::B", "below the level");
+        CEvent done;
+        done.Init(false, false);
+        ASSERT_TRUE(CreateThread(
+            nullptr, 0,
+            [](void* event) -> void* {
+                __log(_WARN, "A::B", "%s", std::string(3000, '\1').c_str());
+                static_cast<CEvent*>(event)->Set();
+                return nullptr;
+            },
+            &done));
+        done.Wait();
+    });
+    unsetenv("TZ");
+    tzset();
+    expected += head + ",\"text\":\"";
+    const std::string json = File(".json");
+    ASSERT_EQ(json.substr(0, expected.size()), expected);
+    const std::string last = json.substr(expected.size());
+    EXPECT_EQ(last.size() % 6, 3u) << last;
+    EXPECT_GT(last.size(), 6 * 2000u);
+    EXPECT_EQ(last.substr(last.size() - 9), "\\u0001\"}\n");
+    EXPECT_EQ(File(".log").find("{\"time\""), std::string::npos);
+    Console([] {
+        g_time += kDay;
+        __log(_WARN, "t", "new");
+    });
+    EXPECT_EQ(File("20261114.json"), json);
+    EXPECT_EQ(File(".json").find('\n'), File(".json").size() - 1);
+}
+
+TEST_F(LogTest, NameOfTheJsonFile) {
+    for (const auto& [name, json] :
+         {std::pair(".a.log", ".a.json"), {"", ".json"}, {".json", ".json.json"}}) {
+        ASSERT_EQ(Start("[log]\njson=1\n", m_name + name), 1);
+        Console([] { __log(_ALL, "t", "x"); });
+        EXPECT_EQ(File(json).rfind("{\"time\":", 0), 0u) << name;
+        ShutdownLog();
+    }
+    for (const char* off : {"[log]\njson=0\n", "[log]\njson=\n", ""}) {
+        for (const fs::path& path : Files())
+            fs::remove(path);
+        ASSERT_EQ(Start(off, m_name), 1);
+        Console([] { __log(_ALL, "t", "x"); });
+        EXPECT_EQ(Files().size(), 1u) << off;
+        ShutdownLog();
+    }
+}
+
 TEST_F(LogTest, RollsOverAtMidnight) {
     const struct {
         const char* suffix;

@@ -8,7 +8,8 @@ enum LOG_LEVEL : int { _ALL = 0, _DEBUG = 1, _WARN = 2, _ERROR = 3 };
 // Sets up the one log of the process: makes the executable's directory the working directory,
 // reads level and FileName of section [log] from the configuration file and opens
 // ./log/<file name>, which is rolled over when the day changes. fileName null means the
-// configured one. 1 on success; 0 when the log file cannot be opened (lines then go to the console
+// configured one. With key json not 0 every line also goes, as one JSON object, to a file of the
+// same name with the extension .json, rolled over alike. 1 on success; 0 when the log file cannot be opened (lines then go to the console
 // only) or the log is already open. A SIGPIPE nobody handles is ignored from then on: a console
 // that went away must not end the process. Thread: main, before others log.
 int InitializeLog(const char* configFile, const char* fileName);
