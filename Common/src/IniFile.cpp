@@ -139,6 +139,22 @@ const CIniFile::IniLine* CIniFile::FindKey(const IniLine* section, const char* k
     return nullptr;
 }
 
+std::vector<IniEntry> CIniFile::Entries() const {
+    std::vector<IniEntry> entries;
+    int number = 0;
+    for (const IniLine* line = m_lpLink; line != nullptr; line = line->next) {
+        ++number;
+        if (!line->IsSection() && line->NameLength() == 0) continue;
+        IniEntry entry{number, line->IsSection(), line->IsSection() && *line->nameEnd == ']',
+                       std::string(line->Name(), line->NameLength()), std::nullopt};
+        if (line->valueBegin != nullptr) {
+            entry.value = std::string(line->valueBegin, line->ValueLength());
+        }
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
 int CIniFile::GetValueStr(const char* section, const char* key, char* buf, int size) const {
     if (section == nullptr || key == nullptr) return Missing(buf, size);
     const IniLine* header = FindSection(section);

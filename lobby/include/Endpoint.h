@@ -1,11 +1,7 @@
 // Addresses in LobbyServer.cfg.
 #pragma once
 
-// A configured host:port.
-struct Endpoint {
-    char host[32] = {};
-    int port = 0;
-};
+#include "EndpointText.h"
 
 // Reads section/key of LobbyServer.cfg. False, with a sentence for the operator on standard
 // error, when the key is missing, longer than 31 characters or not of the form host:port.

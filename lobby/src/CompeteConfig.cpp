@@ -4,18 +4,18 @@
 
 #include "Common/IniFile.h"
 #include "Common/Log.h"
+#include "ConfigKeys.h"
 #include "Tools.h"
 
 namespace {
 
 constexpr long kReadInterval = 899;  // seconds; the schedule is read when more have passed
 constexpr char kSection[] = "compete_info";
-constexpr int kDefaultCompeteCost = 1000;
 
 // Reads "a,b,c", prints it under the heading and returns the number of entries.
 uint16_t ReadTurns(const CIniFile& file, const char* key, const char* heading,
                    std::vector<int32_t>& turns) {
-    char text[65] = {};  // up to 64 characters; a longer value reads as none
+    char text[KeyOf(kSection, "day_user_num").most + 1] = {};  // a longer value reads as none
     char separators[] = ",";
     file.GetValueStr(kSection, key, text, sizeof(text));
     turns.clear();
@@ -49,14 +49,12 @@ void CompeteConfig::ReadConfig() {
         __log(_ERROR, tag, "compete_info.cfg init failed");
         return;
     }
-    const auto number = [&file](const char* key, int defaultValue) {
-        return file.GetValueInt(kSection, key, defaultValue);
-    };
+    const auto number = [&file](const ConfigKey& key) { return ReadInt(file, key); };
 
-    m_iMonthOpenDay = number("month_open_day", 0);
-    m_iMonthOpenHour = number("month_open_hour", 0);
-    m_iMonthOpenMinute = number("month_open_minute", 0);
-    m_iMonthAwardCoin = number("month_award_coin", 0);
+    m_iMonthOpenDay = number(KeyOf(kSection, "month_open_day"));
+    m_iMonthOpenHour = number(KeyOf(kSection, "month_open_hour"));
+    m_iMonthOpenMinute = number(KeyOf(kSection, "month_open_minute"));
+    m_iMonthAwardCoin = number(KeyOf(kSection, "month_award_coin"));
     m_usMonthTurnNum = ReadTurns(file, "month_user_num", "month turn users:", m_vMonthTurnsUsers);
     SetCalcMonthMinute(m_iMonthOpenHour, m_iMonthOpenMinute);
     __log(_ALL, tag,
@@ -65,11 +63,11 @@ void CompeteConfig::ReadConfig() {
           m_iMonthOpenDay, m_iMonthOpenHour, m_iMonthOpenMinute, m_iMonthAwardCoin,
           m_iCalcMonthMinute, m_usMonthTurnNum);
 
-    m_iDayOpenHour = number("day_open_hour", 0);
-    m_iDayOpenMinute = number("day_open_minute", 0);
-    m_iDayAwardCoin = number("day_award_coin", 0);
-    m_usDayMaxFreeCount = static_cast<uint16_t>(number("day_max_free_count", 0));
-    m_iDayCompeteCostCoin = number("day_compete_cost_coin", kDefaultCompeteCost);
+    m_iDayOpenHour = number(KeyOf(kSection, "day_open_hour"));
+    m_iDayOpenMinute = number(KeyOf(kSection, "day_open_minute"));
+    m_iDayAwardCoin = number(KeyOf(kSection, "day_award_coin"));
+    m_usDayMaxFreeCount = static_cast<uint16_t>(number(KeyOf(kSection, "day_max_free_count")));
+    m_iDayCompeteCostCoin = number(KeyOf(kSection, "day_compete_cost_coin"));
     m_usDayTurnNum = ReadTurns(file, "day_user_num", "day turn users:", m_vDayTurnsUsers);
     SetCalcDayMinute(m_iDayOpenHour, m_iDayOpenMinute);
     __log(_ALL, tag,

@@ -9,20 +9,15 @@ void ComplainConfig(const char* section, const char* key, const char* what) {
 }
 
 bool ReadEndpoint(const char* section, const char* key, Endpoint& endpoint) {
-    char value[32] = {};
-    const int size = m_ConfigFile.GetValueStr(section, key, value, sizeof(value));
+    const int size = m_ConfigFile.GetValueStr(section, key, nullptr, 0);
     if (size == 0) {
         ComplainConfig(section, key, "missing; a host:port is needed");
         return false;
     }
-    // A value that does not fit is not copied at all.
-    if (size > static_cast<int>(sizeof(value))) {
-        ComplainConfig(section, key, "longer than the 31 characters allowed");
-        return false;
-    }
-    if (std::sscanf(value, "%31[^:]:%d", endpoint.host, &endpoint.port) != 2) {
-        ComplainConfig(section, key, "not of the form host:port");
-        return false;
-    }
-    return true;
+    std::string value(static_cast<size_t>(size), '\0');
+    m_ConfigFile.GetValueStr(section, key, value.data(), size);
+    value.pop_back();
+    const char* fault = ParseEndpoint(value, endpoint);
+    if (fault != nullptr) ComplainConfig(section, key, fault);
+    return fault == nullptr;
 }

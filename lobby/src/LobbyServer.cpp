@@ -6,6 +6,7 @@
 #include "CenterServerHandler.h"
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
@@ -73,12 +74,12 @@ void LobbyServer::CreateHandlers() {
 }
 
 void LobbyServer::InitializeNetwork() {
-    const int interval = m_ConfigFile.GetValueInt("network", "interval", 20);
-    const int timeout = m_ConfigFile.GetValueInt("network", "timeout", 120);
-    const int sendCount = m_ConfigFile.GetValueInt("network", "MAX_SEND_COUNT", 0);
-    const int recvCount = m_ConfigFile.GetValueInt("network", "MAX_RECV_COUNT", 0);
-    SetWakeup(m_ConfigFile.GetValueInt("network", "wakeup", 0) != 0);
-    m_iSendBulletinTime = m_ConfigFile.GetValueInt("init", "sendbulletintime", 30);
+    const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
+    const int timeout = ReadInt(m_ConfigFile, KeyOf("network", "timeout"));
+    const int sendCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_SEND_COUNT"));
+    const int recvCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_RECV_COUNT"));
+    SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
+    m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",
               "interval[%d], timeout[%d], sendthreadcount[%d], recvthreadcount[%d]", interval,

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Common/Log.h"
+#include "ConfigKeys.h"
 #include "Endpoint.h"
 #include "LobbyServer.h"
 
@@ -117,7 +118,7 @@ int64_t LobbyServer::StartLobbyService() {
               "m_ConfigFile.GetValueStr() 'addr' error !");
         return -1;
     }
-    const int maxConnection = m_ConfigFile.GetValueInt("listen", "maxconnection", 10000);
+    const int maxConnection = ReadInt(m_ConfigFile, KeyOf("listen", "maxconnection"));
     m_iPort = endpoint.port;
     RaiseDescriptorLimit(maxConnection);
     m_lpLobbyServer = Create(true, endpoint.host, static_cast<unsigned short>(endpoint.port), 0,
@@ -149,13 +150,13 @@ int64_t LobbyServer::StartLobbyService() {
 bool LobbyServer::ConnectRedis() {
     Endpoint endpoint;
     ReadEndpoint("Redis", "redis_server", endpoint);
-    char szPasswd[32] = {};
+    char szPasswd[KeyOf("Redis", "szPasswd").most + 1] = {};
     if (m_ConfigFile.GetValueStr("Redis", "szPasswd", szPasswd, sizeof(szPasswd)) >
         static_cast<int>(sizeof(szPasswd))) {
         ComplainConfig("Redis", "szPasswd", "longer than the 31 characters allowed");
     }
-    const int timeout = m_ConfigFile.GetValueInt("Redis", "timeout", 30);
-    const int queueSize = m_ConfigFile.GetValueInt("Redis", "msgque_size", 200);
+    const int timeout = ReadInt(m_ConfigFile, KeyOf("Redis", "timeout"));
+    const int queueSize = ReadInt(m_ConfigFile, KeyOf("Redis", "msgque_size"));
     const bool result =
         m_LobbyRedisServer.StartRedisServer(endpoint.host, endpoint.port, szPasswd, timeout);
     __log(_DEBUG, "LobbyServer::ConnectRedis",

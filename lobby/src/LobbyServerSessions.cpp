@@ -5,6 +5,7 @@
 
 #include "CenterServerHandler.h"
 #include "Common/Log.h"
+#include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
@@ -15,7 +16,7 @@
 
 namespace {
 
-constexpr size_t kSensitiveNameSize = 1024000;
+constexpr size_t kSensitiveNameSize = KeyOf("config", "SensitiveName").most + 1;
 
 }  // namespace
 
@@ -151,7 +152,7 @@ void LobbyServer::LoadSensitiveNames() {
 
 void LobbyServer::LoadDisabledUsers() {
     m_ConfigFileDiscUserID.InitFile("disconnectuserid.cfg");
-    const int count = m_ConfigFileDiscUserID.GetValueInt("disconnectcount", "usernum", 0);
+    const int count = ReadInt(m_ConfigFileDiscUserID, KeyOf("disconnectcount", "usernum"));
     for (int i = 0; i < count; ++i) {
         char key[32];
         std::snprintf(key, sizeof(key), "user%d", i);

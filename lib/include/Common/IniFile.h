@@ -2,7 +2,18 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <vector>
+
+// One line of an INI file as the look-ups understand it.
+struct IniEntry {
+    int line;  // from 1
+    bool section;
+    bool closed;                       // of a section line: the bracket's end is there
+    std::string name;                  // as it is spelled
+    std::optional<std::string> value;  // behind '='; of a section line, what follows the bracket
+};
 
 // Reads a small INI file into memory, indexes it by line and answers look-ups by section and key
 // (both without regard to ASCII case; the first section and the first key of a name win). Owns
@@ -56,6 +67,9 @@ class CIniFile {
     // GetKeyNames lists lines without '=' as well.
     int GetSectionNames(char* buf, int size) const;
     int GetKeyNames(const char* section, char* buf, int size) const;
+
+    // All lines but the empty ones, in order, for tools that look at a whole file.
+    std::vector<IniEntry> Entries() const;
 
   private:
     struct IniLine;

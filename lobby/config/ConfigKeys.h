@@ -1,0 +1,143 @@
+// Every key of the four configuration files: one row each.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+class CIniFile;
+
+// The one place that knows the keys. The lobby takes names and defaults from here, lobby_check
+// everything, so that the two cannot disagree; a test holds the tables of the documents and the
+// samples against it. A new key gets a row here first.
+// Thread: any; all of it is constant.
+
+enum class ConfigKind : unsigned char {
+    Integer,   // least to most
+    Endpoint,  // host:port, at most 31 characters
+    Text,      // least to most characters
+    FileName,  // a name without directories, least to most characters
+    Choice,    // one of `choices`, case-blind
+    Numbers,   // positive whole numbers separated by commas, at most `most` characters
+    Fragments  // texts separated by commas, at most `most` characters
+};
+
+struct ConfigKey {
+    const char* section;
+    const char* name;  // a trailing %d stands for any number: user%d
+    ConfigKind kind;
+    bool required;     // the lobby does not start, or not fully, without it
+    int defaultValue;  // of an Integer
+    int least;
+    int most;
+    const char* choices;  // "A|B|C"
+    const char* meaning;
+};
+
+struct ConfigFile {
+    const char* name;
+    std::span<const ConfigKey> keys;
+};
+
+namespace config_rows {
+
+consteval ConfigKey Int(const char* section, const char* name, int defaultValue, int least,
+                        int most, const char* meaning) {
+    return {section, name, ConfigKind::Integer, false, defaultValue, least, most, "", meaning};
+}
+
+consteval ConfigKey Flag(const char* section, const char* name, const char* meaning) {
+    return Int(section, name, 0, 0, 1, meaning);
+}
+
+consteval ConfigKey Address(const char* section, const char* name, const char* meaning,
+                            bool required = true) {
+    return {section, name, ConfigKind::Endpoint, required, 0, 0, 31, "", meaning};
+}
+
+consteval ConfigKey Characters(const char* section, const char* name, ConfigKind kind, int least,
+                               int most, const char* meaning) {
+    return {section, name, kind, false, 0, least, most, "", meaning};
+}
+
+consteval ConfigKey OneOf(const char* section, const char* name, const char* choices,
+                          const char* meaning) {
+    return {section, name, ConfigKind::Choice, false, 0, 0, 0, choices, meaning};
+}
+
+inline constexpr int kDay = 86400;
+inline constexpr int kBillion = 1'000'000'000;
+
+// Bounds are where a value stops making sense, not where the lobby stops accepting it: it takes
+// any number. Past 4999 clients the sweep for silent ones suspends the worker, by design.
+inline constexpr ConfigKey kLobbyServer[] = {
+    Int("network", "interval", 20, 1, kDay, "seconds between sweeps for silent clients"),
+    Int("network", "timeout", 120, 1, kDay, "seconds of silence that close a client"),
+    Int("network", "MAX_SEND_COUNT", 0, 0, 1'000'000,
+        "messages that may wait on one connection; 0: 100"),
+    Int("network", "MAX_RECV_COUNT", 0, 0, 1'000'000,
+        "received blocks of one connection that may wait; 0: 100"),
+    Flag("network", "wakeup", "1 wakes the worker when data arrives"),
+    Int("init", "sendbulletintime", 30, 1, kDay, "seconds between two bulletin broadcasts"),
+    Address("connect", "center_server", "center server"),
+    Address("connect", "bulletin_server", "web server"),
+    Address("connect", "queue_server", "queue server"),
+    Address("connect", "data_server", "data server"),
+    Address("connect", "config_server", "config server"),
+    Address("connect", "log_server", "log server"),
+    Address("listen", "addr", "where clients connect"),
+    Int("listen", "maxconnection", 10000, 1, 4999, "connection limit of the listener"),
+    Address("Redis", "redis_server", "registry of players online"),
+    Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
+    Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),
+    Int("Redis", "msgque_size", 200, 0, kBillion, "logged only"),
+    OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"),
+    Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
+};
+
+inline constexpr ConfigKey kSensitiveName[] = {
+    Characters("config", "SensitiveName", ConfigKind::Fragments, 0, 1'023'999,
+               "fragments that names must not contain"),
+};
+
+inline constexpr ConfigKey kDisabledUsers[] = {
+    Int("disconnectcount", "usernum", 0, 0, 1'000'000, "number of disabled accounts"),
+    Int("disconnect", "user%d", 0, 1, 2'147'483'647, "a disabled account; user0, user1, ..."),
+};
+
+inline constexpr ConfigKey kTournament[] = {
+    Int("compete_info", "month_open_day", 0, 0, 31, "day of the monthly tournament; 0: never"),
+    Int("compete_info", "month_open_hour", 0, 0, 23, "its hour"),
+    Int("compete_info", "month_open_minute", 0, 0, 59, "its minute"),
+    Int("compete_info", "month_award_coin", 0, 0, kBillion, "its award in coins"),
+    Characters("compete_info", "month_user_num", ConfigKind::Numbers, 0, 64,
+               "players that each of its rounds keeps"),
+    Int("compete_info", "day_open_hour", 0, 0, 23, "hour of the daily tournament"),
+    Int("compete_info", "day_open_minute", 0, 0, 59, "its minute"),
+    Int("compete_info", "day_award_coin", 0, 0, kBillion, "its award in coins"),
+    Int("compete_info", "day_max_free_count", 0, 0, 65535, "free entries per player"),
+    Int("compete_info", "day_compete_cost_coin", 1000, 0, kBillion, "coins of a paid entry"),
+    Characters("compete_info", "day_user_num", ConfigKind::Numbers, 0, 64,
+               "players that each of its rounds keeps"),
+};
+
+}  // namespace config_rows
+
+inline constexpr ConfigFile kConfigFiles[] = {
+    {"LobbyServer.cfg", config_rows::kLobbyServer},
+    {"SensitiveName.cfg", config_rows::kSensitiveName},
+    {"disconnectuserid.cfg", config_rows::kDisabledUsers},
+    {"compete_info.cfg", config_rows::kTournament},
+};
+
+// The row of a key. A key without a row does not compile. No section name stands in two files.
+consteval const ConfigKey& KeyOf(std::string_view section, std::string_view name) {
+    for (const ConfigFile& file : kConfigFiles) {
+        for (const ConfigKey& key : file.keys) {
+            if (section == key.section && name == key.name) return key;
+        }
+    }
+    throw "this key has no row in ConfigKeys.h";
+}
+
+// The value of an Integer key, its default when the file has none.
+int ReadInt(const CIniFile& file, const ConfigKey& key);
