@@ -66,6 +66,7 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     void DoNetMsg();
     DataBuffer* NextRecord();
+    void MeasurePass() const;
     void HandleRecord(const DataBuffer& record);
     void OnEstablished(EPOLLReceiver* receiver);
     void OnData(EPOLLReceiver* receiver, char* data, long length);
@@ -103,8 +104,9 @@ class EPOLLServer : public Epoll, public INetProvider {
     EPOLLReceiver* m_lpClientList = nullptr;
     EPOLLReceiver* m_lpClientTail = nullptr;
     long m_lClientCount = 0;
-    long m_lUptime = 0;     // seconds since boot, as of the last look at the queue
-    long m_lSweepTime = 0;  // seconds since boot
+    long m_lUptime = 0;          // seconds since boot, as of the last look at the queue
+    long m_lSweepTime = 0;       // seconds since boot
+    uint64_t m_ulPassBegin = 0;  // nanoseconds; 0 while nobody reads the counters
     bool m_bShutdownSwept = false;
     DataBuffer* m_lpBatch[kBatch];
     long m_lBatchCount = 0;

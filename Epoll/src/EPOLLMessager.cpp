@@ -9,6 +9,7 @@
 #include "Common/Log.h"
 #include "EPOLLBuffer.h"
 #include "Epoll.h"
+#include "Epoll/NetMetrics.h"
 #include "LogTag.h"
 
 namespace {
@@ -16,6 +17,10 @@ namespace {
 constexpr unsigned long kDefaultSendCount = 100;
 constexpr unsigned kGuardSeconds = 10;
 constexpr const char* kReadTag = "EPOLLMessage::OnReadCompleted";
+
+void CountBadMessage() {
+    if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::BadMessage);
+}
 
 }  // namespace
 
@@ -65,13 +70,16 @@ bool EPOLLMessager::OnMessage(char* message, long length) {
     std::memcpy(&header, message, sizeof(header));
     if (header.encode != ENCODE_NONE && length > HEADER_SIZE &&
         !Decode(message, length, header.encode)) {
+        CountBadMessage();
         m_lpCurrent->CloseContext();
         return false;
     }
     // The application sees the delivered length in host order, the rest of the header as it came.
     const auto delivered = static_cast<uint16_t>(length);
     std::memcpy(message + offsetof(tagMsgHeader, length), &delivered, sizeof(delivered));
-    m_lpGameProvider->OnNetMessage(m_lpCurrent->Node(), ntohs(header.type), message, length);
+    const uint16_t type = ntohs(header.type);
+    if (auto* metrics = g_NetMetrics.Get()) metrics->Of(m_lpCurrent->m_bAcceptClient).in.Add(type);
+    m_lpGameProvider->OnNetMessage(m_lpCurrent->Node(), type, message, length);
     return !m_lpCurrent->IsStopped();
 }
 
@@ -96,6 +104,7 @@ void EPOLLMessager::OnBadIdentity(const tagMsgHeader& header) {
           "type[%x]",
           Tag(), header.identity, MSG_IDENTITY, header.encode, header.length, header.version,
           static_cast<unsigned>(header.type));
+    CountBadMessage();
     m_lpCurrent->CloseContext();
 }
 
@@ -105,6 +114,7 @@ void EPOLLMessager::OnBadLength(long length) {
           "HEADER_SIZE(%d).",
           Tag(), static_cast<int>(length), static_cast<int>(BUFFER_SIZE),
           static_cast<int>(HEADER_SIZE));
+    CountBadMessage();
     m_lpCurrent->CloseContext();
 }
 

@@ -4,6 +4,7 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "LogTag.h"
 
@@ -107,6 +108,7 @@ void EPOLLServer::OnReadCompleted(EPOLLContext* context, void* buffer, long leng
           static_cast<unsigned>(receiver->m_ulAssociate), static_cast<int>(m_ulMaxRecvCount),
           static_cast<int>(queued));
     --receiver->m_lRecvCount;
+    if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::ReceiveRing);
     Buffers()->FreeBuffer(buffer);
     receiver->EPOLLConnection::CloseContext();  // what is queued is still delivered
 }
@@ -120,6 +122,7 @@ void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) 
     record->lpContext = static_cast<EPOLLReceiver*>(context);
     record->buffer = buffer;
     record->lLength = length;
+    if (auto* metrics = g_NetMetrics.Get()) metrics->recordsQueued.Add();
     m_lpNode->SetNode(&record, 1);
     if (m_bWakeup && m_bPausing.load() && m_bPausing.exchange(false)) ::sem_post(&m_semWake);
 }

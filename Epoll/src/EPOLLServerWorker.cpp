@@ -12,6 +12,7 @@
 #include "Common/Log.h"
 #include "Doorbell.h"
 #include "EPOLLServer.h"
+#include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "LogTag.h"
 #include "ThreadStack.h"
@@ -30,6 +31,12 @@ struct AddrText {
         ::inet_ntop(AF_INET, &addr.sin_addr, text, sizeof(text));
     }
 };
+
+uint64_t MonotonicNanos() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * kNanos + static_cast<uint64_t>(now.tv_nsec);
+}
 
 }  // namespace
 
@@ -51,6 +58,7 @@ void EPOLLServer::DoNetMsg() {
         // On every pass; the application paces itself.
         if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
         const bool swept = SweepIfDue(record == nullptr);
+        if (m_lBatchPos == m_lBatchCount) MeasurePass();
         if (record != nullptr && m_lBatchPos % kFlushEvery != 0) continue;
         Doorbell::Flush();
         if (!swept && record == nullptr) Pause();
@@ -82,9 +90,19 @@ DataBuffer* EPOLLServer::NextRecord() {
         m_lBatchPos = 0;
         m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
         m_lUptime = ClockUptime();
+        auto* metrics = g_NetMetrics.Get();
+        if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
+        m_ulPassBegin = metrics != nullptr ? MonotonicNanos() : 0;
         if (m_lBatchCount == 0) return nullptr;
     }
     return m_lpBatch[m_lBatchPos++];
+}
+
+// Once per look at the queue, not per record: reading the clock for each would cost too much.
+void EPOLLServer::MeasurePass() const {
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics == nullptr || m_ulPassBegin == 0) return;
+    metrics->pass.Add(MonotonicNanos() - m_ulPassBegin);
 }
 
 void EPOLLServer::HandleRecord(const DataBuffer& record) {
@@ -117,6 +135,7 @@ void EPOLLServer::OnEstablished(EPOLLReceiver* receiver) {
         ++m_lClientCount;
         receiver->m_lRecvTime = m_lUptime;
     }
+    if (auto* metrics = g_NetMetrics.Get()) metrics->clientsOpened.Add();
     if (!LogEnabled(_ALL)) return;
     const sockaddr_in& peer = receiver->m_addrRemote;
     __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x], context[%08x] %s:%d connected......... [%d]",
@@ -126,6 +145,7 @@ void EPOLLServer::OnEstablished(EPOLLReceiver* receiver) {
 
 void EPOLLServer::OnData(EPOLLReceiver* receiver, char* data, long length) {
     receiver->m_lRecvTime = m_lUptime;
+    if (auto* metrics = g_NetMetrics.Get()) metrics->bytesIn.Add(static_cast<uint64_t>(length));
     if (!receiver->IsStopped()) DispatchData(receiver, data, length);
     receiver->m_bFirstData = false;
 }
@@ -156,6 +176,7 @@ void EPOLLServer::HandShark(EPOLLReceiver* receiver, const char* request, long l
     // socket is new and has room; one that has not gets no second attempt from this thread.
     const long sent = receiver->SendWebSocketData(m_szResponse, size, size, false, nullptr);
     receiver->SetWebSocketStatus(WEBSOCKET_UPGRADED);
+    if (auto* metrics = g_NetMetrics.Get()) metrics->upgrades.Add();
     if (sent != size) CloseNode(receiver);
     // Where a proxy's client would be taken from; its address stays the proxy's on purpose.
     static_cast<void>(FindProxyAddress(m_mapHeader));
@@ -170,6 +191,10 @@ void EPOLLServer::OnFrames(EPOLLReceiver* receiver, char* data, long length) {
             return !receiver->IsStopped();
         });
     if (result == WebSocketStream::Result::Ok) return;
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics != nullptr && m_Request.get_opcode() != WEBSOCKET_OPCODE_CLOSE) {
+        metrics->CountClose(NetClose::BadFrame);
+    }
     constexpr int kCount = 1;
     const auto node = static_cast<unsigned>(receiver->m_ulAssociate);
     if (result == WebSocketStream::Result::CloseFirst) {
@@ -196,6 +221,8 @@ void EPOLLServer::CloseNode(EPOLLReceiver* receiver) {
 
 void EPOLLServer::CloseConnections(EPOLLReceiver* receiver, long /*count*/, long length) {
     if (receiver->m_bCallClosed) return;
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics != nullptr && receiver->m_bAcceptClient) metrics->clientsClosed.Add();
     const auto node = static_cast<unsigned>(receiver->m_ulAssociate);
     if (SweepsEnabled()) {
         if (!receiver->m_bAcceptClient) {
@@ -249,6 +276,7 @@ void EPOLLServer::Sweep(long now) {
         const bool shutdown = IsShutdown();
         if (shutdown || static_cast<unsigned long>(now - client->m_lRecvTime) >= timeout) {
             if (!shutdown && !client->IsClosed()) {
+                if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::Idle);
                 __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x] context[%08x], timeout[%d, %d]",
                       static_cast<unsigned>(client->m_ulAssociate), PtrTag(client),
                       static_cast<int>(m_ulInterval), static_cast<int>(timeout));

@@ -14,6 +14,7 @@
 
 #include "Common/Log.h"
 #include "EPOLLConnection.h"
+#include "Epoll/NetMetrics.h"
 
 namespace {
 
@@ -221,6 +222,7 @@ bool Epoll::AddAConnection(EPOLLContext* context, EPOLLContext* owner) {
     const unsigned long itself = context != owner ? 1 : 0;
     if (accept && limits->m_ulConnectionCount > limits->m_ulMaxConnections + itself) {
         accept = false;
+        if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::Limit);
         OnMaxLimitConnection(context, remote, accept);
     }
     if (!accept) {

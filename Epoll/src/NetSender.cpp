@@ -12,6 +12,7 @@
 #include "Common/Log.h"
 #include "Common/Thread.h"
 #include "EPOLLBuffer.h"
+#include "Epoll/NetMetrics.h"
 #include "LogTag.h"
 
 namespace {
@@ -26,6 +27,13 @@ tagSendBuffer* TakeBuffer() {
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+// The number of the first message in a filled buffer.
+uint16_t TypeOf(const tagSendBuffer* buffer) {
+    tagMsgHeader header;
+    std::memcpy(&header, buffer->szSendBuffer, sizeof(header));
+    return ntohs(header.type);
 }
 
 EPOLLBuffer* ContextOf(IPlayerNode* node) {
@@ -208,13 +216,21 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
         __log(_ALL, kTag, "node[%08x], has been closed", PtrTag(node));
         return false;
     }
+    auto* metrics = g_NetMetrics.Get();
     const long pending = context->m_lSendCount;
     if (pending >= m_ulMaxSendCount - 1) {
         __log(_ALL, kTag, "node[%08x], m_lMaxSendCount - 1 [%ld] <= send count[%ld]", PtrTag(node),
               m_ulMaxSendCount - 1, pending);
+        if (metrics != nullptr) metrics->CountClose(NetClose::SendRing);
         return false;
     }
+    // Counted first: the send thread may be done with the buffer before Push returns.
+    if (metrics != nullptr) {
+        metrics->messagesQueued.Add();
+        metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
+    }
     if (Push(context, buffer)) return true;
+    if (metrics != nullptr) metrics->messagesSettled.Add();
     __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));
     return false;
 }

@@ -12,6 +12,7 @@
 #include "Common/Log.h"
 #include "EPOLLBuffer.h"
 #include "Epoll.h"
+#include "Epoll/NetMetrics.h"
 #include "LogTag.h"
 #include "NetSender.h"
 #include "ThreadStack.h"
@@ -119,6 +120,8 @@ NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, lon
         done = 1;
         return Progress::Failed;
     }
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics != nullptr && sent > 0) metrics->bytesOut.Add(static_cast<uint64_t>(sent));
     done = m_Batch.Settle(std::max(sent, 0L), context->m_lSendPos);
     // Less than was offered: the socket is full.
     return done < m_Batch.Entries() ? Progress::Blocked : Progress::Sent;
@@ -126,6 +129,8 @@ NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, lon
 
 // Gives up the references of the oldest entries; what becomes free returns in one go.
 void NetSender::DropEntries(long count) {
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics != nullptr && count > 0) metrics->messagesSettled.Add(static_cast<uint64_t>(count));
     tagSendBuffer* first = nullptr;
     tagSendBuffer* last = nullptr;
     for (long i = 0; i < count; ++i) {

@@ -28,11 +28,20 @@ struct LinkMetrics {
     Counter drops;
 };
 
+struct LinkName {
+    ReconnectId id;
+    const char* key;  // in section connect of LobbyServer.cfg
+    const char* name;
+};
+inline constexpr LinkName LINK_NAMES[] = {
+    {RECONNECT_CENTER, "center_server", "center"}, {RECONNECT_WEB, "bulletin_server", "web"},
+    {RECONNECT_QUEUE, "queue_server", "queue"},    {RECONNECT_LOG, "log_server", "log"},
+    {RECONNECT_DATA, "data_server", "data"},       {RECONNECT_CONFIG, "config_server", "config"},
+};
+
 // The lobby's counters. Thread: any; mostly the message worker.
 struct LobbyMetrics {
     explicit LobbyMetrics(const TypePlaces& places) : throttled(places), rateLimited(places) {}
-
-    void CountRefusal(Refusal reason) { refusals[static_cast<size_t>(reason)].Add(); }
 
     std::array<Counter, 256> logins;  // by the code the client was told; 0 is success
     Counter sessions;                 // listed now: a level
@@ -45,3 +54,17 @@ struct LobbyMetrics {
 
 // Set before the lobby starts.
 inline MetricsSlot<LobbyMetrics> g_LobbyMetrics;
+
+// The counters of the link with that key; null for another key, and while nobody reads them.
+LinkMetrics* LinkMetricsOf(const char* key);
+
+// Count, while somebody reads the counters.
+inline void CountRefusal(Refusal reason) {
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->refusals[static_cast<size_t>(reason)].Add();
+}
+inline void CountThrottled(uint16_t type) {
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->throttled.Add(type);
+}
+inline void CountRateLimited(uint16_t type) {
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->rateLimited.Add(type);
+}

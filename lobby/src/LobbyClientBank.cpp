@@ -6,6 +6,7 @@
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
@@ -22,7 +23,8 @@ struct BankRequest {
     using Res = ResT;
 
     const char* tag;
-    uint16_t queueType;   // of the relayed request
+    uint16_t clientType;  // of the client's request
+    uint16_t queueType;   // of the relayed one
     uint16_t resultType;  // of an answer the lobby itself gives
     time_t LobbyPlayer::*stamp;
     bool answerTooSoon;
@@ -50,6 +52,7 @@ void FillSession(Trans& msg, const LobbyPlayer* player) {
 
 constexpr BankRequest<UserBankLoginReq, UserBankLoginReq_trans, LoginBankResult> kBankLogin = {
     .tag = "LobbyClientHandler::HandleBankLoginReq:",
+    .clientType = BANK_LOGIN_C2S,
     .queueType = BANK_LOGIN_L2Q,
     .resultType = BANK_LOGIN_S2C,
     .stamp = &LobbyPlayer::iLastBankLoginTime,
@@ -66,6 +69,7 @@ constexpr BankRequest<UserBankLoginReq, UserBankLoginReq_trans, LoginBankResult>
 
 constexpr BankRequest<GetBankCoinReq, GetBankCoinReq_trans, GetCoinResult> kGetCoin = {
     .tag = "LobbyClientHandler::HandleGetCoinReq:",
+    .clientType = BANK_GET_COIN_C2S,
     .queueType = BANK_GET_COIN_L2Q,
     .resultType = BANK_GET_COIN_S2C,
     .stamp = &LobbyPlayer::iLastGetCoinTime,
@@ -82,6 +86,7 @@ constexpr BankRequest<GetBankCoinReq, GetBankCoinReq_trans, GetCoinResult> kGetC
 
 constexpr BankRequest<SaveCoinReq, SaveCoinReq_trans, SaveCoinRes> kSaveCoin = {
     .tag = "LobbyClientHandler::HandleSaveCoinReq:",
+    .clientType = BANK_SAVE_COIN_C2S,
     .queueType = BANK_SAVE_COIN_L2Q,
     .resultType = BANK_SAVE_COIN_S2C,
     .stamp = &LobbyPlayer::iLastSaveCoinTime,
@@ -99,6 +104,7 @@ constexpr BankRequest<SaveCoinReq, SaveCoinReq_trans, SaveCoinRes> kSaveCoin = {
 constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBankPasswdRes>
     kModifyPasswd = {
         .tag = "LobbyClientHandler::HandleModifyBankPasswdReq:",
+        .clientType = BANK_MODIFY_PASSWD_C2S,
         .queueType = BANK_MODIFY_PASSWD_L2Q,
         .resultType = BANK_MODIFY_PASSWD_S2C,
         .stamp = &LobbyPlayer::iLastModifyPdTime,
@@ -137,6 +143,7 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
     if (gap < kBankGapSeconds) {
         __log(_ERROR, op.tag, op.tooSoonText, player->m_iUserID, static_cast<int>(gap),
               static_cast<int>(now), static_cast<int>(player->*op.stamp));
+        CountThrottled(op.clientType);
         if (op.answerTooSoon) answer(BANK_RESULT_TOO_SOON);
         return;
     }

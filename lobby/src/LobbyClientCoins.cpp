@@ -7,6 +7,7 @@
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
@@ -75,6 +76,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
     if (gap <= 0) {
         __log(_ERROR, tag, "Player[%d] operate bank is illegal---Gap Time [%d]", player->m_iUserID,
               static_cast<int>(gap));
+        CountThrottled(REFRESH_COIN_C2S);
         return;
     }
     player->iLastRefreshCoinTime = now;
@@ -202,6 +204,7 @@ int32_t LobbyClientHandler::DecideExchange(const LobbyPlayer* player, int32_t re
               "userid[%d] exchagecoin[%lld] to idrecv[%d] illegal, now[%lld] lasttime[%lld].",
               player->m_iUserID, coins, receiver, static_cast<long long>(now),
               static_cast<long long>(last));
+        CountThrottled(EXCHANGE_COIN_C2S);
         return EXCHANGE_TOO_SOON;
     }
     return 0;

@@ -5,6 +5,7 @@
 
 #include "BankInfoDef.h"
 #include "Common/Log.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "PublisherMsg.h"
@@ -70,6 +71,7 @@ bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, vo
     } else {
         __log(_ERROR, "LobbyClientHandler::OnNetMessage",
               "client  response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+        CountRefusal(Refusal::UnknownType);
     }
     return true;
 }
@@ -103,6 +105,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     if (player->m_iUserID <= 0) {
         __log(_ERROR, "LobbyClientHandler::OnLobbyClientConnectNotice", "userid [%d] error!!!!",
               player->m_iUserID);
+        CountRefusal(Refusal::BadUser);
         // Required: it is the newest listed session that is closed, not the refused one.
         if (m_lpLobbyPlayer != nullptr) m_lpLobbyServer->Close(m_lpLobbyPlayer);
         return;
@@ -111,6 +114,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
     m_lpLobbyPlayer = player;
     m_mapUserSessions[player->m_iUserID].push_back(player);
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Add();
 
     UserInfoReq req;
     ZeroMsg(req);
@@ -149,7 +153,8 @@ void LobbyClientHandler::Unlink(LobbyPlayer* player) {
 
     const auto entry = m_mapUserSessions.find(player->m_iUserID);
     if (entry == m_mapUserSessions.end()) return;
-    std::erase(entry->second, player);
+    const auto erased = std::erase(entry->second, player);
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Take(erased);
     if (entry->second.empty()) m_mapUserSessions.erase(entry);
 }
 

@@ -6,6 +6,7 @@
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
@@ -58,6 +59,7 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
     const time_t gap = now - player->iLastModifyPassWordTime;
     if (gap <= kPasswordGapSeconds) {
         answer(PASSWORD_TOO_SOON);
+        CountThrottled(MODIFY_PASSWORD_C2S);
         __log(_ERROR, tag, "Player[%d] operate bank is illegal---Gap Time [%d]", player->m_iUserID,
               static_cast<int>(gap));
         return;

@@ -9,6 +9,7 @@
 #include "Common/Log.h"
 #include "ConfigKeys.h"
 #include "Endpoint.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 
 namespace {
@@ -41,6 +42,15 @@ constexpr unsigned long kConnectTimeoutMs = 5000, kLinkConnections = 2000;
 
 }  // namespace
 
+LinkMetrics* LinkMetricsOf(const char* key) {
+    auto* metrics = g_LobbyMetrics.Get();
+    if (metrics == nullptr) return nullptr;
+    for (const LinkName& link : LINK_NAMES) {
+        if (std::strcmp(link.key, key) == 0) return &metrics->links[link.id];
+    }
+    return nullptr;
+}
+
 int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
                                    const std::function<void()>& onUp) {
     if (node != nullptr) return 0;
@@ -55,6 +65,7 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
                                   kConnectTimeoutMs, kLinkConnections, kIPv4, kStream, kTcp);
     if (created == nullptr) {
         ReportCreateFailure(name, endpoint, errno);
+        if (auto* metrics = LinkMetricsOf(name)) metrics->failures.Add();
         return -1;
     }
     std::lock_guard lock(m_lockLink);
@@ -95,6 +106,10 @@ bool LobbyServer::BringUp(const char* name, const Endpoint& endpoint, LinkNode& 
     __log(_DEBUG, "LobbyServer::ConnectServer",
           "connect '%s' success, host[%s], port[%d], node = %08x !", name, endpoint.host,
           endpoint.port, NodeTag(node));
+    if (auto* metrics = LinkMetricsOf(name)) {
+        metrics->connects.Add();
+        metrics->up = true;
+    }
     return true;
 }
 
@@ -106,6 +121,10 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, con
           NodeTag(node));
     // Down before the keeper hears of it, so that nobody sends on the closed node meanwhile.
     link = nullptr;
+    if (auto* metrics = g_LobbyMetrics.Get()) {
+        metrics->links[id].up = false;
+        metrics->links[id].drops.Add();
+    }
     m_Reconnect.SetParameter(this, id);
     return true;
 }

@@ -5,6 +5,7 @@
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "LogServerHandler.h"
 #include "QueueServerHandler.h"
@@ -20,8 +21,8 @@ constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
 constexpr long kSubscribeKeySeconds = 180;
 
-// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp, and
-// so does the first after the clock was set back.
+// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp,
+// and so does the first after the clock was set back.
 bool IsDue(std::optional<long>& stamp, long now, long period) {
     if (!stamp || now < *stamp) stamp = now;
     if (now - *stamp < period) return false;
@@ -37,6 +38,7 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
     } else if (type == CLIENT_FORBIDDEN_C2S) {
         __log(_WARN, "LobbyServer::OnNetMessage",
               "client response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+        CountRefusal(Refusal::ForbiddenType);
         Close(node);
     } else if (type == MSG_KEEP_ALIVE) {
         SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);

@@ -9,6 +9,7 @@
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "center_server_msg.h"
@@ -32,6 +33,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
     }
     if (m_iLobbyStopSwitch >= 1) {
         __log(_ERROR, tag, "lobby stop[%d] 停机维护", m_iLobbyStopSwitch);
+        CountRefusal(Refusal::Maintenance);
         Close(node);
         return;
     }
@@ -39,12 +41,14 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
         __log(_ERROR, tag, "node[0x%08x], buffer length is not match ! length[%d] != sizeof[%d]",
               NodeTag(node), static_cast<int>(length),
               static_cast<int>(sizeof(tagLobbyClientConnectNotice)));
+        CountRefusal(Refusal::BadLength);
         Close(node);
         return;
     }
     const auto notice = ReadMsg<tagLobbyClientConnectNotice>(data, length);
     if (IsDisabled(notice.iUserID)) {
         __log(_DEBUG, tag, "node[%x],iUserID = [%d] ---禁用账号!", NodeTag(node), notice.iUserID);
+        CountRefusal(Refusal::DisabledUser);
         Close(node);
         return;
     }
@@ -59,6 +63,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
 
 void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result) {
     if (node == nullptr) return;
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->logins[result].Add();
     const auto* player = static_cast<LobbyPlayer*>(node);
     LobbyAuthenRes answer;
     ZeroMsg(answer);
@@ -84,6 +89,7 @@ void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
     __log(_DEBUG,
           bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
           "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, NodeTag(player));
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->kickOuts.Add();
     LobbyKickOutNotice notice;
     ZeroMsg(notice);
     notice.iUserID = player->m_iUserID;

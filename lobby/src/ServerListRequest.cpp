@@ -3,6 +3,7 @@
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "LobbyClientHandler.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 
@@ -29,6 +30,7 @@ void LobbyClientHandler::HandleClientServerInfoReq(IPlayerNode* node, void* data
     if (now - player.iLastServerInfoReqTime <= kServerInfoPause) {
         __log(_ERROR, tag, "userid[%d] now[%lld] lasttime[%lld].", player.m_iUserID,
               static_cast<long long>(now), static_cast<long long>(player.iLastServerInfoReqTime));
+        CountThrottled(MSG_CLIENT_SERVER_INFO_REQ);
         return;
     }
     // Counts even when the site has no list and nothing is sent.

@@ -3,21 +3,41 @@
 #include <strings.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 
 #include "RedisPool.h"
+#include "xredis/RedisMetrics.h"
 
 namespace {
 
 constexpr unsigned int kMaxCacheTypes = 128;
 
+void CountFault(RedisFault fault) {
+    if (auto* metrics = g_RedisMetrics.Get()) metrics->CountFault(fault);
+}
+
+// The command on that connection, its duration counted.
+RedisReplyPtr Measured(RedisConn& conn, int argc, const std::string_view* argv) {
+    auto* metrics = g_RedisMetrics.Get();
+    if (metrics == nullptr) return conn.Command(argc, argv);
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    RedisReplyPtr reply = conn.Command(argc, argv);
+    metrics->latency.Add(
+        static_cast<uint64_t>(std::chrono::nanoseconds(Clock::now() - begin).count()));
+    return reply;
+}
+
 // Leaves the reason in `error` when the reply is none to work with.
 bool CheckReply(const redisReply* reply, std::string& error) {
     if (reply == nullptr) {
         error = "redis connection be closed";
+        CountFault(RedisFault::NoReply);
         return false;
     }
     if (reply->type == REDIS_REPLY_NIL || reply->type == REDIS_REPLY_ERROR) {
+        if (reply->type == REDIS_REPLY_ERROR) CountFault(RedisFault::Refused);
         error = reply->str != nullptr ? reply->str : "";
         return false;
     }
@@ -79,9 +99,10 @@ bool xRedisClient::Command(RedisDBIdx& index, int argc, const std::string_view* 
     RedisConnPtr conn = slice ? slice->GetConn(index.mIOFlag ? index.mIOtype : 0) : nullptr;
     if (!conn) {
         index.mStrerr = "get connection error";
+        CountFault(RedisFault::NoConnection);
         return false;
     }
-    const RedisReplyPtr reply = conn->Command(argc, argv);
+    const RedisReplyPtr reply = Measured(*conn, argc, argv);
     slice->FreeConn(std::move(conn), reply != nullptr);
     return CheckReply(reply.get(), index.mStrerr) && judge(*reply);
 }
