@@ -20,7 +20,6 @@
 namespace {
 
 constexpr unsigned kIdleUs = 1000;
-constexpr long kListGuard = 5000;
 constexpr long kNanos = 1000000000;
 constexpr long kFlushEvery = 16;
 
@@ -284,7 +283,7 @@ void EPOLLServer::Sweep(long now) {
             client->Shutdown(SHUT_RDWR);
             client->CloseContext();
         }
-        if (++visited % kListGuard == 0) {
+        if (++visited % SWEEP_GUARD == 0) {
             // A deliberate trap for a corrupted list.
             __log(_ERROR, "EPOLLServer::DoNetMsg", "iTestBug > 5000, count[%d]",
                   static_cast<int>(visited));

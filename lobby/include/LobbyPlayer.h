@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "Game/PlayerNode.h"
+#include "MessageLimits.h"
 
 // The session of one connection: who the player is after the connect notice, the account data the
 // queue server returned, and the time stamps that throttle requests.
@@ -65,6 +66,7 @@ class LobbyPlayer : public PlayerNode {
     char szOutAccount[64] = {};
     char szReserve3[64] = {};
     time_t m_tLastExchangeCoinTime = 0;
+    MessageLimits::Usage m_Usage;  // counts for the configured limits
 };
 
 enum LOGINTYPE : int8_t { LOGIN_LOBBY = 1, LOGIN_GAME = 2 };

@@ -19,6 +19,7 @@
 #include "LinkNode.h"
 #include "LobbyPlayer.h"
 #include "LobbyRedisServer.h"
+#include "MessageLimits.h"
 #include "PublisherMsg.h"
 #include "ReconnectService.h"
 #include "config_server_msg.h"
@@ -176,6 +177,12 @@ class LobbyServer : public GameProvider {
     void RunPeriodicJobs(long now);
     void RequestKeysWhenDue(long now);
     bool IsDisabled(int userID) const;
+    // Counts a client's message; true when it is beyond its limit and must not be handled. The
+    // back-end links have no limits.
+    bool IsOverLimit(IPlayerNode* node, unsigned short type);
+    bool IsLink(const IPlayerNode* node) const;
+    void ReadLimits();
+    void WarnOfSweepGuard(int maxConnection) const;
     void SendKickOut(LobbyPlayer* player, bool bStopSwitch);
     void LoadSensitiveNames();
     void LoadDisabledUsers();
@@ -189,6 +196,8 @@ class LobbyServer : public GameProvider {
     DataServerHandler* m_lpDataServerHandler = nullptr;  // deliberately never deleted
     std::unique_ptr<ConfigServerHandler> m_lpConfigServerHandler;
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
+
+    MessageLimits m_Limits;  // constant once constructed
 
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};

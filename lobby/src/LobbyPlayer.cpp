@@ -50,5 +50,6 @@ void LobbyPlayer::Initialize() {
     std::memset(szOutAccount, 0, sizeof(szOutAccount));
     std::memset(szReserve3, 0, sizeof(szReserve3));
     m_tLastExchangeCoinTime = 0;
+    m_Usage = {};
     m_ulPlayerNodeId.store(NextNodeId(), std::memory_order_release);
 }

@@ -45,6 +45,7 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
     }
     m_vcDisconnnetUserID.clear();
     loadSensitiveNameCfg();
+    ReadLimits();
     InitializeNetwork();
 }
 

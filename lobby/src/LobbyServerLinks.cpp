@@ -140,6 +140,7 @@ int64_t LobbyServer::StartLobbyService() {
     const int maxConnection = ReadInt(m_ConfigFile, KeyOf("listen", "maxconnection"));
     m_iPort = endpoint.port;
     RaiseDescriptorLimit(maxConnection);
+    WarnOfSweepGuard(maxConnection);
     m_lpLobbyServer = Create(true, endpoint.host, static_cast<unsigned short>(endpoint.port), 0,
                              maxConnection, kIPv4, kStream, kTcp);
     IPlayerNode* node = m_lpLobbyServer;

@@ -35,6 +35,8 @@ bool IsDue(std::optional<long>& stamp, long now, long period) {
 void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) {
     if (node == nullptr) {
         __log(_ERROR, "LobbyServer::OnNetMessage", "OnNetMessage lpPlayerNode == NULL");
+    } else if (!m_Limits.Empty() && IsOverLimit(node, type)) {
+        return;
     } else if (type == CLIENT_FORBIDDEN_C2S) {
         __log(_WARN, "LobbyServer::OnNetMessage",
               "client response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);

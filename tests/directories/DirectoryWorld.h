@@ -65,10 +65,12 @@ class DirectoryTest : public FolderTest {
 
     void SetUp() override {
         Write("LobbyServer.cfg",
-              "[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
-              "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
-              "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
-              "[listen]\naddr=127.0.0.1:9100\n[Redis]\nredis_server=127.0.0.1:1\ntimeout=1\n");
+              std::string(
+                  "[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
+                  "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
+                  "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
+                  "[listen]\naddr=127.0.0.1:9100\n[Redis]\nredis_server=127.0.0.1:1\ntimeout=1\n") +
+                  extraConfig);
         lobby = std::make_unique<LobbyServer>(net.Parts());
         net.Attach(lobby.get());
         ASSERT_EQ(lobby->Start(), 0);
@@ -122,6 +124,7 @@ class DirectoryTest : public FolderTest {
         return isUp();
     }
 
+    std::string extraConfig;  // further sections; set before SetUp
     MemoryNet net;
     std::unique_ptr<LobbyServer> lobby;
     std::map<int, std::vector<MemoryNet::Sent>> first;

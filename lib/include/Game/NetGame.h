@@ -63,6 +63,10 @@ class INetSender : public IObject {
     virtual void OnClosed(IPlayerNode* node) = 0;
 };
 
+// The sweep for silent clients takes so many of them for a damaged list and suspends the message
+// worker until a signal comes: an application admits fewer, or switches sweeps off.
+inline constexpr long SWEEP_GUARD = 5000;
+
 // The framework objects an application may bring along instead of the epoll ones, for tests that
 // run the application on a network in memory.
 struct NetParts {

@@ -1,0 +1,79 @@
+// The keys that switch extras on. Without them nothing here has an effect.
+#include <cstring>
+#include <vector>
+
+#include "CenterServerHandler.h"
+#include "Common/Clock.h"
+#include "Common/Log.h"
+#include "ConfigServerHandler.h"
+#include "DataServerHandler.h"
+#include "Endpoint.h"
+#include "LobbyServer.h"
+#include "LogServerHandler.h"
+#include "QueueServerHandler.h"
+#include "WebServerHandler.h"
+
+namespace {
+
+// Calls use(key) for every key of the section that is not switched off by a ';' or '#' before it.
+template <class Use>
+void ForEachKey(const char* section, Use use) {
+    const int size = m_ConfigFile.GetKeyNames(section, nullptr, 0);
+    std::vector<char> names(static_cast<size_t>(size) + 1);
+    m_ConfigFile.GetKeyNames(section, names.data(), size + 1);
+    for (const char* key = names.data(); *key != '\0'; key += std::strlen(key) + 1) {
+        if (*key != ';' && *key != '#') use(key);
+    }
+}
+
+void IgnoreValue(const char* section, const char* key, const char* value, const char* why) {
+    __log(_ERROR, "LobbyServer::LobbyServer", "[%s] '%s' = '%s' is ignored, %s !", section, key,
+          value, why);
+    ComplainConfig(section, key, why);
+}
+
+}  // namespace
+
+void LobbyServer::ReadLimits() {
+    ForEachKey("limits", [this](const char* key) {
+        char value[64] = {};
+        if (m_ConfigFile.GetValueStr("limits", key, value, sizeof(value)) == 0) return;
+        if (const char* fault = m_Limits.Add(key, value)) IgnoreValue("limits", key, value, fault);
+    });
+}
+
+bool LobbyServer::IsLink(const IPlayerNode* node) const {
+    return node == m_lpQueueServerHandler->m_lpQueueServer ||
+           node == m_lpDataServerHandler->m_lpDataServer ||
+           node == m_lpCenterServerHandler->m_lpCenterServer ||
+           node == m_lpWebServerHandler->m_lpWebServer ||
+           node == m_lpConfigServerHandler->m_lpConfigServer ||
+           node == m_lpLogServerHandler->m_lpLogServer;
+}
+
+bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
+    if (IsLink(node)) return false;
+    auto* player = static_cast<LobbyPlayer*>(node);
+    const auto [rule, first] = m_Limits.Count(player->m_Usage, type, ClockUptime());
+    if (rule == nullptr) return false;
+    const bool close = rule->action == MessageLimits::Action::Close;
+    if (first) {
+        __log(_WARN, "LobbyServer::OnNetMessage",
+              "node[0x%08x], userid[%d], type[0x%x] more than count[%d] in seconds[%d], %s",
+              NodeTag(node), player->m_iUserID, type, static_cast<int>(rule->count),
+              static_cast<int>(rule->seconds), close ? "closed" : "dropped");
+    }
+    if (close) Close(node);
+    return true;
+}
+
+void LobbyServer::WarnOfSweepGuard(int maxConnection) const {
+    if (m_ConfigFile.GetValueInt("log", "warnings", 0) == 0) return;
+    const int interval = m_ConfigFile.GetValueInt("network", "interval", 20);
+    // The listener admits one client more than its limit; without sweeps nothing is visited.
+    if (interval == -1 || maxConnection + 1L < SWEEP_GUARD) return;
+    __log(_WARN, "LobbyServer::StartLobbyService",
+          "maxconnection[%d] reaches the guard of the sweep: with [%ld] clients it suspends the "
+          "message worker, nobody is served until a signal comes",
+          maxConnection, SWEEP_GUARD);
+}

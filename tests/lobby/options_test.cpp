@@ -1,0 +1,165 @@
+// The keys of LobbyServer.cfg that switch extras on.
+#include "MessageLimits.h"
+#include "lobby_world.h"
+
+TEST(MessageLimits, TakesGoodLinesAndNamesTheFaultOfOthers) {
+    const struct {
+        const char *key, *value, *fault;
+    } cases[] = {{"0x00D5", "20/10s drop", nullptr},
+                 {"162", "1/1m CLOSE", nullptr},
+                 {"Any", "1000000/1440m  drop \t", nullptr},
+                 {"213", "20/10s drop", "second"},
+                 {"any", "1/1s drop", "second"},
+                 {"0x0", "1/1s drop", "type"},
+                 {"0x10000", "1/1s drop", "type"},
+                 {"0xD5x", "1/1s drop", "type"},
+                 {"login", "1/1s drop", "type"},
+                 {"1", "", "form"},
+                 {"1", "20", "form"},
+                 {"1", "20/10 drop", "form"},
+                 {"1", "20/10s", "form"},
+                 {"1", "20/10sdrop", "form"},
+                 {"1", "20/10s kick", "form"},
+                 {"1", "20/10s drop now", "form"},
+                 {"1", "-1/10s drop", "form"},
+                 {"1", "0/10s drop", "count"},
+                 {"1", "1000001/10s drop", "count"},
+                 {"1", "99999999999/10s drop", "form"},
+                 {"1", "1/0s drop", "window"},
+                 {"1", "1/86401s drop", "window"},
+                 {"1", "1/71582789m drop", "window"}};
+    MessageLimits limits;
+    for (const auto& row : cases) {
+        const char* fault = limits.Add(row.key, row.value);
+        const std::string found = fault != nullptr ? fault : "none";
+        EXPECT_NE(found.find(row.fault != nullptr ? row.fault : "none"), std::string::npos)
+            << row.key << "=" << row.value << ": " << found;
+    }
+    for (int type = 1; type <= 21; ++type)
+        EXPECT_EQ(limits.Add(std::to_string(type), "1/1s drop"), nullptr) << type;
+    EXPECT_NE(limits.Add("22", "1/1s drop"), nullptr);
+}
+
+TEST(MessageLimits, CountsPerTypeAndWindow) {
+    MessageLimits limits;
+    ASSERT_EQ(limits.Add("7", "2/10s drop"), nullptr);
+    ASSERT_EQ(limits.Add("any", "3/5s close"), nullptr);
+    MessageLimits::Usage usage;
+    // '.' within the limit, 'F' the first beyond it, 'x' a further one.
+    const struct {
+        long now;
+        uint16_t type;
+        char result;
+    } steps[] = {{100, 7, '.'}, {109, 7, '.'}, {109, 7, 'F'}, {109, 7, 'x'}, {109, 8, '.'},
+                 {110, 7, '.'}, {110, 9, '.'}, {111, 1, '.'}, {113, 8, 'F'}, {114, 8, '.'},
+                 {118, 8, '.'}, {119, 7, '.'}, {119, 7, 'F'}, {120, 7, '.'}, {131, 7, '.'}};
+    for (const auto& step : steps) {
+        const auto excess = limits.Count(usage, step.type, step.now);
+        EXPECT_EQ(excess.rule == nullptr ? '.'
+                  : excess.first         ? 'F'
+                                         : 'x',
+                  step.result)
+            << step.now << ": " << step.type;
+    }
+}
+
+namespace {
+
+class LimitsTest : public LobbyTest {
+  protected:
+    LimitsTest() {
+        extraConfig =
+            "[limits]\n; a line of text\n;0xF0F1=1/1s close\n0xF0F1=3/10s drop\n0x9002=2/10s "
+            "close\n"
+            "0xZZ=1/1s drop\nany=nonsense\n";
+    }
+    size_t EchoesOf(IPlayerNode* node, int count) {
+        for (int i = 0; i < count; ++i)
+            DeliverBytes(node, 0xF0F1, std::string(8, '\0'));
+        return Received(node).size();
+    }
+};
+
+size_t Count(const std::string& log, const std::string& text) {
+    size_t count = 0;
+    for (size_t at = 0; (at = log.find(text, at)) != std::string::npos; at += text.size())
+        ++count;
+    return count;
+}
+
+}  // namespace
+
+TEST_F(LimitsTest, DropsWhatIsBeyondAndLogsItOnce) {
+    LobbyPlayer *player = Online(1), *other = Online(2);
+    const std::string log = LogOf([&] { EXPECT_EQ(EchoesOf(player, 6), 3u); });
+    EXPECT_EQ(Count(log, "type[0xf0f1] more than count[3] in seconds[10], dropped\x1b"), 1u) << log;
+    EXPECT_EQ(EchoesOf(other, 3), 3u);
+    EXPECT_EQ(EchoesOf(Link(QUEUE), 9), 9u) << "links have no limits";
+    g_testNow += 9;
+    EXPECT_EQ(EchoesOf(player, 1), 0u);
+    g_testNow += 1;
+    EXPECT_EQ(EchoesOf(player, 4), 3u);
+    // The next connection on the same record begins anew.
+    net.Hangup(player);
+    IPlayerNode* next = net.Connect();
+    ASSERT_EQ(next, player);
+    EXPECT_EQ(EchoesOf(next, 4), 3u);
+    EXPECT_FALSE(net.IsClosed(next));
+}
+
+TEST_F(LimitsTest, ClosesWhatIsBeyond) {
+    LobbyPlayer* player = Online(1);
+    for (int i = 0; i < 2; ++i) {
+        DeliverBytes(player, 0x9002, std::string(12, '\0'));
+        EXPECT_FALSE(net.IsClosed(player));
+    }
+    const std::string log = LogOf([&] { DeliverBytes(player, 0x9002, std::string(12, '\0')); });
+    EXPECT_TRUE(Has(log, "userid[1], type[0x9002] more than count[2] in seconds[10], closed"));
+    EXPECT_TRUE(net.IsClosed(player));
+}
+
+TEST_F(LimitsTest, FaultyLinesAreNamedAndIgnored) {
+    lobby.reset();
+    MemoryNet again;
+    testing::internal::CaptureStderr();
+    const std::string log = LogOf([&] { LobbyServer second(again.Parts()); });
+    const std::string errors = testing::internal::GetCapturedStderr();
+    for (const char* fault :
+         {"'0xZZ' = '1/1s drop' is ignored, ", "'any' = 'nonsense' is ignored, "})
+        EXPECT_TRUE(Has(log, fault)) << log;
+    EXPECT_EQ(Count(log, " !\x1b"), 2u);
+    EXPECT_EQ(Count(errors, "section [limits]"), 2u) << errors;
+}
+
+// What is off by default changes nothing.
+TEST_F(LobbyTest, NoLimitsUnlessConfigured) {
+    LobbyPlayer* player = Online(1);
+    for (int i = 0; i < 2000; ++i)
+        DeliverBytes(player, 0xF0F1, std::string(8, '\0'));
+    EXPECT_EQ(Received(player).size(), 2000u);
+}
+
+TEST_F(LobbyTest, WarnsAtStartOfALimitThatReachesTheSweepsGuard) {
+    lobby.reset();
+    const struct {
+        const char *log, *listen, *network;
+        bool warns;
+    } cases[] = {{"warnings=1\n", "maxconnection=4999\n", "", true},
+                 {"warnings=1\n", "maxconnection=4998\n", "", false},
+                 {"warnings=1\n", "", "", true},
+                 {"warnings=1\n", "", "interval=-1\n", false},
+                 {"warnings=0\n", "maxconnection=4999\n", "", false},
+                 {"", "", "", false}};
+    for (const auto& row : cases) {
+        Write("LobbyServer.cfg", std::string("[listen]\naddr=127.0.0.1:9100\n") + row.listen +
+                                     "[network]\n" + row.network + "[log]\n" + row.log);
+        MemoryNet again;
+        const std::string log = LogOf([&] {
+            LobbyServer second(again.Parts());
+            again.Attach(&second);
+            EXPECT_EQ(second.StartLobbyService(), 0);
+        });
+        EXPECT_EQ(Has(log, "reaches the guard of the sweep: with [5000] clients"), row.warns)
+            << row.log << row.listen << row.network << log;
+    }
+}
