@@ -18,12 +18,13 @@ enum class ConfigKind : unsigned char {
     FileName,  // a name without directories, least to most characters
     Choice,    // one of `choices`, case-blind
     Numbers,   // positive whole numbers separated by commas, at most `most` characters
+    Limit,     // of a message type, see MessageLimits::Add; the key is the type
     Fragments  // texts separated by commas, at most `most` characters
 };
 
 struct ConfigKey {
     const char* section;
-    const char* name;  // a trailing %d stands for any number: user%d
+    const char* name;  // a trailing %d stands for any number: user%d; * for any key
     ConfigKind kind;
     bool required;     // the lobby does not start, or not fully, without it
     int defaultValue;  // of an Integer
@@ -68,7 +69,8 @@ inline constexpr int kDay = 86400;
 inline constexpr int kBillion = 1'000'000'000;
 
 // Bounds are where a value stops making sense, not where the lobby stops accepting it: it takes
-// any number. Past 4999 clients the sweep for silent ones suspends the worker, by design.
+// any number. At 5000 clients the sweep for silent ones suspends the worker, by design; one more
+// than maxconnection is admitted.
 inline constexpr ConfigKey kLobbyServer[] = {
     Int("network", "interval", 20, 1, kDay, "seconds between sweeps for silent clients"),
     Int("network", "timeout", 120, 1, kDay, "seconds of silence that close a client"),
@@ -85,13 +87,17 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Address("connect", "config_server", "config server"),
     Address("connect", "log_server", "log server"),
     Address("listen", "addr", "where clients connect"),
-    Int("listen", "maxconnection", 10000, 1, 4999, "connection limit of the listener"),
+    Int("listen", "maxconnection", 10000, 1, 4998, "connection limit of the listener"),
     Address("Redis", "redis_server", "registry of players online"),
     Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),
     Int("Redis", "msgque_size", 200, 0, kBillion, "logged only"),
     OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"),
     Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
+    Flag("log", "json", "1 writes every line also as JSON to a file beside"),
+    Flag("log", "warnings", "1 warns at start when maxconnection reaches the sweep's guard"),
+    Characters("limits", "*", ConfigKind::Limit, 0, 63,
+               "most messages of a type per connection and window"),
 };
 
 inline constexpr ConfigKey kSensitiveName[] = {

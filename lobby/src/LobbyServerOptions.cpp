@@ -5,9 +5,11 @@
 #include "CenterServerHandler.h"
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "Endpoint.h"
+#include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "LogServerHandler.h"
 #include "QueueServerHandler.h"
@@ -56,6 +58,7 @@ bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
     auto* player = static_cast<LobbyPlayer*>(node);
     const auto [rule, first] = m_Limits.Count(player->m_Usage, type, ClockUptime());
     if (rule == nullptr) return false;
+    CountRateLimited(type);
     const bool close = rule->action == MessageLimits::Action::Close;
     if (first) {
         __log(_WARN, "LobbyServer::OnNetMessage",
@@ -68,8 +71,8 @@ bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
 }
 
 void LobbyServer::WarnOfSweepGuard(int maxConnection) const {
-    if (m_ConfigFile.GetValueInt("log", "warnings", 0) == 0) return;
-    const int interval = m_ConfigFile.GetValueInt("network", "interval", 20);
+    if (ReadInt(m_ConfigFile, KeyOf("log", "warnings")) == 0) return;
+    const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
     // The listener admits one client more than its limit; without sweeps nothing is visited.
     if (interval == -1 || maxConnection + 1L < SWEEP_GUARD) return;
     __log(_WARN, "LobbyServer::StartLobbyService",
