@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and is missing. Works as root or with sudo.
-# Usage: scripts/install-deps.sh [run|test]   run: build and demo; test: also the browser tests
+# Usage: scripts/install-deps.sh [run|test]   run: build and demo; test: also what tests need
 set -euo pipefail
 
 mode=${1:-run}
@@ -9,7 +9,7 @@ packages=(build-essential cmake ninja-build pkg-config git ca-certificates procp
           libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libwebsockets-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
-    packages+=(chromium)
+    packages+=(chromium tshark)
 fi
 
 missing=()

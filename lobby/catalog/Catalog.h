@@ -89,8 +89,10 @@ std::string Describe(Direction direction, std::span<const uint8_t> message);
 // The fields of a message as one JSON object, texts as strings, 64-bit numbers as numbers.
 std::string DescribeJson(Direction direction, std::span<const uint8_t> message);
 
-// The protocol document and the machine-readable dump of the same.
+// The protocol document, the machine-readable dump of the same, and the tables of the dissector in
+// tools/wireshark.
 std::string Markdown();
 std::string Json();
+std::string Lua();
 
 }  // namespace catalog
