@@ -69,10 +69,9 @@ inline constexpr int kDay = 86400;
 inline constexpr int kBillion = 1'000'000'000;
 
 // Bounds are where a value stops making sense, not where the lobby stops accepting it: it takes
-// any number. At 5000 clients the sweep for silent ones suspends the worker, by design; one more
-// than maxconnection is admitted.
+// any number.
 inline constexpr ConfigKey kLobbyServer[] = {
-    Int("network", "interval", 20, 1, kDay, "seconds between sweeps for silent clients"),
+    Int("network", "interval", 20, -1, kDay, "seconds between sweeps for silent clients; -1: none"),
     Int("network", "timeout", 120, 1, kDay, "seconds of silence that close a client"),
     Int("network", "MAX_SEND_COUNT", 0, 0, 1'000'000,
         "messages that may wait on one connection; 0: 100"),
@@ -87,7 +86,7 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Address("connect", "config_server", "config server"),
     Address("connect", "log_server", "log server"),
     Address("listen", "addr", "where clients connect"),
-    Int("listen", "maxconnection", 10000, 1, 4998, "connection limit of the listener"),
+    Int("listen", "maxconnection", 10000, 1, 1'000'000, "connection limit of the listener"),
     Address("Redis", "redis_server", "registry of players online"),
     Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),

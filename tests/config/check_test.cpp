@@ -1,0 +1,189 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "ConfigCheck.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const fs::path kTree = SOURCE_TREE;
+
+std::string Content(const fs::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+class Check : public testing::Test {
+  protected:
+    Check() {
+        std::string path = (fs::temp_directory_path() / "checkXXXXXX").string();
+        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory");
+        m_directory = path;
+        for (const ConfigFile& file : kConfigFiles)
+            fs::copy_file(kTree / "deploy/config" / file.name, m_directory / file.name);
+    }
+    ~Check() override { fs::remove_all(m_directory); }
+
+    void Write(const std::string& name, const std::string& text) {
+        std::ofstream(m_directory / name, std::ios::binary) << text;
+    }
+    // Puts `to` in the place of `from`, with which a line must begin.
+    void Change(const std::string& name, const std::string& from, const std::string& to) {
+        std::string text = Content(m_directory / name);
+        const size_t at = text.find("\n" + from);
+        ASSERT_NE(at, std::string::npos) << from;
+        Write(name, text.replace(at + 1, from.size(), to));
+    }
+    std::vector<std::string> Problems() const {
+        std::vector<std::string> lines;
+        for (const check::Problem& problem : check::CheckDirectory(m_directory))
+            lines.push_back(TextOf(problem));
+        return lines;
+    }
+    int Run(const std::string& arguments) const {
+        const std::string command = std::string(LOBBY_CHECK_BINARY) + " " + arguments + " >" +
+                                    (m_directory / "out").string() + " 2>&1";
+        const int status = std::system(command.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    fs::path m_directory;
+};
+
+TEST_F(Check, SamplesAreClean) {
+    EXPECT_THAT(Problems(), IsEmpty());
+}
+
+TEST_F(Check, OneFaultOneProblem) {
+    const std::string longText(32, 'a');
+    const struct {
+        const char* file;
+        std::string from;
+        std::string to;
+        std::string problem;  // part of the only one
+    } kRows[] = {
+        {"LobbyServer.cfg", "interval=20", "interval=20 ; s", "not a whole number: \"20 ; s\""},
+        {"LobbyServer.cfg", "interval=20", "interval=", "not a whole number"},
+        {"LobbyServer.cfg", "interval=20", "interval=-2", "-2 is out of range: -1 to 86400"},
+        {"LobbyServer.cfg", "timeout=120", "timeout=99999999999999999999", "not a whole number"},
+        {"LobbyServer.cfg", "wakeup=0", "wakeup=2", "key \"wakeup\": 2 is out of range: 0 to 1"},
+        {"LobbyServer.cfg", "maxconnection=4900", "maxconnection=4999",
+         "4999 is too much: at 5000"},
+        {"LobbyServer.cfg", "maxconnection=4900", "", "missing, and its default 10000 is too"},
+        {"LobbyServer.cfg", "interval=20", "intervall=20", "\"intervall\": unknown key"},
+        {"LobbyServer.cfg", "interval=20", "interval 20", "without an equals sign"},
+        {"LobbyServer.cfg", "wakeup=0", "wakeup=0\nINTERVAL=9", "\"INTERVAL\": repeated; only"},
+        {"LobbyServer.cfg", "[init]", "[init", "section [init]: the closing bracket is missing"},
+        {"LobbyServer.cfg", "[init]", "[init] ; x", "section [init]: what follows the bracket"},
+        {"LobbyServer.cfg", "[init]", "[Init]\n[inti]\nx=1\n[iNit]\nx=1\n[init]", ""},
+        {"LobbyServer.cfg", "[network]", "stray=1\n[network]", "before the first section"},
+        {"LobbyServer.cfg", "[log]", "[logs]", "section [logs]: unknown section"},
+        {"LobbyServer.cfg", "center_server=127.0.0.1:9101", "",
+         "LobbyServer.cfg: section [connect], key \"center_server\": missing; a host:port"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=9100", "not of the form host:port"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=::1:9100", "not of the form host:port"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=1.2.3:9100", "not an IPv4 address: 1.2.3"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=*:9100", "neither an IPv4 address nor"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:65536", "port 65536 is out of range"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:0", "port 0 is out of range"},
+        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:80 ;x", "port not a whole number"},
+        {"LobbyServer.cfg", "log_server=127.0.0.1:9106", "log_server=" + longText + ":1",
+         "longer than the 31 characters"},
+        {"LobbyServer.cfg", "szPasswd=", "szPasswd=" + longText, "32 characters; at most 31"},
+        {"LobbyServer.cfg", "szPasswd=", "szPasswd=a ", "ends in a blank"},
+        {"LobbyServer.cfg", "level=WARN", "level=INFO", "not one of ALL|DEBUG|WARN|ERROR"},
+        {"LobbyServer.cfg", "level=WARN", "level=WARN ", "not one of ALL|DEBUG|WARN|ERROR"},
+        {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=a/b", "without directories"},
+        {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=", "empty"},
+        {"LobbyServer.cfg", "[limits]", "[limits]\n0x10=0/1s drop", "a count is 1 to 1000000"},
+        {"LobbyServer.cfg", "[limits]", "[limits]\n16=1/1s drop\n0x10=1/1s drop",
+         "key \"0x10\": a second limit for this type"},
+        {"SensitiveName.cfg", "SensitiveName=admin,", "SensitiveName=admin, ",
+         "SensitiveName.cfg:4: section [config], key \"SensitiveName\": blanks beside a comma"},
+        {"SensitiveName.cfg", "SensitiveName=", "SensitiveName=" + std::string(1023990, 'x'),
+         "characters; at most 1023999 are read, and nothing"},
+        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser0=7",
+         "\"user0\": is not read, for usernum is 0"},
+        {"disconnectuserid.cfg", "usernum=0", "usernum=1", "\"user0\": missing, for usernum is 1"},
+        {"disconnectuserid.cfg", "usernum=0", "usernum=x", "not a whole number: \"x\""},
+        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser=1", "unknown key"},
+        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser00=1", "unknown key"},
+        {"compete_info.cfg", "month_open_day=28", "month_open_day=32", "out of range: 0 to 31"},
+        {"compete_info.cfg", "day_user_num=64,", "day_user_num=64,x", "not a whole number"},
+        {"compete_info.cfg", "day_user_num=64,", "day_user_num=9,8,7,64,", "9 rounds; clients"},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.to);
+        Change(row.file, row.from, row.to);
+        if (row.problem.empty()) {  // the row of sections
+            EXPECT_THAT(Problems(), ElementsAre(HasSubstr("[inti]: unknown section"),
+                                                HasSubstr("[iNit]: repeated; only the first"),
+                                                HasSubstr("[init]: repeated; only the first")));
+        } else {
+            EXPECT_THAT(Problems(), ElementsAre(HasSubstr(row.problem)));
+        }
+        fs::copy_file(kTree / "deploy/config" / row.file, m_directory / row.file,
+                      fs::copy_options::overwrite_existing);
+    }
+}
+
+// What the lobby reads as meant is no problem.
+TEST_F(Check, HarmlessVariations) {
+    Change("LobbyServer.cfg", "interval=20", "\t INTERVAL = 20 \r\n;timeout=x\n# a remark = 1");
+    EXPECT_THAT(Problems(), IsEmpty());
+    Change("LobbyServer.cfg", "\t INTERVAL = 20", "interval=-1");
+    Change("LobbyServer.cfg", "maxconnection=4900", "maxconnection=20000");
+    EXPECT_THAT(Problems(), IsEmpty());
+    Change("LobbyServer.cfg", "redis_server=127.0.0.1:6379", "redis_server=redis-1.lan: 6379");
+    EXPECT_THAT(Problems(), IsEmpty());
+    Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=2\n[disconnect]\nuser1=5\nUser0=6");
+    EXPECT_THAT(Problems(), IsEmpty());
+    Change("compete_info.cfg", "day_user_num=64,", "day_user_num= 64, ");
+    EXPECT_THAT(Problems(), IsEmpty());
+}
+
+TEST_F(Check, FilesThatCannotBeRead) {
+    fs::remove(m_directory / "LobbyServer.cfg");
+    fs::remove(m_directory / "disconnectuserid.cfg");
+    fs::create_directory(m_directory / "disconnectuserid.cfg");
+    Write("SensitiveName.cfg", "");
+    EXPECT_THAT(Problems(),
+                ElementsAre("LobbyServer.cfg: cannot be read: No such file or directory",
+                            "SensitiveName.cfg: is empty", "disconnectuserid.cfg: is a directory"));
+}
+
+TEST_F(Check, ExitStatus) {
+    EXPECT_EQ(Run(m_directory), 0);
+    EXPECT_EQ(Run(m_directory / "absent"), 2);
+    EXPECT_EQ(Run("--unknown"), 2);
+    EXPECT_EQ(Run("--keys"), 0);
+    Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=x\n");
+    EXPECT_EQ(Run(m_directory), 1);
+    EXPECT_EQ(Content(m_directory / "out"),
+              "disconnectuserid.cfg:2: section [disconnectcount], key \"usernum\": not a whole "
+              "number: \"x\"\n");
+}
+
+TEST(Keys, AreInTheSamples) {
+    for (const ConfigFile& file : kConfigFiles) {
+        const std::string sample = Content(kTree / "deploy/config" / file.name);
+        for (const ConfigKey& key : file.keys) {
+            const std::string name =
+                std::string(key.name).substr(0, std::string(key.name).find_first_of("%*"));
+            EXPECT_TRUE(sample.find(name) != std::string::npos) << file.name << " " << key.name;
+        }
+    }
+}
+
+}  // namespace

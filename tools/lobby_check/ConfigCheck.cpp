@@ -1,0 +1,266 @@
+// Lines, sections and keys.
+#include "ConfigCheck.h"
+
+#include <strings.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <set>
+#include <system_error>
+
+#include "Common/IniFile.h"
+#include "Game/NetGame.h"
+#include "MessageLimits.h"
+
+namespace check {
+
+namespace {
+
+bool Same(const std::string& a, const char* b) {
+    return strcasecmp(a.c_str(), b) == 0;
+}
+
+std::string Lower(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+// The number in "user12" for the pattern "user%d"; -1 when the name does not fit. Numbers are
+// spelled as the lobby builds them: no leading zeros.
+long NumberIn(const std::string& name, const char* pattern) {
+    const size_t stem = std::strlen(pattern) - 2;  // without %d
+    if (std::strcmp(pattern + stem, "%d") != 0) return -1;
+    const std::string digits = name.size() > stem ? name.substr(stem) : "";
+    if (strncasecmp(name.c_str(), pattern, stem) != 0 || digits.empty() || digits.size() > 9 ||
+        digits.find_first_not_of("0123456789") != std::string::npos) {
+        return -1;
+    }
+    const long number = std::stol(digits);
+    return std::to_string(number) == digits ? number : -1;
+}
+
+bool IsPattern(const ConfigKey& key) {
+    return std::strpbrk(key.name, "%*") != nullptr;
+}
+
+bool Fits(const ConfigKey& key, const std::string& name) {
+    if (std::strcmp(key.name, "*") == 0) return true;
+    return IsPattern(key) ? NumberIn(name, key.name) >= 0 : Same(name, key.name);
+}
+
+// Writers put remarks behind a semicolon or a hash, keys switched off included; the lobby reads
+// them as keys that nobody asks for.
+bool IsRemark(const IniEntry& entry) {
+    return !entry.section && (entry.name[0] == ';' || entry.name[0] == '#');
+}
+
+// Walks one file line by line, as the lobby's look-ups would see it. Lives for one call.
+class FileCheck {
+  public:
+    FileCheck(const ConfigFile& file, std::vector<Problem>& problems)
+        : m_file(file), m_problems(problems) {}
+
+    void Run(const CIniFile& content) {
+        for (const IniEntry& entry : content.Entries()) {
+            if (entry.section) {
+                Section(entry);
+            } else if (!IsRemark(entry)) {
+                Key(entry);
+            }
+        }
+        Missing();
+        SweepGuard();
+        DisabledUsers();
+    }
+
+  private:
+    enum class Place { BeforeSections, Known, Ignored };
+
+    void Report(int line, const std::string& section, const std::string& key, std::string reason) {
+        m_problems.push_back({m_file.name, line, section, key, std::move(reason)});
+    }
+
+    void Section(const IniEntry& entry) {
+        m_section = entry.name;
+        m_place = Place::Ignored;
+        if (!entry.closed) Report(entry.line, m_section, "", "the closing bracket is missing");
+        if (entry.value && !entry.value->empty()) {
+            Report(entry.line, m_section, "", "what follows the bracket is not read");
+        }
+        bool known = false;
+        for (const ConfigKey& key : m_file.keys)
+            known = known || Same(m_section, key.section);
+        if (!known) {
+            Report(entry.line, m_section, "", "unknown section");
+        } else if (!m_sections.insert(Lower(m_section)).second) {
+            Report(entry.line, m_section, "", "repeated; only the first is read");
+        } else {
+            m_place = Place::Known;
+        }
+    }
+
+    void Key(const IniEntry& entry) {
+        if (m_place == Place::Ignored) return;  // told once, at the section
+        if (m_place == Place::BeforeSections) {
+            Report(entry.line, "", entry.name, "stands before the first section, is not read");
+            return;
+        }
+        const ConfigKey* key = Find(entry.name);
+        if (!entry.value) {
+            Report(entry.line, m_section, key != nullptr ? entry.name : "",
+                   "a line without an equals sign is not read");
+        } else if (key == nullptr) {
+            Report(entry.line, m_section, entry.name, "unknown key");
+        } else if (const std::string name = Lower(m_section + "/" + entry.name);
+                   !m_values.emplace(name, Value{entry.line, *entry.value}).second) {
+            Report(entry.line, m_section, entry.name, "repeated; only the first is read");
+        } else if (const std::string fault = Fault(*key, entry); !fault.empty()) {
+            Report(entry.line, m_section, entry.name, fault);
+        }
+    }
+
+    std::string Fault(const ConfigKey& key, const IniEntry& entry) {
+        std::string fault = FaultOf(key, *entry.value);
+        if (fault.empty() && key.kind == ConfigKind::Limit) {
+            // Each limit counts with the ones before it.
+            if (const char* wrong = m_limits.Add(entry.name, *entry.value)) fault = wrong;
+        }
+        return fault;
+    }
+
+    const ConfigKey* Find(const std::string& name) const {
+        for (const ConfigKey& key : m_file.keys) {
+            if (Same(m_section, key.section) && Fits(key, name)) return &key;
+        }
+        return nullptr;
+    }
+
+    void Missing() {
+        for (const ConfigKey& key : m_file.keys) {
+            if (IsPattern(key) || Has(key.section, key.name)) continue;
+            if (key.required) {
+                Report(0, key.section, key.name, "missing; a host:port is needed");
+            } else if (key.kind == ConfigKind::Integer &&
+                       (key.defaultValue < key.least || key.defaultValue > key.most)) {
+                const std::string value = std::to_string(key.defaultValue);
+                Report(0, key.section, key.name, "missing, and its default " + FaultOf(key, value));
+            }
+        }
+    }
+
+    // Too many clients for the sweep that closes silent ones, unless there are no sweeps. The
+    // listener admits one client more than its limit.
+    void SweepGuard() {
+        if (!Same(m_file.name, "LobbyServer.cfg")) return;
+        const std::optional<long> interval = NumberOf(KeyOf("network", "interval"));
+        const std::optional<long> most = NumberOf(KeyOf("listen", "maxconnection"));
+        if (!interval || !most || *interval == -1 || *most + 1 < SWEEP_GUARD) return;
+        const bool given = Has("listen", "maxconnection");
+        Report(given ? m_values.at("listen/maxconnection").line : 0, "listen", "maxconnection",
+               (given ? "" : "missing, and its default ") + std::to_string(*most) +
+                   " is too much: at " + std::to_string(SWEEP_GUARD) +
+                   " clients the sweep for silent ones suspends the lobby");
+    }
+
+    // The number the lobby would use; none when the file's is at fault, which was reported.
+    std::optional<long> NumberOf(const ConfigKey& key) const {
+        const auto found = m_values.find(Lower(std::string(key.section) + "/" + key.name));
+        if (found == m_values.end()) return key.defaultValue;
+        if (!FaultOf(key, found->second.text).empty()) return std::nullopt;
+        return std::stol(found->second.text);
+    }
+
+    bool Has(const std::string& section, const std::string& key) const {
+        return m_values.contains(Lower(section + "/" + key));
+    }
+
+    // usernum says how many of user0, user1, ... are read.
+    void DisabledUsers() {
+        const long users = NumberOf(KeyOf("disconnectcount", "usernum")).value_or(-1);
+        if (users < 0) return;
+        const std::string because = ", for usernum is " + std::to_string(users);
+        long read = 0;
+        for (const auto& [name, value] : m_values) {
+            if (name.rfind("disconnect/", 0) != 0) continue;
+            const std::string key = name.substr(name.find('/') + 1);
+            if (NumberIn(key, "user%d") < users) {
+                ++read;
+            } else {
+                Report(value.line, "disconnect", key, "is not read" + because);
+            }
+        }
+        for (long i = 0; i < users && read < users; ++i) {
+            const std::string key = "user" + std::to_string(i);
+            if (Has("disconnect", key)) continue;
+            ++read;
+            Report(0, "disconnect", key, "missing" + because);
+        }
+    }
+
+    struct Value {
+        int line;
+        std::string text;
+    };
+
+    const ConfigFile& m_file;
+    std::vector<Problem>& m_problems;
+    std::string m_section;
+    Place m_place = Place::BeforeSections;
+    MessageLimits m_limits;
+    std::set<std::string> m_sections;       // lower case
+    std::map<std::string, Value> m_values;  // lower case "section/key"
+};
+
+// Why a file cannot be read; empty when it can.
+std::string Unreadable(const std::filesystem::path& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) return "is a directory";
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return std::string("cannot be read: ") + std::strerror(errno);
+    return file.peek() == std::ifstream::traits_type::eof() ? "is empty" : "";
+}
+
+}  // namespace
+
+std::string TextOf(const Problem& problem) {
+    std::string text = problem.file;
+    if (problem.line > 0) text += ":" + std::to_string(problem.line);
+    text += ": ";
+    if (!problem.section.empty()) text += "section [" + problem.section + "]";
+    if (!problem.section.empty() && !problem.key.empty()) text += ", ";
+    if (!problem.key.empty()) text += "key \"" + problem.key + "\"";
+    if (!problem.section.empty() || !problem.key.empty()) text += ": ";
+    return text + problem.reason;
+}
+
+std::vector<Problem> CheckFile(const ConfigFile& file, const std::filesystem::path& directory) {
+    std::vector<Problem> problems;
+    const std::filesystem::path path = directory / file.name;
+    if (const std::string reason = Unreadable(path); !reason.empty()) {
+        problems.push_back({file.name, 0, "", "", reason});
+        return problems;
+    }
+    CIniFile content;
+    if (content.InitFile(path.c_str()) == 0) {
+        problems.push_back({file.name, 0, "", "", "cannot be read"});
+        return problems;
+    }
+    FileCheck(file, problems).Run(content);
+    return problems;
+}
+
+std::vector<Problem> CheckDirectory(const std::filesystem::path& directory) {
+    std::vector<Problem> all;
+    for (const ConfigFile& file : kConfigFiles) {
+        for (Problem& problem : CheckFile(file, directory))
+            all.push_back(std::move(problem));
+    }
+    return all;
+}
+
+}  // namespace check
