@@ -97,7 +97,7 @@ TEST_F(DirectoryTest, FailedWebConnectStillTriesToRegister) {
 }
 
 TEST_F(DirectoryTest, CenterNoticesOfTheWrongSizeCloseTheLink) {
-    net.failCreatePort = CENTER;  // the link is opened by hand below
+    net.failCreatePort = CENTER;  // a closed link stays closed until it has been looked at
     auto& handler = *lobby->GetCenterServerHandler();
     const struct {
         uint16_t type;
@@ -122,8 +122,8 @@ TEST_F(DirectoryTest, CenterNoticesOfTheWrongSizeCloseTheLink) {
             EXPECT_EQ(Has(log, c.line), off > 0) << log;
             if (!closes) continue;
             net.Settle();
-            net.failCreatePort = 0;
-            handler.ConnectServer();
+            net.failCreatePort = 0;  // the keeper opens it again
+            ASSERT_TRUE(WaitForLink(CENTER));
             net.failCreatePort = CENTER;
         }
     }
