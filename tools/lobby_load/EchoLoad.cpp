@@ -35,6 +35,7 @@ void EchoLoad::OnAllTried() {
         if (link->IsOpen()) m_open.push_back(link.get());
     }
     if (m_open.empty()) return Stop();
+    if (m_settings.stopped) m_stopped.emplace(m_settings.host, m_settings.port);
     BeginMeasuring();
     m_sendBegin = Loop::Now();
     if (m_settings.rate > 0) return SendDue();
@@ -79,6 +80,13 @@ void EchoLoad::OnDrained(Link& link) {
         link.Flush();
     }
     line.owed = 0;
+}
+
+void EchoLoad::OnMeasureEnd(Result& result) {
+    if (!m_stopped) return;
+    const size_t held = m_stopped->HeldByServer();
+    if (held == 0) Fail("the stopped reader held nothing up");
+    result.Add("stopped_reader_bytes_held", static_cast<double>(held));
 }
 
 void EchoLoad::OnLost(Link& link, const char* why) {

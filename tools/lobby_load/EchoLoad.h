@@ -1,7 +1,10 @@
 // Echoes: closed loop with so many in flight per connection, or open loop at a fixed rate.
 #pragma once
 
+#include <optional>
+
 #include "Load.h"
+#include "StoppedReader.h"
 
 // Points in time, oldest first: when each message under way on a connection should have been
 // sent. Grows as needed and stays so.
@@ -35,6 +38,7 @@ class EchoLoad : public Load {
     void OnMessage(Link& link, uint16_t type, std::string_view message) override;
     void OnDrained(Link& link) override;
     void OnLost(Link& link, const char* why) override;
+    void OnMeasureEnd(Result& result) override;
 
     void Send(Link& link, Nanos intended);
     // The open loop: everything due by now, over the connections in turn.
@@ -43,6 +47,7 @@ class EchoLoad : public Load {
     std::string m_message;
     std::vector<Line> m_lines;
     std::vector<Link*> m_open;  // open loop: those in turn
+    std::optional<StoppedReader> m_stopped;
     size_t m_turn = 0;
     Nanos m_sendBegin = 0;
     uint64_t m_sendCount = 0;

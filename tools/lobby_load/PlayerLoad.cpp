@@ -40,7 +40,7 @@ void PlayerLoad::OnMessage(Link& link, uint16_t type, std::string_view message) 
         return OnAnswer(link, player, message);
     }
     if (type == LOBBY_KICK_OUT_S2C) return Fail("kicked out");
-    ++m_pushes;
+    OnPush(link, type, message);
 }
 
 void PlayerLoad::OnLoginAnswer(Link& link, Player& player, std::string_view message) {

@@ -16,6 +16,14 @@ class PlayerLoad : public Load {
     // Throws std::invalid_argument on a bad mix.
     explicit PlayerLoad(const Settings& settings);
 
+  protected:
+    void OnAllTried() override;
+    void OnMeasureEnd(Result& result) override;
+    void OnOwnTimer(uint64_t token, Nanos due) override;
+    // A message that answers nothing the player asked.
+    virtual void OnPush(Link&, uint16_t /*type*/, std::string_view /*message*/) { ++m_pushes; }
+    void AddLoginFigures(Result& result);
+
   private:
     enum class State : uint8_t { Offline, LoggingIn, Idle, Waiting };
     struct Player {
@@ -34,14 +42,10 @@ class PlayerLoad : public Load {
     void OnLost(Link& link, const char* why) override;
     void OnMessage(Link& link, uint16_t type, std::string_view message) override;
     void OnLoginAnswer(Link& link, Player& player, std::string_view message);
-    void OnAllTried() override;
     void OnSecond() override;
-    void OnMeasureEnd(Result& result) override;
     void LogInAgain(Link& link, const std::string& why);
-    void AddLoginFigures(Result& result);
 
     // Operations (PlayerRun.cpp).
-    void OnOwnTimer(uint64_t token, Nanos due) override;
     void BecomeIdle(size_t index);
     void ServeBacklog();
     void Start(size_t index, Nanos intended);

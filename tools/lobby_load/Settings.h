@@ -23,6 +23,7 @@ struct Settings {
     uint32_t inFlight = 1;  // per connection
     double rate = 0;        // messages or operations per second over all; 0: closed loop
     uint32_t rounds = 20;   // broadcasts
+    bool stopped = false;   // beside a WebSocket client that does not read
 
     // Players.
     int32_t firstUser = 20001;
@@ -32,4 +33,5 @@ struct Settings {
     double think = 0;     // seconds between two operations of a player, on average
     double timeout = 10;  // for every answer
     uint32_t seed = 1;
+    uint16_t control = 0;  // the simulator's control port, for bulletins
 };

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "BroadcastLoad.h"
+#include "BulletinLoad.h"
 #include "CycleLoad.h"
 #include "EchoLoad.h"
 #include "IdleLoad.h"
@@ -62,6 +63,7 @@ void DeclareModes(CLI::App& app, Settings& settings) {
         ->check(CLI::Range(1, 10000))
         ->capture_default_str();
     echo->add_option("--rate", settings.rate, "messages per second over all connections");
+    echo->add_flag("--stopped", settings.stopped, "beside a WebSocket client that does not read");
     DeclareEcho(*app.add_subcommand("cycle", "connect, one echo, close"), settings);
     DeclareEcho(*app.add_subcommand("idle", "connections that do nothing"), settings);
     app.add_subcommand("broadcast", "one message to all (lobby_echo only)")
@@ -75,6 +77,11 @@ void DeclareModes(CLI::App& app, Settings& settings) {
     players->add_option("--think", settings.think, "seconds between a player's operations");
     players->add_option("--mix", settings.mix, "name=weight,... of " + OperationNames());
     players->add_option("--seed", settings.seed);
+    CLI::App* bulletins = app.add_subcommand("bulletins", "five bulletins to all players");
+    DeclarePlayers(*bulletins, settings);
+    bulletins->add_option("--control", settings.control, "the simulator's control port")
+        ->required();
+    bulletins->add_option("--rounds", settings.rounds)->capture_default_str();
 }
 
 std::unique_ptr<Load> Make(const Settings& settings) {
@@ -82,6 +89,7 @@ std::unique_ptr<Load> Make(const Settings& settings) {
     if (settings.mode == "cycle") return std::make_unique<CycleLoad>(settings);
     if (settings.mode == "idle") return std::make_unique<IdleLoad>(settings);
     if (settings.mode == "broadcast") return std::make_unique<BroadcastLoad>(settings);
+    if (settings.mode == "bulletins") return std::make_unique<BulletinLoad>(settings);
     return std::make_unique<PlayerLoad>(settings);
 }
 

@@ -1,0 +1,97 @@
+#include "BulletinLoad.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <stdexcept>
+
+#include "Game/NetMessage.h"
+#include "MsgView.h"
+#include "web_server_msg.h"
+
+namespace {
+
+constexpr uint16_t kBulletins = 5;
+
+constexpr Nanos kQuiet = 30 * kSecond;  // a lobby closes who is silent for long
+
+// True when the server answered every command before it closed.
+bool AllAnswered(int fd) {
+    std::string answers;
+    std::array<char, 512> buffer{};
+    for (ssize_t got = 0; (got = recv(fd, buffer.data(), buffer.size(), 0)) > 0;)
+        answers.append(buffer.data(), static_cast<size_t>(got));
+    int done = 0;
+    for (size_t at = 0; (at = answers.find("ok\n", at)) != std::string::npos; ++at)
+        ++done;
+    return done == kBulletins;
+}
+
+// One write, so that no tick of the lobby finds only some of them.
+void Announce(uint16_t port, uint32_t round) {
+    std::string commands;
+    for (int i = 0; i < kBulletins; ++i)
+        commands += "bulletin priority round " + std::to_string(round) + "\n";
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool done = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+                      send(fd, commands.data(), commands.size(), MSG_NOSIGNAL) ==
+                          static_cast<ssize_t>(commands.size()) &&
+                      shutdown(fd, SHUT_WR) == 0 && AllAnswered(fd);
+    close(fd);
+    if (!done) throw std::runtime_error("the simulator's control port does not answer");
+}
+
+}  // namespace
+
+void BulletinLoad::OnAllTried() {
+    m_got.resize(m_links.size());
+    Stay();
+    BeginMeasuring();
+}
+
+void BulletinLoad::OnOwnTimer(uint64_t token, Nanos due) {
+    if (token == kStay) return Stay();
+    if (token != kRound) return PlayerLoad::OnOwnTimer(token, due);
+    if (!Measuring()) return;
+    m_awaited = m_links.size();
+    m_first = 0;
+    Announce(m_settings.control, ++m_round);
+}
+
+void BulletinLoad::Stay() {
+    tagMsgHeader message{};
+    for (const auto& link : m_links) {
+        link->Send(MSG_KEEP_ALIVE, &message, sizeof(message));
+        link->Flush();
+    }
+    After(Loop::Now() + kQuiet, kStay);
+}
+
+void BulletinLoad::OnPush(Link& link, uint16_t type, std::string_view message) {
+    if (type != MSG_CLIENT_BULLETIN || m_round == 0) return;
+    const auto count = ReadItem<uint16_t>(message.data(), static_cast<long>(message.size()),
+                                          offsetof(WinBulletinNotice, usBulletNum), 0);
+    if (count != kBulletins || message.size() != sizeof(WinBulletinNotice)) {
+        return Fail("bulletins not whole");
+    }
+    if (++m_got[link.Index()] != m_round) return Fail("bulletins out of turn");
+    if (m_first == 0) m_first = Loop::Now();
+    if (--m_awaited > 0) return;
+    Complete("bulletins", m_first);
+    if (m_round < m_settings.rounds) return After(Loop::Now() + kSecond / 10, kRound);
+    EndMeasuring();
+    Stop();
+}
+
+void BulletinLoad::OnMeasureEnd(Result& result) {
+    if (m_round < m_settings.rounds || m_awaited > 0) Fail("rounds missing");
+    AddLoginFigures(result);
+    result.Add("rounds", m_round);
+}

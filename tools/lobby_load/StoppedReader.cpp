@@ -1,0 +1,96 @@
+#include "StoppedReader.h"
+
+#include <arpa/inet.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+
+#include "Game/NetMessage.h"
+#include "Link.h"
+#include "WebSocketClient.h"
+
+namespace {
+
+// More than the kernel takes for a client with a small window, less than the sample configuration
+// lets wait.
+constexpr size_t kEchoes = 7000;
+constexpr size_t kEchoFrame = 2 + sizeof(tagMsgHeader);
+
+bool Upgrade(int fd) {
+    const std::string_view request = websocket::UpgradeRequest();
+    if (send(fd, request.data(), request.size(), MSG_NOSIGNAL) < 0) return false;
+    std::string answer;
+    std::array<char, 512> buffer{};
+    for (;;) {
+        size_t size = 0;
+        const auto state = websocket::ReadUpgrade(answer, size);
+        if (state != websocket::Upgrade::Incomplete) return state == websocket::Upgrade::Accepted;
+        const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
+        if (got <= 0) return false;
+        answer.append(buffer.data(), static_cast<size_t>(got));
+    }
+}
+
+// What the server's socket towards our port holds unsent or unacknowledged; -1 without socket.
+long KernelHolds(uint16_t ownPort) {
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    while (std::getline(table, line)) {
+        unsigned local = 0, remote = 0, state = 0;
+        unsigned long queued = 0;
+        if (std::sscanf(line.c_str(), " %*d: %*x:%x %*x:%x %x %lx", &local, &remote, &state,
+                        &queued) == 4 &&
+            remote == ownPort && state == 1) {
+            return static_cast<long>(queued);
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+StoppedReader::StoppedReader(const std::string& host, uint16_t port)
+    : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const int small = 4096;
+    setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &small, sizeof(small));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    inet_pton(AF_INET, host.c_str(), &address.sin_addr);
+    sockaddr_in own{};
+    socklen_t size = sizeof(own);
+    if (connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+        getsockname(m_fd, reinterpret_cast<sockaddr*>(&own), &size) != 0 || !Upgrade(m_fd)) {
+        close(m_fd);
+        throw std::runtime_error("the stopped reader was refused");
+    }
+    m_ownPort = ntohs(own.sin_port);
+    tagMsgHeader echo;
+    FillHeader(&echo, MSG_KEEP_ALIVE, sizeof(echo));
+    std::string frames;
+    for (size_t i = 0; i < kEchoes; ++i)
+        websocket::AppendFrame(frames, {reinterpret_cast<const char*>(&echo), sizeof(echo)});
+    for (std::string_view rest = frames; !rest.empty();) {
+        const ssize_t sent = send(m_fd, rest.data(), rest.size(), MSG_NOSIGNAL);
+        if (sent <= 0) break;  // HeldByServer tells
+        rest.remove_prefix(static_cast<size_t>(sent));
+    }
+}
+
+StoppedReader::~StoppedReader() {
+    close(m_fd);
+}
+
+size_t StoppedReader::HeldByServer() const {
+    int arrived = 0;
+    const long inKernel = KernelHolds(m_ownPort);
+    if (inKernel < 0 || ioctl(m_fd, FIONREAD, &arrived) != 0) return 0;
+    const long held = static_cast<long>(kEchoes * kEchoFrame) - inKernel - arrived;
+    return held > 0 ? static_cast<size_t>(held) : 0;
+}
