@@ -56,7 +56,8 @@ class EPOLLBuffer : public EPOLLReceiver {
     std::atomic<long> m_lSendCount{0};         // entries pending; changed under m_lockSend
 
     EPOLLBuffer* m_lpNextReady = nullptr;  // list of the sender; its owner is whoever links
-    std::atomic<bool> m_bReady{false};     // in that list
+    std::atomic<bool> m_bReady{false};     // in that list, or set aside
+    long m_lResumeTime = 0;                // uptime at which what was set aside goes on
 
     // Send thread only.
     long m_lSendPos = 0;      // bytes of the current buffer already sent

@@ -62,7 +62,8 @@ class NetSender : public INetSender {
     Progress SendEntries(EPOLLBuffer* context, long count, long& done);
     void DropEntries(long count);
     void ReleaseClosed(EPOLLBuffer* context);
-    void GuardSleep();
+    void SetAside(EPOLLBuffer* context);
+    void ResumeAside();
 
     // Closed connections whose peers do not read.
     void LinkClosing(EPOLLBuffer* context);    // any thread; m_lockClosing is held
@@ -82,6 +83,7 @@ class NetSender : public INetSender {
     // Send thread only: the entries being written.
     tagSendBuffer* m_lpEntries[SendBatch::kMaxEntries];
     SendBatch m_Batch;
+    EPOLLBuffer* m_lpAside = nullptr;  // rings under the brake
 
     std::mutex m_lockClosing;                // behind a context's m_lockSend
     EPOLLBuffer* m_lpClosingList = nullptr;  // guarded by m_lockClosing

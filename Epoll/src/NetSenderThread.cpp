@@ -44,6 +44,7 @@ void NetSender::OnSend() {
             if (context != nullptr) Drain(context);  // the doorbell has none
         }
         DrainReady();
+        if (m_lpAside != nullptr) ResumeAside();
         if (m_lClosing > 0) GiveUpClosed();
     }
     events.reset();
@@ -78,8 +79,8 @@ void NetSender::Drain(EPOLLBuffer* context) {
         if (count == 0) return;
         if (++passes > kPassGuard) {
             __log(_ERROR, "NetSender::OnSend", "iTestBug > 5000");
-            passes = 0;
-            GuardSleep();
+            SetAside(context);
+            return;
         }
         if (m_lpEntries[0] == nullptr) {
             ReleaseClosed(context);
@@ -153,11 +154,25 @@ void NetSender::ReleaseClosed(EPOLLBuffer* context) {
     m_lpNetProvider->ReleaseContext(context);
 }
 
-// A deliberate brake for a ring gone mad; it does not hold up the end of the thread.
-void NetSender::GuardSleep() {
-    constexpr int kSliceMs = 100;
-    for (int i = 0; i < kGuardSeconds * 1000 / kSliceMs && !m_bExit; ++i) {
-        ::usleep(kSliceMs * 1000);
+// A deliberate brake for a ring gone mad: nothing is sent from it for a while. The thread itself
+// goes on, or any peer that lets thousands of messages pile up could silence all the others.
+void NetSender::SetAside(EPOLLBuffer* context) {
+    context->m_bReady = true;
+    context->m_lResumeTime = ClockUptime() + kGuardSeconds;
+    context->m_lpNextReady = std::exchange(m_lpAside, context);
+}
+
+void NetSender::ResumeAside() {
+    const long now = ClockUptime();
+    EPOLLBuffer* next = std::exchange(m_lpAside, nullptr);
+    while (next != nullptr) {
+        EPOLLBuffer* context = std::exchange(next, next->m_lpNextReady);
+        if (now < context->m_lResumeTime && !context->Reactor()->IsShutdown()) {
+            context->m_lpNextReady = std::exchange(m_lpAside, context);
+            continue;
+        }
+        context->m_bReady = false;
+        Drain(context);
     }
 }
 
@@ -200,7 +215,7 @@ void NetSender::GiveUpClosed() {
 }
 
 bool NetSender::IsHopeless(EPOLLBuffer* context, long now) const {
-    if (context->m_bReady) return false;  // its turn comes
+    if (context->m_bReady) return false;  // its turn comes, perhaps after its brake
     constexpr long kShutdownGrace = 1;
     const auto age = static_cast<unsigned long>(now - context->m_lCloseTime);
     Epoll* reactor = context->Reactor();

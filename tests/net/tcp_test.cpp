@@ -242,6 +242,34 @@ TEST(Tcp, AClosedPeerThatNeverReadsIsGivenUpAfterTheIdleTimeout) {
     EXPECT_TRUE(WaitFor([&] { return server.Released() == 1; }));
 }
 
+// A peer that let thousands of messages pile up and then reset its connection put the send thread
+// to sleep, and everyone went without answers for ten seconds.
+TEST(Tcp, TheBrakeOfTheSendThreadHoldsOnlyTheRingGoneMad) {
+    HandClock clock;
+    TestServer server;
+    std::atomic<bool> queued{false};
+    server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
+        char body[4096] = {};
+        for (int i = 0; type == 2 && i < 8000; ++i)
+            server.SendData(node, 5, body, sizeof(body), 0);
+        queued = true;
+        if (type != 2) server.SendData(node, type, data, length, 0);
+    };
+    server.Listen({.send = 8192});
+    Client stuck(server.port, 4096), other(server.port);
+    stuck.Send(Message(2));
+    ASSERT_TRUE(WaitFor([&] { return queued.load(); }));
+    stuck.Reset();
+    ASSERT_TRUE(WaitFor([&] { return server.closes == 1; }));
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(Echoes(other));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
+    EXPECT_EQ(server.Released(), 0);
+    clock.Advance(10);
+    EXPECT_TRUE(WaitFor([&] { return server.Released() == 1; }));
+}
+
 TEST(Tcp, NothingIsDeliveredBehindAClose) {
     TestServer server;
     std::atomic<int> seen{0};
