@@ -19,6 +19,8 @@ bin=$PWD/build/release/bin
 web=$PWD/web
 
 work=$(mktemp -d)
+# shellcheck source=scripts/servers.sh
+. scripts/servers.sh
 pids=()
 finish() {
     status=$?
@@ -39,31 +41,6 @@ title() { printf '\n\e[1m%s\e[0m\n' "$*"; }
 say() { printf '  %s\n' "$*"; }
 fail() { printf 'demo: %s\n' "$*" >&2; exit 1; }
 
-is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
-free_port() {
-    local port
-    while port=$((20000 + RANDOM % 20000)); ! is_free "$port"; do :; done
-    echo "$port"
-}
-# wait_for SECONDS COMMAND...: until the command succeeds
-wait_for() {
-    local end=$((SECONDS + $1)); shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || fail "gave up waiting for: $*"
-        sleep 0.1
-    done
-}
-redis() { redis-cli -p "$redis_port" "$@"; }
-# sim COMMAND...: one control command of the simulated platform
-sim() {
-    local line
-    exec 3<>"/dev/tcp/127.0.0.1/$control_port"
-    echo "$*" >&3
-    while read -r line <&3; do
-        case "$line" in ok) break ;; error:*) fail "$line" ;; *) echo "$line" ;; esac
-    done
-    exec 3>&-
-}
 # player ARGUMENTS...: a player at work on the first lobby; refusals are part of the tour
 player() {
     printf '  \e[2m$ lobby_client --user %s\e[0m\n' "$*"
@@ -82,39 +59,10 @@ seen() {
     grep "$2" "$work/$1.log" | tail -n 1 | cut -c1-160 | sed "s/^/    $1 got: /"
 }
 
-start_redis() {
-    redis_port=$(free_port)
-    redis-server --port "$redis_port" --bind 127.0.0.1 --save '' --appendonly no --dir "$work" \
-        >"$work/redis.log" 2>&1 &
-    pids+=($!); disown
-    wait_for 10 redis ping
-}
-
-start_platform() {
-    # Standard input stays open, as the simulator takes commands there too.
-    sleep infinity | "$bin/platform_sim" --ports-file "$work/ports" --web-root "$web" \
-        --lobby-address "ws://127.0.0.1:$lobby_port" >"$work/platform.log" 2>&1 &
-    pids+=($!); disown
-    wait_for 10 test -s "$work/ports"
-    local pair
-    for pair in $(cat "$work/ports"); do printf -v "${pair%%=*}_port" '%s' "${pair#*=}"; done
-}
-
 # start_lobby FOLDER PORT
 start_lobby() {
-    local folder=$work/$1 port=$2
-    mkdir "$folder"
-    cp "$bin/LobbyServer" deploy/config/*.cfg "$folder/"
-    sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
-        -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
-        -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \
-        -e "s/^data_server=.*/data_server=127.0.0.1:$data_port/" \
-        -e "s/^config_server=.*/config_server=127.0.0.1:$config_port/" \
-        -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
-        -e "s/^addr=.*/addr=127.0.0.1:$port/" \
-        -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
-        -e "s/^sendbulletintime=.*/sendbulletintime=2/" \
-        -e "s/^level=.*/level=DEBUG/" "$folder/LobbyServer.cfg"
+    local folder=$work/$1
+    make_lobby "$folder" "$2" DEBUG "s/^sendbulletintime=.*/sendbulletintime=2/"
     "$folder/LobbyServer" >"$folder/console.log" 2>&1 &
     lobby_pid=$!
     pids+=("$lobby_pid")
@@ -224,7 +172,9 @@ end_tour() {
 
 lobby_port=$(free_port)
 start_redis
-start_platform
+pids+=("$redis_pid"); disown
+start_simulator --web-root "$web" --lobby-address "ws://127.0.0.1:$lobby_port"
+pids+=("$sim_pid"); disown
 start_lobby lobby "$lobby_port"
 
 if [ "$mode" = --serve ]; then

@@ -94,7 +94,7 @@ if command -v redis-server >/dev/null && [ -x "$bin/LobbyServer" ] && [ -x "$bin
     platform=1
     for round in $(seq "$rounds"); do
         start_redis
-        start_simulator "$players"
+        start_simulator --quiet --players "$players"
         start_lobby
         redis_commands exists exists Lobby:OnLine:UserID:20001
         redis_commands setex setex Lobby:OnLine:UserID:1 600 1
@@ -103,7 +103,7 @@ if command -v redis-server >/dev/null && [ -x "$bin/LobbyServer" ] && [ -x "$bin
         echo "  logins, round $round" >&2
     done
     start_redis
-    start_simulator "$players"
+    start_simulator --quiet --players "$players"
     start_lobby
     load players "${busy[@]}" -n "$players" --ramp 1000 players --think 1
     load players-ws "${short[@]}" --ws -n "$((players / 4))" --ramp 1000 players --think 0.5

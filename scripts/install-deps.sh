@@ -9,7 +9,7 @@ packages=(build-essential cmake ninja-build pkg-config git ca-certificates procp
           libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libwebsockets-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
-    packages+=(chromium tshark)
+    packages+=(chromium tshark haproxy nginx-light socat openssl)
 fi
 
 missing=()
@@ -29,6 +29,17 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 echo "Installing: ${missing[*]}"
+# Tests start what they need themselves: no service is to run, now or after the next boot, because
+# it was installed here.
+policy=/usr/sbin/policy-rc.d
+if [ ! -e "$policy" ]; then
+    trap '"${as_root[@]}" rm -f "$policy"' EXIT
+    printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" install -m 755 /dev/stdin "$policy"
+fi
 "${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 \
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+for service in haproxy nginx redis-server; do
+    [[ " ${missing[*]} " != *" ${service}"[\ -]* ]] || ! command -v systemctl >/dev/null ||
+        "${as_root[@]}" systemctl disable --quiet "$service"
+done

@@ -1,0 +1,81 @@
+# shellcheck shell=bash
+# Sourced by the demo, the benchmarks and the tests that are scripts: what a lobby needs around it,
+# on free loopback ports. The caller sets
+#   $bin   the folder with the binaries
+#   $work  a folder of its own
+# and ends what it started: redis_pid, sim_pid and the pids of its lobbies.
+
+servers_root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+
+listens() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
+# Below the range of outgoing connections.
+free_port() {
+    local port
+    while port=$((10000 + RANDOM % 20000)); listens "$port"; do :; done
+    echo "$port"
+}
+
+# wait_for SECONDS COMMAND...: until the command succeeds.
+wait_for() {
+    local end=$((SECONDS + $1))
+    shift
+    until "$@" >/dev/null 2>&1; do
+        [ "$SECONDS" -lt "$end" ] || { echo "gave up waiting for: $*" >&2; return 1; }
+        sleep 0.05
+    done
+}
+
+redis() { redis-cli -p "$redis_port" "$@"; }
+
+start_redis() {
+    redis_port=$(free_port)
+    redis-server --port "$redis_port" --bind 127.0.0.1 --save '' --appendonly no --dir "$work" \
+        >"$work/redis.log" 2>&1 &
+    redis_pid=$!
+    wait_for 10 redis ping
+}
+
+# start_simulator ARGUMENTS...: sets queue_port, center_port, ... and control_port.
+start_simulator() {
+    rm -f "$work/ports"
+    "$bin/platform_sim" --ports-file "$work/ports" "$@" </dev/null >"$work/platform.log" 2>&1 &
+    sim_pid=$!
+    wait_for 10 test -s "$work/ports"
+    local pair
+    for pair in $(cat "$work/ports"); do printf -v "${pair%%=*}_port" '%s' "${pair#*=}"; done
+}
+
+# sim COMMAND...: one control command of the simulated platform.
+sim() {
+    local line
+    exec 3<>"/dev/tcp/127.0.0.1/$control_port"
+    echo "$*" >&3
+    while read -r line <&3; do
+        case "$line" in
+            ok) break ;;
+            error:*) echo "$line" >&2; exec 3>&-; return 1 ;;
+            *) echo "$line" ;;
+        esac
+    done
+    exec 3>&-
+}
+
+# make_lobby FOLDER PORT LEVEL [SED-EXPRESSION...]: a lobby of the build, as its sample
+# configuration has it but for addresses, log level and what the expressions change.
+make_lobby() {
+    local folder=$1 port=$2 level=$3 expressions=() expression
+    shift 3
+    for expression in "$@"; do expressions+=(-e "$expression"); done
+    mkdir -p "$folder"
+    cp "$bin/LobbyServer" "$servers_root"/deploy/config/*.cfg "$folder/"
+    sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
+        -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
+        -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \
+        -e "s/^data_server=.*/data_server=127.0.0.1:$data_port/" \
+        -e "s/^config_server=.*/config_server=127.0.0.1:$config_port/" \
+        -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
+        -e "s/^addr=.*/addr=127.0.0.1:$port/" \
+        -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
+        -e "s/^level=.*/level=$level/" "${expressions[@]}" "$folder/LobbyServer.cfg"
+}

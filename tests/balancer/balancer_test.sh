@@ -1,0 +1,187 @@
+#!/usr/bin/env bash
+# Three lobbies behind the haproxy and nginx of deploy/, on one Redis and one simulated platform:
+# 600 players come in, some log in a second time, one lobby is drained, stopped and brought back.
+# After every step each player online is on exactly one lobby and has a mark in Redis, and nobody
+# else has one. Prints a report; ends with 1 at the first thing that is not so.
+# Usage: tests/balancer/balancer_test.sh FOLDER_WITH_THE_BINARIES
+# WEB_MODULES names the folder of the npm packages (see tests/web). All traffic is on loopback.
+set -euo pipefail
+root=$(cd "$(dirname "$(readlink -f "$0")")/../.." && pwd)
+bin=$(readlink -f "$1")
+work=$(mktemp -d)
+# shellcheck source=../../scripts/servers.sh
+. "$root/scripts/servers.sh"
+PATH=$PATH:/usr/sbin  # haproxy and nginx
+ulimit -n "$(ulimit -Hn)"
+
+pids=()
+finish() {
+    status=$?
+    trap - EXIT
+    set +e
+    [ "$status" -eq 0 ] || tail -n 5 "$work"/*.log >&2
+    kill -TERM "${pids[@]}" 2>/dev/null
+    wait
+    rm -rf "$work"
+    exit "$status"
+}
+trap finish EXIT
+trap 'exit 130' INT TERM HUP PIPE
+fail() { echo "balancer_test: $*" >&2; exit 1; }
+
+first=20001 last=20600
+lobbies=(lobby1 lobby2 lobby3)
+declare -A lobby_port lobby_pid
+
+start_lobby() {
+    "$work/$1/LobbyServer" >"$work/$1.log" 2>&1 &
+    lobby_pid[$1]=$!
+    pids+=($!)
+}
+
+start_haproxy() {
+    entrance_port=$(free_port)
+    LOBBY_LISTEN=127.0.0.1:$entrance_port LOBBY_MAXCONN=2000 HAPROXY_ADMIN=$work/admin.sock \
+        HAPROXY_USER=$(id -un) HAPROXY_GROUP=$(id -gn) \
+        LOBBY1=127.0.0.1:${lobby_port[lobby1]} LOBBY2=127.0.0.1:${lobby_port[lobby2]} \
+        LOBBY3=127.0.0.1:${lobby_port[lobby3]} \
+        haproxy -db -f "$root/deploy/haproxy.cfg" >"$work/haproxy.log" 2>&1 &
+    pids+=($!)
+}
+
+start_nginx() {
+    secure_port=$(free_port)
+    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 \
+        -subj /CN=localhost -addext subjectAltName=DNS:localhost \
+        -keyout "$work/key.pem" -out "$work/cert.pem" 2>/dev/null
+    local folder temporary=
+    for folder in client_body proxy fastcgi uwsgi scgi; do
+        temporary+="${folder}_temp_path $work/$folder; "
+    done
+    sed -e "s#^user .*#user $(id -un) $(id -gn);#" -e "s#/run/nginx.pid#$work/nginx.pid#" \
+        -e "s#/var/log/nginx/lobby.error.log#$work/nginx.log#" \
+        -e "s#127.0.0.1:9100#127.0.0.1:$entrance_port#" -e "s#listen 443#listen $secure_port#" \
+        -e "s#lobby.example.com#localhost#" -e "s#/etc/ssl/lobby#$work#" \
+        -e "s#^http {#& $temporary#" "$root/deploy/nginx.conf" >"$work/nginx.conf"
+    nginx -e "$work/nginx.log" -c "$work/nginx.conf" -g 'daemon off;' &
+    pids+=($!)
+}
+
+# A command for haproxy, one that the operator's document shows as well.
+admin() {
+    grep -qF "\"$1\"" "$root/docs/operations.md" || fail "not in the document: $1"
+    socat stdio "$work/admin.sock" <<<"$1" >"$work/admin.out"
+}
+# A change, which haproxy answers with an empty line when it took place.
+change() {
+    admin "$1"
+    ! grep . "$work/admin.out" >&2 || fail "haproxy did not: $1"
+}
+is_up() { admin "show stat" && grep -q "^lobbies,$1,.*,UP," "$work/admin.out"; }
+
+# A command for the players; the answer is in $answer.
+players() {
+    echo "$*" >&"${crowd[1]}"
+    read -r -t 60 answer <&"${crowd[0]}" || fail "no answer to: $*"
+    [ "${answer%% *}" = ok ] || fail "$answer"
+    read -r answer <<<"${answer#ok}"
+}
+
+# Who is on a lobby, by its own log: one user id a line, twice if twice there.
+present() {
+    sed -nE -e 's/.*userid\[([0-9]+)\],  lobbysiteid.*/\1 1/p' \
+        -e 's/.*lobby client userid\[([1-9][0-9]*)\].*/\1 -1/p' "$work/$1.log" |
+        awk '{ n[$1] += $2 } END { for (id in n) while (n[id]-- > 0) print id }'
+}
+on() { present "$1" | wc -l; }
+marks() { redis --scan --pattern 'Lobby:OnLine:UserID:*' | cut -d: -f4 | sort; }
+online() { tr ' ' '\n' <<<"$answer" | sed '/^$/d' | sort; }
+
+# Lobbies, players and registry agree.
+consistent() {
+    local lobby
+    for lobby in "${lobbies[@]}"; do present "$lobby"; done | sort >"$work/present"
+    marks >"$work/marks"
+    cmp "$work/present" "$work/online" && cmp "$work/marks" "$work/online"
+}
+
+# settled WHAT: waits until they do, and adds a line to the report.
+settled() {
+    players alive
+    players online
+    online >"$work/online"
+    wait_for 30 consistent || fail "$1: $(diff "$work/online" "$work/present" | head -3)" \
+        "$(diff "$work/online" "$work/marks" | head -3)"
+    printf '%-44s %7d %7d %7d %7d %8d\n' "$1" "$(on lobby1)" "$(on lobby2)" "$(on lobby3)" \
+        "$(wc -l <"$work/marks")" $(($(clock) - began))
+    began=$(clock)
+}
+# The center tells a kick-out to every lobby but the one it is from.
+kicked() {
+    moved=$(cat "$work"/lobby?.log | grep -c 'send kickout userid')
+    received=$(cat "$work"/lobby?.log | grep -c 'recv kickout userid')
+    [ "$moved" -ge 20 ] && [ "$received" -eq $((2 * moved)) ]
+}
+clock() { date +%s%3N; }
+
+haproxy -c -f "$root/deploy/haproxy.cfg" >/dev/null  # as it stands
+start_redis
+pids+=("$redis_pid")
+start_simulator --quiet --players $((last - first + 1))
+pids+=("$sim_pid")
+for lobby in "${lobbies[@]}"; do
+    lobby_port[$lobby]=$(free_port)
+    make_lobby "$work/$lobby" "${lobby_port[$lobby]}" DEBUG
+    start_lobby "$lobby"
+done
+start_haproxy
+start_nginx
+for lobby in "${lobbies[@]}"; do wait_for 30 is_up "$lobby"; done
+wait_for 10 listens "$secure_port"
+export TCP_URL=tcp://127.0.0.1:$entrance_port WSS_URL=wss://localhost:$secure_port
+export WSS_CERTIFICATE=$work/cert.pem
+coproc crowd { exec node "$root/tests/balancer/players.mjs" 2>"$work/players.log"; }
+pids+=("$crowd_PID")
+
+printf '%-44s %7s %7s %7s %7s %8s\n' "" "${lobbies[@]}" marks ms
+began=$(clock)
+players enter $first $last
+settled "600 players log in, 200 of them by wss"
+
+players again $first $last 7
+wait_for 30 kicked || fail "$moved moved, $received kick-outs came through the center"
+settled "86 log in again, $moved on another lobby"
+
+players leave $((last - 59)) $last
+settled "60 leave"
+
+change "set server lobbies/lobby1 state drain"
+staying=$(on lobby1)
+players enter $((last - 59)) $((last - 30))
+settled "30 return while lobby1 is drained"
+[ "$(on lobby1)" -eq "$staying" ] || fail "a drained lobby was given players"
+
+change "set maxconn global 1"
+stop_began=$(clock)
+kill -TERM "${lobby_pid[lobby1]}"
+status=0
+wait "${lobby_pid[lobby1]}" || status=$?
+held=$(($(clock) - stop_began))
+[ "$status" -eq 0 ] || fail "lobby1 ended with status $status"
+[ "$(on lobby1)" -eq 0 ] || fail "lobby1 ended with players on it"
+[ "$(marks | wc -l)" -eq $(($(on lobby2) + $(on lobby3))) ] || fail "lobby1 left marks behind"
+change "set maxconn global 0"
+players returned "$staying"
+note="New players were held back for $held ms; the last was back on a lobby after $answer ms."
+settled "lobby1 stops, its $staying go to the others"
+
+start_lobby lobby1
+change "set server lobbies/lobby1 state ready"
+wait_for 30 is_up lobby1
+players enter $((last - 29)) $last
+settled "lobby1 is back, 30 more log in"
+[ "$(on lobby1)" -gt 0 ] || fail "the new lobby1 was given nobody"
+
+players leave $first $last
+settled "all leave"
+echo "$note"

@@ -1,0 +1,122 @@
+// The players of balancer_test.sh: a command a line on standard input, a line of answer for each,
+// "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://.
+import fs from 'node:fs';
+import net from 'node:net';
+import readline from 'node:readline';
+import { FROM_LOBBY, KEEP_ALIVE, LobbyClient } from '../../web/lobby-protocol.js';
+import { WebSocket } from '../web/support/modules.mjs';
+
+const { TCP_URL, WSS_URL, WSS_CERTIFICATE } = process.env;
+const ca = fs.readFileSync(WSS_CERTIFICATE);
+const TIMEOUT_MS = 30000;
+const AT_ONCE = 50;
+
+class SecureSocket extends WebSocket {
+  constructor(url) { super(url, { ca }); }
+}
+
+// A plain connection in the shape of a WebSocket.
+class TcpSocket {
+  #socket;
+  constructor(url) {
+    const { hostname, port } = new URL(url);
+    this.#socket = net.connect(Number(port), hostname, () => this.onopen())
+      .on('data', (data) => this.onmessage({ data: new Uint8Array(data).buffer }))
+      .on('error', (error) => this.onerror(error))
+      .on('close', () => this.onclose());
+  }
+  send(bytes) { this.#socket.write(bytes); }
+  close() { this.#socket.destroy(); }
+}
+
+const online = new Map();  // user id -> client
+let returning = [];        // of those whose lobby has gone
+let firstLost = 0;
+
+async function enter(id) {
+  const [url, Socket] = id % 3 === 0 ? [WSS_URL, SecureSocket] : [TCP_URL, TcpSocket];
+  const client = new LobbyClient({ WebSocket: Socket, timeoutMs: TIMEOUT_MS });
+  await client.connect(url);
+  const { ucErrNo } = await client.login(id, 'token', 1);
+  if (ucErrNo !== 0 || !client.connected) throw new Error(`login of ${id}: ${ucErrNo}`);
+  online.set(id, client);
+  client.on('close', ({ reason }) => {
+    if (online.get(id) !== client) return;
+    online.delete(id);
+    firstLost ||= Date.now();
+    // At once: a real one would wait a moment.
+    const back = reason === 'lost' ? enter(id) : Promise.reject(new Error(`${id}: ${reason}`));
+    back.catch(() => {});  // reported by 'returned'
+    returning.push(back);
+  });
+}
+
+// A second login; the first must be put out by it.
+async function again(id) {
+  const first = online.get(id);
+  online.delete(id);
+  const closed = new Promise((resolve) => { first.on('close', resolve); });
+  await enter(id);
+  const { reason } = await closed;
+  if (reason !== 'kicked') throw new Error(`first login of ${id} ended: ${reason}`);
+}
+
+function leave(id) {
+  const client = online.get(id);
+  online.delete(id);
+  client.close();
+}
+
+function echo([id, client]) {
+  return new Promise((resolve, reject) => {
+    setTimeout(() => reject(new Error(`no echo for ${id}`)), TIMEOUT_MS).unref();
+    client.on('message', ({ direction, type }) => {
+      if (direction === FROM_LOBBY && type === KEEP_ALIVE) resolve();
+    });
+    client.send(KEEP_ALIVE);
+  });
+}
+
+async function forEach(items, act) {
+  const left = [...items];
+  const work = async () => { while (left.length) await act(left.shift()); };
+  await Promise.all(Array.from({ length: AT_ONCE }, work));
+}
+
+async function until(test) {
+  for (const end = Date.now() + TIMEOUT_MS; !test();) {
+    if (Date.now() > end) throw new Error('gave up waiting');
+    await new Promise((resolve) => { setTimeout(resolve, 10); });
+  }
+}
+
+const range = (first, last, step) =>
+  Array.from({ length: Math.floor((last - first) / step) + 1 }, (_, i) => first + i * step);
+
+const commands = {
+  enter: (first, last, step = 1) => forEach(range(first, last, step), enter),
+  again: (first, last, step = 1) => forEach(range(first, last, step), again),
+  leave: (first, last, step = 1) => forEach(range(first, last, step), leave),
+  // So many were cut off, and all of them are online again.
+  async returned(count) {
+    await until(() => returning.length >= count);
+    await Promise.all(returning);
+    if (returning.length !== count) throw new Error(`${returning.length} were cut off`);
+    const took = Date.now() - firstLost;
+    returning = [];
+    return took;
+  },
+  // Everybody's lobby answers.
+  alive: () => forEach([...online], echo),
+  online: () => [...online.keys()].sort().join(' '),
+};
+
+for await (const line of readline.createInterface({ input: process.stdin })) {
+  const [name, ...words] = line.split(' ');
+  try {
+    console.log('ok', await commands[name](...words.map(Number)) ?? '');
+  } catch (error) {
+    console.log('error', `${name}: ${error.message}`);
+  }
+}
+process.exit();
