@@ -9,7 +9,7 @@ packages=(build-essential cmake ninja-build pkg-config git ca-certificates procp
           libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libwebsockets-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
-    packages+=(chromium tshark haproxy nginx-light socat openssl)
+    packages+=(chromium mmdebstrap tshark haproxy nginx-light socat openssl)
 fi
 
 missing=()

@@ -1,0 +1,225 @@
+#!/usr/bin/env bash
+# The Debian package on a clean system: installed, serving a player, upgraded with an edited
+# configuration, removed, purged.
+# Usage: tests/package/package_test.sh BUILD_DIRECTORY
+# Ends with 77 when the machine cannot lay out or enter a system root.
+set -euo pipefail
+source_tree=$(cd "$(dirname "$(readlink -f "$0")")/../.." && pwd)
+build=$(cd "$1" && pwd)
+bin=$build/bin
+
+skip() { echo "SKIPPED: $*"; exit 77; }
+fail() { echo "FAILED: $*" >&2; exit 1; }
+step() { printf '== %s (%s s)\n' "$*" "$SECONDS"; }
+
+[ "$(id -u)" -eq 0 ] || skip "only root can lay out a system root"
+for tool in mmdebstrap dpkg-shlibdeps redis-server redis-cli unshare; do
+    command -v "$tool" >/dev/null || skip "$tool is not installed"
+done
+unshare --mount true 2>/dev/null || skip "no mount namespaces here"
+
+work=$(mktemp -d)
+root=$work/root
+pids=()
+finish() {
+    status=$?
+    trap - EXIT INT TERM
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+    if [ "$status" -ne 0 ] && [ "$status" -ne 77 ]; then
+        tail -n 20 "$work"/*.log 2>/dev/null | cut -c 1-200 >&2 || true
+    fi
+    rm -rf "$work"
+    exit "$status"
+}
+trap finish EXIT
+trap 'exit 1' INT TERM
+
+# wait_for SECONDS COMMAND...: until the command succeeds
+wait_for() {
+    local end=$((SECONDS + $1)); shift
+    until "$@" >/dev/null 2>&1; do
+        [ "$SECONDS" -lt "$end" ] || fail "gave up waiting for: $*"
+        sleep 0.1
+    done
+}
+is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+free_port() {
+    local port
+    while port=$((20000 + RANDOM % 12000)); ! is_free "$port"; do :; done
+    echo "$port"
+}
+# in_root COMMAND...: with /proc, in a mount namespace that goes away with it
+in_root() {
+    unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
+}
+apt_in_root() {
+    in_root env DEBIAN_FRONTEND=noninteractive LC_ALL=C apt-get -qq -y \
+        -o Acquire::Retries=3 -o Dpkg::Options::=--force-confdef -o Dpkg::Options::=--force-confold "$@" \
+        >>"$work/apt.log" 2>&1 </dev/null
+}
+# Every file but the package manager's own books and caches.
+files() {
+    (cd "$root" && find . -mindepth 1 \( -path ./proc -o -path ./sys -o -path ./dev -o -path ./tmp \
+        -o -path ./run -o -path ./var/lib/dpkg -o -path ./var/lib/apt -o -path ./var/cache \
+        -o -path ./var/log/apt -o -path ./var/log/dpkg.log -o -path ./var/log/alternatives.log \
+        -o -name '*-' -path './etc/*' \) -prune -o -print | sort)
+}
+
+# The clean root is laid out once per build directory, from the mirror that apt is set up with.
+prepare_root() {
+    local tar=$build/package/root.tar release mirror
+    if [ ! -f "$tar" ]; then
+        release=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
+        mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' \
+            "Codename: $release" | head -n 1)
+        [ -n "$mirror" ] || skip "apt has no mirror for '$release'"
+        mkdir -p "$build/package"
+        mmdebstrap --quiet --variant=minbase --include=adduser,systemd --skip=cleanup/apt/lists \
+            "$release" "$build/package/new.tar" "$mirror" >"$work/root.log" 2>&1 ||
+            skip "no system root: $(grep -v '^I:' "$work/root.log" | tail -n 1 | sed 's,//[^/ ]*,//...,')"
+        mv "$build/package/new.tar" "$tar"
+    fi
+    mkdir "$root"
+    tar -C "$root" -xpf "$tar" --numeric-owner
+    in_root true 2>/dev/null || skip "no system root can be entered here"
+}
+
+build_package() {
+    (cd "$build" && cpack -G DEB -B "$work/out") >"$work/cpack.log" 2>&1 || fail "cpack"
+    package=$(echo "$work"/out/*.deb)
+    # The next release: another version, another sample.
+    dpkg-deb -R "$package" "$work/next"
+    sed -i 's/^\(Version: .*\)$/\1+next/' "$work/next/DEBIAN/control"
+    sed -i 's/^sendbulletintime=.*/sendbulletintime=31/' "$work/next/etc/lobby-server/LobbyServer.cfg"
+    dpkg-deb -b "$work/next" "$work/next.deb" >>"$work/cpack.log"
+}
+
+# The unit as systemd would load it, and how much of the system it can reach.
+check_unit() {
+    local verdict
+    verdict=$(in_root systemd-analyze verify --man=no lobby-server.service 2>&1) ||
+        fail "systemd-analyze verify: $verdict"
+    [ -z "$verdict" ] || fail "systemd-analyze verify: $verdict"
+    # In tenths: 100 is bare, 0 is sealed.
+    in_root systemd-analyze security --offline=yes --threshold=15 --no-pager \
+        lobby-server.service >"$work/security.log" 2>&1 || fail "the unit is exposed"
+    tail -n 1 "$work/security.log"
+}
+
+# expect WHAT EXPECTED ACTUAL
+expect() { [ "$2" = "$3" ] || fail "$1: '$3' instead of '$2'"; }
+stat_of() { in_root stat -c '%a %U:%G' "$1"; }
+
+check_installed() {
+    expect "mode of the configuration" "640 root:lobby-server" \
+        "$(stat_of /etc/lobby-server/LobbyServer.cfg)"
+    expect "mode of the logs" "750 lobby-server:lobby-server" "$(stat_of /var/log/lobby-server)"
+    expect "the sample" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
+    in_root lobby_client --help >/dev/null
+}
+
+start_platform() {
+    redis_port=$(free_port)
+    redis-server --bind 127.0.0.1 --port "$redis_port" --save "" --dir "$work" >"$work/redis.log" &
+    pids+=($!)
+    "$bin/platform_sim" --ports-file "$work/ports" >"$work/platform.log" 2>&1 &
+    pids+=($!)
+    wait_for 20 test -s "$work/ports"
+    wait_for 20 redis-cli -p "$redis_port" ping
+    local pair
+    for pair in $(cat "$work/ports"); do printf -v "${pair%%=*}_port" '%s' "${pair#*=}"; done
+    lobby_port=$(free_port)
+}
+
+edit_configuration() {
+    sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
+        -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
+        -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \
+        -e "s/^data_server=.*/data_server=127.0.0.1:$data_port/" \
+        -e "s/^config_server=.*/config_server=127.0.0.1:$config_port/" \
+        -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
+        -e "s/^addr=.*/addr=127.0.0.1:$lobby_port/" \
+        -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
+        -e "s/^level=.*/level=DEBUG/" "$root/etc/lobby-server/LobbyServer.cfg"
+    expect "the edited configuration" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
+}
+
+# What the unit grants, and no more: its user without capabilities, only the logs to write to.
+start_lobby() {
+    unshare --mount sh -c '
+        mount --bind "$0" "$0" && mount -t proc proc "$0/proc" &&
+        mount --bind "$0/var/log/lobby-server" "$0/var/log/lobby-server" &&
+        mount -o remount,bind,ro "$0" &&
+        exec chroot "$0" setpriv --reuid=lobby-server --regid=lobby-server --clear-groups \
+            --no-new-privs --bounding-set=-all /usr/lib/lobby-server/LobbyServer' \
+        "$root" >"$work/lobby.log" 2>&1 &
+    lobby_pid=$!
+    pids+=("$lobby_pid")
+    wait_for 30 grep -q 'listen and start service success' "$root/var/log/lobby-server/LobbyServer.log"
+}
+
+stop_lobby() {
+    local status=0
+    kill -TERM "$lobby_pid"
+    wait "$lobby_pid" || status=$?
+    unset 'pids[-1]'
+    expect "the lobby's exit status" 0 "$status"
+}
+
+# serve VERSION: a player logs in and takes coins from the bank
+serve() {
+    start_lobby
+    expect "the user" lobby-server "$(in_root stat -c %U "/proc/$lobby_pid")"
+    in_root lobby_client --port "$lobby_port" --user 10001 login bank-login take 500 \
+        >"$work/player.log" 2>&1 || fail "the player ($1)"
+    cat "$work/player.log"
+}
+
+# What removal leaves behind, compared with the clean root.
+leftovers() { comm -13 "$work/before" <(files) | tr '\n' ' '; }
+
+step "build the package"
+build_package
+step "lay out a clean system"
+prepare_root
+files >"$work/before"
+step "install"
+cp "$package" "$root/tmp/lobby.deb"
+cp "$work/next.deb" "$root/tmp/"
+# The lists of a root that was laid out long ago may be stale.
+apt_in_root install --no-install-recommends /tmp/lobby.deb ||
+    { apt_in_root update && apt_in_root install --no-install-recommends /tmp/lobby.deb; } ||
+    fail "installation"
+check_unit
+check_installed
+step "serve a player"
+start_platform
+edit_configuration
+serve "first release"
+step "upgrade while it runs, with an edited configuration"
+cp "$root/etc/lobby-server/LobbyServer.cfg" "$work/edited.cfg"
+apt_in_root install --reinstall /tmp/lobby.deb || fail "upgrade over itself"
+apt_in_root install /tmp/next.deb || fail "upgrade"
+kill -0 "$lobby_pid" || fail "the upgrade ended the running lobby"
+cmp "$work/edited.cfg" "$root/etc/lobby-server/LobbyServer.cfg" || fail "the edit is lost"
+expect "mode after the upgrade" "640 root:lobby-server" \
+    "$(stat_of /etc/lobby-server/LobbyServer.cfg)"
+grep -q sendbulletintime=31 "$root/etc/lobby-server/LobbyServer.cfg.dpkg-dist" ||
+    fail "the new sample is not at hand"
+stop_lobby
+rm "$root"/var/log/lobby-server/*
+serve "next release"
+stop_lobby
+step "remove"
+in_root systemctl --quiet enable lobby-server || fail "enable"
+apt_in_root remove --auto-remove lobby-server || fail "removal"
+cfg=./etc/lobby-server
+expect "left by removal" "$cfg $cfg/LobbyServer.cfg $cfg/LobbyServer.cfg.dpkg-dist \
+$cfg/SensitiveName.cfg $cfg/compete_info.cfg $cfg/disconnectuserid.cfg ./var/log/lobby-server \
+./var/log/lobby-server/LobbyServer.log " "$(leftovers)"
+step "purge"
+apt_in_root purge lobby-server || fail "purge"
+expect "left by purging" "" "$(leftovers)"
+! grep -q lobby-server "$root/etc/passwd" "$root/etc/group" || fail "the account is left"
+step "done"
