@@ -102,12 +102,20 @@ void WebSocketSeeds(const fs::path& folder) {
     Write(folder / "upgrade", std::string("\0", 1) +
                                   "GET / HTTP/1.1\r\nHost: lobby\r\nConnection: Upgrade\r\n"
                                   "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
-                                  "Sec-WebSocket-Key: again\r\nX-Real-IP: 10.0.0.1\r\n\r\n");
+                                  "Sec-WebSocket-Key: again\r\nX-Real-IP: 10.0.0.1\r\n"
+                                  "X-Forwarded-For: 1.2.3.4:5, [::1]:6, 10.9.9.9\r\n\r\n");
     Write(folder / "frames", "\1" + Text("\1\x10\xFF") + "\x82\x07\1\2\2\x40\3\4\x01\xF9\5\6");
     Write(folder / "close", "\2" + Text("") + "\x88\x02\x03\xE8");
     Write(folder / "lengths", "\2" + Text("\3") + std::string("\x82\x7E\1\0", 4) + Message(1, 256) +
                                   std::string("\x82\x88\1\2\3\4", 6) + Message(2, 8) +
                                   std::string("\x82\x7F\0\0\x10\0", 6));
+    // TCP over IPv4 and IPv6 with something behind, and a proxy's health check.
+    const std::string signature("\r\n\r\n\0\r\nQUIT\n", 12);
+    Write(folder / "proxy4", "\3" + Text("\2\5") + signature + std::string("\x21\x11\0\x10", 4) +
+                                 std::string(12, '4') + std::string("\4\0\1x", 4) + Message(1, 8));
+    Write(folder / "proxy6",
+          "\3" + Text("") + signature + std::string("\x21\x21\0\x24", 4) + std::string(36, '6'));
+    Write(folder / "proxylocal", "\3" + Text("\3") + signature + std::string("\x20\0\0\0", 4));
 }
 
 void OtherSeeds(const fs::path& folder) {
@@ -151,8 +159,9 @@ std::string Dictionary() {
         words += Quoted({static_cast<char>(ops::ClientMessage), static_cast<char>(i)});
     for (size_t i = 0; i < ops::LinkRows().size(); ++i)
         words += Quoted({static_cast<char>(ops::LinkMessage), static_cast<char>(i)});
-    for (const char* text : {"wsGainList", "\"type\":4", "\"number\":", "Connection: ",
-                             "Sec-WebSocket-Key: ", "\r\n\r\n", "[section]\n", "="})
+    for (const char* text :
+         {"wsGainList", "\"type\":4", "\"number\":", "Connection: ", "Sec-WebSocket-Key: ",
+          "X-Forwarded-For: ", "\r\n\r\n", "[section]\n", "="})
         words += Quoted(text);
     return words;
 }

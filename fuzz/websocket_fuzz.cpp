@@ -1,10 +1,11 @@
 // The WebSocket path: any upgrade request, any frames in any reads; and frames well made, which
-// must carry their bytes through whatever the reads.
+// must carry their bytes through whatever the reads. And the header a TCP proxy puts before all.
 #include <cstring>
 
 #include "Connection.h"
 #include "FuzzInput.h"
 #include "HandShark.h"
+#include "ProxyHeader.h"
 #include "WebSocketStream.h"
 
 namespace {
@@ -13,12 +14,14 @@ namespace {
 struct Worker {
     SHA1 sha1;
     HEADER_MAP headers;
+    CIpNetworks proxies;
     Websocket_Request request;
     WebSocketStream stream{request};
     char response[WEBSOCKET_RESPONSE_SIZE];
     char carried[WEBSOCKET_BUFFER];
     long carriedLength = 0;
 
+    Worker() { proxies.Add("10.0.0.0/8"); }
     void Upgrade(std::string_view bytes) {
         const std::unique_ptr<char[]> block(new char[bytes.size()]);
         bytes.copy(block.get(), bytes.size());
@@ -27,7 +30,10 @@ struct Worker {
         const std::string_view answer(response, static_cast<size_t>(length));
         Require(answer.starts_with("HTTP/1.1 101 ") && answer.ends_with("\r\n\r\n"),
                 "every request is answered whole");
-        static_cast<void>(FindProxyAddress(headers));
+        CIpAddress address;
+        uint16_t port = 0;
+        static_cast<void>(FindProxiedClient(block.get(), static_cast<long>(bytes.size()), proxies,
+                                            address, port));
     }
     // One read of an upgraded connection; false when it is closed.
     bool Frames(Connection& connection, std::string& payloads, std::string_view bytes) {
@@ -99,19 +105,47 @@ void WellMade(Worker& worker, FuzzInput& input, const std::string& splits) {
             "and the messages in them");
 }
 
+// What a header comes to: everything the lobby asks of it, and the bytes behind it.
+std::string ReadHeader(std::string_view stream, const std::string& splits) {
+    ProxyHeader header;
+    std::string behind;
+    size_t turn = 0;
+    for (size_t at = 0; at < stream.size();) {
+        const size_t split = splits.empty()
+                                 ? stream.size()
+                                 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
+        std::string piece(stream.substr(at, split));
+        char* data = piece.data();
+        long length = static_cast<long>(piece.size());
+        const auto state = header.Take(data, length);
+        Require(state != ProxyHeader::State::Reading || length == 0, "it takes all it may");
+        if (state == ProxyHeader::State::Bad) return "bad";
+        behind.append(data, static_cast<size_t>(length));
+        at += split;
+    }
+    char none = 0, *data = &none;
+    long length = 0;
+    if (header.Take(data, length) == ProxyHeader::State::Reading) return "unfinished";
+    if (!header.HasSource()) return "local " + behind;
+    return header.Source().Format().text + (":" + std::to_string(header.SourcePort())) + behind;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Worker worker;  // one serves all connections, as in the process
     worker.carriedLength = 0;
     FuzzInput input(data, size);
-    const uint8_t mode = input.Byte() % 3;
+    const uint8_t mode = input.Byte() % 4;
     if (mode == 0) {
         worker.Upgrade(input.Rest().substr(0, 4096));
         return 0;
     }
     const std::string splits = input.Text();
-    if (mode == 1) {
+    if (mode == 3) {
+        const std::string_view stream = input.Rest();
+        Require(ReadHeader(stream, splits) == ReadHeader(stream, ""), "cuts make no difference");
+    } else if (mode == 1) {
         WellMade(worker, input, splits);
     } else {
         Connection connection;

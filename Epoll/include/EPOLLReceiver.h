@@ -3,7 +3,9 @@
 
 #include <atomic>
 
+#include "Common/IpAddress.h"
 #include "EPOLLConnection.h"
+#include "ProxyHeader.h"
 
 // Adds what the receive path keeps per connection. Thread: message worker, but for m_lRecvCount.
 class EPOLLReceiver : public EPOLLConnection {
@@ -14,6 +16,13 @@ class EPOLLReceiver : public EPOLLConnection {
     // Closed on purpose: no further message of it may reach the application. A connection that is
     // closed because it outran the worker still has delivered what was queued. Any thread.
     bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
+
+    // Who the client is: the peer, unless a trusted proxy named somebody else.
+    CIpAddress Client() const;
+    int ClientPort() const;
+    // From now on the connection's remote address is this one. An IPv6 address does not fit there:
+    // whoever asks for the remote address then still gets the proxy's.
+    void SetClient(const CIpAddress& address, uint16_t port);
 
   protected:
     friend class EPOLLServer;
@@ -26,4 +35,9 @@ class EPOLLReceiver : public EPOLLConnection {
     bool m_bListed = false;      // in the client list
     bool m_bFirstData = true;    // no data seen: only the first can be an upgrade request
     bool m_bCallClosed = false;  // the close was reported upward
+
+    bool m_bProxyHeader = false;  // the stream begins with a header that is not read yet
+    ProxyHeader m_Proxy;
+    CIpAddress m_Client6;  // an IPv6 client behind a proxy; otherwise none
+    uint16_t m_usPort6 = 0;
 };

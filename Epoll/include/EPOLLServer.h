@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
 #include "EPOLLReceiver.h"
 #include "Epoll.h"
+#include "Epoll/ProxyTrust.h"
 #include "HandShark.h"
 #include "NodeManager/NodeRecords.h"
 #include "WebSocketStream.h"
@@ -30,6 +32,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     // True: a record ends the worker's pause at once instead of waiting up to a millisecond for its
     // end. Before Initialize.
     void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
+    // Whose word about clients' addresses is taken. Before Initialize.
+    void SetProxyTrust(ProxyTrust trust) { m_Trust = std::move(trust); }
     // interval all ones: no idle list, no sweeps. Main.
     bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
                     unsigned long contexts, unsigned long buffers) override;
@@ -73,6 +77,10 @@ class EPOLLServer : public Epoll, public INetProvider {
     void DispatchData(EPOLLReceiver* receiver, char* data, long length);
     void OnFrames(EPOLLReceiver* receiver, char* data, long length);
     void HandShark(EPOLLReceiver* receiver, const char* request, long length);
+    bool IsProxy(const EPOLLReceiver* receiver) const;
+    bool TakeProxyHeader(EPOLLReceiver* receiver, char*& data, long& length);
+    void TakeForwardedClient(EPOLLReceiver* receiver, const char* request, long length);
+    void SetClient(EPOLLReceiver* receiver, const CIpAddress& address, uint16_t port);
     void CloseNode(EPOLLReceiver* receiver);
     void CloseConnections(EPOLLReceiver* receiver, long count, long length);
     void Unlist(EPOLLReceiver* receiver);
@@ -88,6 +96,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
     bool m_bWakeup = false;               // constant after Initialize
+    ProxyTrust m_Trust;                   // constant after Initialize
     sem_t m_semWake;                      // posted when a record comes while the worker pauses
     std::atomic<bool> m_bPausing{false};  // set by the worker
     std::atomic<bool> m_bExit{false};

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "Common/IpAddress.h"
 #include "Sha1.h"
 
 // Header name to value; names compare case-sensitively.
@@ -22,7 +23,13 @@ void FetchHttpInfo(const char* request, long length, HEADER_MAP& headers);
 // "Sec-WebSocket-Key" counts as empty. Thread: message worker.
 long ParseStr(SHA1& sha1, const HEADER_MAP& headers, char (&response)[WEBSOCKET_RESPONSE_SIZE]);
 
-// The address a proxy states for its client, empty when it states none. The lobby looks it up but
-// does not use it: to the lobby a proxied client has the proxy's address. The text belongs to
-// `headers`. Thread: message worker.
-std::string_view FindProxyAddress(const HEADER_MAP& headers);
+// The address an HTTP proxy states for its client in the `length` bytes of an upgrade request; for
+// requests of trusted proxies only, since anybody can write such lines. False when it states none.
+// The port is 0 unless the proxy names it.
+// "X-Real-IP" counts if it is an address that is not itself a trusted proxy's. Otherwise
+// "X-Forwarded-For" is followed from its end, where the nearest proxy wrote, over trusted proxies
+// to the first address that is none: what stands before that, the client may have written itself.
+// The walk also ends at anything that is no address. Of a name that comes several times, all lines
+// of "X-Forwarded-For" count as one, and the last "X-Real-IP". Thread: message worker.
+bool FindProxiedClient(const char* request, long length, const CIpNetworks& trusted,
+                       CIpAddress& address, uint16_t& port);

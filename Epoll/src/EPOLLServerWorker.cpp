@@ -23,14 +23,6 @@ constexpr unsigned kIdleUs = 1000;
 constexpr long kNanos = 1000000000;
 constexpr long kFlushEvery = 16;
 
-// A peer's address for a log line.
-struct AddrText {
-    char text[INET_ADDRSTRLEN] = "";
-    explicit AddrText(const sockaddr_in& addr) {
-        ::inet_ntop(AF_INET, &addr.sin_addr, text, sizeof(text));
-    }
-};
-
 uint64_t MonotonicNanos() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
@@ -134,17 +126,20 @@ void EPOLLServer::OnEstablished(EPOLLReceiver* receiver) {
         ++m_lClientCount;
         receiver->m_lRecvTime = m_lUptime;
     }
+    receiver->m_bProxyHeader = m_Trust.header != ProxyTrust::Header::None && IsProxy(receiver);
     if (auto* metrics = g_NetMetrics.Get()) metrics->clientsOpened.Add();
     if (!LogEnabled(_ALL)) return;
-    const sockaddr_in& peer = receiver->m_addrRemote;
     __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x], context[%08x] %s:%d connected......... [%d]",
-          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver), AddrText(peer).text,
-          ntohs(peer.sin_port), static_cast<int>(m_lClientCount));
+          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver),
+          receiver->Client().Format().text, receiver->ClientPort(),
+          static_cast<int>(m_lClientCount));
 }
 
 void EPOLLServer::OnData(EPOLLReceiver* receiver, char* data, long length) {
     receiver->m_lRecvTime = m_lUptime;
     if (auto* metrics = g_NetMetrics.Get()) metrics->bytesIn.Add(static_cast<uint64_t>(length));
+    // What is behind the header is the first data.
+    if (receiver->m_bProxyHeader && !TakeProxyHeader(receiver, data, length)) return;
     if (!receiver->IsStopped()) DispatchData(receiver, data, length);
     receiver->m_bFirstData = false;
 }
@@ -165,10 +160,11 @@ void EPOLLServer::DispatchData(EPOLLReceiver* receiver, char* data, long length)
 }
 
 void EPOLLServer::HandShark(EPOLLReceiver* receiver, const char* request, long length) {
-    const sockaddr_in& peer = receiver->m_addrRemote;
+    TakeForwardedClient(receiver, request, length);
     __log(_ALL, "EPOLLServer::DoNetMsg", "node[%08x] context[%08x], %s:%d ReadCompleted...[%d][%d]",
-          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver), AddrText(peer).text,
-          ntohs(peer.sin_port), static_cast<int>(length), receiver->GetWebStocketStatus());
+          static_cast<unsigned>(receiver->m_ulAssociate), PtrTag(receiver),
+          receiver->Client().Format().text, receiver->ClientPort(), static_cast<int>(length),
+          receiver->GetWebStocketStatus());
     FetchHttpInfo(request, length, m_mapHeader);
     const long size = ParseStr(m_Sha1, m_mapHeader, m_szResponse);
     // Written before the state changes, so that no frame of the send thread can come first. The
@@ -177,8 +173,6 @@ void EPOLLServer::HandShark(EPOLLReceiver* receiver, const char* request, long l
     receiver->SetWebSocketStatus(WEBSOCKET_UPGRADED);
     if (auto* metrics = g_NetMetrics.Get()) metrics->upgrades.Add();
     if (sent != size) CloseNode(receiver);
-    // Where a proxy's client would be taken from; its address stays the proxy's on purpose.
-    static_cast<void>(FindProxyAddress(m_mapHeader));
 }
 
 void EPOLLServer::OnFrames(EPOLLReceiver* receiver, char* data, long length) {

@@ -54,6 +54,7 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
         m_lpNetMessager = new EPOLLMessager(this, maxSendCount);
         auto* server = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
         server->SetWakeup(m_bWakeup);
+        server->SetProxyTrust(std::move(m_Trust));
         m_lpNetProvider = server;
         m_lpNetSender = new NetSender(m_lpNetProvider, this, maxSendCount);
     }

@@ -1,5 +1,9 @@
 #include "HandShark.h"
 
+#include <strings.h>
+
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 
 namespace {
@@ -18,6 +22,61 @@ std::string_view TakeLine(std::string_view& rest) {
 std::string_view Find(const HEADER_MAP& headers, const char* name) {
     const auto found = headers.find(name);
     return found == headers.end() ? std::string_view() : std::string_view(found->second);
+}
+
+std::string_view Trim(std::string_view text) {
+    constexpr const char* kBlanks = " \t\r";
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Proxies spell names as they like.
+bool SameName(std::string_view name, std::string_view wanted) {
+    return name.size() == wanted.size() &&
+           ::strncasecmp(name.data(), wanted.data(), wanted.size()) == 0;
+}
+
+// One party on a request's way.
+struct Hop {
+    bool known = false;
+    CIpAddress address;
+    uint16_t port = 0;
+};
+
+// An address, an IPv4 address with a port, or an IPv6 address in brackets with or without one.
+Hop ParseHop(std::string_view text) {
+    text = Trim(text);
+    Hop hop;
+    hop.known = hop.address.Parse(text);
+    if (hop.known) return hop;
+    const size_t colon = text.rfind(':');
+    std::string_view host = text.substr(0, colon);
+    if (text.ends_with(']')) {
+        host = text;
+    } else if (colon != std::string_view::npos) {
+        const std::string_view digits = text.substr(colon + 1);
+        const auto [end, error] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), hop.port);
+        if (error != std::errc() || end != digits.data() + digits.size()) return {};
+    }
+    const bool brackets = host.starts_with('[') && host.ends_with(']');
+    if (brackets) host = host.substr(1, host.size() - 2);
+    // A bare IPv6 address has no port: its last group would be taken for one.
+    hop.known = (brackets || host.find(':') == std::string_view::npos) && hop.address.Parse(host);
+    return hop;
+}
+
+// Goes on through a list, first to last, so that `client` is in the end what a walk from the last
+// to the first over trusted parties comes to.
+void FollowHops(std::string_view list, const CIpNetworks& trusted, Hop& client) {
+    while (!list.empty()) {
+        const size_t comma = std::min(list.find(','), list.size());
+        const Hop hop = ParseHop(list.substr(0, comma));
+        list.remove_prefix(std::min(comma + 1, list.size()));
+        const bool passes = hop.known && trusted.Contains(hop.address);
+        if (!passes || !client.known) client = hop;
+    }
 }
 
 std::string AcceptKey(SHA1& sha1, std::string_view key) {
@@ -62,7 +121,23 @@ long ParseStr(SHA1& sha1, const HEADER_MAP& headers, char (&response)[WEBSOCKET_
     return static_cast<long>(text.copy(response, sizeof(response) - 1));
 }
 
-std::string_view FindProxyAddress(const HEADER_MAP& headers) {
-    const std::string_view real = Find(headers, "X-Real-IP");
-    return real.empty() ? Find(headers, "X-Forwarded-For") : real;
+bool FindProxiedClient(const char* request, long length, const CIpNetworks& trusted,
+                       CIpAddress& address, uint16_t& port) {
+    std::string_view rest(request, static_cast<size_t>(length));
+    Hop real, client;
+    TakeLine(rest);
+    while (!rest.empty()) {
+        const std::string_view line = Trim(TakeLine(rest));
+        if (line.empty()) break;
+        const size_t colon = std::min(line.find(':'), line.size());
+        const std::string_view name = line.substr(0, colon);
+        const std::string_view value = line.substr(std::min(colon + 1, line.size()));
+        if (SameName(name, "X-Real-IP")) real = ParseHop(value);
+        if (SameName(name, "X-Forwarded-For")) FollowHops(value, trusted, client);
+    }
+    if (real.known && (!client.known || !trusted.Contains(real.address))) client = real;
+    if (!client.known) return false;
+    address = client.address;
+    port = client.port;
+    return true;
 }

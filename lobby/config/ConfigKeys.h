@@ -18,6 +18,7 @@ enum class ConfigKind : unsigned char {
     FileName,  // a name without directories, least to most characters
     Choice,    // one of `choices`, case-blind
     Numbers,   // positive whole numbers separated by commas, at most `most` characters
+    Networks,  // separated by commas, see CIpNetworks; at most `most` characters
     Limit,     // of a message type, see MessageLimits::Add; the key is the type
     Fragments  // texts separated by commas, at most `most` characters
 };
@@ -87,6 +88,10 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Address("connect", "log_server", "log server"),
     Address("listen", "addr", "where clients connect"),
     Int("listen", "maxconnection", 10000, 1, 1'000'000, "connection limit of the listener"),
+    Characters("listen", "trusted_proxies", ConfigKind::Networks, 0, 1023,
+               "proxies that may name their clients' addresses"),
+    Int("listen", "proxy_protocol", 0, 0, 2,
+        "PROXY header from trusted_proxies; 1: required, 2: optional"),
     Address("Redis", "redis_server", "registry of players online"),
     Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),

@@ -182,6 +182,7 @@ class LobbyServer : public GameProvider {
     bool IsOverLimit(IPlayerNode* node, unsigned short type);
     bool IsLink(const IPlayerNode* node) const;
     void ReadLimits();
+    void ReadProxies();
     void WarnOfSweepGuard(int maxConnection) const;
     void SendKickOut(LobbyPlayer* player, bool bStopSwitch);
     void LoadSensitiveNames();

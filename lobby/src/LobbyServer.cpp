@@ -46,6 +46,7 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
     m_vcDisconnnetUserID.clear();
     loadSensitiveNameCfg();
     ReadLimits();
+    ReadProxies();
     InitializeNetwork();
 }
 

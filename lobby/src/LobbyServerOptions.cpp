@@ -1,5 +1,9 @@
 // The keys that switch extras on. Without them nothing here has an effect.
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "CenterServerHandler.h"
@@ -42,6 +46,34 @@ void LobbyServer::ReadLimits() {
         if (m_ConfigFile.GetValueStr("limits", key, value, sizeof(value)) == 0) return;
         if (const char* fault = m_Limits.Add(key, value)) IgnoreValue("limits", key, value, fault);
     });
+}
+
+void LobbyServer::ReadProxies() {
+    char list[1024] = {};
+    constexpr const char* kKey = KeyOf("listen", "trusted_proxies").name;
+    if (m_ConfigFile.GetValueStr("listen", kKey, list, sizeof(list)) > int{sizeof(list)}) {
+        IgnoreValue("listen", kKey, "...", "longer than the 1023 characters allowed");
+    }
+    ProxyTrust trust;
+    std::string_view rest(list);
+    while (!rest.empty()) {
+        const std::string network(rest.substr(0, rest.find(',')));
+        rest.remove_prefix(std::min(network.size() + 1, rest.size()));
+        if (!trust.networks.Add(network)) {
+            IgnoreValue("listen", kKey, network.c_str(), "not a network such as 10.0.0.0/8");
+        }
+    }
+    constexpr const ConfigKey& kHeader = KeyOf("listen", "proxy_protocol");
+    const int header = ReadInt(m_ConfigFile, kHeader);
+    if (header < kHeader.least || header > kHeader.most) {
+        IgnoreValue("listen", kHeader.name, std::to_string(header).c_str(), "not 0, 1 or 2");
+    } else if (header != 0 && trust.networks.Empty()) {
+        IgnoreValue("listen", kHeader.name, std::to_string(header).c_str(),
+                    "without trusted_proxies nobody may send one");
+    } else {
+        trust.header = static_cast<ProxyTrust::Header>(header);
+    }
+    SetProxyTrust(std::move(trust));
 }
 
 bool LobbyServer::IsLink(const IPlayerNode* node) const {

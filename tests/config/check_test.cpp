@@ -106,6 +106,9 @@ TEST_F(Check, OneFaultOneProblem) {
         {"LobbyServer.cfg", "level=WARN", "level=WARN ", "not one of ALL|DEBUG|WARN|ERROR"},
         {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=a/b", "without directories"},
         {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=", "empty"},
+        {"LobbyServer.cfg", ";trusted_proxies=10.0.0.0/8,", "trusted_proxies=10.0.0.0/33,",
+         "not a network such as 10.0.0.0/8: \"10.0.0.0/33\""},
+        {"LobbyServer.cfg", ";proxy_protocol=1", "proxy_protocol=1", "without trusted_proxies"},
         {"LobbyServer.cfg", "[limits]", "[limits]\n0x10=0/1s drop", "a count is 1 to 1000000"},
         {"LobbyServer.cfg", "[limits]", "[limits]\n16=1/1s drop\n0x10=1/1s drop",
          "key \"0x10\": a second limit for this type"},
@@ -145,6 +148,8 @@ TEST_F(Check, HarmlessVariations) {
     Change("LobbyServer.cfg", "\t INTERVAL = 20", "interval=-1");
     Change("LobbyServer.cfg", "maxconnection=4900", "maxconnection=20000");
     EXPECT_THAT(Problems(), IsEmpty());
+    Change("LobbyServer.cfg", ";trusted_proxies=", "trusted_proxies= ::1/128 , ");
+    Change("LobbyServer.cfg", ";proxy_protocol=1", "proxy_protocol=2");
     Change("LobbyServer.cfg", "redis_server=127.0.0.1:6379", "redis_server=redis-1.lan: 6379");
     EXPECT_THAT(Problems(), IsEmpty());
     Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=2\n[disconnect]\nuser1=5\nUser0=6");

@@ -163,3 +163,26 @@ TEST_F(LobbyTest, WarnsAtStartOfALimitThatReachesTheSweepsGuard) {
             << row.log << row.listen << row.network << log;
     }
 }
+
+TEST_F(LobbyTest, FaultyProxySettingsAreNamedAndIgnored) {
+    lobby.reset();
+    const struct {
+        const char *keys, *fault;  // null: none
+    } cases[] = {
+        {"trusted_proxies=10.0.0.0/8, 127.0.0.1,2001:db8::/32\nproxy_protocol=1\n", nullptr},
+        {"trusted_proxies=\nproxy_protocol=0\n", nullptr},
+        {"trusted_proxies=10.0.0.0/8\nproxy_protocol=2\n", nullptr},
+        {"trusted_proxies=10.0.0.0/8,proxy.local\n", "'trusted_proxies' = 'proxy.local'"},
+        {"trusted_proxies=10.0.0.0/33\n", "'trusted_proxies' = '10.0.0.0/33'"},
+        {"trusted_proxies=127.0.0.1\nproxy_protocol=3\n", "'proxy_protocol' = '3'"},
+        {"proxy_protocol=1\n", "'proxy_protocol' = '1'"}};
+    for (const auto& row : cases) {
+        Write("LobbyServer.cfg", std::string("[listen]\n") + row.keys);
+        MemoryNet again;
+        const std::string log = LogOf([&] { LobbyServer second(again.Parts()); });
+        EXPECT_EQ(Has(log, "is ignored"), row.fault != nullptr) << row.keys << log;
+        if (row.fault != nullptr) {
+            EXPECT_TRUE(Has(log, row.fault)) << row.keys << log;
+        }
+    }
+}

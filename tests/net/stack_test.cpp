@@ -7,7 +7,8 @@ namespace {
 
 const std::string kRequest =
     "GET / HTTP/1.1\r\nConnection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
-    "X-Real-IP: 10.0.0.1\r\n\r\n";
+    "X-Real-IP: 10.0.0.1\r\nX-Forwarded-For: 6.6.6.6, 2001:db8::7\r\n\r\n";
+const std::string kSignature("\r\n\r\n\0\r\nQUIT\n", 12);
 
 void Visit(uint16_t port, const std::string& bytes, size_t answer) {
     Client client(port);
@@ -33,6 +34,10 @@ TEST(ThreadStacks, KeepThreeKilobytesToSpare) {
                 }
             }
         };
+        ProxyTrust trust;
+        ASSERT_TRUE(trust.networks.Add("127.0.0.1") && trust.networks.Add("10.0.0.0/8"));
+        trust.header = ProxyTrust::Header::Optional;
+        server.SetProxyTrust(trust);
         server.Listen({.send = 20, .interval = 5, .timeout = 10, .clients = 50});
         std::string sealed(216, 0), plain(200, 'x');
         server.Encode(plain.data(), 200, ENCODE_AES, sealed.data(), 216);
@@ -42,13 +47,18 @@ TEST(ThreadStacks, KeepThreeKilobytesToSpare) {
         Visit(server.port, std::string(100, 'G'), 1);
         Visit(server.port, Message(4, "close"), 100);
         Visit(server.port, kRequest, 100);
+        Visit(
+            server.port,
+            kSignature + "\x21\x21" + std::string("\0\x24", 2) + std::string(36, '\xFF') + kRequest,
+            100);
+        Visit(server.port, kSignature + "no header", 1);
         Visit(server.port, Message(6, "flood"), 1);
         IPlayerNode* link = server.Create(false, "localhost", server.port, 1000, 1, 2, 1, 6);
         ASSERT_TRUE(link != nullptr && server.RecvData(link));
         server.SendData(link, 8, nullptr, 0, 0);
         Client silent(server.port);
         silent.Send(Message(8));
-        ASSERT_TRUE(WaitFor([&] { return server.closes >= 7 && server.messages >= 7; }));
+        ASSERT_TRUE(WaitFor([&] { return server.closes >= 9 && server.messages >= 7; }));
         clock.Advance(20);
         EXPECT_TRUE(silent.AtEnd());
     }

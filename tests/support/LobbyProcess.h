@@ -116,10 +116,11 @@ class LobbyProcess {
 
     std::string Output() const { return Read("stdout"); }
     std::string Errors() const { return Read("stderr"); }
+    std::string LogFile(const std::string& name) const { return Read("log/" + name); }
     bool LogHas(const std::string& text) const { return Output().find(text) != std::string::npos; }
 
   private:
-    std::string Read(const char* name) const {
+    std::string Read(const std::string& name) const {
         std::ifstream file(m_directory / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }

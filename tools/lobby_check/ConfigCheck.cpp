@@ -74,6 +74,7 @@ class FileCheck {
         }
         Missing();
         SweepGuard();
+        ProxyHeader();
         DisabledUsers();
     }
 
@@ -164,6 +165,16 @@ class FileCheck {
                (given ? "" : "missing, and its default ") + std::to_string(*most) +
                    " is too much: at " + std::to_string(SWEEP_GUARD) +
                    " clients the sweep for silent ones suspends the lobby");
+    }
+
+    // The header is taken from trusted proxies only.
+    void ProxyHeader() {
+        const auto header = m_values.find("listen/proxy_protocol");
+        if (header == m_values.end() || NumberOf(KeyOf("listen", "proxy_protocol")) == 0) return;
+        const auto proxies = m_values.find("listen/trusted_proxies");
+        if (proxies != m_values.end() && !proxies->second.text.empty()) return;
+        Report(header->second.line, "listen", "proxy_protocol",
+               "without trusted_proxies nobody may send one");
     }
 
     // The number the lobby would use; none when the file's is at fault, which was reported.

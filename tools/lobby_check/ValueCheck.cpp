@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "Common/IpAddress.h"
 #include "ConfigCheck.h"
 #include "EndpointText.h"
 
@@ -125,6 +126,15 @@ std::string FragmentsFault(std::string_view value) {
     return "";
 }
 
+std::string NetworksFault(std::string_view value) {
+    if (value.empty()) return "";
+    CIpNetworks networks;
+    for (const std::string_view piece : Split(value, ',')) {
+        if (!networks.Add(piece)) return "not a network such as 10.0.0.0/8: " + Quoted(piece);
+    }
+    return "";
+}
+
 }  // namespace
 
 std::string FaultOf(const ConfigKey& key, const std::string& value) {
@@ -134,6 +144,7 @@ std::string FaultOf(const ConfigKey& key, const std::string& value) {
     const std::string fault = LengthFault(key, value);
     if (!fault.empty()) return fault;
     if (key.kind == ConfigKind::Numbers) return NumbersFault(value);
+    if (key.kind == ConfigKind::Networks) return NetworksFault(value);
     if (key.kind == ConfigKind::Fragments) return FragmentsFault(value);
     if (key.kind == ConfigKind::FileName && value.find('/') != std::string::npos) {
         return "a file name without directories is needed: " + Quoted(value);

@@ -6,8 +6,10 @@
 #include <sys/socket.h>
 
 #include <memory>
+#include <utility>
 
 #include "Epoll/EPOLLNet.h"
+#include "Epoll/ProxyTrust.h"
 #include "Game/NetMessage.h"
 
 // The application's object for one connection, bound one-to-one to a pooled context for the
@@ -89,6 +91,9 @@ class GameProvider : public IGameProvider {
     // True: received data wakes the message worker at once; false, the default: it looks every
     // millisecond. OnTimer comes about a thousand times a second either way. Before Initialize.
     void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
+    // The proxies that may name the address of their client, which then is the remote address of
+    // its connection; none by default. Before Initialize.
+    void SetProxyTrust(ProxyTrust trust) { m_Trust = std::move(trust); }
     // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
     // threads one poll thread per processor. interval and timeout are seconds.
     bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
@@ -143,4 +148,5 @@ class GameProvider : public IGameProvider {
     INetProvider* m_lpNetProvider = nullptr;  // owned
     INetSender* m_lpNetSender = nullptr;      // owned
     bool m_bWakeup = false;                   // constant after Initialize
+    ProxyTrust m_Trust;                       // moved on by Initialize
 };
