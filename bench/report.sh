@@ -123,6 +123,12 @@ table() {
     fi
     plain "3,272-byte broadcast to $crowd clients, p50 to the last byte" \
         "$(of broadcast lobby p50_us broadcast)" 100000 us
+    if [ -n "$platform" ]; then
+        plain "five bulletins to $crowd players of the lobby, slowest from the first to the last" \
+            "$(of bulletins lobby max_us bulletins)" 100000 us
+        row "50 WebSocket clients, 5,000 echoes/s: p99 beside a stopped reader, against without" \
+            "$(of stopped with p99_us echo)" "$(of stopped without p99_us echo)" most 2 us
+    fi
     local direction
     for direction in Encrypt Decrypt; do
         row "AES of 1 KiB bodies, ${direction,,}: bytes/s, against openssl speed" \

@@ -32,11 +32,11 @@ fi
 
 if [ -n "$quick" ]; then
     rounds=1 short=(-d 0.2 --warmup 0.1) long=(-d 0.2 --warmup 0.1)
-    clients=(100 400) idle=300 crowd=300 players=200 busy=(-d 1 --warmup 0.1) commands=1000
+    clients=(100 400) idle=300 crowd=300 players=200 busy=(-d 1 --warmup 0.1) commands=1000 pace=1
 else
     rounds=${ROUNDS:-3} short=(-d 4) long=(-d 6)
     clients=(500 1000 2000 4000 "$most") idle=4000 crowd=3000 players=4000 busy=(-d 60 --warmup 5)
-    commands=50000
+    commands=50000 pace=
 fi
 
 tcp=(lobby)
@@ -105,6 +105,14 @@ if command -v redis-server >/dev/null && [ -x "$bin/LobbyServer" ] && [ -x "$bin
     start_redis
     start_simulator --quiet --players "$players"
     start_lobby
+    for round in $(seq "$rounds"); do
+        load "stopped.without.$round" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000
+        load "stopped.with.$round" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000 --stopped
+    done
+    echo "  stopped reader" >&2
+    load bulletins.lobby.1 -n "$((crowd < players ? crowd : players))" -d 200 --warmup 0.2 bulletins \
+        --control "$(port_of control)" --rounds 3
+    echo "  bulletins" >&2
     load players "${busy[@]}" -n "$players" --ramp 1000 players --think 1
     load players-ws "${short[@]}" --ws -n "$((players / 4))" --ramp 1000 players --think 0.5
     stop_platform

@@ -30,10 +30,12 @@ stop_server() {
 
 redis_pid= sim_pid=
 
-# The lobby of the build, as its sample configuration has it but for ports and log level.
+# The lobby of the build, as its sample configuration has it but for ports, log level and, when
+# $pace says so, the seconds between broadcasts.
 start_lobby() {
     server_port=$(free_port)
     make_lobby "$work/lobby" "$server_port" ERROR
+    [ -z "$pace" ] || sed -i "s/^sendbulletintime=.*/sendbulletintime=$pace/" "$work/lobby/LobbyServer.cfg"
     "$work/lobby/LobbyServer" >/dev/null 2>&1 &
     server_pid=$!
     wait_for 10 listens "$server_port"
