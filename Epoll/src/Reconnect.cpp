@@ -5,6 +5,7 @@
 #include <new>
 
 #include "NodeManager/NodeRecords.h"
+#include "ThreadStack.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ bool Reconnect::SetParameter(void* param, int type) {
 }
 
 void* Reconnect::ThreadProc(void* self) {
+    ThreadStack stack("keeper");
     static_cast<Reconnect*>(self)->DoConnect();
     return nullptr;
 }

@@ -97,8 +97,12 @@ class LobbyProcess {
         return !Ended() && LogHas("listen and start service success");
     }
 
-    void Terminate() { kill(m_pid, SIGTERM); }
+    void Terminate() {
+        if (m_pid > 0) kill(m_pid, SIGTERM);  // below, it would be everybody's signal
+    }
+    // Also when it was never started.
     bool Ended() {
+        if (m_pid <= 0) return true;
         int status = 0;
         if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid) {
             m_status = status;

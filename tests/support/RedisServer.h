@@ -61,8 +61,8 @@ class RedisServer {
         Start();
     }
     // The hung server: its kernel still accepts connections, nothing is answered.
-    void Hang() { kill(m_pid, SIGSTOP); }
-    void Resume() { kill(m_pid, SIGCONT); }
+    void Hang() { Signal(SIGSTOP); }
+    void Resume() { Signal(SIGCONT); }
 
     // The first line of the reply to an inline command ("GET key"), for a bulk its text; "" if
     // there is none within two seconds.
@@ -93,6 +93,9 @@ class RedisServer {
     }
 
   private:
+    void Signal(int signal) const {
+        if (m_pid > 0) kill(m_pid, signal);  // below, it would be everybody's signal
+    }
     static sockaddr_in Loopback(int port) {
         sockaddr_in address{};
         address.sin_family = AF_INET;

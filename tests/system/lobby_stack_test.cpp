@@ -1,0 +1,125 @@
+// How deep the lobby goes into the small stacks of the framework's threads, at the most talkative
+// log level: players at work, every message of every back-end server, lost links.
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "Catalog.h"
+#include "Common/Log.h"
+#include "LobbyServer.h"
+#include "PlayerLoad.h"
+#include "SystemTest.h"
+#include "ThreadStack.h"
+
+namespace {
+
+using catalog::Direction;
+
+class LobbyStack : public SystemTest {
+  protected:
+    LobbyStack() {
+        std::signal(SIGPIPE, SIG_IGN);
+        InitializeLog("no configuration", "lobby_stack_test.log");  // level ALL
+        std::string path = (std::filesystem::temp_directory_path() / "lobbyXXXXXX").string();
+        m_folder = mkdtemp(path.data());
+        m_before = std::filesystem::current_path();
+        std::filesystem::current_path(m_folder);
+    }
+    ~LobbyStack() override {
+        std::filesystem::current_path(m_before);
+        std::filesystem::remove_all(m_folder);
+    }
+
+    // The lobby of this process, on a free port.
+    void ServeHere() {
+        LobbySettings settings = Settings();
+        port = static_cast<uint16_t>(RedisServer::FreePort());
+        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
+        std::ofstream file("LobbyServer.cfg");
+        for (const auto& [section, keys] : settings) {
+            file << "[" << section << "]\n";
+            for (const auto& [key, value] : keys)
+                file << key << "=" << value << "\n";
+        }
+        file.close();
+        m_lobby = std::make_unique<LobbyServer>();
+        ASSERT_EQ(m_lobby->Start(), 0);
+    }
+    void Work(bool webSocket, const char* mode) const {
+        ::Settings load;
+        load.mode = mode;
+        load.port = port;
+        load.webSocket = webSocket;
+        load.connections = 20;
+        load.firstUser = 10001;
+        load.warmup = 0;
+        load.seconds = 1.5;
+        load.quiet = true;
+        EXPECT_TRUE(PlayerLoad(load).Run().errors.empty()) << mode;
+    }
+    void Push(const std::string& command) {
+        EXPECT_NE(platform.DoCommand(command).find("ok"), std::string::npos) << command;
+    }
+    // Every message of a direction, whole and far too long, filled with what does not end.
+    void Flood(ServerKind kind, Direction direction) {
+        for (const catalog::Message& message : catalog::All()) {
+            if (message.direction != direction) continue;
+            for (const size_t size : {message.size, size_t{4000}}) {
+                const std::string body(size < 8 ? 0 : size - 8, '1');
+                wire::Bytes bytes(8 + body.size());
+                std::copy(body.begin(), body.end(), bytes.begin() + 8);
+                platform.Do([&] {
+                    platform.Server(kind).SendAll(
+                        wire::Pack(message.type, bytes.data(), bytes.size()));
+                });
+            }
+        }
+    }
+
+    std::unique_ptr<LobbyServer> m_lobby;
+
+  private:
+    std::filesystem::path m_folder, m_before;
+};
+
+}  // namespace
+
+TEST_F(LobbyStack, KeepsThreeKilobytesToSpare) {
+    ServeHere();
+    for (const bool webSocket : {false, true})
+        Work(webSocket, "players");
+    auto player = LoggedIn(10001);
+    for (const char* command :
+         {"recharge 10001 5", "consume 10001", "sync 10001 1 5", "bulletin win text",
+          "bulletin sys text", "farm all text", "farm user 10001 text", "keys", "vip",
+          "server add 100 9001", "site put 1 100", "activity 20171211 close", "global 1 text"}) {
+        Push(command);
+    }
+    Push("consume 10001 " + std::string(3000, '['));
+    constexpr std::pair<ServerKind, Direction> kLinks[] = {
+        {ServerKind::Queue, Direction::QueueToLobby},
+        {ServerKind::Center, Direction::CenterToLobby},
+        {ServerKind::Config, Direction::ConfigToLobby},
+        {ServerKind::Web, Direction::WebToLobby},
+        {ServerKind::Data, Direction::DataToLobby}};
+    for (const auto& [kind, direction] : kLinks) {
+        const size_t links = platform.Do([&, k = kind] { return platform.Server(k).Links(); });
+        EXPECT_EQ(links, 1u);
+        Flood(kind, direction);
+    }
+    for (const char* server : {"queue", "center", "config", "web", "data", "log"})
+        Push(std::string("drop ") + server + " 0");
+    m_lobby.reset();
+    size_t threads = 0;
+    for (const ThreadStack::Mark& mark : ThreadStack::Report()) {
+        std::printf("%-8s %zu of %zu bytes\n", mark.name.c_str(), mark.used, mark.size);
+        ++threads;
+#ifdef NDEBUG  // the library is optimised
+        EXPECT_GE(mark.size - mark.used, 3u * 1024) << mark.name;
+#endif
+    }
+#ifndef LOBBY_SANITIZED
+    EXPECT_GE(threads, 4u);  // worker, poll, send, keeper
+#endif
+}
