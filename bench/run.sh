@@ -111,7 +111,7 @@ if command -v redis-server >/dev/null && [ -x "$bin/LobbyServer" ] && [ -x "$bin
     done
     echo "  stopped reader" >&2
     load bulletins.lobby.1 -n "$((crowd < players ? crowd : players))" -d 200 --warmup 0.2 bulletins \
-        --control "$(port_of control)" --rounds 3
+        --control "$control_port" --rounds 3
     echo "  bulletins" >&2
     load players "${busy[@]}" -n "$players" --ramp 1000 players --think 1
     load players-ws "${short[@]}" --ws -n "$((players / 4))" --ramp 1000 players --think 0.5

@@ -34,8 +34,7 @@ redis_pid= sim_pid=
 # $pace says so, the seconds between broadcasts.
 start_lobby() {
     server_port=$(free_port)
-    make_lobby "$work/lobby" "$server_port" ERROR
-    [ -z "$pace" ] || sed -i "s/^sendbulletintime=.*/sendbulletintime=$pace/" "$work/lobby/LobbyServer.cfg"
+    make_lobby "$work/lobby" "$server_port" ERROR ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"}
     "$work/lobby/LobbyServer" >/dev/null 2>&1 &
     server_pid=$!
     wait_for 10 listens "$server_port"
