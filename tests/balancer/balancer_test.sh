@@ -2,7 +2,8 @@
 # Three lobbies behind the haproxy and nginx of deploy/, on one Redis and one simulated platform:
 # 600 players come in, some log in a second time, one lobby is drained, stopped and brought back.
 # After every step each player online is on exactly one lobby and has a mark in Redis, and nobody
-# else has one. Prints a report; ends with 1 at the first thing that is not so.
+# else has one. lobby3 is told its players' addresses, which are not the proxies', and must have got
+# them from both. Prints a report; ends with 1 at the first thing that is not so.
 # Usage: tests/balancer/balancer_test.sh FOLDER_WITH_THE_BINARIES
 # WEB_MODULES names the folder of the npm packages (see tests/web). All traffic is on loopback.
 set -euo pipefail
@@ -41,11 +42,13 @@ start_lobby() {
 
 start_haproxy() {
     entrance_port=$(free_port)
+    sed 's/^ *server lobby3 .*/& send-proxy-v2 check-send-proxy/' "$root/deploy/haproxy.cfg" \
+        >"$work/haproxy.cfg"
     LOBBY_LISTEN=127.0.0.1:$entrance_port LOBBY_MAXCONN=2000 HAPROXY_ADMIN=$work/admin.sock \
         HAPROXY_USER=$(id -un) HAPROXY_GROUP=$(id -gn) \
         LOBBY1=127.0.0.1:${lobby_port[lobby1]} LOBBY2=127.0.0.1:${lobby_port[lobby2]} \
         LOBBY3=127.0.0.1:${lobby_port[lobby3]} \
-        haproxy -db -f "$root/deploy/haproxy.cfg" >"$work/haproxy.log" 2>&1 &
+        haproxy -db -f "$work/haproxy.cfg" >"$work/haproxy.log" 2>&1 &
     pids+=($!)
 }
 
@@ -122,6 +125,14 @@ kicked() {
     received=$(cat "$work"/lobby?.log | grep -c 'recv kickout userid')
     [ "$moved" -ge 20 ] && [ "$received" -eq $((2 * moved)) ]
 }
+# The players' addresses that lobby3 was told: with a port by haproxy, without by nginx.
+told() {
+    local by_haproxy by_nginx
+    by_haproxy=$(grep -acE ' is the proxy of 127\.0\.0\.9:[1-9]' "$work/lobby3.log") || true
+    by_nginx=$(grep -acE ' is the proxy of 127\.0\.0\.9:0' "$work/lobby3.log") || true
+    [ "$by_nginx" -gt 0 ] && [ $((by_haproxy + by_nginx)) -ge "$(on lobby3)" ] &&
+        ! grep -aq 'sends no PROXY header' "$work/lobby3.log"
+}
 clock() { date +%s%3N; }
 
 haproxy -c -f "$root/deploy/haproxy.cfg" >/dev/null  # as it stands
@@ -132,8 +143,10 @@ pids+=("$sim_pid")
 for lobby in "${lobbies[@]}"; do
     lobby_port[$lobby]=$(free_port)
     make_lobby "$work/$lobby" "${lobby_port[$lobby]}" DEBUG
-    start_lobby "$lobby"
 done
+sed -i -e 's/^level=.*/level=ALL/' -e 's/^;trusted_proxies=.*/trusted_proxies=127.0.0.1/' \
+    -e 's/^;proxy_protocol=/proxy_protocol=/' "$work/lobby3/LobbyServer.cfg"
+for lobby in "${lobbies[@]}"; do start_lobby "$lobby"; done
 start_haproxy
 start_nginx
 for lobby in "${lobbies[@]}"; do wait_for 30 is_up "$lobby"; done
@@ -147,6 +160,8 @@ printf '%-44s %7s %7s %7s %7s %8s\n' "" "${lobbies[@]}" marks ms
 began=$(clock)
 players enter $first $last
 settled "600 players log in, 200 of them by wss"
+
+told || fail "lobby3 was not told where its players are"
 
 players again $first $last 7
 wait_for 30 kicked || fail "$moved moved, $received kick-outs came through the center"

@@ -1,5 +1,6 @@
 // The players of balancer_test.sh: a command a line on standard input, a line of answer for each,
-// "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://.
+// "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://; all from
+// an address that no proxy has.
 import fs from 'node:fs';
 import net from 'node:net';
 import readline from 'node:readline';
@@ -10,9 +11,10 @@ const { TCP_URL, WSS_URL, WSS_CERTIFICATE } = process.env;
 const ca = fs.readFileSync(WSS_CERTIFICATE);
 const TIMEOUT_MS = 30000;
 const AT_ONCE = 50;
+const localAddress = '127.0.0.9';
 
 class SecureSocket extends WebSocket {
-  constructor(url) { super(url, { ca }); }
+  constructor(url) { super(url, { ca, localAddress }); }
 }
 
 // A plain connection in the shape of a WebSocket.
@@ -20,7 +22,7 @@ class TcpSocket {
   #socket;
   constructor(url) {
     const { hostname, port } = new URL(url);
-    this.#socket = net.connect(Number(port), hostname, () => this.onopen())
+    this.#socket = net.connect({ port, host: hostname, localAddress }, () => this.onopen())
       .on('data', (data) => this.onmessage({ data: new Uint8Array(data).buffer }))
       .on('error', (error) => this.onerror(error))
       .on('close', () => this.onclose());
