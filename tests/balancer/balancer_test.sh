@@ -12,6 +12,8 @@ bin=$(readlink -f "$1")
 work=$(mktemp -d)
 # shellcheck source=../../scripts/servers.sh
 . "$root/scripts/servers.sh"
+# shellcheck source=../../scripts/balancer.sh
+. "$root/scripts/balancer.sh"
 PATH=$PATH:/usr/sbin  # haproxy and nginx
 ulimit -n "$(ulimit -Hn)"
 
@@ -40,47 +42,13 @@ start_lobby() {
     pids+=($!)
 }
 
-start_haproxy() {
-    entrance_port=$(free_port)
-    sed 's/^ *server lobby3 .*/& send-proxy-v2 check-send-proxy/' "$root/deploy/haproxy.cfg" \
-        >"$work/haproxy.cfg"
-    LOBBY_LISTEN=127.0.0.1:$entrance_port LOBBY_MAXCONN=2000 HAPROXY_ADMIN=$work/admin.sock \
-        HAPROXY_USER=$(id -un) HAPROXY_GROUP=$(id -gn) \
-        LOBBY1=127.0.0.1:${lobby_port[lobby1]} LOBBY2=127.0.0.1:${lobby_port[lobby2]} \
-        LOBBY3=127.0.0.1:${lobby_port[lobby3]} \
-        haproxy -db -f "$work/haproxy.cfg" >"$work/haproxy.log" 2>&1 &
-    pids+=($!)
-}
-
-start_nginx() {
-    secure_port=$(free_port)
-    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 \
-        -subj /CN=localhost -addext subjectAltName=DNS:localhost \
-        -keyout "$work/key.pem" -out "$work/cert.pem" 2>/dev/null
-    local folder temporary=
-    for folder in client_body proxy fastcgi uwsgi scgi; do
-        temporary+="${folder}_temp_path $work/$folder; "
-    done
-    sed -e "s#^user .*#user $(id -un) $(id -gn);#" -e "s#/run/nginx.pid#$work/nginx.pid#" \
-        -e "s#/var/log/nginx/lobby.error.log#$work/nginx.log#" \
-        -e "s#127.0.0.1:9100#127.0.0.1:$entrance_port#" -e "s#listen 443#listen $secure_port#" \
-        -e "s#lobby.example.com#localhost#" -e "s#/etc/ssl/lobby#$work#" \
-        -e "s#^http {#& $temporary#" "$root/deploy/nginx.conf" >"$work/nginx.conf"
-    nginx -e "$work/nginx.log" -c "$work/nginx.conf" -g 'daemon off;' &
-    pids+=($!)
-}
-
-# A command for haproxy, one that the operator's document shows as well.
-admin() {
-    grep -qF "\"$1\"" "$root/docs/operations.md" || fail "not in the document: $1"
-    socat stdio "$work/admin.sock" <<<"$1" >"$work/admin.out"
-}
-# A change, which haproxy answers with an empty line when it took place.
+# A change, one that the operator's document shows as well. haproxy answers with an empty line when
+# it took place.
 change() {
+    grep -qF "\"$1\"" "$root/docs/operations.md" || fail "not in the document: $1"
     admin "$1"
     ! grep . "$work/admin.out" >&2 || fail "haproxy did not: $1"
 }
-is_up() { admin "show stat" && grep -q "^lobbies,$1,.*,UP," "$work/admin.out"; }
 
 # A command for the players; the answer is in $answer.
 players() {
@@ -147,8 +115,14 @@ done
 sed -i -e 's/^level=.*/level=ALL/' -e 's/^;trusted_proxies=.*/trusted_proxies=127.0.0.1/' \
     -e 's/^;proxy_protocol=/proxy_protocol=/' "$work/lobby3/LobbyServer.cfg"
 for lobby in "${lobbies[@]}"; do start_lobby "$lobby"; done
-start_haproxy
+sed 's/^ *server lobby3 .*/& send-proxy-v2 check-send-proxy/' "$root/deploy/haproxy.cfg" \
+    >"$work/haproxy.cfg"
+export LOBBY_MAXCONN=2000
+start_haproxy "$work/haproxy.cfg" "${lobby_port[lobby1]}" "${lobby_port[lobby2]}" \
+    "${lobby_port[lobby3]}"
+pids+=("$haproxy_pid")
 start_nginx
+pids+=("$nginx_pid")
 for lobby in "${lobbies[@]}"; do wait_for 30 is_up "$lobby"; done
 wait_for 10 listens "$secure_port"
 export TCP_URL=tcp://127.0.0.1:$entrance_port WSS_URL=wss://localhost:$secure_port

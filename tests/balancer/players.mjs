@@ -1,6 +1,6 @@
 // The players of balancer_test.sh: a command a line on standard input, a line of answer for each,
-// "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://; all from
-// an address that no proxy has.
+// "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://, and
+// without a TCP_URL all do; all from an address that no proxy has.
 import fs from 'node:fs';
 import net from 'node:net';
 import readline from 'node:readline';
@@ -36,7 +36,7 @@ let returning = [];        // of those whose lobby has gone
 let firstLost = 0;
 
 async function enter(id) {
-  const [url, Socket] = id % 3 === 0 ? [WSS_URL, SecureSocket] : [TCP_URL, TcpSocket];
+  const [url, Socket] = id % 3 === 0 || !TCP_URL ? [WSS_URL, SecureSocket] : [TCP_URL, TcpSocket];
   const client = new LobbyClient({ WebSocket: Socket, timeoutMs: TIMEOUT_MS });
   await client.connect(url);
   const { ucErrNo } = await client.login(id, 'token', 1);
