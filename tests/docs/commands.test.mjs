@@ -1,0 +1,74 @@
+// The commands in the documents, run as written. A block that cannot run here is marked "sh norun";
+// the options it gives to this project's tools are looked up all the same.
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import fs from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import test from 'node:test';
+import { documents, parts, read, root, run } from './tree.mjs';
+
+const BIN = process.env.BIN;
+
+// Commands of blocks that do run, left out here.
+const ELSEWHERE = [
+  // They are how this test comes to run.
+  /^(scripts\/install-deps\.sh|\.\/test\.sh|cmake --preset|ctest --preset)/,
+  // They build, and take minutes.
+  /^(\.\/demo\.sh|bench\/run\.sh|\.\/fuzz\.sh)/,
+];
+
+const blocks = documents.flatMap((document) => parts(read(document)).blocks
+  .map((block) => ({ ...block, where: `${document}:${block.line}` })));
+
+test('commands do what they say', () => {
+  const home = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-docs-'));
+  const env = { ...process.env, HOME: home, PATH: `${BIN}:${process.env.PATH}` };
+  let ran = 0;
+  for (const { text, where } of blocks.filter(({ info }) => info === 'sh')) {
+    const script = text.split('\n')
+      .filter((line) => !ELSEWHERE.some((pattern) => pattern.test(line))).join('\n');
+    if (!script.trim()) continue;
+    const { status, stderr } = spawnSync('bash', ['-euo', 'pipefail', '-c', script],
+      { cwd: root, env, timeout: 60000 });
+    assert.equal(status, 0, `${where}:\n${script}\n${stderr}`);
+    ran += 1;
+  }
+  fs.rmSync(home, { recursive: true });
+  assert.ok(ran > 0);
+});
+
+function helpOf(program) {
+  const own = run(program, ['--help']);
+  const subcommands = own.split('Subcommands:')[1]?.matchAll(/^ {2}(\w+)/gm) ?? [];
+  return own + [...subcommands].map(([, name]) => run(program, [name, '--help'])).join('');
+}
+
+test('options of the tools exist', () => {
+  const tools = ['lobby_client', 'lobby_load', 'lobby_check', 'platform_sim'];
+  const help = Object.fromEntries(tools.filter((tool) => fs.existsSync(path.join(BIN, tool)))
+    .map((tool) => [tool, helpOf(path.join(BIN, tool))]));
+  const unknown = [];
+  for (const { text, where } of blocks.filter(({ info }) => info.startsWith('sh'))) {
+    for (const line of text.replace(/\\\n/g, ' ').split('\n')) {
+      const command = line.replace(/ #.*/, '');
+      const tool = Object.keys(help).find((name) => new RegExp(`(^|[ /])${name} `).test(command));
+      if (!tool) continue;
+      for (const [, option] of command.matchAll(/ (--?[a-z][\w-]*)/g)) {
+        const isKnown = new RegExp(`(^|[\\s,])${option}(?![\\w-])`).test(help[tool]);
+        if (!isKnown) unknown.push(`${where}: ${tool} ${option}`);
+      }
+    }
+  }
+  assert.deepEqual(unknown, []);
+});
+
+// A command in a block without a mark would go unrun unnoticed.
+test('blocks of commands are marked as such', () => {
+  const known = ['sh', 'sh norun', 'ini', 'text', 'json', 'js', 'cpp', ''];
+  const isCommand =
+    /^(\$ |sudo |apt|dpkg|systemctl|cmake|ctest|\.\/\w+\.sh|redis-cli|tshark|lobby_\w+ -)/m;
+  const wrong = blocks.filter(({ info, text }) =>
+    !known.includes(info) || (!info.startsWith('sh') && isCommand.test(text)));
+  assert.deepEqual(wrong.map(({ where, info }) => `${where} ${info}`), []);
+});

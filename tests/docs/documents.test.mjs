@@ -1,0 +1,156 @@
+// What the documents say of the tree, against the tree.
+import assert from 'node:assert/strict';
+import path from 'node:path';
+import test from 'node:test';
+import { documents, files, parts, read, rowsOf, run, sectionOf, sources, ticked } from './tree.mjs';
+
+const folders = new Set(files.flatMap((file) =>
+  file.split('/').map((_, i, all) => all.slice(0, i).join('/')).filter(Boolean)));
+const exists = (name) => files.includes(name) || folders.has(name.replace(/\/$/, ''));
+
+// A pattern with * stands for names within a folder.
+const matcher = (pattern) =>
+  new RegExp(`^${pattern.replace(/\./g, '\\.').replace(/\*/g, '[^/]*')}$`);
+
+// Headings as the anchors that a forge makes of them.
+const anchorsOf = (markdown) => parts(markdown).prose.split('\n')
+  .filter((line) => /^#+ /.test(line))
+  .map((line) => line.replace(/^#+ /, '').toLowerCase()
+    .replace(/[^\p{L}\p{N} _-]/gu, '').replace(/ /g, '-'));
+
+test('links lead somewhere', () => {
+  const broken = [];
+  for (const document of documents) {
+    for (const [, target] of parts(read(document)).prose.matchAll(/\]\(([^)\s]+)\)/g)) {
+      if (/^[a-z]+:/.test(target)) continue;
+      const [file, anchor] = target.split('#');
+      const name = file ? path.posix.join(path.posix.dirname(document), file) : document;
+      if (!exists(name) || (anchor && !anchorsOf(read(name)).includes(anchor))) {
+        broken.push(`${document}: ${target}`);
+      }
+    }
+  }
+  assert.deepEqual(broken, []);
+});
+
+test('files and folders that are named exist', () => {
+  const tops = new Set(files.map((file) => file.split('/')[0]));
+  const missing = [];
+  for (const document of documents) {
+    for (const text of ticked(parts(read(document)).prose)) {
+      const name = text.split(' ')[0].replace(/^\.\//, '');
+      if (!tops.has(name.split('/')[0]) || !/^[\w./*-]+$/.test(name)) continue;
+      const isThere = matcher(name);
+      if (!exists(name) && !files.some((file) => isThere.test(file))) {
+        missing.push(`${document}: ${text}`);
+      }
+    }
+  }
+  assert.deepEqual(missing, []);
+});
+
+const keys = JSON.parse(run(process.env.CONFIG_KEYS));
+// Any message type may be a key of [limits]; the documents name the one that has a word.
+const nameOf = (key) => (key.name === '*' ? 'any' : key.name);
+
+test('the operator finds every configuration key, its default and its bounds', () => {
+  const text = sectionOf(read('docs/operations.md'), '## Configuration');
+  const found = [];
+  for (const file of new Set(keys.map((key) => key.file))) {
+    for (const [section, name, value, standard] of rowsOf(sectionOf(text, `### ${file}`))) {
+      const at = `${file} [${ticked(section)[0]}] ${ticked(name)[0]}`;
+      found.push(at);
+      const key = keys.find((one) => `${one.file} [${one.section}] ${nameOf(one)}` === at);
+      if (!key) continue;  // told below
+      if (key.required) assert.equal(standard, 'needed', at);
+      else if (key.integer) assert.equal(standard, String(key.default), at);
+      const choices = key.choices.split('|').filter(Boolean);
+      for (const choice of choices) assert.ok(ticked(value).includes(choice), `${at}: ${choice}`);
+      const bounds = key.required ? `at most ${key.most} ` : `${key.least} to ${key.most} `;
+      const isBounded = choices.length > 0 || `${value} `.includes(bounds);
+      assert.ok(isBounded, `${at}: "${value}" is not ${bounds}`);
+    }
+  }
+  assert.deepEqual(found.sort(),
+    keys.map((key) => `${key.file} [${key.section}] ${nameOf(key)}`).sort());
+});
+
+test('the README and the samples have every key', () => {
+  const rows = rowsOf(sectionOf(read('README.md'), '## Configuration'));
+  const inReadme = rows.flatMap(([section, name]) =>
+    ticked(name).map((one) => `[${ticked(section)[0]}] ${one}`));
+  assert.deepEqual(inReadme.sort(), keys.filter((key) => key.file === 'LobbyServer.cfg')
+    .map((key) => `[${key.section}] ${nameOf(key)}`).sort());
+  for (const [section, name, standard] of rows) {
+    const key = keys.find((one) =>
+      one.section === ticked(section)[0] && one.name === ticked(name)[0]);
+    if (key?.integer) assert.equal(standard.split(' ')[0], String(key.default), `README ${name}`);
+  }
+  for (const file of new Set(keys.map((key) => key.file))) {
+    let section = '';
+    const inSample = read(`deploy/config/${file}`).split('\n').map((line) => {
+      section = /^\[(.*)\]/.exec(line)?.[1] ?? section;
+      return `[${section}] ${/^;?(\w+)=/.exec(line)?.[1]}`;
+    });
+    const lacking = keys.filter((key) => key.file === file && !/[%*]/.test(key.name))
+      .map((key) => `[${key.section}] ${key.name}`).filter((key) => !inSample.includes(key));
+    assert.deepEqual(lacking, [], file);
+  }
+});
+
+test('the lines to alert on are written, at that level and under that tag', () => {
+  const product = sources.filter((file) => !/^(tests|tools|bench|fuzz)\//.test(file));
+  const calls = product.flatMap((file) => {
+    const text = read(file).replace(/^\s*\/\/.*$/gm, '');
+    return [...text.matchAll(/__log\(\s*_(\w+),\s*([^,]+?),\s*((?:"(?:[^"\\]|\\.)*"\s*)+)/g)]
+      .map(([, level, tag, pieces]) => ({
+        level, tag, text,
+        format: [...pieces.matchAll(/"((?:[^"\\]|\\.)*)"/g)].map(([, piece]) => piece).join(''),
+      }));
+  });
+  const rows = rowsOf(sectionOf(read('docs/operations.md'), '## Log lines to alert on'));
+  const wrong = rows.filter(([line, level, tagCell]) => {
+    const [tag] = ticked(tagCell);
+    // A tag that is not written in the call itself stands elsewhere in the file.
+    const hasTag = (call) => !tag ||
+      (call.tag.startsWith('"') ? call.tag === `"${tag}"` : call.text.includes(`"${tag}"`));
+    return !calls.some((call) =>
+      `\`${call.format}\`` === line && call.level === level && hasTag(call));
+  });
+  assert.deepEqual(wrong.map((cells) => cells.slice(0, 3)), []);
+  assert.ok(rows.length > 20);
+});
+
+test('includes keep to the layers that the architecture document allows', () => {
+  const heading = '## Folders and what may include what';
+  const layers = rowsOf(sectionOf(read('docs/architecture.md'), heading))
+    .map(([folder, allowed]) => ({
+      patterns: ticked(folder),
+      allowed: new Set([...ticked(folder), ...ticked(allowed)]),
+      isFree: allowed.startsWith('everything'),
+    }));
+  const fits = (file, pattern) => (/\.\w+$/.test(pattern)
+    ? matcher(pattern).test(file) : file.startsWith(`${pattern}/`));
+  // The most exact pattern tells a file's layer.
+  const layerOf = (file) => layers
+    .flatMap((layer) => layer.patterns.map((pattern) => ({ layer, pattern })))
+    .filter(({ pattern }) => fits(file, pattern))
+    .sort((a, b) => b.pattern.length - a.pattern.length)[0];
+  const wrong = [];
+  let edges = 0;
+  for (const file of sources) {
+    const from = layerOf(file)?.layer;
+    if (!from) wrong.push(`${file} stands in no layer`);
+    for (const [, name] of read(file).matchAll(/^#include "([^"]+)"/gm)) {
+      const homes = files.filter((one) => one.endsWith(`/${name}`));
+      const isAllowed = (home) => from?.isFree ||
+        layerOf(home)?.layer.patterns.some((pattern) => from?.allowed.has(pattern));
+      if (homes.length > 0 && !homes.some(isAllowed)) {
+        wrong.push(`${file} includes ${homes.join(', ')}`);
+      }
+      edges += homes.length;
+    }
+  }
+  assert.deepEqual(wrong, []);
+  assert.ok(edges > 300);
+});
