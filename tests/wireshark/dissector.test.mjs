@@ -164,13 +164,14 @@ function capture(from, to, packets) {
   return folder;
 }
 
-test('bytes that are no good message are shown as such, and those behind them still', () => {
+test('what is no message of the lobby is shown as such, and messages behind it still', () => {
   const keepAlive = '050000080300f0f1';
   const cases = [
     ['another identity', '060000080300f0f1', ['lobby.bad_header', '_ws.malformed']],
     ['length 7', '050000070300f0f1', ['lobby.bad_header', '_ws.malformed']],
     ['unknown type', '0500000803001234', ['lobby.unknown']],
     ['a short connect notice', '0500000c030000a116270000', ['lobby.bad_size']],
+    ['a PROXY header', `0d0a0d0a000d0a515549540a2111000c${'00'.repeat(12)}`, []],
     ['more records told than there are', `050000100300d011${'ffffff7f'}00000000`, []],
   ];
   for (const [name, hex, wanted] of cases) {

@@ -29,6 +29,7 @@ local head = {
     encrypted = ProtoField.bytes("lobby.encrypted", "Encrypted body"),
     body = ProtoField.bytes("lobby.body", "Body"),
     record = ProtoField.none("lobby.record", "Record"),
+    proxy = ProtoField.bytes("lobby.proxy", "PROXY header"),
 }
 
 local trouble = {
@@ -125,6 +126,13 @@ local function is_header(tvb, at)
     return tvb(at, 1):uint() == IDENTITY and length >= HEADER and length <= LARGEST
 end
 
+-- Bytes of the header that a balancer puts before a client's (PROXY protocol, version 2), or 0.
+local PROXY_SIGNATURE = "\r\n\r\n\0\r\nQUIT\n"
+local function proxy_size(tvb, at)
+    if tvb:len() - at < 16 or tvb(at, 12):raw() ~= PROXY_SIGNATURE then return 0 end
+    return 16 + tvb(at + 14, 2):uint()
+end
+
 -- A text ends at its first zero byte, or with its field.
 local function add_text(tree, field, range)
     local bytes = range:bytes()
@@ -207,6 +215,11 @@ end
 
 local function dissect_message(tvb, pinfo, root)
     pinfo.cols.protocol = "LOBBY"
+    if proxy_size(tvb, 0) > 0 then
+        root:add(lobby, tvb(), "Lobby, PROXY header"):add(head.proxy, tvb())
+        pinfo.cols.info:append(" PROXY header")
+        return tvb:len()
+    end
     if tvb:len() < HEADER or not is_header(tvb, 0) then
         root:add(lobby, tvb()):add_proto_expert_info(trouble.header)
         pinfo.cols.info:append(" [not a message]")
@@ -230,12 +243,14 @@ local function dissect_message(tvb, pinfo, root)
 end
 
 local function message_length(tvb, _, at)
+    local proxy = proxy_size(tvb, at)
+    if proxy > 0 then return proxy end
     -- What is no message is shown as such, to the end of what has come.
     return is_header(tvb, at) and tvb(at + 2, 2):uint() or tvb:len() - at
 end
 
-local function starts_with(tvb, text)
-    return tvb:len() >= #text and tvb(0, #text):raw() == text
+local function is_request(tvb, at)
+    return tvb:len() >= at + 4 and tvb(at, 4):raw() == "GET "
 end
 
 local stream_number = Field.new("tcp.stream")
@@ -247,9 +262,13 @@ end
 
 function lobby.dissector(tvb, pinfo, root)
     local stream = stream_number().value
-    if starts_with(tvb, "GET ") then upgraded[stream] = true end
-    -- HTTP follows the upgrade by itself and gives the payload of the frames to `framed`.
-    if upgraded[stream] then return Dissector.get("http"):call(tvb, pinfo, root) end
+    local at = proxy_size(tvb, 0)
+    if is_request(tvb, at) then upgraded[stream] = true end
+    if upgraded[stream] then
+        if at > 0 then dissect_message(tvb(0, at):tvb(), pinfo, root) end
+        -- HTTP follows the upgrade by itself and gives the payload of the frames to `framed`.
+        return Dissector.get("http"):call(tvb(at):tvb(), pinfo, root)
+    end
     pinfo.cols.info:clear()
     pinfo.cols.info:append(direction_of(pinfo) .. ":")
     dissect_tcp_pdus(tvb, root, HEADER, message_length, dissect_message)
