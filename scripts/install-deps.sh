@@ -7,6 +7,7 @@ mode=${1:-run}
 packages=(build-essential cmake ninja-build pkg-config git ca-certificates procps
           libhiredis-dev libcjson-dev libboost-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libwebsockets-dev
+          prometheus-cpp-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
     packages+=(chromium mmdebstrap tshark haproxy nginx-light socat openssl)

@@ -32,6 +32,7 @@ class IActivityHandler;
 struct Endpoint;
 class LobbyClientHandler;
 class LogServerHandler;
+class MetricsEndpoint;
 class QueueServerHandler;
 class WebServerHandler;
 
@@ -163,6 +164,8 @@ class LobbyServer : public GameProvider {
 
   private:
     void CreateHandlers();
+    // Does nothing unless [metrics] addr is set.
+    void OpenMetrics();
     void InitializeNetwork();
     void RegisterActivities();
     void UnregisterActivities();
@@ -197,6 +200,7 @@ class LobbyServer : public GameProvider {
     DataServerHandler* m_lpDataServerHandler = nullptr;  // deliberately never deleted
     std::unique_ptr<ConfigServerHandler> m_lpConfigServerHandler;
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
+    std::unique_ptr<MetricsEndpoint> m_lpMetrics;  // null unless configured
 
     MessageLimits m_Limits;  // constant once constructed
 

@@ -9,8 +9,10 @@
 #include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
+#include "Endpoint.h"
 #include "LobbyClientHandler.h"
 #include "LogServerHandler.h"
+#include "MetricsEndpoint.h"
 #include "QueueServerHandler.h"
 #include "WebServerHandler.h"
 #include "activityHandler/Activity20171211.h"
@@ -47,6 +49,7 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
     loadSensitiveNameCfg();
     ReadLimits();
     ReadProxies();
+    OpenMetrics();
     InitializeNetwork();
 }
 
@@ -73,6 +76,28 @@ void LobbyServer::CreateHandlers() {
     m_lpQueueServerHandler = std::make_unique<QueueServerHandler>(this);
     m_lpDataServerHandler = KeepUntilExit(new DataServerHandler(this));
     m_lpConfigServerHandler = std::make_unique<ConfigServerHandler>(this);
+}
+
+// Before the network's threads. A lobby whose figures cannot be read serves all the same.
+void LobbyServer::OpenMetrics() {
+    constexpr const char* tag = "LobbyServer::OpenMetrics";
+    constexpr const ConfigKey& key = KeyOf("metrics", "addr");
+    // Its length and one more; 0 without the key.
+    if (m_ConfigFile.GetValueStr(key.section, key.name, nullptr, 0) <= 1) return;
+    Endpoint endpoint;
+    if (!ReadEndpoint(key.section, key.name, endpoint)) {
+        __log(_ERROR, tag, "metrics 'addr' error, no metrics !");
+        return;
+    }
+    std::string error;
+    m_lpMetrics = MetricsEndpoint::Open(endpoint.host, endpoint.port, error);
+    if (m_lpMetrics == nullptr) {
+        __log(_ERROR, tag, "metrics error, host[%s], port[%d], info[%s], no metrics !",
+              endpoint.host, endpoint.port, error.c_str());
+        ComplainConfig(key.section, key.name, error.c_str());
+        return;
+    }
+    __log(_DEBUG, tag, "metrics success, host[%s], port[%d] !", endpoint.host, m_lpMetrics->Port());
 }
 
 void LobbyServer::InitializeNetwork() {
