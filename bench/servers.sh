@@ -30,12 +30,16 @@ stop_server() {
 
 redis_pid= sim_pid=
 
-# The lobby of the build, as its sample configuration has it but for ports, log level and, when
-# $pace says so, the seconds between broadcasts.
+# The lobby of the build, as its sample configuration has it but for ports, log level and, when they
+# are set, $pace, the seconds between broadcasts, and $metrics, where it serves its figures. It runs
+# under the command ${under[@]}.
+under=()
 start_lobby() {
     server_port=$(free_port)
-    make_lobby "$work/lobby" "$server_port" ERROR ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"}
-    "$work/lobby/LobbyServer" >/dev/null 2>&1 &
+    make_lobby "$work/lobby" "$server_port" ERROR \
+        ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"} \
+        ${metrics:+"s/^;addr=.*/addr=$metrics/"}
+    "${under[@]}" "$work/lobby/LobbyServer" >/dev/null 2>&1 &
     server_pid=$!
     wait_for 10 listens "$server_port"
 }

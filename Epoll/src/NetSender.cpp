@@ -225,10 +225,7 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
         return false;
     }
     // Counted first: the send thread may be done with the buffer before Push returns.
-    if (metrics != nullptr) {
-        metrics->messagesQueued.Add();
-        metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
-    }
+    if (metrics != nullptr) metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
     if (Push(context, buffer)) return true;
     if (metrics != nullptr) metrics->messagesSettled.Add();
     __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));

@@ -81,10 +81,8 @@ void AddReasons(Family family, const std::array<Counter, N>& counters,
         family.Add(counters[i], {{"reason", names[i]}});
 }
 
-// What went in and is not out yet. The one that follows is read first: never below zero.
-double Level(const Counter& out, const Counter& in) {
-    const uint64_t gone = out.Value();
-    const uint64_t come = in.Value();
+// What came and has not gone yet. What has gone is to be read first.
+double Level(uint64_t gone, uint64_t come) {
     return come > gone ? static_cast<double>(come - gone) : 0;
 }
 
@@ -142,8 +140,9 @@ Families Collector::Collect() const {
 void Collector::AddClients(Families& all) const {
     const NetMetrics& net = m_counters.net;
     const LobbyMetrics& lobby = m_counters.lobby;
+    const uint64_t closed = net.clientsClosed.Value();
     GaugeFamily(all, "lobby_connections", "Clients connected, logged in or not.")
-        .Add(Level(net.clientsClosed, net.clientsOpened));
+        .Add(Level(closed, net.clientsOpened.Value()));
     CounterFamily(all, "lobby_accepted_connections_total", "Clients accepted.")
         .Add(net.clientsOpened);
     CounterFamily(all, "lobby_websocket_upgrades_total", "Clients that became WebSockets.")
@@ -195,10 +194,12 @@ void Collector::AddMessages(Families& all) const {
 
 void Collector::AddWorker(Families& all) const {
     const NetMetrics& net = m_counters.net;
+    const uint64_t taken = net.recordsTaken.Value();
+    const uint64_t settled = net.messagesSettled.Value();
     GaugeFamily(all, "lobby_receive_queue_depth", "Reads and closes that wait for the worker.")
-        .Add(Level(net.recordsTaken, net.recordsQueued));
+        .Add(Level(taken, net.recordsQueued.Value()));
     GaugeFamily(all, "lobby_send_queue_depth", "Messages queued and not yet written.")
-        .Add(Level(net.messagesSettled, net.messagesQueued));
+        .Add(Level(settled, net.clients.out.Total() + net.backEnds.out.Total()));
     HistogramFamily(all, "lobby_worker_pass_seconds",
                     "Time the message worker spends on what one look at its queue brings.")
         .Add(net.pass);

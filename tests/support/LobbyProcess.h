@@ -79,6 +79,8 @@ class LobbyProcess {
         const std::string out = m_directory / "stdout", err = m_directory / "stderr";
         const pid_t parent = getpid();
         m_status.reset();
+        Write("stdout", "");  // what an earlier process wrote would be taken for this one's
+        Write("stderr", "");
         m_pid = fork();
         if (m_pid != 0) return;
         prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -38,6 +38,12 @@ class TypeCounters {
     // The number's count; that of all unknown numbers together for one that is not known.
     uint64_t Value(uint16_t type) const { return m_counters[m_lpPlaces->Of(type)].Value(); }
     uint64_t Unknown() const { return m_counters[0].Value(); }
+    uint64_t Total() const {
+        uint64_t total = 0;
+        for (size_t i = 0; i < m_lpPlaces->Count(); ++i)
+            total += m_counters[i].Value();
+        return total;
+    }
     const TypePlaces& Places() const { return *m_lpPlaces; }
 
   private:

@@ -46,9 +46,8 @@ struct NetMetrics {
     PeerMessages backEnds;
 
     // Send thread.
-    alignas(64) Counter bytesOut;        // WebSocket framing included
-    Counter messagesSettled;             // queued messages that were written or dropped
-    alignas(64) Counter messagesQueued;  // any thread
+    alignas(64) Counter bytesOut;  // WebSocket framing included
+    Counter messagesSettled;       // written or dropped; the rest of those counted above waits
 };
 
 // Set before the framework starts.
