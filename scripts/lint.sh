@@ -28,6 +28,6 @@ if [ "$what" != tidy ]; then
     cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
         --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$(nproc)" \
         -I lib/include -I lobby/include -I Epoll/include -I AesLib/include -I xredis/include \
-        -I lobby/catalog -I tools/platform_sim -I tools/lobby_client "${files[@]}" || failed=1
+        -I lobby/catalog -I lobby/config -I tools/platform_sim -I tools/lobby_client "${files[@]}" || failed=1
 fi
 exit $failed

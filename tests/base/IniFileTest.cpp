@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <set>
 #include <string>
 
 #include "Common/IniFile.h"
@@ -156,6 +157,21 @@ TEST(IniFile, NameLists) {
     EXPECT_EQ(ini.GetSectionNames(nullptr, 0), 9);
 }
 
+// The list of lines and the look-ups tell the same: of repeated names the first counts.
+void ExpectEntriesAgree(const CIniFile& ini) {
+    std::set<std::string> seen;
+    std::string section;
+    bool first = false;
+    for (const IniEntry& entry : ini.Entries()) {
+        if (entry.section) {
+            section = entry.name;
+            first = seen.insert("[" + section).second;
+        } else if (first && entry.value && seen.insert(section + "=" + entry.name).second) {
+            EXPECT_EQ(Value(ini, section.c_str(), entry.name.c_str()), *entry.value) << entry.line;
+        }
+    }
+}
+
 TEST(IniFile, RandomBytesAreRead) {
     std::mt19937 random(1);
     const std::string alphabet = "[]= \t\r\nab;\0";
@@ -172,6 +188,7 @@ TEST(IniFile, RandomBytesAreRead) {
             for (const char* key : {"a", "b", "ab", ""})
                 Value(ini, name, key);
         }
+        ExpectEntriesAgree(ini);
         ini.SetValueStr("a", "b", "value", true);
         EXPECT_EQ(Value(ini, "a", "b"), "value") << content;
         ini.DeleteKey("a", "b");

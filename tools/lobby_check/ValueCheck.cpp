@@ -110,7 +110,7 @@ std::string NumbersFault(std::string_view value) {
     if (value.empty()) return "";
     const auto pieces = Split(value, ',');
     for (const std::string_view piece : pieces) {
-        const std::string fault = IntegerFault(piece, 1, config_rows::kBillion);
+        std::string fault = IntegerFault(piece, 1, config_rows::kBillion);
         if (!fault.empty()) return fault;
     }
     if (pieces.size() <= kRoundsSent) return "";
@@ -141,7 +141,7 @@ std::string FaultOf(const ConfigKey& key, const std::string& value) {
     if (key.kind == ConfigKind::Integer) return IntegerFault(value, key.least, key.most);
     if (key.kind == ConfigKind::Endpoint) return EndpointFault(value);
     if (key.kind == ConfigKind::Choice) return ChoiceFault(key, value);
-    const std::string fault = LengthFault(key, value);
+    std::string fault = LengthFault(key, value);
     if (!fault.empty()) return fault;
     if (key.kind == ConfigKind::Numbers) return NumbersFault(value);
     if (key.kind == ConfigKind::Networks) return NetworksFault(value);

@@ -23,9 +23,21 @@ void PrintKeys() {
     }
 }
 
+// The process's exit status.
+int Check(const std::string& directory) {
+    std::filesystem::current_path(directory);
+    const auto problems = check::CheckDirectory(".");
+    // On standard error, where a supervisor keeps them.
+    for (const check::Problem& problem : problems)
+        std::cerr << check::TextOf(problem) << "\n";
+    if (!problems.empty()) return 1;
+    std::cout << "No problems found.\n";
+    return 0;
+}
+
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app(
         "Checks the four configuration files of a LobbyServer. Exit status: 0 nothing "
         "found, 1 problems found, 2 wrong usage.");
@@ -38,21 +50,10 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    if (keys) {
-        PrintKeys();
-        return 0;
-    }
-    std::error_code error;
-    std::filesystem::current_path(directory, error);
-    if (error) {
-        std::cerr << "lobby_check: " << directory << ": " << error.message() << "\n";
-        return 2;
-    }
-    const auto problems = check::CheckDirectory(".");
-    // On standard error, where a supervisor keeps them.
-    for (const check::Problem& problem : problems)
-        std::cerr << check::TextOf(problem) << "\n";
-    if (!problems.empty()) return 1;
-    std::cout << "No problems found.\n";
+    if (!keys) return Check(directory);
+    PrintKeys();
     return 0;
+} catch (const std::exception& error) {
+    std::cerr << "lobby_check: " << error.what() << "\n";
+    return 2;
 }
