@@ -71,8 +71,10 @@ class ServerListTest : public FolderTest {};
 
 }  // namespace
 
+// Site games with ids half the range apart, whose order contradicts itself, tore branches off the
+// tree that held them (seed 4).
 TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
-    std::mt19937 random(11);
+    std::mt19937 random;
     const auto run = [&] {
         for (int round = 0; round < 25; ++round) {
             ServerList list;
@@ -135,7 +137,10 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
             }
         }
     };
-    LogOf(run);
+    for (const unsigned seed : {4u, 11u}) {
+        random.seed(seed);
+        LogOf(run);
+    }
 }
 
 TEST_F(ServerListTest, MergedGameShowsOneRecordPerLevel) {
