@@ -1,4 +1,5 @@
 // The two keys and the calls that choose between them.
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +24,7 @@ KeyKind KindOf(int keyLength) {
 
 void BuildKey(KeyKind kind, unsigned char* key) {
     std::memset(key, kind == KeyKind::Full ? 0 : 0x12, kBlock);
-    std::memcpy(key, g_szKey, std::strlen(g_szKey));
+    std::copy_n(g_szKey, std::strlen(g_szKey), key);
 }
 
 // One thread's context for one key and direction, set up when first asked for: a few words of

@@ -20,6 +20,8 @@ size_t Encode7Bit(const char* in, size_t n, char* out, size_t outSize) {
     size_t written = 0;
     for (size_t i = 0; i < n; ++i) {
         const int k = static_cast<int>(i % 8);
+        // Signed: bytes above 0x7F spread their sign bits, as they always did.
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse)
         const int byte = static_cast<signed char>(in[i]);
         if (k != 0) out[written++] = static_cast<char>(carry | byte * (1 << (8 - k)));
         carry = byte >> k;

@@ -96,7 +96,8 @@ size_t SecondPass(char* text, size_t length) {
 }
 
 void PrintToConsole(char* line, size_t length) {
-    std::memcpy(line + length, "\r\n", 2);
+    line[length] = '\r';
+    line[length + 1] = '\n';
     const size_t printed = SecondPass(line, length + 2);
     std::fwrite(line, 1, printed, stdout);
     std::fflush(stdout);  // a supervisor reads line by line

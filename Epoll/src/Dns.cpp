@@ -60,7 +60,7 @@ bool StartResolver(const std::shared_ptr<LookUp>& lookUp) {
     auto argument = std::make_unique<std::shared_ptr<LookUp>>(lookUp);
     pthread_t thread;
     const bool started = pthread_create(&thread, &attributes, ResolveRoutine, argument.get()) == 0;
-    if (started) argument.release();  // the thread's now
+    if (started) static_cast<void>(argument.release());  // the thread's now
     pthread_attr_destroy(&attributes);
     return started;
 }
