@@ -9,9 +9,10 @@
 #include <vector>
 
 // Describes messages for tools and documents: names for the simulator's and the client's output,
-// the protocol document, the layouts the browser library is checked against. The lobby itself
-// does not use it. Offsets, sizes and types are deduced from the structures of the message
-// headers, so that a description cannot drift from what is sent.
+// the protocol document, the layouts the browser library is checked against, the message numbers
+// that metrics count one by one. The lobby's handlers do not use it. Offsets, sizes and types are
+// deduced from the structures of the message headers, so that a description cannot drift from what
+// is sent.
 // Thread: any; everything is built on first use and constant from then on.
 namespace catalog {
 

@@ -97,11 +97,11 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),
     Int("Redis", "msgque_size", 200, 0, kBillion, "logged only"),
     OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"),
-    Address("metrics", "addr", "where figures are served over HTTP; missing or empty: nowhere",
-            false),
     Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
     Flag("log", "json", "1 writes every line also as JSON to a file beside"),
     Flag("log", "warnings", "1 warns at start when maxconnection reaches the sweep's guard"),
+    Address("metrics", "addr", "where figures are served over HTTP; missing or empty: nowhere",
+            false),
     Characters("limits", "*", ConfigKind::Limit, 0, 63,
                "most messages of a type per connection and window"),
 };

@@ -139,7 +139,9 @@ std::string NetworksFault(std::string_view value) {
 
 std::string FaultOf(const ConfigKey& key, const std::string& value) {
     if (key.kind == ConfigKind::Integer) return IntegerFault(value, key.least, key.most);
-    if (key.kind == ConfigKind::Endpoint) return EndpointFault(value);
+    if (key.kind == ConfigKind::Endpoint) {
+        return value.empty() && !key.required ? "" : EndpointFault(value);
+    }
     if (key.kind == ConfigKind::Choice) return ChoiceFault(key, value);
     std::string fault = LengthFault(key, value);
     if (!fault.empty()) return fault;
