@@ -22,6 +22,8 @@ finish() {
     set +e
     for pid in "$crowd_pid" "$nginx_pid" "$haproxy_pid" "$second_pid"; do stop_pid "$pid"; done
     stop_platform
+    # shellcheck disable=SC2046
+    kill $(jobs -p) 2>/dev/null
     rm -rf "$work"
 }
 trap finish EXIT
@@ -221,9 +223,23 @@ measure_nginx() {
     say "nginx CPU for a message and its answer" "$(calc "($(cpu_us $pids) - $cpu) / $wss / $rounds" 0)" us
 }
 
+measure_stop() {
+    local began job
+    "$bin/lobby_load" -q -p "$server_port" -n "$players" -d 600 players --think 25 \
+        --mix keepalive=1 >/dev/null 2>&1 &
+    job=$!
+    wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
+    began=$(date +%s%3N)
+    stop_server
+    say "SIGTERM to the end of a lobby with $players players" "$(($(date +%s%3N) - began))" ms
+    say "    marks it left in Redis" "$(redis dbsize)"
+    stop_pid "$job"
+}
+
 say "cores; load average before" "$(nproc); $(cut -d' ' -f1 /proc/loadavg)"
 measure_lobby
 measure_redis
 measure_center
 measure_haproxy
 measure_nginx
+measure_stop

@@ -171,6 +171,13 @@ players enter $((last - 29)) $last
 settled "lobby1 is back, 30 more log in"
 [ "$(on lobby1)" -gt 0 ] || fail "the new lobby1 was given nobody"
 
+dying=$(on lobby2)
+kill -KILL "${lobby_pid[lobby2]}"
+{ wait "${lobby_pid[lobby2]}" || true; } 2>/dev/null
+: >"$work/lobby2.log"  # it says nothing about their end
+players returned "$dying"
+settled "lobby2 is killed, its $dying go to the others"
+
 players leave $first $last
 settled "all leave"
 echo "$note"
