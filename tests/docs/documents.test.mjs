@@ -49,6 +49,35 @@ test('files and folders that are named exist', () => {
   assert.deepEqual(missing, []);
 });
 
+test('names that are written as code occur in the tree', () => {
+  const code = files.filter((file) => /\.(cpp|h|js|mjs|lua|sh|cfg|txt|json|service)$/.test(file));
+  const words = new Set(code.flatMap((file) => read(file).match(/\w+/g) ?? []));
+  const all = [...words].join(' ');
+  const missing = [];
+  for (const document of documents.filter((name) => name !== 'docs/protocol.md')) {
+    for (const text of ticked(parts(read(document)).prose)) {
+      const name = /^(?:\w+::)?([A-Za-z_]\w{3,})(?:\(\))?$/.exec(text)?.[1];
+      // The glossary has parts of names, and a plain word may be anything.
+      const isThere = document.endsWith('glossary.md') ? all.includes(name) : words.has(name);
+      if (/_|[a-z][A-Z]/.test(name) && !isThere) missing.push(`${document}: ${text}`);
+    }
+  }
+  assert.deepEqual(missing, []);
+});
+
+test('the protocol document has every message number', () => {
+  const ways = { C2S: 'client->lobby', S2C: 'lobby->client', L2Q: 'lobby->queue', Q2L: 'queue->lobby' };
+  const listed = rowsOf(sectionOf(read('docs/protocol.md'), '## Messages'))
+    .map(([way, type]) => `${Number(type)} ${way}`);
+  const missing = sources.filter((file) => /^(lobby|lib)\/include\//.test(file)).flatMap((file) =>
+    [...read(file).matchAll(/constexpr uint16_t (\w+) = (0x[0-9A-F]+);/gi)]
+      .filter(([, name, type]) => {
+        const wanted = `${Number(type)} ${ways[/[A-Z0-9]+$/.exec(name)[0]] ?? ''}`;
+        return !listed.some((row) => row.startsWith(wanted));
+      }).map(([, name]) => `${file}: ${name}`));
+  assert.deepEqual(missing, []);
+});
+
 const keys = JSON.parse(run(process.env.CONFIG_KEYS));
 // Any message type may be a key of [limits]; the documents name the one that has a word.
 const nameOf = (key) => (key.name === '*' ? 'any' : key.name);
