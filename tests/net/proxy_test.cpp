@@ -169,6 +169,7 @@ class AddressServer : public TestServer {
         };
         Listen();
     }
+    ~AddressServer() override { Shutdown(); }  // while the object is whole
     std::string Ask(Client& client) {
         client.Send(Message(1));
         const std::string answer = client.ReadMessage();
