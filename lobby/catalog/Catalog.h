@@ -93,6 +93,7 @@ std::string DescribeJson(Direction direction, std::span<const uint8_t> message);
 // The protocol document, the machine-readable dump of the same, and the tables of the dissector in
 // tools/wireshark.
 std::string Markdown();
+const char* Rules();  // the part of the document that the structures cannot tell
 std::string Json();
 std::string Lua();
 

@@ -91,8 +91,9 @@ std::string Markdown() {
         "u8 (0), `type` u16 big-endian. Bodies are little-endian and packed to 4 bytes. Offsets\n"
         "count from the start of the message, in records from the start of the record; the bytes\n"
         "of a message include its header. Padding is zero. Texts end at their first zero byte and\n"
-        "have none when they fill their field.\n\n"
-        "## Messages\n\n";
+        "have none when they fill their field.\n\n";
+    out += Rules();
+    out += "## Messages\n\n";
     out += Overview();
     out += "## Structures\n\n";
     std::set<std::string> seen;

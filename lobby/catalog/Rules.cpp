@@ -1,0 +1,78 @@
+// What no header tells of the protocol: how messages travel, and what answers what.
+#include "Catalog.h"
+
+namespace catalog {
+
+const char* Rules() {
+    return R"(## On the wire
+
+**TCP.** Messages follow each other without anything between them. Bytes that are no message (another
+identity, a length out of range, a body that does not decipher) close the connection; nothing is
+ever answered to a fault. `version` and `reserve` are not looked at.
+
+**WebSocket**, on the same port. A client whose first bytes contain "Connection" is upgraded by the
+standard handshake; its request must come in one read, and its path and origin do not matter. From
+then on binary frames carry the same stream: a frame may hold several messages or part of one. A
+client's frame holds at most 4095 bytes, as may what is carried over of an incomplete frame together
+with what comes next. A close frame closes the connection without an answer; every other opcode is
+taken for a binary frame, pings too. The lobby sends one frame per message, final and unmasked.
+
+**Encryption** (`encode` 1) is open to every sender, message by message; the lobby sends none. A body
+of n bytes becomes n + 16. The key is 16 bytes: the 12 characters of `LOBBY_AES_KEY` and four times
+0x12. E is AES-128 of one block, V 16 random bytes, + joins, ^ is exclusive or with as many bytes:
+
+- n up to 15: W = E(V) + (body ^ V), then the last 16 bytes of W are replaced by E of them.
+- n of 16 and more: E(V), then the full blocks of the body chained from V (each block is E of itself ^
+  the one before it in the chain). Let C be the last of them and R the n mod 16 bytes that are left:
+  in place of C stands C + (R ^ C), of which the last 16 bytes are replaced by E of them. When
+  nothing is left, C is enciphered twice.
+
+## Clients
+
+The first message is the connect notice; its answer says whether the player is logged in (code 0) and
+leaves the connection open in any case. Send something at least once in `timeout` seconds (120 unless
+configured); the keep-alive is echoed. What the lobby refuses itself, and how often it takes what:
+
+| Request | Answer | Not sooner than | The lobby's own codes |
+|---|---|---|---|
+| 0x00A1 connect notice | 0x00A6 | once; further ones are ignored | closes: another size, a disabled account, maintenance |
+| 0x00D3 bank login | 0x00D4 | 2 s, else no answer; at once after a code 151 | 150 not the session's user |
+| 0x00D5 take coin | 0x00D6 | 2 s, else 156 | 157 less than 1 coin, 150 not the session's user |
+| 0x00D7 save coin | 0x00D8 | 2 s, else 156 | 157 less than 1 coin, 150 not the session's user |
+| 0x00D9 bank password | 0x00DA | 2 s, else 156 | 150 not the session's user |
+| 0x00E1 login password | 0x00E2 | 6 s, else 4 | 1 not the session's user |
+| 0x00E3 nickname, 0x00E5 signature | the same number | | 1 forbidden text; closes: another size or user |
+| 0x00E4 gender, 0x00E6 face, 0x00E7 mobile, 0x00E8 real name | the same number | | closes: another size or user |
+| 0x00EA coin refresh | 0x00EA | the next second, else no answer | closes: another size or user |
+| 0x0050 coin exchange | 0x0051 | 5 s, else 12 | 4 to oneself, 3 not positive or more than in hand |
+| 0x9002 server list | 0x9003, until `usIsFinish` is 1 | 3 s, else no answer | no answer: another user, a site without games |
+| 0x00F0 tournament | 0x00F1 | | |
+| 0x00F2 subscribe, 0x00F3 unsubscribe | none | | |
+| 0xE012 activity request | the activity's | | |
+| 0xF0F1 keep-alive | 0xF0F1 | | |
+| 0x9000 | | | closes |
+
+0 is success, every other code the queue server's. Times are differences of clock seconds. Requests
+of another size than their structure's are not answered (that of 0x0050, 0x9002 and 0x00F0 is not
+looked at), those that need a link that is down neither.
+0x00A8 precedes a kick-out: `bStopSwitch` 0 for another login, 1 for maintenance. Pushes
+(0x0052, 0x00A7, 0x00B3, 0x00B4, 0x00BB, 0x00EA, 0x00F4, 0xE014) come at any time.
+
+## Back-ends
+
+The lobby connects to each, sends 0xF0F1 every 25 seconds and echoes those it gets. What it asks by
+itself:
+
+| Server | When the link is up | Then |
+|---|---|---|
+| center | 0x00A0, answered by 0x9001 and 0x9005 | pushed as things change |
+| web | 0x00A1 | pushed |
+| queue | nothing | a request per player's request; answers carry its handle and node id back |
+| data | 0x00A1, 0xD010, 0xD008 | 0xD010 and 0xD008 every 30 minutes; 0xD012 per login, 0xD014 when a player with changed progress leaves |
+| config | 0xAD14; 0xAD11 and 0xAD13 are pushed | 0xAD26 every 10 seconds, 0xAD28 every 180 seconds |
+| log | nothing | records; never answered |
+
+)";
+}
+
+}  // namespace catalog
