@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
 # Measures what docs/operations.md plans with: the cost of a player on a lobby, in Redis, on the
 # center's link, in haproxy and in nginx. Prints one figure a line; about four minutes.
-# Usage: bench/capacity.sh [folder with the binaries]        (build the release preset first)
+# Usage: bench/capacity.sh [quick] [folder with the binaries]
+#        Build the release preset first.
+#        With quick everything once and briefly, so that it does not rot; the figures mean nothing.
 # PLAYERS=n changes the players on one lobby (4800), SECONDS_EACH=n the length of a load (20).
 # The part about nginx needs the npm packages of tests/web: WEB_MODULES names their folder; by
 # default it is where "ctest --preset release -R web_npm" puts them.
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
+players=${PLAYERS:-4800} seconds=${SECONDS_EACH:-20} thinks=(25 10 1) marks=100000
+wss=900 rounds=20
+if [ "${1:-}" = quick ]; then
+    shift
+    players=200 seconds=9 thinks=(1) marks=1000 wss=60 rounds=2
+fi
 bin=$(readlink -f "${1:-$root/build/release/bin}")
-players=${PLAYERS:-4800} seconds=${SECONDS_EACH:-20} marks=100000
 export WEB_MODULES=${WEB_MODULES:-$root/build/release/tests/web/npm}
 ulimit -n "$(ulimit -Hn)"
 PATH=$PATH:/usr/sbin
@@ -29,16 +36,27 @@ finish() {
 trap finish EXIT
 trap 'exit 130' INT TERM
 
-say() { printf '%-66s %10s %s\n' "$1" "$2" "${3:-}"; }
+say() {
+    [ -n "$2" ] || { echo "capacity: no figure for: $1" >&2; exit 1; }
+    printf '%-66s %10s %s\n' "$1" "$2" "${3:-}"
+}
 calc() { awk "BEGIN { printf \"%.${2:-1}f\", $1 }"; }
 
 resident() { awk '/^VmRSS/ { print $2 * 1024 }' "/proc/$1/status"; }
 # Microseconds of CPU time: all threads of all processes given.
-cpu_us() { local p; for p in "$@"; do cat "/proc/$p"/task/*/schedstat; done | awk '{ n += $1 } END { print n / 1000 }'; }
+cpu_us() {
+    local p
+    for p in "$@"; do cat "/proc/$p"/task/*/schedstat; done |
+        awk '{ n += $1 } END { print n / 1000 }'
+}
 # ... and, in nanoseconds, of each thread of one: "thread time", for join.
-threads() { local t; for t in /proc/"$1"/task/*; do echo "${t##*/} $(cut -d' ' -f1 "$t/schedstat")"; done | sort; }
+threads() {
+    local t
+    for t in /proc/"$1"/task/*; do echo "${t##*/} $(cut -d' ' -f1 "$t/schedstat")"; done | sort
+}
 children() { pgrep -P "$1" | tr '\n' ' ' || true; }
 
+# figure NAME KEY: of the load's result.
 figure() { grep -o "\"$2\": *[0-9.e+]*" "$work/$1.json" | head -n 1 | sed 's/.*: *//'; }
 # load NAME PORT ARGUMENTS...
 load() {
@@ -46,7 +64,9 @@ load() {
         { echo "capacity: $1 had errors:" >&2; cat "$work/$1.txt" >&2; exit 1; }
 }
 
-calls() { redis info commandstats | sed -n "s/^cmdstat_$1:calls=\([0-9]*\).*/\1/p" | grep . || echo 0; }
+calls() {
+    redis info commandstats | sed -n "s/^cmdstat_$1:calls=\([0-9]*\).*/\1/p" | grep . || echo 0
+}
 # redis_calls WHAT COUNT: commands since the last time, for each of so many.
 redis_calls() {
     local name text=
@@ -67,9 +87,9 @@ measure_lobby() {
     say "resident memory of an empty lobby" "$(calc "$(resident "$server_pid") / 1048576")" MiB
     empty=$(resident "$server_pid")
     redis config resetstat >/dev/null
-    sleep 10
+    sleep "$seconds"
     say "Redis connections of a lobby; its PINGs in a second" \
-        "$(redis client list | grep -c 'cmd=ping') ; $(calc "$(calls ping) / 10")"
+        "$(redis client list | grep -c 'cmd=ping'); $(calc "$(calls ping) / $seconds")"
 
     redis config resetstat >/dev/null
     cpu=$(redis_cpu)
@@ -81,7 +101,7 @@ measure_lobby() {
     redis_calls "a login and a logout" "$players"
 
     local think
-    for think in 25 10 1; do measure_players "$think" "$empty"; done
+    for think in "${thinks[@]}"; do measure_players "$think" "$empty"; done
 }
 
 # measure_players THINK EMPTY: seconds between two requests of a player; memory without players.
@@ -99,7 +119,8 @@ measure_players() {
     sleep $((warmup + 1))
     before=$(threads "$pid")
     sleep $((seconds - 5))
-    peak=$(join <(echo "$before") <(threads "$pid") | awk '$3 - $2 > n { n = $3 - $2 } END { print n }')
+    peak=$(join <(echo "$before") <(threads "$pid") |
+        awk '$3 - $2 > n { n = $3 - $2 } END { print n }')
     wait "$job"
     say "$name: per second" "$(calc "$(figure "think$think" per_second)" 0)" requests
     say "    CPU of all threads" \
@@ -110,20 +131,22 @@ measure_players() {
     wait_for 20 eval '[ "$(redis dbsize)" = 0 ]'
 }
 
+redis_memory() { redis info memory | sed -n 's/^used_memory:\([0-9]*\).*/\1/p'; }
 measure_redis() {
     local before
-    before=$(redis info memory | sed -n 's/^used_memory:\([0-9]*\).*/\1/p')
+    before=$(redis_memory)
     seq -f 'SETEX Lobby:OnLine:UserID:%.0f 259200 1' 100000001 $((100000000 + marks)) |
         redis --pipe >/dev/null
     say "Redis memory for a mark ($marks marks)" \
-        "$(calc "($(redis info memory | sed -n 's/^used_memory:\([0-9]*\).*/\1/p') - $before) / $marks" 0)" bytes
-    local clients name
+        "$(calc "($(redis_memory) - $before) / $marks" 0)" bytes
+    local clients name rate
     for clients in 1 50; do
         for name in "exists Lobby:OnLine:UserID:100000007" "setex Lobby:OnLine:UserID:7 600 1" \
             "del Lobby:OnLine:UserID:8"; do
             # shellcheck disable=SC2086
-            say "redis-benchmark, $clients clients, ${name%% *}" "$(redis-benchmark -p "$redis_port" \
-                -c "$clients" -n 100000 --csv $name 2>/dev/null | tail -n 1 | cut -d'"' -f4)" "per second"
+            rate=$(redis-benchmark -p "$redis_port" -c "$clients" -n "$marks" --csv $name \
+                2>/dev/null | tail -n 1 | cut -d'"' -f4)
+            say "redis-benchmark, $clients clients, ${name%% *}" "$rate" "per second"
         done
     done
     redis flushall >/dev/null
@@ -157,13 +180,17 @@ measure_center() {
         --mix keepalive=1 >/dev/null 2>&1 &
     crowd_pid=$!
     wait_for 30 eval '[ "$(redis dbsize)" = '$moved' ]'
-    local first_before; first_before=$(center_bytes "$server_pid") before=$(center_bytes "$second_pid")
+    local first_before first_after
+    first_before=$(center_bytes "$server_pid")
+    before=$(center_bytes "$second_pid")
     redis config resetstat >/dev/null
     "$bin/lobby_load" -q -p "$second_port" -n "$moved" logins >/dev/null 2>&1 || true
     sleep 1
-    local first_after; first_after=$(center_bytes "$server_pid") after=$(center_bytes "$second_pid")
+    first_after=$(center_bytes "$server_pid")
+    after=$(center_bytes "$second_pid")
     say "second login: bytes to the center" "$(calc "(${after#* } - ${before#* }) / $moved")"
-    say "    and from it to each other lobby" "$(calc "(${first_after% *} - ${first_before% *}) / $moved")"
+    say "    and from it to each other lobby" \
+        "$(calc "(${first_after% *} - ${first_before% *}) / $moved")"
     kill "$crowd_pid" 2>/dev/null || true
     wait "$crowd_pid" 2>/dev/null || true
     crowd_pid=
@@ -179,7 +206,8 @@ measure_haproxy() {
     local empty cpu pids
     pids="$haproxy_pid $(children "$haproxy_pid")"
     empty=$(resident "$haproxy_pid")
-    load through "$entrance_port" -n "$players" --ramp 1500 --warmup 3 -d "$seconds" players --think 1 &
+    load through "$entrance_port" -n "$players" --ramp 1500 --warmup 3 -d "$seconds" players \
+        --think 1 &
     local job=$!
     wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
     sleep 5
@@ -191,36 +219,51 @@ measure_haproxy() {
     say "haproxy memory for each player" \
         "$(calc "($(resident "$haproxy_pid") - $empty) / $players / 1024")" KiB
     wait "$job"
-    say "haproxy CPU at $(calc "$(figure through per_second)" 0) requests per second" "$cpu" "% of a core"
+    say "haproxy CPU at $(calc "$(figure through per_second)" 0) requests per second" "$cpu" \
+        "% of a core"
 }
 
 # Players of the balancer's test, all by wss://.
-crowd() { echo "$*" >&"${people[1]}"; read -r -t 120 _ <&"${people[0]}"; }
+crowd() {
+    local answer
+    echo "$*" >&"${people[1]}"
+    read -r -t 120 answer <&"${people[0]}"
+    [ "${answer%% *}" = ok ] || { echo "capacity: $answer" >&2; exit 1; }
+}
 measure_nginx() {
-    [ -d "$WEB_MODULES/node_modules/ws" ] || { echo "capacity: nginx left out, see usage" >&2; return; }
+    if [ ! -d "$WEB_MODULES/node_modules/ws" ]; then
+        echo "capacity: nginx left out, see usage" >&2
+        return
+    fi
     start_nginx
     wait_for 10 listens "$secure_port"
     export WSS_URL=wss://localhost:$secure_port WSS_CERTIFICATE=$work/cert.pem
     coproc people { exec node "$root/tests/balancer/players.mjs"; }
     crowd_pid=$people_PID
-    local pids cpu empty after=0 pid wss=900 rounds=20
+    local pids cpu empty after=0 pid
     pids="$nginx_pid $(children "$nginx_pid")"
     crowd enter 20001 20100
     crowd leave 20001 20100
-    memory() { local n=0; for pid in $pids; do n=$((n + $(resident "$pid"))); done; echo "$n"; }
+    memory() {
+        local n=0
+        for pid in $pids; do n=$((n + $(resident "$pid"))); done
+        echo "$n"
+    }
     empty=$(memory)
     # shellcheck disable=SC2086
     cpu=$(cpu_us $pids)
     crowd enter 20001 $((20000 + wss))
     # shellcheck disable=SC2086
-    say "nginx CPU for a wss connection and its login" "$(calc "($(cpu_us $pids) - $cpu) / $wss" 0)" us
+    say "nginx CPU for a wss connection and its login" \
+        "$(calc "($(cpu_us $pids) - $cpu) / $wss" 0)" us
     after=$(memory)
     say "nginx memory for each wss player" "$(calc "($after - $empty) / $wss / 1024")" KiB
     # shellcheck disable=SC2086
     cpu=$(cpu_us $pids)
     for _ in $(seq $rounds); do crowd alive; done
     # shellcheck disable=SC2086
-    say "nginx CPU for a message and its answer" "$(calc "($(cpu_us $pids) - $cpu) / $wss / $rounds" 0)" us
+    say "nginx CPU for a message and its answer" \
+        "$(calc "($(cpu_us $pids) - $cpu) / $wss / $rounds" 0)" us
 }
 
 measure_stop() {
