@@ -65,7 +65,7 @@ void LobbySeeds(const fs::path& folder, ops::Kind kind, const Rows& rows) {
         seed += Op(kind, i, 0, ones, -1) + Op(kind, i, 0, ones, 1);
         const auto name = std::string(catalog::NameOf(rows[i]->direction)).substr(0, 5) + "-" +
                           Describe(*rows[i]);
-        Write(folder / name, seed + static_cast<char>(ops::CloseClient) + later);
+        Write(folder / name, (std::string(seed) += static_cast<char>(ops::CloseClient)) += later);
         if (i % 8 == 0) all = login;
         all.append(Op(kind, i, 0, ones)).append(later);
         Write(folder / ("several-" + std::to_string(kind) + "-" + std::to_string(i / 8)), all);

@@ -44,6 +44,9 @@ class LobbyRedisServer {
     // 1 when the mark was there and is gone, else 0.
     int32_t DelLobbyOnline(int userId);
 
+    // Ends a StartRedisServer that waits for a host which swallows connects. Any thread.
+    void CancelConnects() { xRedis.CancelConnects(); }
+
   private:
     void StartKeepalive();
     void KeepaliveLoop();

@@ -63,6 +63,12 @@ class LobbyServer : public GameProvider {
     // Poll thread or the creating thread.
     IPlayerNode* OnCreatePlayer() override;
 
+    // As the base's, and the connect to Redis too. Any thread.
+    void CancelConnects() {
+        GameProvider::CancelConnects();
+        m_LobbyRedisServer.CancelConnects();
+    }
+
     // Opens the outbound link whose address is [connect] name, stores its node and, before the
     // link can be reported closed, runs onUp. 0 on success and when the link is up already, -1 on
     // failure. Main or reconnect keeper.

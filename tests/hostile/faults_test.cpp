@@ -76,7 +76,11 @@ TEST_F(FaultTest, TerminationInEveryPhaseOfTheStart) {
 
 // A peer whose queue of connects is full holds a connect for its whole time-out.
 TEST_F(FaultTest, TerminationWhileAConnectHangs) {
-    for (const ServerKind kind : sim::ALL_SERVERS) {
+    static constexpr std::pair<const char*, const char*> kKeys[] = {
+        {"connect", "queue_server"},    {"connect", "center_server"}, {"connect", "config_server"},
+        {"connect", "bulletin_server"}, {"connect", "data_server"},   {"connect", "log_server"},
+        {"Redis", "redis_server"}};
+    for (const auto& [section, key] : kKeys) {
         const int port1 = RedisServer::FreePort();
         const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
@@ -90,12 +94,11 @@ TEST_F(FaultTest, TerminationWhileAConnectHangs) {
             fill.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
             connect(fill.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
         }
-        static constexpr const char* keys[] = {"queue_server",    "center_server", "config_server",
-                                               "bulletin_server", "data_server",   "log_server"};
         LobbyProcess process;
         LobbySettings settings = AttackSettings();
         settings["log"] = {{"level", "ALL"}};
-        settings["connect"][keys[static_cast<size_t>(kind)]] = "127.0.0.1:" + std::to_string(port1);
+        settings["Redis"]["timeout"] = "30";
+        settings[section][key] = "127.0.0.1:" + std::to_string(port1);
         settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
         process.Configure(settings);
         process.Start();
@@ -103,7 +106,7 @@ TEST_F(FaultTest, TerminationWhileAConnectHangs) {
         std::this_thread::sleep_for(milliseconds(200));
         EXPECT_FALSE(process.Ended()) << "the connect does not hang";
         process.Terminate();
-        EXPECT_EQ(process.AwaitEnd(2), 0) << NameOf(kind);
+        EXPECT_EQ(process.AwaitEnd(2), 0) << key;
         for (const int fd : fill)
             close(fd);
         close(listener);

@@ -129,9 +129,10 @@ TEST_F(RedisPoolTest, PasswordIsNeededAndChecked) {
 }
 
 TEST_F(RedisPoolTest, EveryConnectionLentMeansFailureAtOnce) {
+    const std::atomic<bool> never{false};
     RedisDBSlice slice(0, 0);
     EXPECT_EQ(slice.Status(), 0U);
-    ASSERT_TRUE(slice.AddNode(Node(server, "", 2), true));
+    ASSERT_TRUE(slice.AddNode(Node(server, "", 2), true, never));
     EXPECT_EQ(slice.Status(), 1U);
     RedisConnPtr first = slice.GetConn(0);
     const RedisConn* address = first.get();

@@ -1,6 +1,7 @@
 // One connection to a Redis server.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -15,8 +16,9 @@ class RedisConn {
   public:
     RedisConn(const RedisNode& node, unsigned int type, unsigned int slaveIdx);
 
-    // Connects and authenticates, within the node's own time-out. The outcome is Usable().
-    bool Connect();
+    // Connects and authenticates, within the node's own time-out, or half a second after
+    // `cancelled` was set. The outcome is Usable().
+    bool Connect(const std::atomic<bool>& cancelled);
 
     // Pings; without a reply connects anew, in bounded time, and keeps the old context until the
     // new one has answered a ping: a hung server still accepts. False when the server is away.

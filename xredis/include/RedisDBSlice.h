@@ -40,7 +40,7 @@ class RedisDBSlice {
 
     // Adds the node's connections. `connect` opens them, up to the first that fails; Keepalive
     // opens the others later. True when at least one is open.
-    bool AddNode(const RedisNode& node, bool connect);
+    bool AddNode(const RedisNode& node, bool connect, const std::atomic<bool>& cancelled);
 
     // Lends a connection: I/O type 0, or no slaves: of the master; 1: of a random slave. Null if
     // none is free or the server does not answer. Waits only for one that is just being pinged,

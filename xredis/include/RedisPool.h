@@ -16,7 +16,8 @@ class RedisCache {
 
     // False at the first node that cannot be connected or has a dbindex beyond the count; the
     // nodes after it are left to Keepalive.
-    bool ConnectNodes(const RedisNode* nodes, unsigned int count);
+    bool ConnectNodes(const RedisNode* nodes, unsigned int count,
+                      const std::atomic<bool>& cancelled);
 
     unsigned int HashBase() const;
     // Null beyond the slice count.

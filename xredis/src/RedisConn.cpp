@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -43,8 +44,19 @@ RedisContextPtr RedisConn::Open(std::chrono::milliseconds timeout) const {
     return context;
 }
 
-bool RedisConn::Connect() {
-    mCtx = Open(std::chrono::seconds(mTimeout));
+// In slices, so that giving up need not wait for a host that swallows connects.
+bool RedisConn::Connect(const std::atomic<bool>& cancelled) {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kSlice{500};
+    std::chrono::milliseconds left = std::chrono::seconds(mTimeout);
+    bool timedOut = true;
+    while (mCtx == nullptr && timedOut && !cancelled) {
+        const auto slice = std::min(left, kSlice);
+        const auto begin = Clock::now();
+        mCtx = Open(slice);
+        timedOut = Clock::now() - begin >= slice && left > slice;
+        left -= slice;
+    }
     mConnStatus = mCtx != nullptr;
     return mConnStatus;
 }

@@ -27,7 +27,8 @@ RedisConnPtr RedisConnList::Take(bool usable) {
     return conn;
 }
 
-bool RedisDBSlice::AddNode(const RedisNode& node, bool connect) {
+bool RedisDBSlice::AddNode(const RedisNode& node, bool connect,
+                           const std::atomic<bool>& cancelled) {
     RedisConnList* list = &mSliceConn.RedisMasterConn;
     unsigned int slaveIdx = 0;
     if (node.role != 0) {
@@ -41,7 +42,7 @@ bool RedisDBSlice::AddNode(const RedisNode& node, bool connect) {
     bool opened = false;
     for (unsigned int i = 0; i < node.poolsize; ++i) {
         auto conn = std::make_unique<RedisConn>(node, mType, slaveIdx);
-        connect = connect && conn->Connect();
+        connect = connect && conn->Connect(cancelled);
         opened = opened || connect;
         Add(*list, mutex, std::move(conn));
     }

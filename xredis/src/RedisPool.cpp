@@ -1,6 +1,7 @@
 #include "RedisPool.h"
 
-bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count) {
+bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
+                              const std::atomic<bool>& cancelled) {
     SliceList slices;
     for (unsigned int i = 0; i < count; ++i) {
         slices.push_back(std::make_shared<RedisDBSlice>(mCachetype, i));
@@ -13,7 +14,8 @@ bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count) {
     bool connected = true;
     for (unsigned int i = 0; i < count; ++i) {
         const unsigned int dbindex = nodes[i].dbindex;
-        connected = dbindex < count && slices[dbindex]->AddNode(nodes[i], connected) && connected;
+        connected = dbindex < count && slices[dbindex]->AddNode(nodes[i], connected, cancelled) &&
+                    connected;
     }
     return connected;
 }

@@ -83,7 +83,7 @@ bool xRedisClient::ConnectRedisCache(const RedisNode* nodes, unsigned int count,
                                      unsigned int type) {
     const RedisPool* pool = mRedisPool.load();
     RedisCache* cache = pool != nullptr ? pool->GetCache(type) : nullptr;
-    return cache != nullptr && cache->ConnectNodes(nodes, count);
+    return cache != nullptr && cache->ConnectNodes(nodes, count, mCancelled);
 }
 
 void xRedisClient::Keepalive() {
