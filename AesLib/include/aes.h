@@ -37,7 +37,8 @@ int aes_dec_key(const unsigned char* key, int keyLength, aes_ctx* context);
 int aes_enc_blk(const unsigned char* in, unsigned char* out, const aes_ctx* context);
 int aes_dec_blk(const unsigned char* in, unsigned char* out, const aes_ctx* context);
 
-// Fills n bytes from /dev/urandom, opened anew for every call. When no descriptor is to be had
+// Fills n bytes from /dev/urandom, opened anew for every call; encbuf therefore asks for the
+// initialisation blocks of many messages at a time. When no descriptor is to be had
 // the kernel's generator is asked directly, so that the bytes are random in any case.
 void fillrand(void* buffer, int n);
 

@@ -79,7 +79,7 @@ bool DecryptLong(const unsigned char* in, int n, unsigned char* out, const aes_c
 
 int encbuf(const void* input, int n, void* output, const aes_ctx* context, int* outLength) {
     unsigned char iv[kBlock];
-    fillrand(iv, kBlock);
+    NextIv(iv);
     const auto* in = static_cast<const unsigned char*>(input);
     auto* out = static_cast<unsigned char*>(output);
     const bool done =

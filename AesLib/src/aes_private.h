@@ -3,6 +3,9 @@
 
 #include "aes.h"
 
+// A fresh initialisation block from fillrand.
+void NextIv(unsigned char* iv);
+
 void XorBlock(unsigned char* target, const unsigned char* other);
 
 // All take a whole number of blocks in bytes and answer false when libcrypto fails.
