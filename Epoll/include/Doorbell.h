@@ -21,15 +21,7 @@ class Doorbell {
     void BeforeSleep() { m_bAsleep.store(true); }
     void AfterSleep() { m_bAsleep.store(false); }
 
-    // From Hold on, the calling thread's rings wait for its next Flush, so that a thread that
-    // makes many pieces of work in a row does not hand over to the sleeper after the first. Only
-    // for threads that flush soon.
-    static void Hold();
-    static void Flush();
-
   private:
-    void RingNow();
-
     int m_iEvent = -1;
     std::atomic<bool> m_bAsleep{false};
 };

@@ -12,9 +12,9 @@ class IPlayerNode;
 
 // A connection with its partial message, its send ring and its node. Owns the node and the ring;
 // the buffers in the ring are references into g_SendFactory.
-// The ring has any number of producers and one consumer, the send thread, which takes and settles
-// many entries under one lock. Its count hands entries over: the producer that raises it from 0
-// hands the connection to the send thread, which has it until the count is 0 again.
+// The ring has any number of producers and one consumer at a time, which takes and settles many
+// entries under one lock. Its count hands entries over: the producer that raises it from 0 hands
+// the connection to the consumer, which has it until the count is 0 again.
 // The ring begins small and grows with the largest queue the connection ever had.
 class EPOLLBuffer : public EPOLLReceiver {
   public:
@@ -32,10 +32,9 @@ class EPOLLBuffer : public EPOLLReceiver {
 
     // All three with m_lockSend held.
     void Append(tagSendBuffer* entry);
-    void TakeBackLast();
     void Grow();
     void DropPending();
-    // Send thread: settles `done` entries (whose references are given up already) and copies up to
+    // The consumer: settles `done` entries (whose references are given up already) and copies up to
     // `room` of the oldest pending ones. Returns how many; 0 when the ring is idle, which is then
     // touched no more.
     long Advance(long done, tagSendBuffer** entries, long room);
@@ -45,7 +44,7 @@ class EPOLLBuffer : public EPOLLReceiver {
     long m_lLength = 0;
 
     std::mutex m_lockSend;              // serialises producers; before the sender's m_lockClosing
-    bool m_bSendData = false;           // added to the send epoll once; guarded by m_lockSend
+    bool m_bSendData = false;           // something was queued once; guarded by m_lockSend
     std::atomic<bool> m_bClosed{true};  // no further sends are accepted; hides the base's flag
     bool m_bReleasing = false;          // OnClosed was called; guarded by m_lockSend
     tagSendBuffer** m_lpSendBuffer = nullptr;  // null entry: close marker; guarded by m_lockSend
@@ -59,9 +58,10 @@ class EPOLLBuffer : public EPOLLReceiver {
     std::atomic<bool> m_bReady{false};     // in that list, or set aside
     long m_lResumeTime = 0;                // uptime at which what was set aside goes on
 
-    // Send thread only.
+    // The consumer only.
     long m_lSendPos = 0;      // bytes of the current buffer already sent
     bool m_bBlocked = false;  // waits for room in the socket
+    bool m_bPolled = false;   // the send epoll knows the socket
 
     // Closed connections the send thread still owes something; guarded by its m_lockClosing.
     EPOLLBuffer* m_lpNextClosing = nullptr;

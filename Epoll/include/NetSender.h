@@ -1,4 +1,4 @@
-// The send side: queues of filled buffers per connection, written by one thread.
+// The send side: queues of filled buffers per connection, written by one thread at a time.
 #pragma once
 
 #include <atomic>
@@ -11,10 +11,13 @@
 
 class EPOLLBuffer;
 
-// Fills send buffers, queues them on connections and writes the queues from the send thread; gives
-// a closed connection back to the provider once its queue is settled. Owns its epoll instance;
-// points at provider and network provider.
-// Thread: the INetSender functions on any; the private ones on the send thread unless marked.
+// Fills send buffers, queues them on connections and writes the queues; gives a closed connection
+// back to the provider once its queue is settled. Owns its epoll instance; points at provider and
+// network provider.
+// Whoever holds m_lockDrain is the consumer of all queues: the send thread, or, while that sleeps,
+// the message worker between two callbacks. The worker writes what a socket takes at once and
+// leaves to the send thread all that would hold it up: full sockets, long queues, many receivers.
+// Thread: the INetSender functions on any; the private ones on the consumer unless marked.
 // A failed send closes the connection: a peer never sees a gap in its stream.
 class NetSender : public INetSender {
   public:
@@ -38,6 +41,12 @@ class NetSender : public INetSender {
     void Close(IPlayerNode* node) override;
     void OnClosed(IPlayerNode* node) override;
 
+    // From HoldWrites on, what the calling thread queues waits for its next FlushWrites, which
+    // writes it, or hands it to the send thread. Only for threads that flush soon, and there with
+    // no lock held.
+    static void HoldWrites();
+    static void FlushWrites();
+
     // Builds one outgoing message in dst and returns dst, or null. length is the size of data,
     // header room included, and becomes the length on the wire. Any thread.
     char* FillHeader(unsigned short type, void* data, long& length, long encode, char* dst,
@@ -50,15 +59,17 @@ class NetSender : public INetSender {
 
     // Any thread.
     bool AddData(IPlayerNode* node, tagSendBuffer* buffer);
-    bool Push(EPOLLBuffer* context, tagSendBuffer* buffer);
-    bool Arm(EPOLLBuffer* context, bool add);
     void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
-    void HandOver(EPOLLBuffer* context);  // the context's m_lockSend is held
+    void HandOver(EPOLLBuffer* context);   // the context's m_lockSend is held
+    void LinkReady(EPOLLBuffer* context);  // by whoever has the idle ring, or the consumer
+    void WriteHere();
 
     static void* SendThread(void* self);
     void OnSend();
-    void DrainReady();
-    void Drain(EPOLLBuffer* context);
+    EPOLLBuffer* TakeReady();
+    void DrainReady(long most);
+    void Drain(EPOLLBuffer* context, bool whole);
+    bool Arm(EPOLLBuffer* context);
     Progress SendEntries(EPOLLBuffer* context, long count, long& done);
     void DropEntries(long count);
     void ReleaseClosed(EPOLLBuffer* context);
@@ -80,7 +91,8 @@ class NetSender : public INetSender {
     Doorbell m_Doorbell;                           // ends the send thread's wait
     std::atomic<EPOLLBuffer*> m_lpReady{nullptr};  // handed over, newest first
 
-    // Send thread only: the entries being written.
+    std::mutex m_lockDrain;  // the consumer's; before every other lock
+    // The consumer only: the entries being written.
     tagSendBuffer* m_lpEntries[SendBatch::kMaxEntries];
     SendBatch m_Batch;
     EPOLLBuffer* m_lpAside = nullptr;  // rings under the brake

@@ -4,15 +4,6 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <utility>
-
-namespace {
-
-thread_local bool t_holds = false;
-thread_local Doorbell* t_held = nullptr;  // one bell is all a process usually has
-
-}  // namespace
-
 Doorbell::~Doorbell() {
     if (m_iEvent >= 0) ::close(m_iEvent);
 }
@@ -25,21 +16,5 @@ bool Doorbell::Open(int epoll) {
 }
 
 void Doorbell::Ring() {
-    if (t_holds && (t_held == nullptr || t_held == this)) {
-        t_held = this;
-    } else {
-        RingNow();
-    }
-}
-
-void Doorbell::RingNow() {
     if (m_bAsleep.load() && m_bAsleep.exchange(false)) ::eventfd_write(m_iEvent, 1);
-}
-
-void Doorbell::Hold() {
-    t_holds = true;
-}
-
-void Doorbell::Flush() {
-    if (Doorbell* bell = std::exchange(t_held, nullptr)) bell->RingNow();
 }

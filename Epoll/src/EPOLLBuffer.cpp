@@ -32,6 +32,7 @@ void EPOLLBuffer::Initialize() {
     m_lCurrentPos = 0;
     m_lSendPos = 0;
     m_bBlocked = false;
+    m_bPolled = false;
     m_bClosed = false;
     if (m_lpPlayerNode != nullptr) m_lpPlayerNode->Initialize();
 }
@@ -56,11 +57,6 @@ void EPOLLBuffer::Append(tagSendBuffer* entry) {
     m_lpSendBuffer[m_lTailPos] = entry;
     m_lTailPos = m_lTailPos + 1 < m_lSlots ? m_lTailPos + 1 : 0;
     m_lSendCount.store(pending + 1, std::memory_order_relaxed);
-}
-
-void EPOLLBuffer::TakeBackLast() {
-    m_lTailPos = (m_lTailPos + m_lSlots - 1) % m_lSlots;
-    m_lSendCount.fetch_sub(1);
 }
 
 void EPOLLBuffer::Grow() {

@@ -10,11 +10,11 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
-#include "Doorbell.h"
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "LogTag.h"
+#include "NetSender.h"
 #include "ThreadStack.h"
 
 namespace {
@@ -38,8 +38,8 @@ void* EPOLLServer::ThreadProc(void* self) {
 }
 
 void EPOLLServer::DoNetMsg() {
-    // The send thread is woken for the answers to several records at once.
-    Doorbell::Hold();
+    // What the callbacks send is written in between them, here if the send thread is asleep.
+    NetSender::HoldWrites();
     while (!m_bExit) {
         DataBuffer* record = NextRecord();
         if (record != nullptr) {
@@ -51,10 +51,10 @@ void EPOLLServer::DoNetMsg() {
         const bool swept = SweepIfDue(record == nullptr);
         if (m_lBatchPos == m_lBatchCount) MeasurePass();
         if (record != nullptr && m_lBatchPos % kFlushEvery != 0) continue;
-        Doorbell::Flush();
+        NetSender::FlushWrites();
         if (!swept && record == nullptr) Pause();
     }
-    Doorbell::Flush();
+    NetSender::FlushWrites();
     --m_lThreadCount;
 }
 
@@ -77,7 +77,7 @@ void EPOLLServer::Pause() {
 // One record at a time, though several are taken off the queue under one lock.
 DataBuffer* EPOLLServer::NextRecord() {
     if (m_lBatchPos == m_lBatchCount) {
-        Doorbell::Flush();
+        NetSender::FlushWrites();
         m_lBatchPos = 0;
         m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
         m_lUptime = ClockUptime();

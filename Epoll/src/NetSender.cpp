@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
@@ -19,6 +20,9 @@ namespace {
 
 constexpr unsigned long kDefaultSendCount = 100;
 constexpr unsigned kPauseUs = 1000;
+
+thread_local bool t_holds = false;
+thread_local NetSender* t_held = nullptr;  // one sender is all a process usually has
 
 // A raw record of the recycler, or null.
 tagSendBuffer* TakeBuffer() {
@@ -224,48 +228,39 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
         if (metrics != nullptr) metrics->CountClose(NetClose::SendRing);
         return false;
     }
-    // Counted first: the send thread may be done with the buffer before Push returns.
+    // Counted first: the consumer may be done with the buffer before this returns.
     if (metrics != nullptr) metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
-    if (Push(context, buffer)) return true;
-    if (metrics != nullptr) metrics->messagesSettled.Add();
-    __log(_ALL, kTag, "node[%08x], epoll_ctl() error", PtrTag(node));
-    return false;
-}
-
-// Appends an entry; m_lockSend is held. False, and nothing appended, when an idle ring could not
-// be handed to the send thread.
-bool NetSender::Push(EPOLLBuffer* context, tagSendBuffer* buffer) {
     context->Append(buffer);
-    if (context->m_lSendCount > 1) return true;  // the send thread is at it
-    if (context->m_bSendData) {
-        HandOver(context);  // which costs no system call
-        return true;
-    }
-    if (!Arm(context, true)) {
-        context->TakeBackLast();
-        return false;
-    }
     context->m_bSendData = true;
+    if (pending == 0) HandOver(context);  // otherwise the consumer is at it
     return true;
 }
 
-// Puts a connection whose ring was idle before the send thread, which waits for room in the
-// socket only when there is none.
+// Puts a connection whose ring was idle before the consumer. That costs no system call: the send
+// epoll is asked only about sockets that turn out to be full.
 void NetSender::HandOver(EPOLLBuffer* context) {
+    LinkReady(context);
+    if (t_holds && (t_held == nullptr || t_held == this)) {
+        t_held = this;
+    } else {
+        m_Doorbell.Ring();
+    }
+}
+
+void NetSender::LinkReady(EPOLLBuffer* context) {
     context->m_bReady = true;
     EPOLLBuffer* head = m_lpReady.load();
     do {
         context->m_lpNextReady = head;
     } while (!m_lpReady.compare_exchange_weak(head, context));
-    m_Doorbell.Ring();
 }
 
-bool NetSender::Arm(EPOLLBuffer* context, bool add) {
-    epoll_event event{};
-    event.events = EPOLLOUT | EPOLLONESHOT | EPOLLET;
-    event.data.ptr = context;
-    return ::epoll_ctl(m_iSendPoll, add ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, context->Socket(),
-                       &event) == 0;
+void NetSender::HoldWrites() {
+    t_holds = true;
+}
+
+void NetSender::FlushWrites() {
+    if (t_held != nullptr) std::exchange(t_held, nullptr)->WriteHere();
 }
 
 void NetSender::Close(IPlayerNode* node) {

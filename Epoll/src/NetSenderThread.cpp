@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -23,6 +24,7 @@ constexpr int kMaxEvents = 1000;
 // How often closed connections are looked at whose peers do not read.
 constexpr int kTickMs = 50;
 constexpr int kGuardSeconds = 10;
+constexpr long kNoLimit = std::numeric_limits<long>::max();
 
 }  // namespace
 
@@ -39,11 +41,12 @@ void NetSender::OnSend() {
         const int timeout = m_lpReady.load() == nullptr ? kTickMs : 0;
         const int count = ::epoll_wait(m_iSendPoll, events.get(), kMaxEvents, timeout);
         m_Doorbell.AfterSleep();
+        const std::lock_guard drain(m_lockDrain);
         for (int i = 0; i < count; ++i) {
             auto* context = static_cast<EPOLLBuffer*>(events[i].data.ptr);
-            if (context != nullptr) Drain(context);  // the doorbell has none
+            if (context != nullptr) Drain(context, true);  // the doorbell has none
         }
-        DrainReady();
+        DrainReady(kNoLimit);
         if (m_lpAside != nullptr) ResumeAside();
         if (m_lClosing > 0) GiveUpClosed();
     }
@@ -51,8 +54,18 @@ void NetSender::OnSend() {
     --m_lThreadCount;
 }
 
-// Serves what was handed over so far, in that order.
-void NetSender::DrainReady() {
+// On the thread that queued: spares waking another for what is done in no time.
+void NetSender::WriteHere() {
+    constexpr long kConnections = 64;
+    if (const std::unique_lock drain(m_lockDrain, std::try_to_lock); drain) {
+        DrainReady(kConnections);
+    }
+    // Behind the unlock: the send thread looks once more before it sleeps.
+    if (m_lpReady.load() != nullptr) m_Doorbell.Ring();
+}
+
+// All that was handed over so far, oldest first.
+EPOLLBuffer* NetSender::TakeReady() {
     EPOLLBuffer* newest = m_lpReady.exchange(nullptr);
     EPOLLBuffer* oldest = nullptr;
     while (newest != nullptr) {
@@ -60,16 +73,28 @@ void NetSender::DrainReady() {
         newest->m_lpNextReady = std::exchange(oldest, newest);
         newest = before;
     }
-    while (oldest != nullptr) {
+    return oldest;
+}
+
+// Serves what was handed over so far, in that order. With a limit what exceeds it is left, and of
+// a connection all that exceeds one write.
+void NetSender::DrainReady(long most) {
+    EPOLLBuffer* oldest = TakeReady();
+    for (long i = 0; oldest != nullptr; ++i) {
         // Unlinked first: as soon as its ring is empty it may be handed over anew.
         EPOLLBuffer* context = std::exchange(oldest, oldest->m_lpNextReady);
-        context->m_bReady = false;
-        Drain(context);
+        if (i < most) {
+            context->m_bReady = false;
+            Drain(context, most == kNoLimit);
+        } else {
+            LinkReady(context);
+        }
     }
 }
 
-// Writes the ring until it is empty, the socket is full or the close marker is reached.
-void NetSender::Drain(EPOLLBuffer* context) {
+// Writes the ring until it is empty, the socket is full or the close marker is reached. Not whole:
+// only what one write can take; a longer ring is handed over again.
+void NetSender::Drain(EPOLLBuffer* context, bool whole) {
     context->m_bBlocked = false;
     int passes = 0;
     long done = 0;
@@ -77,6 +102,7 @@ void NetSender::Drain(EPOLLBuffer* context) {
         // At 0 the next producer hands the ring over anew: nothing of it may be touched then.
         const long count = context->Advance(done, m_lpEntries, SendBatch::kMaxEntries);
         if (count == 0) return;
+        if (!whole && (passes > 0 || count == SendBatch::kMaxEntries)) return LinkReady(context);
         if (++passes > kPassGuard) {
             __log(_ERROR, "NetSender::OnSend", "iTestBug > 5000");
             SetAside(context);
@@ -93,7 +119,7 @@ void NetSender::Drain(EPOLLBuffer* context) {
         if (progress == Progress::Blocked) {
             context->Advance(done, m_lpEntries, 0);
             context->m_bBlocked = true;
-            if (!Arm(context, false)) __log(_ALL, "NetSender::OnSend", "epoll_ctl(1) error");
+            if (!Arm(context)) __log(_ALL, "NetSender::OnSend", "epoll_ctl(1) error");
             return;
         }
         if (progress == Progress::Failed) {
@@ -101,6 +127,17 @@ void NetSender::Drain(EPOLLBuffer* context) {
             context->CloseContext();
         }
     }
+}
+
+// One event when the socket has room again.
+bool NetSender::Arm(EPOLLBuffer* context) {
+    epoll_event event{};
+    event.events = EPOLLOUT | EPOLLONESHOT | EPOLLET;
+    event.data.ptr = context;
+    const int operation = context->m_bPolled ? EPOLL_CTL_MOD : EPOLL_CTL_ADD;
+    const bool armed = ::epoll_ctl(m_iSendPoll, operation, context->Socket(), &event) == 0;
+    context->m_bPolled = context->m_bPolled || armed;
+    return armed;
 }
 
 // One system call for the entries before the close marker. done: how many are written, or are to
@@ -150,7 +187,9 @@ void NetSender::ReleaseClosed(EPOLLBuffer* context) {
         UnlinkClosing(context);
     }
     context->m_lSendCount = 0;  // the marker is no buffer
-    ::epoll_ctl(m_iSendPoll, EPOLL_CTL_DEL, context->Socket(), nullptr);
+    if (context->m_bPolled) {
+        ::epoll_ctl(m_iSendPoll, EPOLL_CTL_DEL, context->Socket(), nullptr);
+    }
     m_lpNetProvider->ReleaseContext(context);
 }
 
@@ -172,7 +211,7 @@ void NetSender::ResumeAside() {
             continue;
         }
         context->m_bReady = false;
-        Drain(context);
+        Drain(context, true);
     }
 }
 
@@ -210,7 +249,7 @@ void NetSender::GiveUpClosed() {
     // Only this thread releases contexts with pending entries, so these still are what they were.
     for (int i = 0; i < count; ++i) {
         victims[i]->Shutdown(SHUT_RDWR);
-        Drain(victims[i]);
+        Drain(victims[i], true);
     }
 }
 
