@@ -1,6 +1,8 @@
 // One socket of the reactor: a listener, an accepted client or an outbound link.
 #pragma once
 
+#include <netinet/in.h>
+
 #include <atomic>
 #include <cstdint>
 
@@ -62,6 +64,7 @@ class EPOLLConnection : public EPOLLContext {
     OutgoingFrame& Frame() { return m_Frame; }  // send thread
 
     int Socket() const { return m_socket; }
+    bool IsListener() const { return m_bBind && m_lProtocol == IPPROTO_TCP; }
     bool IsAcceptClient() const { return m_bAcceptClient; }
     Epoll* Reactor() const { return m_lpEPOLLNet; }
 
@@ -82,7 +85,10 @@ class EPOLLConnection : public EPOLLContext {
     std::atomic<unsigned long>* m_lpulConnections = nullptr;  // the listener's count
     unsigned long m_ulMaxConnections = 0;
     std::atomic<bool> m_bClosed{true};  // true in the pool too
-    bool m_bRecvData = false;           // guarded by m_Lock
+    bool m_bRecvData = false;           // guarded by m_Lock; false in the pool
+    bool m_bReported = false;           // closed, by a poll thread; guarded by m_Lock
+    std::atomic<bool> m_bReadToEnd{false};  // more than data came: a short read is not the end
+    std::atomic<unsigned> m_ulEvents{0};    // since a poll thread began to read
     bool m_bAcceptClient = false;       // constant once allocated
     bool m_bBind = false;               // constant once allocated
     bool m_bEndOfStream = false;        // nothing is left to read; poll thread

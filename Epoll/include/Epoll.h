@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "Epoll/EPOLLNet.h"
 
 class EPOLLConnection;
+struct epoll_event;
 
 // Opens sockets, accepts clients, reads what arrives and hands each filled block to a hook.
 // Owns the epoll instance and, through the two managers, every context and receive block.
@@ -55,7 +57,8 @@ class Epoll : public virtual EPOLLNet {
     bool AddAConnection(EPOLLContext* context, EPOLLContext* owner);
     // Takes a context off the live list and releases it to the pool. Any thread.
     void FreeConnection(EPOLLContext* context);
-    // Registers (add) or re-arms a socket for one read event.
+    // Registers a socket (add), or has reported at once what it holds already. A listener is
+    // registered for one event; a connection for good, which spares a call per read.
     bool Arm(EPOLLConnection* context, bool add);
     void CancelConnects() { m_bCancelConnects = true; }
 
@@ -69,6 +72,11 @@ class Epoll : public virtual EPOLLNet {
 
   private:
     enum class Accepting { Rearm, Pause, Closed };
+    enum class Reading { Emptied, Left, Ended };
+
+    // In an event's data beside the listener's address: a late event must be told apart without
+    // looking at its context.
+    static constexpr uint64_t kListenerTag = 1;
     // Listeners of one poll thread that wait for descriptors, and until when.
     struct Paused {
         std::vector<EPOLLConnection*> listeners;
@@ -82,8 +90,10 @@ class Epoll : public virtual EPOLLNet {
     Accepting OnAcceptError(EPOLLConnection* listener, int error);
     void AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener);
     void ResumeListeners(Paused& paused);
+    void OnEvent(const epoll_event& event, Paused& paused);
     void ServeConnection(EPOLLConnection* context);
-    bool ReadSome(EPOLLConnection* context);
+    Reading ReadSome(EPOLLConnection* context);
+    void ReportClosed(EPOLLConnection* context, bool closed);
 
     int OpenSocket(long family, long type, long protocol);
     bool Connect(int socket, const sockaddr_in& addr, unsigned long timeoutMs);

@@ -28,7 +28,6 @@ void EPOLLConnection::Initialize() {
     m_ulConnectionCount = 0;
     m_lpulConnections = nullptr;
     m_ulMaxConnections = 0;
-    m_bRecvData = false;
     m_bAcceptClient = false;
     m_bBind = false;
     m_bEndOfStream = false;
@@ -53,6 +52,7 @@ sockaddr_in* EPOLLConnection::GetContextAddrIn(bool local) {
 bool EPOLLConnection::RecvData() {
     Guard guard(m_Lock);
     if (m_bRecvData || m_bClosed) return m_bRecvData && !m_bClosed;
+    if (m_lProtocol != IPPROTO_TCP) m_bReadToEnd = true;
     m_bRecvData = m_lpEPOLLNet->Arm(this, true);
     return m_bRecvData;
 }
@@ -77,6 +77,10 @@ void EPOLLConnection::CloseSocket() {
     }
     m_socket = -1;
     m_bClosed = true;
+    // Here and not with the others at the next use: a late event may be looking at them.
+    m_bRecvData = false;
+    m_bReported = false;
+    m_bReadToEnd = false;
     SetWebSocketStatus(WEBSOCKET_NONE);
     std::memset(m_szBuffer, 0, static_cast<size_t>(m_lLength));
     m_lLength = 0;

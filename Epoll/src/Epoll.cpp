@@ -262,8 +262,13 @@ void Epoll::FreeConnection(EPOLLContext* context) {
 
 bool Epoll::Arm(EPOLLConnection* context, bool add) {
     epoll_event event{};
-    event.events = EPOLLIN | EPOLLONESHOT | EPOLLET;
-    event.data.ptr = context;
+    // What comes with these flags is not over with a read that leaves room in the block.
+    event.events = EPOLLIN | EPOLLPRI | EPOLLRDHUP | EPOLLET;
+    event.data.u64 = reinterpret_cast<uintptr_t>(context);
+    if (context->IsListener()) {
+        event.events = EPOLLIN | EPOLLONESHOT | EPOLLET;
+        event.data.u64 |= kListenerTag;
+    }
     return ::epoll_ctl(m_iPoll, add ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, context->m_socket, &event) ==
            0;
 }

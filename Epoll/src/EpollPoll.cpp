@@ -49,15 +49,9 @@ void Epoll::PollWait() {
         ResumeListeners(paused);
         bool accepted = false;
         for (int i = 0; i < count; ++i) {
-            auto* context = static_cast<EPOLLConnection*>(events[i].data.ptr);
-            if (context == nullptr) {
-                leave = true;  // only the wake-up socket has no context
-            } else if (context->m_bBind && context->m_lProtocol == IPPROTO_TCP) {
-                ServeListener(context, paused);
-                accepted = true;
-            } else {
-                ServeConnection(context);
-            }
+            leave |= events[i].data.u64 == 0;  // only the wake-up socket has no context
+            accepted |= (events[i].data.u64 & kListenerTag) != 0;
+            OnEvent(events[i], paused);
         }
         if (count > 0 && count <= kFewEvents && !accepted && !leave && MayGather()) {
             ::usleep(kGatherUs);
@@ -65,6 +59,15 @@ void Epoll::PollWait() {
     }
     events.reset();
     --m_lThreadCount;
+}
+
+void Epoll::OnEvent(const epoll_event& event, Paused& paused) {
+    auto* context = reinterpret_cast<EPOLLConnection*>(event.data.u64 & ~kListenerTag);
+    if (context == nullptr) return;
+    if ((event.data.u64 & kListenerTag) != 0) return ServeListener(context, paused);
+    if ((event.events & ~uint32_t{EPOLLIN}) != 0) context->m_bReadToEnd = true;
+    // Else another poll thread is at it, and has its socket looked at once more.
+    if (context->m_ulEvents.fetch_add(1) == 0) ServeConnection(context);
 }
 
 void Epoll::ServeListener(EPOLLConnection* listener, Paused& paused) {
@@ -140,31 +143,44 @@ void Epoll::ServeConnection(EPOLLConnection* context) {
     // The lock is held to the end: the context is not released, and so not used anew, before
     // this thread has let go of it.
     Guard guard(context->m_Lock);
-    if (!ReadSome(context) || context->m_bClosed) {
-        OnConnectionClosed(context, context->m_bClosed, context->GetContextAddrIn(false));
-    } else if (!Arm(context, false)) {
-        OnConnectionClosed(context, true, context->GetContextAddrIn(false));
+    // An event may be late, the connection reported closed or its context in use for another.
+    const bool live = context->m_bRecvData && !context->m_bReported && !context->IsListener();
+    const Reading reading = live ? ReadSome(context) : Reading::Emptied;
+    const bool missed = context->m_ulEvents.exchange(0) != 1;
+    if (!live) return;
+    if (reading == Reading::Ended || context->m_bClosed) {
+        ReportClosed(context, context->m_bClosed);
+    } else if ((reading == Reading::Left || missed) && !Arm(context, false)) {
+        ReportClosed(context, true);
     }
 }
 
-// Reads what is there, within bounds; false at the end of the stream. A context that is closed is
-// read no further, whatever the kernel still holds for it.
-bool Epoll::ReadSome(EPOLLConnection* context) {
+void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
+    context->m_bReported = true;
+    OnConnectionClosed(context, closed, context->GetContextAddrIn(false));
+}
+
+// Reads what is there, within bounds. A context that is closed is read no further, whatever the
+// kernel still holds for it.
+Epoll::Reading Epoll::ReadSome(EPOLLConnection* context) {
     for (int i = 0; i < kStepsPerEvent && !context->m_bClosed; ++i) {
         void* buffer = m_lpEpollBuffer->AllocateBuffer();
         const ssize_t length = ::recvfrom(context->m_socket, buffer, EPOLLBufferManager::kBlockSize,
                                           MSG_DONTWAIT, nullptr, nullptr);
         if (length > 0) {
             OnReadCompleted(context, buffer, length, context->GetContextAddrIn(false));
-            // A short read has emptied the socket; what comes after it, re-arming reports.
-            if (length < EPOLLBufferManager::kBlockSize) return true;
+            // A short read has emptied the socket; what comes after it is an event of its own.
+            if (length < EPOLLBufferManager::kBlockSize && !context->m_bReadToEnd) {
+                return Reading::Emptied;
+            }
             continue;
         }
         const int error = errno;
         m_lpEpollBuffer->FreeBuffer(buffer);
-        if (length < 0 && (error == EAGAIN || error == EINTR)) return true;
+        if (length < 0 && error == EAGAIN) return Reading::Emptied;
+        if (length < 0 && error == EINTR) return Reading::Left;
         context->m_bEndOfStream = true;
-        return false;
+        return Reading::Ended;
     }
-    return true;
+    return Reading::Left;
 }
