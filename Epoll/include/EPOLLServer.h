@@ -55,7 +55,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     void OnReadCompleted(EPOLLContext* context, void* buffer, long length,
                          sockaddr_in* addr) override;
     void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
-    bool MayGather() const override { return !m_bWakeup && m_bPausing; }
+    bool MayGather() const override { return !m_bWakeup; }
     unsigned long CloseGrace() const override { return m_ulTimeout; }
 
     // Contexts announced and released so far; for logs only. Any thread.

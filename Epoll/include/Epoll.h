@@ -1,10 +1,13 @@
 // The reactor: sockets, poll threads and the list of live connections.
 #pragma once
 
+#include <semaphore.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "Common/Thread.h"
@@ -20,7 +23,7 @@ struct epoll_event;
 // on poll threads, or where the event arose.
 class Epoll : public virtual EPOLLNet {
   public:
-    Epoll() = default;
+    Epoll() { ::sem_init(&m_semHelp, 0, 0); }
     ~Epoll() override;
     Epoll(const Epoll&) = delete;
     Epoll& operator=(const Epoll&) = delete;
@@ -85,6 +88,7 @@ class Epoll : public virtual EPOLLNet {
 
     static void* PollRoutine(void* self);
     void PollWait();
+    int WaitForEvents(epoll_event* events, const Paused& paused);
     void ServeListener(EPOLLConnection* listener, Paused& paused);
     Accepting AcceptClients(EPOLLConnection* listener);
     Accepting OnAcceptError(EPOLLConnection* listener, int error);
@@ -105,6 +109,8 @@ class Epoll : public virtual EPOLLNet {
     std::atomic<bool> m_bStarved{false};  // out of descriptors; one log line per episode
     int m_iPoll = -1;
     int m_iWake = -1;                       // becomes ready at shutdown
+    std::mutex m_lockLead;                  // of the poll thread that waits at m_iPoll
+    sem_t m_semHelp;                        // the others wait here
     unsigned long m_ulConnectionCount = 0;  // guarded by m_ContextLock
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lCreating{0};  // calls of Create in progress

@@ -53,6 +53,7 @@ Epoll::~Epoll() {
         StopPolling();
         DestroyPools();
     }
+    ::sem_destroy(&m_semHelp);
 }
 
 EPOLLContext* Epoll::OnCreateConnection() {

@@ -18,6 +18,8 @@ namespace {
 using Guard = std::lock_guard<CMutex>;
 
 constexpr int kMaxEvents = 1000;
+// So many events at once are work for one thread more.
+constexpr int kManyEvents = 64;
 // A poll thread that woke for fewer events lets some more come together when it may.
 constexpr int kFewEvents = 16;
 constexpr unsigned kGatherUs = 100;
@@ -40,12 +42,7 @@ void Epoll::PollWait() {
     Paused paused;
     bool leave = false;
     while (!leave) {
-        const int timeout = paused.listeners.empty() ? -1 : static_cast<int>(kStarvedPause.count());
-        const int count = ::epoll_wait(m_iPoll, events.get(), kMaxEvents, timeout);
-        if (count < 0 && errno != EINTR) {
-            __log(_ERROR, "Epoll::PollWait", "epoll_wait() error, %s", std::strerror(errno));
-            ::usleep(1000);
-        }
+        const int count = WaitForEvents(events.get(), paused);
         ResumeListeners(paused);
         bool accepted = false;
         for (int i = 0; i < count; ++i) {
@@ -58,7 +55,31 @@ void Epoll::PollWait() {
         }
     }
     events.reset();
+    ::sem_post(&m_semHelp);  // the next thread sees for itself that it is to leave
     --m_lThreadCount;
+}
+
+// One thread waits at the epoll instance, and does alone what it can: a thread woken for every
+// event costs more than reading does. The others look when there is much at once.
+int Epoll::WaitForEvents(epoll_event* events, const Paused& paused) {
+    const std::unique_lock lead(m_lockLead, std::try_to_lock);
+    int timeout = -1;
+    if (!paused.listeners.empty()) {
+        timeout = static_cast<int>(kStarvedPause.count());
+    } else if (!lead) {
+        ::sem_wait(&m_semHelp);
+        timeout = 0;
+    }
+    const int count = ::epoll_wait(m_iPoll, events, kMaxEvents, timeout);
+    if (count < 0 && errno != EINTR) {
+        __log(_ERROR, "Epoll::PollWait", "epoll_wait() error, %s", std::strerror(errno));
+        ::usleep(1000);
+    }
+    int called = 0;
+    if (count >= kManyEvents && ::sem_getvalue(&m_semHelp, &called) == 0 && called == 0) {
+        ::sem_post(&m_semHelp);
+    }
+    return count;
 }
 
 void Epoll::OnEvent(const epoll_event& event, Paused& paused) {
