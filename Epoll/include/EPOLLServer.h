@@ -55,7 +55,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     void OnReadCompleted(EPOLLContext* context, void* buffer, long length,
                          sockaddr_in* addr) override;
     void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
-    bool MayGather() const override { return !m_bWakeup; }
+    long GatherTime() const override;
     unsigned long CloseGrace() const override { return m_ulTimeout; }
 
     // Contexts announced and released so far; for logs only. Any thread.
@@ -99,6 +99,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     ProxyTrust m_Trust;                   // constant after Initialize
     sem_t m_semWake;                      // posted when a record comes while the worker pauses
     std::atomic<bool> m_bPausing{false};  // set by the worker
+    std::atomic<long> m_lPauseEnd{0};     // CLOCK_MONOTONIC, microseconds; set by the worker
     std::atomic<bool> m_bExit{false};
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lEstablished{0};

@@ -49,9 +49,9 @@ class Epoll : public virtual EPOLLNet {
     virtual EPOLLContext* OnCreateConnection();
     virtual void OnMaxLimitConnection(EPOLLContext*, sockaddr_in*, bool& /*accept*/) {}
     virtual void OnConnectionEstablished(EPOLLContext*, sockaddr_in*) {}
-    // True: nobody looks at what is read before some time has passed, so that poll threads may
-    // let more come together instead of waking for every message.
-    virtual bool MayGather() const { return false; }
+    // Microseconds in which nobody looks at what is read, so that the poll threads may let more
+    // come together instead of waking for every message; 0: none.
+    virtual long GatherTime() const { return 0; }
     // Seconds a closed connection may keep its unsent data waiting for a peer that does not read.
     virtual unsigned long CloseGrace() const { return ~0UL; }
 
@@ -94,9 +94,11 @@ class Epoll : public virtual EPOLLNet {
     Accepting OnAcceptError(EPOLLConnection* listener, int error);
     void AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener);
     void ResumeListeners(Paused& paused);
-    void OnEvent(const epoll_event& event, Paused& paused);
-    void ServeConnection(EPOLLConnection* context);
-    Reading ReadSome(EPOLLConnection* context);
+    void Gather(bool stream);
+    // Both: true when a connection had much to read.
+    bool OnEvent(const epoll_event& event, Paused& paused);
+    bool ServeConnection(EPOLLConnection* context);
+    Reading ReadSome(EPOLLConnection* context, long& bytes);
     void ReportClosed(EPOLLConnection* context, bool closed);
 
     int OpenSocket(long family, long type, long protocol);

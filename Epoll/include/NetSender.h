@@ -41,11 +41,9 @@ class NetSender : public INetSender {
     void Close(IPlayerNode* node) override;
     void OnClosed(IPlayerNode* node) override;
 
-    // From HoldWrites on, what the calling thread queues waits for its next FlushWrites, which
-    // writes it, or hands it to the send thread. Only for threads that flush soon, and there with
-    // no lock held.
-    static void HoldWrites();
-    static void FlushWrites();
+    // Writes what was queued if the send thread is asleep, and wakes it for the rest. Any thread,
+    // with no lock held.
+    void WriteHere();
 
     // Builds one outgoing message in dst and returns dst, or null. length is the size of data,
     // header room included, and becomes the length on the wire. Any thread.
@@ -62,7 +60,6 @@ class NetSender : public INetSender {
     void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
     void HandOver(EPOLLBuffer* context);   // the context's m_lockSend is held
     void LinkReady(EPOLLBuffer* context);  // by whoever has the idle ring, or the consumer
-    void WriteHere();
 
     static void* SendThread(void* self);
     void OnSend();

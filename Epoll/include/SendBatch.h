@@ -50,7 +50,8 @@ class SendBatch {
     int Settle(long sent, long& position);
 
   private:
-    void AddPart(void* data, long length);
+    void AddPart(char* data, long length);
+    bool Join(const char* data, long length);
 
     // More than a socket of the framework takes at once.
     static constexpr long kMaxBytes = 16384;
@@ -64,4 +65,7 @@ class SendBatch {
     tagSendBuffer* m_Entries[kMaxEntries];
     OutgoingFrame m_Frames[kMaxEntries];  // of the entries, when framed
     iovec m_Parts[2 * kMaxEntries];
+    // Small parts, one behind the other: the kernel takes longer for each part than for its bytes.
+    char m_szJoined[kMaxBytes];
+    long m_lJoined = 0;
 };

@@ -14,14 +14,20 @@
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "LogTag.h"
-#include "NetSender.h"
 #include "ThreadStack.h"
+#include "WriteHold.h"
 
 namespace {
 
 constexpr unsigned kIdleUs = 1000;
 constexpr long kNanos = 1000000000;
 constexpr long kFlushEvery = 16;
+
+long MonotonicMicros() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
+}
 
 uint64_t MonotonicNanos() {
     timespec now{};
@@ -39,7 +45,7 @@ void* EPOLLServer::ThreadProc(void* self) {
 
 void EPOLLServer::DoNetMsg() {
     // What the callbacks send is written in between them, here if the send thread is asleep.
-    NetSender::HoldWrites();
+    auto hold = std::make_unique<WriteHold>();
     while (!m_bExit) {
         DataBuffer* record = NextRecord();
         if (record != nullptr) {
@@ -50,17 +56,19 @@ void EPOLLServer::DoNetMsg() {
         if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
         const bool swept = SweepIfDue(record == nullptr);
         if (m_lBatchPos == m_lBatchCount) MeasurePass();
-        if (record != nullptr && m_lBatchPos % kFlushEvery != 0) continue;
-        NetSender::FlushWrites();
+        const bool more = m_lBatchPos < m_lBatchCount;
+        if (more && m_lBatchPos % kFlushEvery != 0 && !hold->IsFull()) continue;
+        hold->Flush();
         if (!swept && record == nullptr) Pause();
     }
-    NetSender::FlushWrites();
+    hold.reset();
     --m_lThreadCount;
 }
 
 void EPOLLServer::Pause() {
     m_bPausing.store(true);
     if (!m_bWakeup) {
+        m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);
         ::usleep(kIdleUs);
     } else if (m_lpNode->GetNode(nullptr, 0) == 0) {
         // Looked at behind the flag: what comes from now on posts.
@@ -74,10 +82,18 @@ void EPOLLServer::Pause() {
     m_bPausing.store(false);
 }
 
+long EPOLLServer::GatherTime() const {
+    constexpr long kBusyUs = 100;
+    // The poll threads are to be back before the pause is over.
+    constexpr long kEarlyUs = 150;
+    if (m_bWakeup) return 0;
+    if (!m_bPausing) return kBusyUs;
+    return m_lPauseEnd.load(std::memory_order_relaxed) - MonotonicMicros() - kEarlyUs;
+}
+
 // One record at a time, though several are taken off the queue under one lock.
 DataBuffer* EPOLLServer::NextRecord() {
     if (m_lBatchPos == m_lBatchCount) {
-        NetSender::FlushWrites();
         m_lBatchPos = 0;
         m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
         m_lUptime = ClockUptime();

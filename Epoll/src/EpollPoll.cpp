@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -22,7 +23,10 @@ constexpr int kMaxEvents = 1000;
 constexpr int kManyEvents = 64;
 // A poll thread that woke for fewer events lets some more come together when it may.
 constexpr int kFewEvents = 16;
-constexpr unsigned kGatherUs = 100;
+constexpr long kMaxGatherUs = 1000;
+constexpr long kStreamGatherUs = 100;
+// What reads so much at once has more to come.
+constexpr long kStreamBytes = 1024;
 // How long a listener waits when descriptors have run out.
 constexpr std::chrono::milliseconds kStarvedPause(50);
 // One connection or listener is left for the next after so many steps: re-arming reports at once
@@ -45,18 +49,24 @@ void Epoll::PollWait() {
         const int count = WaitForEvents(events.get(), paused);
         ResumeListeners(paused);
         bool accepted = false;
+        bool stream = false;
         for (int i = 0; i < count; ++i) {
             leave |= events[i].data.u64 == 0;  // only the wake-up socket has no context
             accepted |= (events[i].data.u64 & kListenerTag) != 0;
-            OnEvent(events[i], paused);
+            stream |= OnEvent(events[i], paused);
         }
-        if (count > 0 && count <= kFewEvents && !accepted && !leave && MayGather()) {
-            ::usleep(kGatherUs);
-        }
+        if (count > 0 && count <= kFewEvents && !accepted && !leave) Gather(stream);
     }
     events.reset();
     ::sem_post(&m_semHelp);  // the next thread sees for itself that it is to leave
     --m_lThreadCount;
+}
+
+// Lets more events come together where nobody is kept waiting by that, but no stream: its socket
+// would be full long before.
+void Epoll::Gather(bool stream) {
+    const long time = std::min(GatherTime(), stream ? kStreamGatherUs : kMaxGatherUs);
+    if (time > 0) ::usleep(static_cast<unsigned>(time));
 }
 
 // One thread waits at the epoll instance, and does alone what it can: a thread woken for every
@@ -82,13 +92,16 @@ int Epoll::WaitForEvents(epoll_event* events, const Paused& paused) {
     return count;
 }
 
-void Epoll::OnEvent(const epoll_event& event, Paused& paused) {
+bool Epoll::OnEvent(const epoll_event& event, Paused& paused) {
     auto* context = reinterpret_cast<EPOLLConnection*>(event.data.u64 & ~kListenerTag);
-    if (context == nullptr) return;
-    if ((event.data.u64 & kListenerTag) != 0) return ServeListener(context, paused);
+    if (context == nullptr) return false;
+    if ((event.data.u64 & kListenerTag) != 0) {
+        ServeListener(context, paused);
+        return false;
+    }
     if ((event.events & ~uint32_t{EPOLLIN}) != 0) context->m_bReadToEnd = true;
     // Else another poll thread is at it, and has its socket looked at once more.
-    if (context->m_ulEvents.fetch_add(1) == 0) ServeConnection(context);
+    return context->m_ulEvents.fetch_add(1) == 0 && ServeConnection(context);
 }
 
 void Epoll::ServeListener(EPOLLConnection* listener, Paused& paused) {
@@ -160,20 +173,22 @@ void Epoll::AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* li
     AddAConnection(context, listener);
 }
 
-void Epoll::ServeConnection(EPOLLConnection* context) {
+bool Epoll::ServeConnection(EPOLLConnection* context) {
     // The lock is held to the end: the context is not released, and so not used anew, before
     // this thread has let go of it.
     Guard guard(context->m_Lock);
     // An event may be late, the connection reported closed or its context in use for another.
     const bool live = context->m_bRecvData && !context->m_bReported && !context->IsListener();
-    const Reading reading = live ? ReadSome(context) : Reading::Emptied;
+    long bytes = 0;
+    const Reading reading = live ? ReadSome(context, bytes) : Reading::Emptied;
     const bool missed = context->m_ulEvents.exchange(0) != 1;
-    if (!live) return;
+    if (!live) return false;
     if (reading == Reading::Ended || context->m_bClosed) {
         ReportClosed(context, context->m_bClosed);
     } else if ((reading == Reading::Left || missed) && !Arm(context, false)) {
         ReportClosed(context, true);
     }
+    return bytes >= kStreamBytes;
 }
 
 void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
@@ -181,14 +196,15 @@ void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
     OnConnectionClosed(context, closed, context->GetContextAddrIn(false));
 }
 
-// Reads what is there, within bounds. A context that is closed is read no further, whatever the
+// Reads what is there, within bounds, and adds up the bytes. A context that is closed is read no further, whatever the
 // kernel still holds for it.
-Epoll::Reading Epoll::ReadSome(EPOLLConnection* context) {
+Epoll::Reading Epoll::ReadSome(EPOLLConnection* context, long& bytes) {
     for (int i = 0; i < kStepsPerEvent && !context->m_bClosed; ++i) {
         void* buffer = m_lpEpollBuffer->AllocateBuffer();
         const ssize_t length = ::recvfrom(context->m_socket, buffer, EPOLLBufferManager::kBlockSize,
                                           MSG_DONTWAIT, nullptr, nullptr);
         if (length > 0) {
+            bytes += length;
             OnReadCompleted(context, buffer, length, context->GetContextAddrIn(false));
             // A short read has emptied the socket; what comes after it is an event of its own.
             if (length < EPOLLBufferManager::kBlockSize && !context->m_bReadToEnd) {

@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <new>
-#include <utility>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
@@ -15,17 +14,17 @@
 #include "EPOLLBuffer.h"
 #include "Epoll/NetMetrics.h"
 #include "LogTag.h"
+#include "WriteHold.h"
 
 namespace {
 
 constexpr unsigned long kDefaultSendCount = 100;
 constexpr unsigned kPauseUs = 1000;
 
-thread_local bool t_holds = false;
-thread_local NetSender* t_held = nullptr;  // one sender is all a process usually has
-
 // A raw record of the recycler, or null.
 tagSendBuffer* TakeBuffer() {
+    WriteHold* hold = WriteHold::Mine();
+    if (tagSendBuffer* spare = hold != nullptr ? hold->TakeSpare() : nullptr) return spare;
     try {
         return g_SendFactory.CreateNode();
     } catch (const std::bad_alloc&) {
@@ -232,6 +231,7 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
     if (metrics != nullptr) metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
     context->Append(buffer);
     context->m_bSendData = true;
+    if (WriteHold* hold = WriteHold::Mine()) hold->CountQueued();
     if (pending == 0) HandOver(context);  // otherwise the consumer is at it
     return true;
 }
@@ -240,11 +240,8 @@ bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
 // epoll is asked only about sockets that turn out to be full.
 void NetSender::HandOver(EPOLLBuffer* context) {
     LinkReady(context);
-    if (t_holds && (t_held == nullptr || t_held == this)) {
-        t_held = this;
-    } else {
-        m_Doorbell.Ring();
-    }
+    WriteHold* hold = WriteHold::Mine();
+    if (hold == nullptr || !hold->Hold(this)) m_Doorbell.Ring();
 }
 
 void NetSender::LinkReady(EPOLLBuffer* context) {
@@ -253,14 +250,6 @@ void NetSender::LinkReady(EPOLLBuffer* context) {
     do {
         context->m_lpNextReady = head;
     } while (!m_lpReady.compare_exchange_weak(head, context));
-}
-
-void NetSender::HoldWrites() {
-    t_holds = true;
-}
-
-void NetSender::FlushWrites() {
-    if (t_held != nullptr) std::exchange(t_held, nullptr)->WriteHere();
 }
 
 void NetSender::Close(IPlayerNode* node) {

@@ -17,6 +17,7 @@
 #include "LogTag.h"
 #include "NetSender.h"
 #include "ThreadStack.h"
+#include "WriteHold.h"
 
 namespace {
 
@@ -169,11 +170,13 @@ NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, lon
 void NetSender::DropEntries(long count) {
     auto* metrics = g_NetMetrics.Get();
     if (metrics != nullptr && count > 0) metrics->messagesSettled.Add(static_cast<uint64_t>(count));
+    WriteHold* hold = WriteHold::Mine();
     tagSendBuffer* first = nullptr;
     tagSendBuffer* last = nullptr;
     for (long i = 0; i < count; ++i) {
         tagSendBuffer* entry = m_lpEntries[i];
         if (!WasLastReference(entry)) continue;
+        if (hold != nullptr && hold->Keep(entry)) continue;
         entry->__p_next = std::exchange(first, entry);
         if (last == nullptr) last = entry;
     }

@@ -1,6 +1,13 @@
 #include "SendBatch.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr long kSmall = 512;
+
+}  // namespace
 
 void SendBatch::Start(bool framed, OutgoingFrame& frame, long position) {
     m_bFramed = framed || frame.Begun();
@@ -9,6 +16,7 @@ void SendBatch::Start(bool framed, OutgoingFrame& frame, long position) {
     m_lBytes = 0;
     m_iEntries = 0;
     m_iParts = 0;
+    m_lJoined = 0;
 }
 
 bool SendBatch::Add(tagSendBuffer* entry) {
@@ -22,7 +30,7 @@ bool SendBatch::Add(tagSendBuffer* entry) {
         } else {
             frame.Begin(left);
         }
-        AddPart(frame.head + frame.headSent, frame.HeadLeft());
+        AddPart(reinterpret_cast<char*>(frame.head) + frame.headSent, frame.HeadLeft());
         left = frame.payloadLeft;
     }
     AddPart(entry->szSendBuffer + (first ? m_lPosition : 0), left);
@@ -30,10 +38,28 @@ bool SendBatch::Add(tagSendBuffer* entry) {
     return true;
 }
 
-void SendBatch::AddPart(void* data, long length) {
+void SendBatch::AddPart(char* data, long length) {
     if (length <= 0) return;
-    m_Parts[m_iParts++] = {data, static_cast<size_t>(length)};
     m_lBytes += length;
+    if (m_iParts > 0 && Join(data, length)) return;
+    m_Parts[m_iParts++] = {data, static_cast<size_t>(length)};
+}
+
+// Puts a small part behind the last one, in one place with it. A lone part stays where it is.
+bool SendBatch::Join(const char* data, long length) {
+    iovec& last = m_Parts[m_iParts - 1];
+    char* end = m_szJoined + m_lJoined;
+    if (length > kSmall || m_lJoined + kSmall + length > kMaxBytes) return false;
+    if (static_cast<char*>(last.iov_base) + last.iov_len != end) {
+        if (last.iov_len > kSmall) return false;
+        std::memcpy(end, last.iov_base, last.iov_len);
+        last.iov_base = end;
+        end += last.iov_len;
+    }
+    std::memcpy(end, data, static_cast<size_t>(length));
+    last.iov_len += static_cast<size_t>(length);
+    m_lJoined = end + length - m_szJoined;
+    return true;
 }
 
 int SendBatch::Settle(long sent, long& position) {

@@ -114,9 +114,9 @@ TEST_P(SendBatchCuts, EveryPairOfCutsWritesWhatOneByOneWould) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Queues, SendBatchCuts,
-                         testing::Values(Case{"plain", {8, 130, 0, 17, 300}, false, false},
+                         testing::Values(Case{"plain", {8, 130, 0, 17, 513, 20, 30, 600, 5}, false, false},
                                          Case{"sharedTwice", {90, 90, 90}, true, false},
-                                         Case{"frames", {8, 125, 0, 126, 300}, false, true},
+                                         Case{"frames", {8, 125, 0, 126, 600, 30}, false, true},
                                          Case{"sharedFrames", {200, 200}, true, true}),
                          [](const testing::TestParamInfo<Case>& row) { return row.param.name; });
 
@@ -140,7 +140,7 @@ TEST(SendBatch, HoldsABoundedNumberOfMessages) {
     while (batch.Add(queue.entries[static_cast<size_t>(added)]))
         ++added;
     EXPECT_EQ(added, SendBatch::kMaxEntries);
-    EXPECT_EQ(batch.PartCount(), 2 * SendBatch::kMaxEntries);
+    EXPECT_LE(batch.PartCount(), 2 * SendBatch::kMaxEntries);
 }
 
 }  // namespace
