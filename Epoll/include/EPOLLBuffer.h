@@ -3,9 +3,9 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 #include "EPOLLReceiver.h"
+#include "LightLock.h"
 #include "NodeManager/NodeRecords.h"
 
 class IPlayerNode;
@@ -43,7 +43,7 @@ class EPOLLBuffer : public EPOLLReceiver {
     char m_szBuffer[4096];  // partial message carried over between reads
     long m_lLength = 0;
 
-    std::mutex m_lockSend;              // serialises producers; before the sender's m_lockClosing
+    LightLock m_lockSend;               // serialises producers; before the sender's m_lockClosing
     bool m_bSendData = false;           // something was queued once; guarded by m_lockSend
     std::atomic<bool> m_bClosed{true};  // no further sends are accepted; hides the base's flag
     bool m_bReleasing = false;          // OnClosed was called; guarded by m_lockSend

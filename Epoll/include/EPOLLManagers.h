@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/Thread.h"
+#include "LightLock.h"
 
 class Epoll;
 class EPOLLConnection;
@@ -46,5 +47,5 @@ class EPOLLBufferManager {
         Block* next;
     };
     Block* m_lpFreeBuffer = nullptr;  // guarded by m_Lock
-    CMutex m_Lock;
+    LightLock m_Lock;
 };

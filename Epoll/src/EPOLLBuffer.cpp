@@ -1,6 +1,7 @@
 #include "EPOLLBuffer.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "Game/NetGame.h"
 

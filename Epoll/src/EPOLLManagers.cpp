@@ -43,7 +43,7 @@ EPOLLBufferManager::~EPOLLBufferManager() {
 
 void* EPOLLBufferManager::AllocateBuffer() {
     {
-        Guard guard(m_Lock);
+        const std::lock_guard guard(m_Lock);
         if (m_lpFreeBuffer != nullptr) {
             return std::exchange(m_lpFreeBuffer, m_lpFreeBuffer->next)->data;
         }
@@ -54,7 +54,7 @@ void* EPOLLBufferManager::AllocateBuffer() {
 void EPOLLBufferManager::FreeBuffer(void* buffer) {
     if (buffer == nullptr) return;
     auto* block = static_cast<Block*>(buffer);  // data is its first member
-    Guard guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     block->next = m_lpFreeBuffer;
     m_lpFreeBuffer = block;
 }

@@ -15,6 +15,22 @@ uint32_t ReadNumber(const char* bytes, int width) {
     return value;
 }
 
+// Forward and to a lower address, so that no byte is overwritten before it is read.
+void Unmask(char* to, const char* from, size_t length, const uint8_t (&key)[4]) {
+    uint64_t wide = 0;
+    std::memcpy(&wide, key, sizeof(key));
+    std::memcpy(reinterpret_cast<char*>(&wide) + sizeof(key), key, sizeof(key));
+    size_t i = 0;
+    for (; i + sizeof(wide) <= length; i += sizeof(wide)) {
+        uint64_t word = 0;
+        std::memcpy(&word, from + i, sizeof(word));
+        word ^= wide;
+        std::memcpy(to + i, &word, sizeof(word));
+    }
+    for (; i < length; ++i)
+        to[i] = static_cast<char>(static_cast<uint8_t>(from[i]) ^ key[i % sizeof(key)]);
+}
+
 }  // namespace
 
 bool Websocket_Request::fetch_websocket_info(const char* frame, long available) {
@@ -66,11 +82,10 @@ bool Websocket_Request::has_frame(long available) const {
 
 void Websocket_Request::fetch_payload(char* frame, int& pos) {
     if (payload_length_ > kMaxPayload) return;
-    const char* payload = frame + pos;
-    // Forward and to a lower address, so no byte is overwritten before it is read.
-    for (uint32_t i = 0; i < payload_length_; ++i) {
-        const uint8_t key = mask_ == 1 ? masking_key_[i % 4] : 0;
-        frame[i] = static_cast<char>(static_cast<uint8_t>(payload[i]) ^ key);
+    if (mask_ == 1) {
+        Unmask(frame, frame + pos, payload_length_, masking_key_);
+    } else {
+        std::memmove(frame, frame + pos, payload_length_);
     }
     head_length_ = static_cast<uint8_t>(pos);
     pos += static_cast<int>(payload_length_);
