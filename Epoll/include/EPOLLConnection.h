@@ -17,8 +17,8 @@ inline constexpr uint16_t WEBSOCKET_UPGRADED = 2;  // every byte travels in fram
 
 // The socket, its addresses and its place in the reactor's list. Owns the descriptor from
 // AllocateContext to CloseSocket.
-// Thread: reads on the poll thread that got the event, sends on the send thread, CloseContext on
-// any. Life: pooled by EPOLLContextManager; Initialize and Release bracket each use.
+// Thread: reads on the poll thread that got the event, sends on its queue's consumer, CloseContext
+// on any. Life: pooled by EPOLLContextManager; Initialize and Release bracket each use.
 class EPOLLConnection : public EPOLLContext {
   public:
     EPOLLConnection() = default;
@@ -61,7 +61,7 @@ class EPOLLConnection : public EPOLLContext {
     // One attempt to write a batch: bytes of frames and payloads taken, or -1 and errno. Send
     // thread; a connection gets its data either this way or through SendData.
     long SendBatched(SendBatch& batch);
-    OutgoingFrame& Frame() { return m_Frame; }  // send thread
+    OutgoingFrame& Frame() { return m_Frame; }  // consumer
 
     int Socket() const { return m_socket; }
     bool IsListener() const { return m_bBind && m_lProtocol == IPPROTO_TCP; }
@@ -84,14 +84,14 @@ class EPOLLConnection : public EPOLLContext {
     std::atomic<unsigned long> m_ulConnectionCount{0};
     std::atomic<unsigned long>* m_lpulConnections = nullptr;  // the listener's count
     unsigned long m_ulMaxConnections = 0;
-    std::atomic<bool> m_bClosed{true};  // true in the pool too
-    bool m_bRecvData = false;           // guarded by m_Lock; false in the pool
-    bool m_bReported = false;           // closed, by a poll thread; guarded by m_Lock
+    std::atomic<bool> m_bClosed{true};      // true in the pool too
+    bool m_bRecvData = false;               // guarded by m_Lock; false in the pool
+    bool m_bReported = false;               // closed, by a poll thread; guarded by m_Lock
     std::atomic<bool> m_bReadToEnd{false};  // more than data came: a short read is not the end
     std::atomic<unsigned> m_ulEvents{0};    // since a poll thread began to read
-    bool m_bAcceptClient = false;       // constant once allocated
-    bool m_bBind = false;               // constant once allocated
-    bool m_bEndOfStream = false;        // nothing is left to read; poll thread
+    bool m_bAcceptClient = false;           // constant once allocated
+    bool m_bBind = false;                   // constant once allocated
+    bool m_bEndOfStream = false;            // nothing is left to read; poll thread
     long m_lProtocol = 0;
     sockaddr_in m_addrLocal{};
     sockaddr_in m_addrRemote{};
@@ -102,5 +102,5 @@ class EPOLLConnection : public EPOLLContext {
     CMutex m_Lock;
     std::atomic<uint16_t> m_usWebSocketStatus{WEBSOCKET_NONE};
 
-    OutgoingFrame m_Frame{};  // being written; send thread only
+    OutgoingFrame m_Frame{};  // being written; consumer of the queue only
 };

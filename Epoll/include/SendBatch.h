@@ -7,7 +7,7 @@
 #include "WebSocketStream.h"
 
 // The frame around a message that is being written. Once an attempt to write it was made it must
-// go out as it is, whatever becomes of a shared buffer meanwhile. Thread: send thread.
+// go out as it is, whatever becomes of a shared buffer meanwhile. Thread: consumer of the queues.
 struct OutgoingFrame {
     uint8_t head[WEBSOCKET_MAX_HEAD];
     long headSize;  // 0: no frame begun
@@ -27,7 +27,7 @@ struct OutgoingFrame {
 // Gathers the first messages of a connection's queue for one write and, when the kernel has said
 // how much it took, settles positions, frames and lengths exactly as if every message had been
 // given to a call of its own. Points at the messages and the connection's frame between Start and
-// Settle. Thread: send thread; one object serves every connection.
+// Settle. Thread: consumer of the queues; one object serves every connection.
 class SendBatch {
   public:
     static constexpr int kMaxEntries = 64;

@@ -167,8 +167,11 @@ Epoll::Accepting Epoll::OnAcceptError(EPOLLConnection* listener, int error) {
 void Epoll::AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener) {
     EPOLLConnection* context = m_lpEpollContext->AllocateContext(socket);
     context->m_addrRemote = remote;
-    socklen_t size = sizeof(context->m_addrLocal);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&context->m_addrLocal), &size);
+    context->m_addrLocal = listener->m_addrLocal;
+    if (context->m_addrLocal.sin_addr.s_addr == htonl(INADDR_ANY)) {  // which of all, then
+        socklen_t size = sizeof(context->m_addrLocal);
+        ::getsockname(socket, reinterpret_cast<sockaddr*>(&context->m_addrLocal), &size);
+    }
     context->m_bAcceptClient = true;
     AddAConnection(context, listener);
 }
@@ -196,8 +199,8 @@ void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
     OnConnectionClosed(context, closed, context->GetContextAddrIn(false));
 }
 
-// Reads what is there, within bounds, and adds up the bytes. A context that is closed is read no further, whatever the
-// kernel still holds for it.
+// Reads what is there, within bounds, and adds up the bytes. A context that is closed is read no
+// further, whatever the kernel still holds for it.
 Epoll::Reading Epoll::ReadSome(EPOLLConnection* context, long& bytes) {
     for (int i = 0; i < kStepsPerEvent && !context->m_bClosed; ++i) {
         void* buffer = m_lpEpollBuffer->AllocateBuffer();

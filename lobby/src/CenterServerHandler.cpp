@@ -149,10 +149,13 @@ void CenterServerHandler::OnCenterServerGameListNotice(void* data, long length) 
         ItemsWithin<tagSiteMobileGameList>(length, offset, static_cast<size_t>(count));
     for (size_t i = 0; i < entries; ++i) {
         auto entry = ReadItem<tagSiteMobileGameList>(data, length, offset, i);
-        __log(_DEBUG, tag,
-              "LoginMibileCenterSiteGameListMsg size[%d], gameID[%d], siteID[%d], "
-              "szGamename[%s]!",
-              static_cast<int>(i), entry.iGameID, entry.iSiteID, TextStr(entry.szGameName).c_str());
+        if (LogEnabled(_DEBUG)) {
+            __log(_DEBUG, tag,
+                  "LoginMibileCenterSiteGameListMsg size[%d], gameID[%d], siteID[%d], "
+                  "szGamename[%s]!",
+                  static_cast<int>(i), entry.iGameID, entry.iSiteID,
+                  TextStr(entry.szGameName).c_str());
+        }
         m_GameSiteList.InsertInfo(entry);
     }
 }

@@ -100,6 +100,7 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
     FillSchedule(config, today.tm_mday == config.m_iMonthOpenDay, res);
     FillFigures(msg, res);
     m_lpLobbyServer->SendData(player, MSG_CLIENT_COMPETE_RES, &res, sizeof(res), ENCODE_NONE);
+    if (!LogEnabled(_DEBUG)) return;
     __log(_DEBUG, tag,
           "userid[%d] comptetype[%d] awardcoin[%d] freecount[%d] dayticketcount[%d] "
           "monthticketcount[%d] monthscore[%d] monthrank[%d] opentime[%d:%d] turnnum[%d] "

@@ -6,10 +6,12 @@
 int32_t GameSiteList::InsertInfo(tagSiteMobileGameList& entry) {
     const GameSiteInfo key{entry.iSiteID, entry.iGameID};
     if (m_gameSiteMap.find(key) == m_gameSiteMap.end()) {
-        __log(_DEBUG, "InsertInfo",
-              "siteId[%d], gameID[%d], gamekind[%d], typeID[%d], gameName[%s], szTypeName[%s]!",
-              entry.iSiteID, entry.iGameID, entry.iGameKind, entry.iTypeID,
-              TextStr(entry.szGameName).c_str(), TextStr(entry.szTypeName).c_str());
+        if (LogEnabled(_DEBUG)) {
+            __log(_DEBUG, "InsertInfo",
+                  "siteId[%d], gameID[%d], gamekind[%d], typeID[%d], gameName[%s], szTypeName[%s]!",
+                  entry.iSiteID, entry.iGameID, entry.iGameKind, entry.iTypeID,
+                  TextStr(entry.szGameName).c_str(), TextStr(entry.szTypeName).c_str());
+        }
     } else {
         // Replacing leaves no line: the center repeats its whole list on every registration.
         TerminateGameSiteInfo old{entry.iSiteID, entry.iGameID};

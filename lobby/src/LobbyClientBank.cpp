@@ -171,8 +171,9 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
     FillSession(msg, player);
     const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));
     const char* text = sent ? op.sentText : op.failText;
-    if (text != nullptr) {
-        __log(sent ? _WARN : _ERROR, op.tag, text, player->m_iUserID, player->iTeamTag,
+    const LOG_LEVEL level = sent ? _WARN : _ERROR;
+    if (text != nullptr && LogEnabled(level)) {
+        __log(level, op.tag, text, player->m_iUserID, player->iTeamTag,
               TextStr(player->szOutAccount).c_str());
     }
 }

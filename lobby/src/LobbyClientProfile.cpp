@@ -91,8 +91,10 @@ void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPla
     inet_ntop(AF_INET, &addr.sin_addr, msg.szClientIP, sizeof(msg.szClientIP));
     SetSession(msg, player);
     // Both passwords in clear: required.
-    __log(_DEBUG, tag, "userid[%d] 修改密码old[%s]new[%s] IP[%s]!!!", player->m_iUserID,
-          TextStr(req.szOldPassWd).c_str(), TextStr(req.szNewPassWd).c_str(), msg.szClientIP);
+    if (LogEnabled(_DEBUG)) {
+        __log(_DEBUG, tag, "userid[%d] 修改密码old[%s]new[%s] IP[%s]!!!", player->m_iUserID,
+              TextStr(req.szOldPassWd).c_str(), TextStr(req.szNewPassWd).c_str(), msg.szClientIP);
+    }
     if (!SendToQueue(MODIFY_PASSWORD_L2Q, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserName [%d] ", player->m_iUserID);
     }

@@ -13,7 +13,7 @@ class EPOLLReceiver;
 // by whoever drops the last reference. May be shared by many connections.
 struct tagSendBuffer {
     uint64_t ulReferenceCount;       // connections that still hold it; see DropReference
-    uint64_t ulLength;               // bytes still to send; send thread only, once queued
+    uint64_t ulLength;               // bytes still to send; consumer only, once queued
     char szSendBuffer[SEND_BUFFER];  // the message, header first
     tagSendBuffer* __p_next;
 };

@@ -45,7 +45,7 @@ struct NetMetrics {
     PeerMessages clients;
     PeerMessages backEnds;
 
-    // Send thread.
+    // Send thread, or the worker for it.
     alignas(64) Counter bytesOut;  // WebSocket framing included
     Counter messagesSettled;       // written or dropped; the rest of those counted above waits
 };

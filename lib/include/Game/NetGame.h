@@ -50,7 +50,8 @@ class INetMessager : public IObject {
     virtual EPOLLContext* OnCreateContext() = 0;
 };
 
-// Queues messages on connections and writes them from the send thread. Any thread.
+// Queues messages on connections and writes them later, from the send thread or between two
+// callbacks of the message worker. Any thread.
 class INetSender : public IObject {
   public:
     virtual bool Initialize() = 0;
