@@ -112,6 +112,8 @@ TEST_F(Check, OneFaultOneProblem) {
         {"LobbyServer.cfg", "[limits]", "[limits]\n0x10=0/1s drop", "a count is 1 to 1000000"},
         {"LobbyServer.cfg", "[limits]", "[limits]\n16=1/1s drop\n0x10=1/1s drop",
          "key \"0x10\": a second limit for this type"},
+        {"LobbyServer.cfg", "[metrics]", "[metrics]\naddr=127.0.0.1:9100",
+         "taken by [listen] addr"},
         {"SensitiveName.cfg", "SensitiveName=admin,", "SensitiveName=admin, ",
          "SensitiveName.cfg:4: section [config], key \"SensitiveName\": blanks beside a comma"},
         {"SensitiveName.cfg", "SensitiveName=", "SensitiveName=" + std::string(1023990, 'x'),
@@ -180,13 +182,15 @@ TEST_F(Check, ExitStatus) {
               "number: \"x\"\n");
 }
 
-TEST(Keys, AreInTheSamples) {
+TEST(Keys, AreInTheSamplesAndTheDocuments) {
+    const std::string operations = Content(kTree / "docs/operations.md");
     for (const ConfigFile& file : kConfigFiles) {
         const std::string sample = Content(kTree / "deploy/config" / file.name);
         for (const ConfigKey& key : file.keys) {
-            const std::string name =
-                std::string(key.name).substr(0, std::string(key.name).find_first_of("%*"));
+            const std::string_view whole = key.name;
+            const std::string name(whole.substr(0, whole.find_first_of("%*")));
             EXPECT_TRUE(sample.find(name) != std::string::npos) << file.name << " " << key.name;
+            EXPECT_TRUE(operations.find("`" + name) != std::string::npos) << key.name;
         }
     }
 }

@@ -130,6 +130,7 @@ start_platform() {
     local pair
     for pair in $(cat "$work/ports"); do printf -v "${pair%%=*}_port" '%s' "${pair#*=}"; done
     lobby_port=$(free_port)
+    metrics_port=$(free_port)
 }
 
 edit_configuration() {
@@ -141,6 +142,7 @@ edit_configuration() {
         -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
         -e "s/^addr=.*/addr=127.0.0.1:$lobby_port/" \
         -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
+        -e "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" \
         -e "s/^level=.*/level=DEBUG/" "$root/etc/lobby-server/LobbyServer.cfg"
     expect "the edited configuration" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
 }
@@ -174,6 +176,10 @@ serve() {
     in_root lobby_client --port "$lobby_port" --user 10001 login bank-login take 500 \
         >"$work/player.log" 2>&1 || fail "the player ($1)"
     cat "$work/player.log"
+    exec 3<>"/dev/tcp/127.0.0.1/$metrics_port"
+    printf 'GET /metrics HTTP/1.0\r\n\r\n' >&3
+    grep '^lobby_logins_total' <&3 || fail "no figures ($1)"
+    exec 3>&-
 }
 
 # What removal leaves behind, compared with the clean root.

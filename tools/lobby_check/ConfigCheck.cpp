@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "Common/IniFile.h"
+#include "EndpointText.h"
 #include "Game/NetGame.h"
 #include "MessageLimits.h"
 
@@ -74,6 +75,7 @@ class FileCheck {
         }
         Missing();
         SweepGuard();
+        OwnAddresses();
         ProxyHeader();
         DisabledUsers();
     }
@@ -175,6 +177,20 @@ class FileCheck {
         if (proxies != m_values.end() && !proxies->second.text.empty()) return;
         Report(header->second.line, "listen", "proxy_protocol",
                "without trusted_proxies nobody may send one");
+    }
+
+    // The lobby's two listeners cannot share a port of one address.
+    void OwnAddresses() {
+        const auto listen = m_values.find("listen/addr");
+        const auto metrics = m_values.find("metrics/addr");
+        if (listen == m_values.end() || metrics == m_values.end()) return;
+        Endpoint one, other;
+        if (ParseEndpoint(listen->second.text, one) || ParseEndpoint(metrics->second.text, other))
+            return;
+        const std::string host = one.host, any = "0.0.0.0";
+        if (one.port != other.port || (host != other.host && host != any && other.host != any))
+            return;
+        Report(metrics->second.line, "metrics", "addr", "is taken by [listen] addr");
     }
 
     // The number the lobby would use; none when the file's is at fault, which was reported.
