@@ -8,12 +8,15 @@ what=${1:-all}
 [ $# -eq 0 ] || shift
 
 as_root=(); [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-command -v clang-tidy-14 >/dev/null && command -v cppcheck >/dev/null ||
-    "${as_root[@]}" apt-get install -y -qq --no-install-recommends clang-tidy-14 cppcheck >/dev/null
+if ! command -v clang-tidy-14 >/dev/null || ! command -v cppcheck >/dev/null; then
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends clang-tidy-14 cppcheck >/dev/null
+fi
 
 build=build/release
 [ -f "$build/compile_commands.json" ] || cmake --preset release -Wno-dev >/dev/null
-areas=(Common AesLib libJson xredis Epoll lobby tools fuzz)
+areas=(Common AesLib libJson xredis Epoll lobby tools fuzz bench)
 files=("$@")
 [ ${#files[@]} -gt 0 ] || mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}")
 
