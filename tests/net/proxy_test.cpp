@@ -1,4 +1,5 @@
 // Clients behind trusted proxies: what the proxies say, and whom it is taken from.
+#include "Epoll/NetMetrics.h"
 #include "HandShark.h"
 #include "ProxyHeader.h"
 #include "web_client.h"
@@ -189,6 +190,24 @@ std::string Own(const Client& client) {
     return "127.0.0.1:" + std::to_string(ntohs(addr.sin_port));
 }
 
+// Sends each piece when the server has read the one before: each is a read of its own.
+void SendCut(Client& client, const std::vector<std::string>& pieces) {
+    static const TypePlaces places({});
+    static NetMetrics metrics(places);
+    g_NetMetrics.Set(&metrics);
+    uint64_t sent = metrics.bytesIn.Value();
+    for (const std::string& piece : pieces) {
+        ASSERT_TRUE(client.Send(piece));
+        sent += piece.size();
+        ASSERT_TRUE(WaitFor([&] { return metrics.bytesIn.Value() >= sent; }));
+    }
+    g_NetMetrics.Set(nullptr);
+}
+
+WebClient Web(uint16_t port, const std::vector<std::string>& pieces) {
+    return WebClient(port, 0, [&](Client& client) { SendCut(client, pieces); });
+}
+
 const std::string kHeader4 = Header(0x21, 0x11, kAddresses4 + Bytes({4, 0, 1, 'x'}));
 
 std::string Request(const std::string& lines) {
@@ -203,8 +222,10 @@ TEST(TrustedProxies, NameTheirClientsOverTcpAndWebSocket) {
         Client whole(server.port), cut(server.port);
         whole.Send(kHeader4);
         EXPECT_EQ(server.Ask(whole), "203.0.113.7:51216");
+        std::vector<std::string> bytes;
         for (const char byte : kHeader4)
-            cut.Send(std::string(1, byte));
+            bytes.emplace_back(1, byte);
+        SendCut(cut, bytes);
         EXPECT_EQ(server.Ask(cut), "203.0.113.7:51216");
     }
     const std::vector<std::vector<std::string>> ways = {
@@ -212,7 +233,7 @@ TEST(TrustedProxies, NameTheirClientsOverTcpAndWebSocket) {
         {kHeader4, kRequest},
         {kHeader4.substr(0, 5), kHeader4.substr(5, 15), kHeader4.substr(20) + kRequest}};
     for (const auto& pieces : ways) {
-        WebClient web(server.port, 0, pieces);
+        WebClient web = Web(server.port, pieces);
         EXPECT_EQ(server.Ask(web), "203.0.113.7:51216");
     }
     Client local(server.port), six(server.port);
@@ -248,7 +269,7 @@ TEST(TrustedProxies, NameTheirClientsInTheRequest) {
                  // This line comes from the client that the header names.
                  {kHeader4 + Request("X-Real-IP: 6.6.6.6\r\n"), "203.0.113.7:51216"}};
     for (const auto& row : cases) {
-        WebClient web(server.port, 0, {row.stream});
+        WebClient web = Web(server.port, {row.stream});
         EXPECT_EQ(server.Ask(web), row.address != nullptr ? row.address : Own(web)) << row.stream;
     }
     Client plain(server.port), behind(server.port);
@@ -263,7 +284,8 @@ TEST(TrustedProxies, NobodyElseIsBelieved) {
     EXPECT_EQ(server.Ask(plain), Own(plain));
     header.Send(kHeader4);
     EXPECT_TRUE(header.AtEnd()) << "to an ordinary connection it is a faulty message";
-    WebClient web(server.port, 0, {Request("X-Real-IP: 6.6.6.6\r\nX-Forwarded-For: 6.6.6.6\r\n")});
+    WebClient web =
+        Web(server.port, {Request("X-Real-IP: 6.6.6.6\r\nX-Forwarded-For: 6.6.6.6\r\n")});
     EXPECT_EQ(server.Ask(web), Own(web));
     // The next connection on a context begins without what the last one was told.
     AddressServer again("127.0.0.1", ProxyTrust::Header::Optional);

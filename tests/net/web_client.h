@@ -26,12 +26,12 @@ inline std::string Frame(const std::string& payload, uint8_t first = 0x82) {
 
 class WebClient : public Client {
   public:
-    // Sends the pieces, the last of which ends the request, and reads the answer.
-    explicit WebClient(uint16_t port, int rcvbuf = 0,
-                       const std::vector<std::string>& pieces = {kRequest})
-        : Client(port, rcvbuf) {
-        for (const std::string& piece : pieces)
-            Send(piece);
+    explicit WebClient(uint16_t port, int rcvbuf = 0)
+        : WebClient(port, rcvbuf, [](Client& client) { client.Send(kRequest); }) {}
+    // request sends what ends with a request; the answer is read.
+    template <class Request>
+    WebClient(uint16_t port, int rcvbuf, Request request) : Client(port, rcvbuf) {
+        request(*this);
         while (response.find("\r\n\r\n") == std::string::npos) {
             const std::string byte = Read(1);
             if (byte.empty()) break;
