@@ -41,7 +41,7 @@ start_lobby() {
         ${metrics:+"s/^;addr=.*/addr=$metrics/"}
     "${under[@]}" "$work/lobby/LobbyServer" >/dev/null 2>&1 &
     server_pid=$!
-    wait_for 10 listens "$server_port"
+    wait_for 60 listens "$server_port"
 }
 
 stop_platform() {

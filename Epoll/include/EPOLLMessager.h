@@ -5,6 +5,7 @@
 #include "StreamReassembly.h"
 
 class EPOLLBuffer;
+class TypeCounters;
 
 // Cuts each connection's bytes into messages, opens encoded ones and calls the provider; makes the
 // contexts. Owns nothing but its work buffer; points at the provider.
@@ -31,6 +32,7 @@ class EPOLLMessager : public INetMessager, private StreamSink {
 
     IGameProvider* const m_lpGameProvider;  // not owned
     const unsigned long m_ulMaxSendCount;
-    EPOLLBuffer* m_lpCurrent = nullptr;  // the connection whose bytes are being cut
-    char m_szDecode[BUFFER_SIZE];        // here, not on the worker's small stack
+    EPOLLBuffer* m_lpCurrent = nullptr;    // the connection whose bytes are being cut
+    TypeCounters* m_lpCounters = nullptr;  // of its messages; null while nobody reads them
+    char m_szDecode[BUFFER_SIZE];          // here, not on the worker's small stack
 };

@@ -70,7 +70,7 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     void DoNetMsg();
     DataBuffer* NextRecord();
-    void MeasurePass() const;
+    void MeasurePass();
     void HandleRecord(const DataBuffer& record);
     void OnEstablished(EPOLLReceiver* receiver);
     void OnData(EPOLLReceiver* receiver, char* data, long length);
@@ -116,7 +116,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lClientCount = 0;
     long m_lUptime = 0;          // seconds since boot, as of the last look at the queue
     long m_lSweepTime = 0;       // seconds since boot
-    uint64_t m_ulPassBegin = 0;  // nanoseconds; 0 while nobody reads the counters
+    uint64_t m_ulPassBegin = 0;  // nanoseconds; 0: not begun, or not measured
     bool m_bShutdownSwept = false;
     DataBuffer* m_lpBatch[kBatch];
     long m_lBatchCount = 0;

@@ -56,6 +56,8 @@ void EPOLLMessager::OnReadCompleted(EPOLLContext* context, void* buffer, long le
         return;
     }
     m_lpCurrent = static_cast<EPOLLBuffer*>(context);
+    auto* metrics = g_NetMetrics.Get();
+    m_lpCounters = metrics != nullptr ? &metrics->Of(m_lpCurrent->m_bAcceptClient).in : nullptr;
     void* held = m_lpCurrent->m_szBuffer;
     if (m_lpGameProvider->OnReadComplete(m_lpCurrent->Node(), held, m_lpCurrent->m_lLength, buffer,
                                          length)) {
@@ -78,7 +80,7 @@ bool EPOLLMessager::OnMessage(char* message, long length) {
     const auto delivered = static_cast<uint16_t>(length);
     std::memcpy(message + offsetof(tagMsgHeader, length), &delivered, sizeof(delivered));
     const uint16_t type = ntohs(header.type);
-    if (auto* metrics = g_NetMetrics.Get()) metrics->Of(m_lpCurrent->m_bAcceptClient).in.Add(type);
+    if (m_lpCounters != nullptr) m_lpCounters->Add(type);
     m_lpGameProvider->OnNetMessage(m_lpCurrent->Node(), type, message, length);
     return !m_lpCurrent->IsStopped();
 }

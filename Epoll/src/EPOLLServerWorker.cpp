@@ -66,6 +66,7 @@ void EPOLLServer::DoNetMsg() {
 }
 
 void EPOLLServer::Pause() {
+    m_ulPassBegin = 0;
     m_bPausing.store(true);
     if (!m_bWakeup) {
         m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);
@@ -99,17 +100,20 @@ DataBuffer* EPOLLServer::NextRecord() {
         m_lUptime = ClockUptime();
         auto* metrics = g_NetMetrics.Get();
         if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
-        m_ulPassBegin = metrics != nullptr ? MonotonicNanos() : 0;
+        if (metrics != nullptr && m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();
         if (m_lBatchCount == 0) return nullptr;
     }
     return m_lpBatch[m_lBatchPos++];
 }
 
-// Once per look at the queue, not per record: reading the clock for each would cost too much.
-void EPOLLServer::MeasurePass() const {
+// Once per look at the queue, not per record: reading the clock for each would cost too much. The
+// end of a pass is the begin of the next, unless the worker pauses in between.
+void EPOLLServer::MeasurePass() {
     auto* metrics = g_NetMetrics.Get();
     if (metrics == nullptr || m_ulPassBegin == 0) return;
-    metrics->pass.Add(MonotonicNanos() - m_ulPassBegin);
+    const uint64_t now = MonotonicNanos();
+    metrics->pass.Add(now - m_ulPassBegin);
+    m_ulPassBegin = now;
 }
 
 void EPOLLServer::HandleRecord(const DataBuffer& record) {
