@@ -112,8 +112,14 @@ table() {
     fi
     row "1,000 connections, 20,000 messages/s: p99, $([ $fast = wakeup ] && echo wake-up || echo default)" \
         "$(of rate $fast p99_us echo)" "$(among rate p99_us min echo)" most 1.5 us
-    row "connect, one echo, close: cycles/s" "$(of cycle lobby per_second)" \
+    row "connect, one echo, close, 64 at a time: cycles/s" "$(of cycle lobby per_second)" \
         "$(among cycle per_second max)" least 0.9 ""
+    row "connect, one echo, close, 16 at a time: cycles/s" "$(of cycle16 lobby per_second)" \
+        "$(among cycle16 per_second max)" least 0.9 ""
+    if [ "$fast" = wakeup ]; then
+        row "connect, one echo, close, 16 at a time: cycles/s, wake-up" \
+            "$(of cycle16 wakeup per_second)" "$(among cycle16 per_second max)" least 0.9 ""
+    fi
     row "100 WebSocket connections, 8 in flight: messages/s" "$(of websocket lobby per_second)" \
         "$(of websocket lws per_second)" least 3 ""
     plain "memory per idle connection ($idle connections)" "$(of idle lobby bytes_per_connection)" 12288 bytes

@@ -79,6 +79,7 @@ compare single "${tcp[*]}" "${short[@]}" -n 100 echo
 compare pingpong "${tcp[*]}" "${short[@]}" -n 1 echo
 compare rate "${tcp[*]}" "${long[@]}" -n 1000 echo --rate 20000
 compare cycle "${tcp[*]}" "${short[@]}" -n 64 cycle
+compare cycle16 "${tcp[*]}" "${short[@]}" -n 16 cycle
 compare websocket "${ws[*]}" "${short[@]}" --ws -n 100 echo --in-flight 8
 compare idle "${tcp[*]}" "${short[@]}" -n "$idle" idle
 compare broadcast lobby -d 60 --warmup 0.2 -n "$crowd" broadcast --rounds 10

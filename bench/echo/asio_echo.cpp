@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -100,12 +101,12 @@ void Accept(tcp::acceptor& acceptor) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc < 2) return std::fprintf(stderr, "usage: asio_echo port\n"), 2;
     const rlimit limit{30064, 30064};
     setrlimit(RLIMIT_NOFILE, &limit);
     asio::io_context io(1);
-    const auto port = static_cast<unsigned short>(std::atoi(argv[1]));
+    const auto port = static_cast<unsigned short>(std::strtol(argv[1], nullptr, 10));
     tcp::acceptor acceptor(io, tcp::endpoint(asio::ip::address_v4::loopback(), port));
     asio::signal_set signals(io, SIGTERM, SIGINT);
     signals.async_wait([&](boost::system::error_code, int) { io.stop(); });
@@ -114,4 +115,6 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     io.run();
     return 0;
+} catch (const std::exception& failure) {
+    return std::fprintf(stderr, "asio_echo: %s\n", failure.what()), 1;
 }

@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     event_base* base = event_base_new();
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(std::atoi(argv[1])));
+    address.sin_port = htons(static_cast<uint16_t>(std::strtol(argv[1], nullptr, 10)));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     evconnlistener* listener =
         evconnlistener_new_bind(base, OnAccept, nullptr, LEV_OPT_CLOSE_ON_FREE | LEV_OPT_REUSEABLE,

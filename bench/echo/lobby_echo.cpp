@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
     InitializeLog("lobby_echo.cfg", nullptr);
     EchoServer server;
     server.SetWakeup(argc > 2 && std::strcmp(argv[2], "--wakeup") == 0);
-    if (!server.Listen(static_cast<unsigned short>(std::atoi(argv[1])))) {
+    if (!server.Listen(static_cast<unsigned short>(std::strtol(argv[1], nullptr, 10)))) {
         std::perror("lobby_echo");
         return 1;
     }

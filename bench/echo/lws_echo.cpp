@@ -76,7 +76,7 @@ int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: lws_echo port\n"), 2;
     std::signal(SIGTERM, [](int) { g_stop = 1; });
     lws_set_log_level(LLL_ERR, nullptr);
-    lws_context* context = Open(std::atoi(argv[1]));
+    lws_context* context = Open(static_cast<int>(std::strtol(argv[1], nullptr, 10)));
     if (context == nullptr) return 1;
     std::printf("ready\n");
     std::fflush(stdout);

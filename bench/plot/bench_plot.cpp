@@ -82,8 +82,11 @@ class Scale {
     std::vector<double> Ticks() const {
         std::vector<double> ticks;
         if (m_log) {
-            for (double tick = m_bottom; tick <= m_top * 1.01; tick *= 10)
+            double tick = m_bottom;
+            while (tick <= m_top * 1.01) {
                 ticks.push_back(tick);
+                tick *= 10;
+            }
         } else {
             for (int i = 0; i * m_step <= m_top * 1.01; ++i)
                 ticks.push_back(i * m_step);
@@ -141,9 +144,10 @@ void DrawBars(const Chart& chart, const Scale& scale) {
     for (size_t g = 0; g < chart.groups.size(); ++g) {
         const Group& group = chart.groups[g];
         const double middle = kLeft + groupWidth * (static_cast<double>(g) + 0.5);
-        double x = middle - barWidth * static_cast<double>(chart.series.size()) / 2;
-        for (size_t i = 0; i < group.values.size(); ++i, x += barWidth) {
+        const double left = middle - barWidth * static_cast<double>(chart.series.size()) / 2;
+        for (size_t i = 0; i < group.values.size(); ++i) {
             if (group.values[i] < 0) continue;
+            const double x = left + barWidth * static_cast<double>(i);
             const double height = std::max(0.5, scale.Height(group.values[i]));
             std::printf(
                 "<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\" fill=\"%s\"/>\n", x + 1,

@@ -14,7 +14,7 @@ std::string Hex(uint16_t type) {
 }
 
 std::string TypeText(const Field& field) {
-    const std::string element =
+    std::string element =
         field.kind == Kind::Record ? field.record->name : std::string(NameOf(field.kind));
     if (field.count == 0) return element + "[" + field.countField + "]";
     if (field.count == 1 && field.countField.empty() && field.kind != Kind::Text) return element;

@@ -6,8 +6,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -42,13 +43,13 @@ long KernelHolds(uint16_t ownPort) {
     std::ifstream table("/proc/net/tcp");
     std::string line;
     while (std::getline(table, line)) {
-        unsigned local = 0, remote = 0, state = 0;
-        unsigned long queued = 0;
-        if (std::sscanf(line.c_str(), " %*d: %*x:%x %*x:%x %x %lx", &local, &remote, &state,
-                        &queued) == 4 &&
-            remote == ownPort && state == 1) {
-            return static_cast<long>(queued);
-        }
+        // "slot: address:port address:port state queued:arrived ...", in hexadecimal digits.
+        std::string slot, local, remote, state, queues;
+        std::istringstream(line) >> slot >> local >> remote >> state >> queues;
+        const size_t colon = remote.find(':');
+        if (colon == std::string::npos || state != "01") continue;
+        if (std::strtoul(remote.c_str() + colon + 1, nullptr, 16) != ownPort) continue;
+        return static_cast<long>(std::strtoul(queues.c_str(), nullptr, 16));
     }
     return -1;
 }
