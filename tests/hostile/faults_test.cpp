@@ -49,7 +49,7 @@ TEST_F(FaultTest, AFullDiskUnderTheLogStopsNothing) {
                   for (int i = 0; i < 20; ++i)
                       ExpectServed(20001 + i);
               }),
-              1.0 * SLOWER);
+              AT_ONCE);
     lobby.Terminate();
     EXPECT_EQ(lobby.AwaitEnd(5), 0);
 }
