@@ -109,7 +109,7 @@ int RunLoad(const Settings& settings) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{"Load for a lobby. Ends with 1 when there were errors."};
     Settings settings;
@@ -119,10 +119,8 @@ int main(int argc, char** argv) {
     app.fallthrough();
     CLI11_PARSE(app, argc, argv);
     settings.mode = app.get_subcommands().front()->get_name();
-    try {
-        return RunLoad(settings);
-    } catch (const std::exception& failure) {
-        std::cerr << "lobby_load: " << failure.what() << "\n";
-        return 2;
-    }
+    return RunLoad(settings);
+} catch (const std::exception& failure) {
+    std::cerr << "lobby_load: " << failure.what() << "\n";
+    return 2;
 }
