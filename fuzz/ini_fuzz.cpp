@@ -1,9 +1,9 @@
 // Any configuration file, read and rewritten by any sequence of operations.
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <memory>
 
 #include "Common/IniFile.h"
@@ -22,6 +22,13 @@ class MemoryFile {
     MemoryFile(const MemoryFile&) = delete;
     MemoryFile& operator=(const MemoryFile&) = delete;
     const char* Path() const { return m_path.c_str(); }
+    std::string Content() const {
+        struct stat info {};
+        Require(fstat(m_fd, &info) == 0, "memory file");
+        std::string bytes(static_cast<size_t>(info.st_size), '\0');
+        Require(pread(m_fd, bytes.data(), bytes.size(), 0) == std::ssize(bytes), "memory file");
+        return bytes;
+    }
 
   private:
     int m_fd;
@@ -62,18 +69,16 @@ void Names(const CIniFile& file, const std::string& section, int size) {
 
 // A return within a line, which takes the line's last byte for that of its end: a value set there
 // keeps that byte behind it.
-bool HasLoneReturn(const char* path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+bool HasLoneReturn(const std::string& bytes) {
     for (size_t at = 0; (at = bytes.find('\r', at)) != std::string::npos; ++at) {
         if (bytes.compare(at, 2, "\r\n") != 0) return true;
     }
     return false;
 }
 
-void Set(CIniFile& file, const char* path, const std::string& section, const std::string& key,
-         const std::string& value, bool spaced) {
-    const bool isOdd = HasLoneReturn(path);
+void Set(CIniFile& file, const MemoryFile& source, const std::string& section,
+         const std::string& key, const std::string& value, bool spaced) {
+    const bool isOdd = HasLoneReturn(source.Content());
     if (file.SetValueStr(section.c_str(), key.c_str(), value.c_str(), spaced) == 0) return;
     if (isOdd) return;
     // Without "=" between the two, the value is given with it.
@@ -105,7 +110,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 Names(file, section, input.Byte());
                 break;
             case 4:
-                Set(file, source.Path(), section, key, input.Text(), what >= 128);
+                Set(file, source, section, key, input.Text(), what >= 128);
                 break;
             case 5:
                 file.DeleteSection(section.c_str());
