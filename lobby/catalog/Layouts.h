@@ -37,7 +37,8 @@ Field FieldOf(const char* name, size_t offset, const char* countField) {
     using E = std::remove_all_extents_t<T>;
     const Layout* record = nullptr;
     if constexpr (std::is_class_v<E>) record = &LayoutOf<E>();
-    return {name, offset, KindOf<T>(), sizeof(E), sizeof(T) / sizeof(E), countField, record};
+    constexpr size_t count = sizeof(T) / sizeof(E);  // NOLINT(bugprone-sizeof-expression): or 1
+    return {name, offset, KindOf<T>(), sizeof(E), count, countField, record};
 }
 
 // What follows a structure on the wire: as many records as its member `counter` says.
