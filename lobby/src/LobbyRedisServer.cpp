@@ -34,6 +34,8 @@ struct UserMark {
 unsigned int APHashRedis(const char* key) {
     uint32_t hash = 0;
     for (size_t i = 0; key[i] != '\0'; ++i) {
+        // Sign-extended: that is the hash that all lobbies share.
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse)
         const auto c = static_cast<uint32_t>(static_cast<signed char>(key[i]));
         hash ^= i % 2 == 0 ? (hash << 7) ^ c ^ (hash >> 3) : ~((hash << 11) ^ c ^ (hash >> 5));
     }
