@@ -18,7 +18,7 @@ build=build/release
 [ -f "$build/compile_commands.json" ] || cmake --preset release -Wno-dev >/dev/null
 areas=(Common AesLib libJson xredis Epoll lobby tools fuzz bench)
 files=("$@")
-[ ${#files[@]} -gt 0 ] || mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}")
+[ ${#files[@]} -gt 0 ] || mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}" | grep -v '_test\.cpp$')
 
 failed=0
 if [ "$what" != cppcheck ]; then

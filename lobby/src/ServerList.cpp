@@ -144,6 +144,8 @@ int32_t ServerList::DeleteInfo(tagTerminateNotice& notice, GameSiteList sites, b
     return 1;
 }
 
+// The copy is the interface's: each operation has a list of its own.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ServerList::refreshShowGameList(GameSiteList sites) {
     RebuildShowLists(sites);
     const time_t now = ClockNow();
@@ -206,6 +208,7 @@ void ServerList::DumpShowLists() {
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ServerList::SendServerList(GameProvider* provider, IPlayerNode* node, GameSiteList) {
     static constexpr char tag[] = "ServerList::SendServerList";
     std::fputs("ServerList::SendServerList:", stdout);

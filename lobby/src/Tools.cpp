@@ -60,6 +60,6 @@ void Tools::analyzeSiteID(char* text, char* separators, std::vector<int32_t>& va
     char* rest = nullptr;
     for (char* piece = strtok_r(text, separators, &rest); piece != nullptr;
          piece = strtok_r(nullptr, separators, &rest)) {
-        values.push_back(std::atoi(piece));
+        values.push_back(static_cast<int32_t>(std::strtol(piece, nullptr, 10)));
     }
 }

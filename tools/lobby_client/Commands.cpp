@@ -199,7 +199,7 @@ bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
     for (size_t at = 0; at < words.size();) {
         Step step{Find(words[at]), {}};
         if (step.command == nullptr) return error = "no command " + words[at], false;
-        const std::string name = words[at++];
+        const std::string& name = words[at++];
         for (const std::string& wanted : Split(step.command->words)) {
             if (at == words.size()) return error = name + " needs " + Usage(*step.command), false;
             if (wanted[0] == '#' && !IsNumber(words[at])) {

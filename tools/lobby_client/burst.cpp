@@ -61,6 +61,7 @@ bool AwaitAll(std::vector<Guest>& guests, uint16_t type, Clock::time_point deadl
 
 double Percentile(const std::vector<Guest>& guests, double part) {
     std::vector<double> all;
+    all.reserve(guests.size());
     for (const Guest& guest : guests)
         all.push_back(guest.milliseconds);
     std::sort(all.begin(), all.end());
@@ -71,7 +72,7 @@ double Percentile(const std::vector<Guest>& guests, double part) {
 long ResidentKb(int pid) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/status");
     for (std::string line; std::getline(file, line);) {
-        if (line.rfind("VmRSS:", 0) == 0) return std::atol(line.c_str() + 6);
+        if (line.rfind("VmRSS:", 0) == 0) return std::strtol(line.c_str() + 6, nullptr, 10);
     }
     return 0;
 }
@@ -135,7 +136,7 @@ int Burst(const Settings& s) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Logs many players in at once; each then takes one coin."};
     Settings s;
     app.option_defaults()->always_capture_default();
@@ -150,10 +151,8 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    try {
-        return Burst(s);
-    } catch (const std::runtime_error& failure) {
-        std::cerr << "lobby_burst: " << failure.what() << "\n";
-        return 3;
-    }
+    return Burst(s);
+} catch (const std::exception& failure) {
+    std::cerr << "lobby_burst: " << failure.what() << "\n";
+    return 3;
 }

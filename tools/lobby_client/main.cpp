@@ -50,7 +50,7 @@ int Play(const Settings& s, const std::vector<client::Step>& steps) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Plays a player of the lobby."};
     Settings settings;
     Declare(app, settings);
@@ -65,10 +65,8 @@ int main(int argc, char** argv) {
         std::cerr << "lobby_client: " << error << "; --help lists the commands\n";
         return 2;
     }
-    try {
-        return Play(settings, steps);
-    } catch (const std::runtime_error& failure) {
-        std::cerr << "lobby_client: " << failure.what() << "\n";
-        return 3;
-    }
+    return Play(settings, steps);
+} catch (const std::exception& failure) {
+    std::cerr << "lobby_client: " << failure.what() << "\n";
+    return 3;
 }

@@ -23,7 +23,8 @@ void BindTo(int fd, uint32_t address) {
     sockaddr_in source{};
     source.sin_family = AF_INET;
     source.sin_addr.s_addr = htonl(address);
-    bind(fd, reinterpret_cast<sockaddr*>(&source), sizeof(source));
+    // Where it fails, connect chooses the address, too.
+    static_cast<void>(bind(fd, reinterpret_cast<sockaddr*>(&source), sizeof(source)));
 }
 
 }  // namespace

@@ -38,10 +38,10 @@ PageServer::PageServer(const std::string& folder, uint16_t port, const PageConfi
     : m_server(std::make_unique<Server>()) {
     httplib::Server& http = m_server->http;
     http.set_file_extension_and_mimetype_mapping("mjs", "text/javascript");
-    http.Get("/config.json", [text = ToJson(config)](const httplib::Request&,
-                                                              httplib::Response& answer) {
-        answer.set_content(text, "application/json");
-    });
+    http.Get("/config.json",
+             [text = ToJson(config)](const httplib::Request&, httplib::Response& answer) {
+                 answer.set_content(text, "application/json");
+             });
     if (!http.set_mount_point("/", folder)) {
         throw std::runtime_error("no folder " + folder + " to serve the page from");
     }
@@ -54,11 +54,14 @@ PageServer::PageServer(const std::string& folder, uint16_t port, const PageConfi
 }
 
 PageServer::~PageServer() {
-    while (!m_server->http.is_running()) std::this_thread::yield();
+    while (!m_server->http.is_running())
+        std::this_thread::yield();
     m_server->http.stop();
     m_server->thread.join();
 }
 
-uint16_t PageServer::Port() const { return static_cast<uint16_t>(m_server->port); }
+uint16_t PageServer::Port() const {
+    return static_cast<uint16_t>(m_server->port);
+}
 
 }  // namespace sim

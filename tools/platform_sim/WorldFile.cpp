@@ -190,7 +190,7 @@ bool ReadList(const cJSON* root, const char* name, const std::vector<Member<T>>&
     cJSON_ArrayForEach(item, array) {
         T record{};
         if (!ReadRecord(item, members, record, error)) {
-            error = std::string("in \"") + name + "\": " + error;
+            error.insert(0, std::string("in \"") + name + "\": ");
             return false;
         }
         list.push_back(record);
@@ -201,6 +201,7 @@ bool ReadList(const cJSON* root, const char* name, const std::vector<Member<T>>&
 template <class Map>
 auto Values(const Map& map) {
     std::vector<typename Map::mapped_type> values;
+    values.reserve(map.size());
     for (const auto& entry : map)
         values.push_back(entry.second);
     return values;

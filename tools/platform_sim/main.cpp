@@ -99,7 +99,7 @@ int Serve(const Settings& settings, sim::World world) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{"Plays the platform's back-end servers for lobbies on this machine."};
     Settings settings;
@@ -117,13 +117,11 @@ int main(int argc, char** argv) {
         std::cout << sim::DumpWorld(world);
         return 0;
     }
-    try {
-        return Serve(settings, std::move(world));
-    } catch (const boost::system::system_error& failure) {
-        std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
-        return 1;
-    } catch (const std::runtime_error& failure) {
-        std::cerr << "platform_sim: " << failure.what() << "\n";
-        return 1;
-    }
+    return Serve(settings, std::move(world));
+} catch (const boost::system::system_error& failure) {
+    std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
+    return 1;
+} catch (const std::exception& failure) {
+    std::cerr << "platform_sim: " << failure.what() << "\n";
+    return 1;
 }
