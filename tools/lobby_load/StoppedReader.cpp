@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 
 #include "Game/NetMessage.h"
 #include "Link.h"
@@ -21,6 +23,9 @@ namespace {
 // More than the kernel takes for a client with a small window, less than the sample configuration
 // lets wait.
 constexpr size_t kEchoes = 7000;
+// A lobby closes whose frames come faster than it looks at 4096 bytes of them.
+constexpr size_t kBurst = 100;
+constexpr std::chrono::milliseconds kPause{3};
 constexpr size_t kEchoFrame = 2 + sizeof(tagMsgHeader);
 
 bool Upgrade(int fd) {
@@ -75,12 +80,12 @@ StoppedReader::StoppedReader(const std::string& host, uint16_t port)
     tagMsgHeader echo;
     FillHeader(&echo, MSG_KEEP_ALIVE, sizeof(echo));
     std::string frames;
-    for (size_t i = 0; i < kEchoes; ++i)
+    for (size_t i = 0; i < kBurst; ++i)
         websocket::AppendFrame(frames, {reinterpret_cast<const char*>(&echo), sizeof(echo)});
-    for (std::string_view rest = frames; !rest.empty();) {
-        const ssize_t sent = send(m_fd, rest.data(), rest.size(), MSG_NOSIGNAL);
-        if (sent <= 0) break;  // HeldByServer tells
-        rest.remove_prefix(static_cast<size_t>(sent));
+    for (size_t asked = 0; asked < kEchoes; asked += kBurst) {
+        if (send(m_fd, frames.data(), frames.size(), MSG_NOSIGNAL) < 0)
+            break;  // HeldByServer tells
+        std::this_thread::sleep_for(kPause);
     }
 }
 
