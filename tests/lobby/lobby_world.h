@@ -45,11 +45,12 @@ class LobbyTest : public DirectoryTest {
         return sent.size() == 1 ? sent[0] : Sent{};
     }
     bool Nothing(IPlayerNode* node) { return Received(node).empty(); }
-    void DeliverBytes(IPlayerNode* node, uint16_t type, const std::string& bytes) {
-        net.Deliver(node, type, bytes);
+    template <class T>
+    static std::string BytesOf(const T& message) {
+        return {reinterpret_cast<const char*>(&message), sizeof(message)};
     }
 
-    // A message without zeros, with an int32 at byte 8 and a session's handle at `handleAt`.
+    // A message without zeros, with an int32 at byte 8.
     static std::string Pattern(size_t size, int32_t first) {
         std::string bytes(size, '\0');
         for (size_t i = 0; i < size; ++i)

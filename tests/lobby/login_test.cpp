@@ -1,7 +1,5 @@
 #include <random>
 
-#include "RedisServer.h"
-#include "config_server_msg.h"
 #include "lobby_world.h"
 
 TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
@@ -12,35 +10,46 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     notice.iLobbySiteID = 3;
     std::memset(notice.szToken, 't', sizeof(notice.szToken));  // not terminated
     net.Deliver(node, 0xA1, notice);
-
     const Sent ask = Only(Link(QUEUE));
-    ASSERT_EQ(ask.type, 0xA001);
-    ASSERT_EQ(ask.bytes.size(), 64u);
-    EXPECT_EQ(ask.At<int32_t>(8), 10001);
-    EXPECT_EQ(ask.bytes.substr(12, 33), std::string(33, 't'));
-    EXPECT_EQ(ask.At<uint64_t>(48), NodeHandle(player));
-    EXPECT_EQ(ask.At<uint64_t>(56), player->m_ulPlayerNodeId);
+    EXPECT_EQ(ask.type, 0xA001);
+    std::string asked = BytesOf(notice).substr(0, 12) + std::string(33, 't');
+    asked.resize(64);
+    PutSession(asked, 48, player);
+    EXPECT_EQ(Body(ask.bytes), Body(asked));
+
+    UserInfoRes info = InfoFor(player);
+    info.cError = 7;  // answered, and changes nothing
+    net.Deliver(Link(QUEUE), 0xA002, info);
+    EXPECT_EQ(Only(node).At<uint8_t>(8), 7);
+    EXPECT_EQ(player->llGameCoin, 0);
+    EXPECT_TRUE(Nothing(Link(DATA)));
+    EXPECT_FALSE(net.IsClosed(node));
 
     net.Deliver(Link(QUEUE), 0xA002, InfoFor(player));
     const Sent answer = Only(node);
-    ASSERT_EQ(answer.type, 0xA6);
-    ASSERT_EQ(answer.bytes.size(), 216u);
-    EXPECT_EQ(answer.At<uint8_t>(8), 0);
-    EXPECT_EQ(answer.At<int32_t>(12), 11);
-    EXPECT_EQ(answer.At<int32_t>(16), 12);
-    EXPECT_EQ(answer.At<int32_t>(20), 0xFFF3);
-    EXPECT_EQ(answer.bytes.substr(88, 64), std::string(64, 'o'));
+    EXPECT_EQ(answer.type, 0xA6);
+    LobbyAuthenRes expected{};
+    expected.iReserve1 = 11;
+    expected.iReserve2 = 12;
+    expected.iReserve3 = 0xFFF3;
+    std::memset(expected.szReserve2, 'o', 64);
+    EXPECT_EQ(Body(answer.bytes), Body(BytesOf(expected)));
     EXPECT_EQ(Only(Link(DATA)).type, 0xD012);
     EXPECT_EQ(player->llGameCoin, 1000);
     EXPECT_EQ(player->llControlNum, 77);
+    notice.iUserID = 10002;  // a second notice is ignored
+    net.Deliver(player, 0xA1, notice);
+    EXPECT_EQ(player->m_iUserID, 10001);
+    EXPECT_TRUE(Nothing(Link(QUEUE)));
+    EXPECT_FALSE(net.IsClosed(player));
 }
 
 TEST_F(LobbyTest, RefusedNoticesCloseTheirConnection) {
     tagLobbyClientConnectNotice notice{};
     notice.iUserID = 10001;
-    const std::string good(reinterpret_cast<char*>(&notice), sizeof(notice));
+    const std::string good = BytesOf(notice);
     notice.iUserID = 667;
-    const std::string disabled(reinterpret_cast<char*>(&notice), sizeof(notice));
+    const std::string disabled = BytesOf(notice);
     const struct {
         std::string bytes;
         int stopSwitch;
@@ -57,56 +66,20 @@ TEST_F(LobbyTest, RefusedNoticesCloseTheirConnection) {
     EXPECT_EQ(lobby->GetClientLobbyPlayer(), nullptr);
 }
 
-TEST_F(LobbyTest, SecondNoticeOfASessionIsIgnored) {
-    LobbyPlayer* player = Online(10001);
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 10002;
-    net.Deliver(player, 0xA1, notice);
-    EXPECT_EQ(player->m_iUserID, 10001);
-    EXPECT_TRUE(Nothing(Link(QUEUE)));
-    EXPECT_FALSE(net.IsClosed(player));
-}
-
-TEST_F(LobbyTest, FailedLoginIsAnsweredAndChangesNothing) {
+// A closed session's id is 0, and a forged 0 must not match it.
+TEST_F(LobbyTest, LoginAnswersOfTheWrongLengthOrForNobodyChangeNothing) {
     LobbyPlayer* player = Login(10001);
     UserInfoRes info = InfoFor(player);
-    info.cError = 7;
-    net.Deliver(Link(QUEUE), 0xA002, info);
-    EXPECT_EQ(Only(player).At<uint8_t>(8), 7);
-    EXPECT_EQ(player->llGameCoin, 0);
-    EXPECT_TRUE(Nothing(Link(DATA)));
-    EXPECT_FALSE(net.IsClosed(player));
-}
-
-// Any 64-bit value may come back as a handle, with any id.
-TEST_F(LobbyTest, LateAndForgedAnswersReachNobody) {
-    LobbyPlayer* gone = Login(10001);
-    const UserInfoRes late = InfoFor(gone);
-    net.Hangup(gone);
-    LobbyPlayer* now = Login(10002);
-    ASSERT_EQ(now, gone) << "the node is expected to be used again";
-    UserInfoRes forged[] = {late, late, late, late, late};
-    forged[1].ulPlayerNodeId = 0;
-    forged[2].ulPlayerNode = 0;
-    forged[3].ulPlayerNode = 0xDEADBEEFCAFE0001u;
-    forged[4].ulPlayerNode = NodeHandle(now) + 8;
-    for (const UserInfoRes& info : forged)
-        net.Deliver(Link(QUEUE), 0xA002, info);
-    EXPECT_TRUE(Nothing(now));
-    EXPECT_EQ(now->llGameCoin, 0);
-
-    net.Hangup(now);  // closed: its id is 0, and a forged 0 must not match it
-    UserInfoRes zero = late;
-    zero.ulPlayerNodeId = 0;
-    net.Deliver(Link(QUEUE), 0xA002, zero);
-    EXPECT_EQ(now->llGameCoin, 0);
     for (const size_t length : {279u, 281u}) {
-        LobbyPlayer* waiting = Login(10003);
-        std::string bytes(length, '\0');
-        PutSession(bytes, 263, waiting);
+        std::string bytes = BytesOf(info);
+        bytes.resize(length);
         DeliverBytes(Link(QUEUE), 0xA002, bytes);
-        EXPECT_TRUE(Nothing(waiting));
+        EXPECT_TRUE(Nothing(player));
     }
+    net.Hangup(player);
+    info.ulPlayerNodeId = 0;
+    net.Deliver(Link(QUEUE), 0xA002, info);
+    EXPECT_EQ(player->llGameCoin, 0);
 }
 
 // A session refused for its user id was never linked; unlinking it as if it were the head cut off
@@ -175,90 +148,6 @@ TEST_F(LobbyTest, ClientWaitsWhileTheQueueServerIsAway) {
     ASSERT_TRUE(WaitForLink(QUEUE));
     LobbyPlayer* again = Login(2);
     EXPECT_EQ(Only(Link(QUEUE)).At<uint64_t>(48), NodeHandle(again));
-}
-
-// With a registry: the session confirmed last stays, whichever connected first.
-class RegistryTest : public LobbyTest {
-  protected:
-    void SetUp() override {
-        LobbyTest::SetUp();
-        lobby.reset();
-        std::ifstream in("LobbyServer.cfg");
-        std::string text((std::istreambuf_iterator<char>(in)), {});
-        text.replace(text.find("redis_server=127.0.0.1:1\n"), 25,
-                     "redis_server=" + redis.Address() + "\n");
-        Write("LobbyServer.cfg", text);
-        lobby = std::make_unique<LobbyServer>(net2.Parts());
-        net2.Attach(lobby.get());
-        ASSERT_EQ(lobby->Start(), 0);
-    }
-    LobbyPlayer* Connect(int userId) {
-        IPlayerNode* node = net2.Connect();
-        tagLobbyClientConnectNotice notice{};
-        notice.iUserID = userId;
-        net2.Deliver(node, 0xA1, notice);
-        return static_cast<LobbyPlayer*>(node);
-    }
-    void Confirm(LobbyPlayer* player) {
-        net2.Deliver(net2.NodeOfPort(QUEUE), 0xA002, InfoFor(player));
-    }
-    bool Marked(int userId) { return lobby->m_LobbyRedisServer.IsLobbyOnline(userId) == 1; }
-    void TearDown() override { lobby.reset(); }
-
-    RedisServer redis;
-    MemoryNet net2;
-};
-
-TEST_F(RegistryTest, DuplicateLoginKicksTheSessionConfirmedBefore) {
-    LobbyPlayer* a = Connect(10001);
-    LobbyPlayer* b = Connect(10001);
-    Confirm(b);
-    EXPECT_TRUE(Marked(10001));
-    net2.Received(b);
-    Confirm(a);
-    const auto kicked = net2.Received(b);
-    ASSERT_EQ(kicked.size(), 1u);
-    EXPECT_EQ(kicked[0].type, 0xA8);
-    ASSERT_EQ(kicked[0].bytes.size(), 16u);
-    EXPECT_EQ(kicked[0].At<int32_t>(8), 10001);
-    EXPECT_EQ(kicked[0].At<uint32_t>(12), 0u);
-    EXPECT_TRUE(net2.IsClosed(b));
-    net2.Settle();
-    EXPECT_TRUE(Marked(10001)) << "the mark belongs to the session that stays";
-    EXPECT_EQ(net2.Received(a).at(0).At<uint8_t>(8), 0);
-    net2.Hangup(a);
-    EXPECT_FALSE(Marked(10001));
-}
-
-TEST_F(RegistryTest, UserOfAnotherLobbyIsKickedThroughTheCenter) {
-    lobby->m_LobbyRedisServer.InsertLobbyOnline(10002);
-    net2.Received(net2.NodeOfPort(CENTER));
-    LobbyPlayer* player = Connect(10002);
-    Confirm(player);
-    const auto sent = net2.Received(net2.NodeOfPort(CENTER));
-    ASSERT_EQ(sent.size(), 1u);
-    EXPECT_EQ(sent[0].type, 0x9100);
-    EXPECT_EQ(sent[0].At<int32_t>(8), 10002);
-    EXPECT_FALSE(net2.IsClosed(player));
-}
-
-TEST_F(LobbyTest, StopSwitchEmptiesTheLobbyEveryFiveSeconds) {
-    LobbyPlayer* players[] = {Online(1), Online(2), Online(3)};
-    players[1]->m_bDelOnline = false;
-    net.Tick(g_testNow);
-    lobby->m_iLobbyStopSwitch = 1;
-    net.Tick(g_testNow + 4);
-    EXPECT_FALSE(net.IsClosed(players[0]));
-    net.Tick(g_testNow + 5);
-    for (LobbyPlayer* player : players) {
-        const Sent notice = Only(player);
-        EXPECT_EQ(notice.type, 0xA8);
-        EXPECT_EQ(notice.At<uint32_t>(12), 1u);
-        EXPECT_TRUE(net.IsClosed(player));
-        EXPECT_TRUE(player->m_bDelOnline);
-    }
-    net.Settle();
-    EXPECT_EQ(lobby->GetClientLobbyPlayer(), nullptr);
 }
 
 TEST_F(LobbyTest, SensitiveNamesAreReplacedAndDisabledUsersAppendedByTheReload) {

@@ -68,10 +68,7 @@ namespace {
 class LimitsTest : public LobbyTest {
   protected:
     LimitsTest() {
-        extraConfig =
-            "[limits]\n; a line of text\n;0xF0F1=1/1s close\n0xF0F1=3/10s drop\n0x9002=2/10s "
-            "close\n"
-            "0xZZ=1/1s drop\nany=nonsense\n";
+        extraConfig = "[limits]\n; a line of text\n;0xF0F1=1/1s close\n0xF0F1=3/10s drop\n";
     }
     size_t EchoesOf(IPlayerNode* node, int count) {
         for (int i = 0; i < count; ++i)
@@ -107,82 +104,45 @@ TEST_F(LimitsTest, DropsWhatIsBeyondAndLogsItOnce) {
     EXPECT_FALSE(net.IsClosed(next));
 }
 
-TEST_F(LimitsTest, ClosesWhatIsBeyond) {
-    LobbyPlayer* player = Online(1);
-    for (int i = 0; i < 2; ++i) {
-        DeliverBytes(player, 0x9002, std::string(12, '\0'));
-        EXPECT_FALSE(net.IsClosed(player));
-    }
-    const std::string log = LogOf([&] { DeliverBytes(player, 0x9002, std::string(12, '\0')); });
-    EXPECT_TRUE(Has(log, "userid[1], type[0x9002] more than count[2] in seconds[10], closed"));
-    EXPECT_TRUE(net.IsClosed(player));
-}
-
-TEST_F(LimitsTest, FaultyLinesAreNamedAndIgnored) {
+// What a start says of its configuration.
+TEST_F(LobbyTest, StartNamesFaultyExtrasAndIgnoresThem) {
     lobby.reset();
-    MemoryNet again;
-    testing::internal::CaptureStderr();
-    const std::string log = LogOf([&] { LobbyServer second(again.Parts()); });
-    const std::string errors = testing::internal::GetCapturedStderr();
-    for (const char* fault :
-         {"'0xZZ' = '1/1s drop' is ignored, ", "'any' = 'nonsense' is ignored, "})
-        EXPECT_TRUE(Has(log, fault)) << log;
-    EXPECT_EQ(Count(log, " !\x1b"), 2u);
-    EXPECT_EQ(Count(errors, "section [limits]"), 2u) << errors;
-}
-
-// What is off by default changes nothing.
-TEST_F(LobbyTest, NoLimitsUnlessConfigured) {
-    LobbyPlayer* player = Online(1);
-    for (int i = 0; i < 2000; ++i)
-        DeliverBytes(player, 0xF0F1, std::string(8, '\0'));
-    EXPECT_EQ(Received(player).size(), 2000u);
-}
-
-TEST_F(LobbyTest, WarnsAtStartOfALimitThatReachesTheSweepsGuard) {
-    lobby.reset();
+    const std::string guard = "reaches the guard of the sweep: with [5000] clients";
     const struct {
-        const char *log, *listen, *network;
-        bool warns;
-    } cases[] = {{"warnings=1\n", "maxconnection=4999\n", "", true},
-                 {"warnings=1\n", "maxconnection=4998\n", "", false},
-                 {"warnings=1\n", "", "", true},
-                 {"warnings=1\n", "", "interval=-1\n", false},
-                 {"warnings=0\n", "maxconnection=4999\n", "", false},
-                 {"", "", "", false}};
+        std::string config;
+        std::vector<std::string> said;
+    } cases[] = {
+        {"[limits]\n0xZZ=1/1s drop\nany=nonsense\n;1=x\n2=1/1s drop\n",
+         {"'0xZZ' = '1/1s drop' is ignored, ", "'any' = 'nonsense' is ignored, "}},
+        {"trusted_proxies=10.0.0.0/8, 127.0.0.1,2001:db8::/32\nproxy_protocol=1\n", {}},
+        {"trusted_proxies=\nproxy_protocol=0\n", {}},
+        {"trusted_proxies=10.0.0.0/8\nproxy_protocol=2\n", {}},
+        {"trusted_proxies=10.0.0.0/8,proxy.local\n",
+         {"'trusted_proxies' = 'proxy.local' is ignored, "}},
+        {"trusted_proxies=10.0.0.0/33\n", {"'trusted_proxies' = '10.0.0.0/33' is ignored, "}},
+        {"trusted_proxies=127.0.0.1\nproxy_protocol=3\n", {"'proxy_protocol' = '3' is ignored, "}},
+        {"proxy_protocol=1\n", {"'proxy_protocol' = '1' is ignored, "}},
+        {"maxconnection=4999\n[log]\nwarnings=1\n", {guard}},
+        {"maxconnection=4998\n[log]\nwarnings=1\n", {}},
+        {"[log]\nwarnings=1\n", {guard}},
+        {"[log]\nwarnings=1\n[network]\ninterval=-1\n", {}},
+        {"maxconnection=4999\n[log]\nwarnings=0\n", {}},
+        {"", {}}};
     for (const auto& row : cases) {
-        Write("LobbyServer.cfg", std::string("[listen]\naddr=127.0.0.1:9100\n") + row.listen +
-                                     "[network]\n" + row.network + "[log]\n" + row.log);
-        MemoryNet again;
+        Write("LobbyServer.cfg",
+              "[Redis]\nredis_server=127.0.0.1:1\n[listen]\naddr=127.0.0.1:9100\n" + row.config);
+        MemoryNet other;
+        testing::internal::CaptureStderr();
         const std::string log = LogOf([&] {
-            LobbyServer second(again.Parts());
-            again.Attach(&second);
+            LobbyServer second(other.Parts());
+            other.Attach(&second);
             EXPECT_EQ(second.StartLobbyService(), 0);
         });
-        EXPECT_EQ(Has(log, "reaches the guard of the sweep: with [5000] clients"), row.warns)
-            << row.log << row.listen << row.network << log;
-    }
-}
-
-TEST_F(LobbyTest, FaultyProxySettingsAreNamedAndIgnored) {
-    lobby.reset();
-    const struct {
-        const char *keys, *fault;  // null: none
-    } cases[] = {
-        {"trusted_proxies=10.0.0.0/8, 127.0.0.1,2001:db8::/32\nproxy_protocol=1\n", nullptr},
-        {"trusted_proxies=\nproxy_protocol=0\n", nullptr},
-        {"trusted_proxies=10.0.0.0/8\nproxy_protocol=2\n", nullptr},
-        {"trusted_proxies=10.0.0.0/8,proxy.local\n", "'trusted_proxies' = 'proxy.local'"},
-        {"trusted_proxies=10.0.0.0/33\n", "'trusted_proxies' = '10.0.0.0/33'"},
-        {"trusted_proxies=127.0.0.1\nproxy_protocol=3\n", "'proxy_protocol' = '3'"},
-        {"proxy_protocol=1\n", "'proxy_protocol' = '1'"}};
-    for (const auto& row : cases) {
-        Write("LobbyServer.cfg", std::string("[listen]\n") + row.keys);
-        MemoryNet again;
-        const std::string log = LogOf([&] { LobbyServer second(again.Parts()); });
-        EXPECT_EQ(Has(log, "is ignored"), row.fault != nullptr) << row.keys << log;
-        if (row.fault != nullptr) {
-            EXPECT_TRUE(Has(log, row.fault)) << row.keys << log;
-        }
+        const std::string errors = testing::internal::GetCapturedStderr();
+        for (const std::string& text : row.said)
+            EXPECT_TRUE(Has(log, text)) << row.config << log;
+        const size_t ignored = Count(log, "is ignored, ") / 2;  // plain and coloured
+        EXPECT_EQ(ignored + Count(log, guard) / 2, row.said.size()) << row.config << log;
+        EXPECT_EQ(Count(errors, "section ["), ignored) << errors;
     }
 }

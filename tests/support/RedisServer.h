@@ -2,45 +2,29 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <fcntl.h>
+#include <hiredis/hiredis.h>
 #include <netinet/in.h>
-#include <poll.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
-#include <string>
+#include <memory>
 #include <thread>
 
-// Owns the process and its temporary directory; keeps nothing on disk, so a restart is empty.
-// Thread: the test's main thread, for the process ends with the thread that started it.
+#include "ChildProcess.h"
+
+// Owns the process; keeps nothing on disk, so a restart is empty.
+// Thread: the test's main thread; Command on any.
 class RedisServer {
   public:
     // `start` false only reserves a port on which nobody listens, for Start later.
     explicit RedisServer(std::string password = "", bool start = true)
         : m_password(std::move(password)) {
-        std::string path = (std::filesystem::temp_directory_path() / "redisXXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for redis");
-        m_directory = path;
         for (int attempt = 0; attempt < 5; ++attempt) {
             m_port = FreePort();
             if (!start || TryStart()) return;
         }
-        std::filesystem::remove_all(m_directory);
         throw std::runtime_error("redis-server does not start");
     }
-    ~RedisServer() {
-        Stop();
-        std::filesystem::remove_all(m_directory);
-    }
-    RedisServer(const RedisServer&) = delete;
-    RedisServer& operator=(const RedisServer&) = delete;
 
     int Port() const { return m_port; }
     // The value of "redis_server" in LobbyServer.cfg.
@@ -50,40 +34,30 @@ class RedisServer {
     void Start() {
         if (!TryStart()) throw std::runtime_error("redis-server does not start again");
     }
-    void Stop() {
-        if (m_pid < 0) return;
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-        m_pid = -1;
-    }
+    void Stop() { m_process.Kill(); }
     void Restart() {
         Stop();
         Start();
     }
     // The hung server: its kernel still accepts connections, nothing is answered.
-    void Hang() { Signal(SIGSTOP); }
-    void Resume() { Signal(SIGCONT); }
+    void Hang() { m_process.Signal(SIGSTOP); }
+    void Resume() { m_process.Signal(SIGCONT); }
 
-    // The first line of the reply to an inline command ("GET key"), for a bulk its text; "" if
-    // there is none within two seconds.
+    // The first line of the reply to a command ("GET key") as it is on the wire, for a text that
+    // text; "" if there is none within two seconds.
     std::string Command(const std::string& command) const {
-        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address = Loopback(m_port);
-        std::string lines;
-        if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) {
-            if (!m_password.empty()) Exchange(fd, "AUTH \"" + m_password + "\"");
-            lines = Exchange(fd, command);
-        }
-        close(fd);
-        const size_t end = lines.find("\r\n");
-        if (end == std::string::npos) return "";
-        if (lines[0] != '$' || lines[1] == '-') return lines.substr(0, end);
-        return lines.substr(end + 2, lines.size() - end - 4);
+        const std::unique_ptr<redisContext, decltype(&redisFree)> link(
+            redisConnectWithTimeout("127.0.0.1", m_port, {2, 0}), redisFree);
+        redisSetTimeout(link.get(), {2, 0});
+        if (!m_password.empty()) Ask(link.get(), "AUTH %s", m_password);
+        return Ask(link.get(), command.c_str());
     }
 
     static int FreePort() {
         const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address = Loopback(0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof(address);
         if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0) {
             getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
@@ -93,60 +67,33 @@ class RedisServer {
     }
 
   private:
-    void Signal(int signal) const {
-        if (m_pid > 0) kill(m_pid, signal);  // below, it would be everybody's signal
-    }
-    static sockaddr_in Loopback(int port) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        return address;
-    }
-
-    static bool Complete(const std::string& reply) {
-        const size_t end = reply.find("\r\n");
-        if (end == std::string::npos) return false;
-        if (reply[0] != '$' || reply[1] == '-') return true;
-        return reply.size() >= end + 4 + std::stoul(reply.substr(1));
-    }
-
-    static std::string Exchange(int fd, const std::string& command) {
-        const std::string line = command + "\r\n";
-        std::string reply;
-        if (send(fd, line.data(), line.size(), MSG_NOSIGNAL) < 0) return reply;
-        while (!Complete(reply)) {
-            char bytes[4096];
-            pollfd entry{fd, POLLIN, 0};
-            if (poll(&entry, 1, 2000) <= 0) return "";
-            const ssize_t received = recv(fd, bytes, sizeof(bytes), 0);
-            if (received <= 0) return "";
-            reply.append(bytes, static_cast<size_t>(received));
+    static std::string Ask(redisContext* link, const char* format, const std::string& value = "") {
+        const std::unique_ptr<void, decltype(&freeReplyObject)> answer(
+            redisCommand(link, format, value.c_str()), freeReplyObject);
+        const auto* reply = static_cast<redisReply*>(answer.get());
+        if (reply == nullptr) return "";
+        switch (reply->type) {
+            case REDIS_REPLY_STRING:
+                return reply->str;
+            case REDIS_REPLY_STATUS:
+                return std::string("+") + reply->str;
+            case REDIS_REPLY_ERROR:
+                return std::string("-") + reply->str;
+            case REDIS_REPLY_INTEGER:
+                return ":" + std::to_string(reply->integer);
+            case REDIS_REPLY_ARRAY:
+                return "*" + std::to_string(reply->elements);
+            default:
+                return "$-1";
         }
-        return reply;
     }
 
     bool TryStart() {
-        const std::string port = std::to_string(m_port);
-        const pid_t parent = getpid();
-        m_pid = fork();
-        if (m_pid == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (getppid() != parent) _exit(1);
-            const int null = open("/dev/null", O_RDWR);
-            dup2(null, STDIN_FILENO);
-            dup2(null, STDOUT_FILENO);
-            dup2(null, STDERR_FILENO);
-            execlp("redis-server", "redis-server", "--bind", "127.0.0.1", "--port", port.c_str(),
-                   "--dir", m_directory.c_str(), "--save", "", "--appendonly", "no",
-                   "--requirepass", m_password.c_str(), static_cast<char*>(nullptr));
-            _exit(127);
-        }
+        m_process.Start({"redis-server", "--bind", "127.0.0.1", "--port", std::to_string(m_port),
+                         "--dir", m_process.Directory(), "--save", "", "--appendonly", "no",
+                         "--requirepass", m_password});
         for (int i = 0; i < 1000; ++i) {
-            if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {  // the port was taken
-                m_pid = -1;
-                return false;
-            }
+            if (m_process.Ended()) return false;  // the port was taken
             if (Command("PING") == "+PONG") return true;
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -155,7 +102,6 @@ class RedisServer {
     }
 
     std::string m_password;
-    std::string m_directory;
+    ChildProcess m_process;
     int m_port = 0;
-    pid_t m_pid = -1;
 };

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "BankInfoDef_Trans.h"
+#include "Catalog.h"
 #include "QueueServer.h"
 #include "SystemTest.h"
 
@@ -41,6 +42,8 @@ TEST_F(BankTest, RefusalsCarryTheirCodes) {
     EXPECT_EQ(asOther()->Take(1, BANK_PASSWORD).ucResultType, 150);
     EXPECT_EQ(asOther()->Save(1).ucResultType, 150);
     EXPECT_EQ(asOther()->BankPassword(BANK_PASSWORD, "x").ucResultType, 150);
+    EXPECT_EQ(asOther()->Take(0, BANK_PASSWORD).ucResultType, 157);  // judged before the user
+    EXPECT_EQ(asOther()->Save(0).ucResultType, 157);
     for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {
         EXPECT_EQ(LoggedIn(10001)->Take(amount, BANK_PASSWORD).ucResultType, 157);
         EXPECT_EQ(LoggedIn(10001)->Save(amount).ucResultType, 157);
@@ -75,27 +78,13 @@ TEST_F(BankTest, TooEarlyRepeatsAreRefusedAndAValueErrorHasSetTheStamp) {
 
 namespace {
 
-struct Result {
-    uint16_t type;
-    size_t size;
-    size_t handleAt;  // the handle, followed by the node id
-};
-// Every result of the queue server that carries a session.
-constexpr Result RESULTS[] = {
-    {BANK_LOGIN_Q2L, 44, 28},      {BANK_GET_COIN_Q2L, 36, 20},
-    {BANK_SAVE_COIN_Q2L, 36, 20},  {BANK_MODIFY_PASSWD_Q2L, 28, 12},
-    {MODIFY_PASSWORD_Q2L, 28, 12}, {MODIFY_NICKNAME_Q2L, 60, 44},
-    {MODIFY_GENDER_Q2L, 32, 16},   {MODIFY_SIGNATURE_Q2L, 156, 140},
-    {MODIFY_FACE_ID_Q2L, 32, 16},  {BINDING_MOBILE_Q2L, 44, 28},
-    {REAL_NAME_Q2L, 304, 288},     {MODIFY_FACE_FRAME_Q2L, 32, 16},
-    {EXCHANGE_COIN_Q2L, 44, 8},    {USER_INFO_Q2L, 280, 264},
-    {REFRESH_COIN_Q2L, 56, 40},    {MSG_QUEUE_COMPETE_USER_INFO_RES, 72, 56},
-};
-
-wire::Bytes ResultFor(const Result& result, uint64_t handle, uint64_t id) {
+// A result of the queue server for a session.
+wire::Bytes ResultFor(const catalog::Message& result, uint64_t handle, uint64_t id) {
     wire::Bytes bytes(result.size);
-    std::memcpy(bytes.data() + result.handleAt, &handle, 8);
-    std::memcpy(bytes.data() + result.handleAt + 8, &id, 8);
+    for (const catalog::Field& field : result.layout->fields) {
+        if (field.name == "ulPlayerNode") std::memcpy(&bytes[field.offset], &handle, 8);
+        if (field.name == "ulPlayerNodeId") std::memcpy(&bytes[field.offset], &id, 8);
+    }
     return wire::Pack(result.type, bytes.data(), bytes.size());
 }
 
@@ -115,26 +104,28 @@ TEST_F(BankTest, LateAndForgedAnswersReachNobody) {
     auto player = LoggedIn(10002);  // most likely on the same node
     player->SendTake(5, BANK_PASSWORD);
     const auto own = Seen(ServerKind::Queue, BANK_GET_COIN_L2Q, 1).As<GetBankCoinReq_trans>();
+    const uint64_t node = own.ulPlayerNode, id = own.ulPlayerNodeId;
     const std::pair<uint64_t, uint64_t> handles[] = {{+req.ulPlayerNode, +req.ulPlayerNodeId},
-                                                     {+own.ulPlayerNode, own.ulPlayerNodeId + 1},
-                                                     {+own.ulPlayerNode, 0},
-                                                     {own.ulPlayerNode + 8, +own.ulPlayerNodeId},
-                                                     {own.ulPlayerNode ^ 1, +own.ulPlayerNodeId},
-                                                     {0, +own.ulPlayerNodeId},
+                                                     {node, id + 1},
+                                                     {node, 0},
+                                                     {node + 8, id},
+                                                     {node ^ 1, id},
+                                                     {0, id},
                                                      {0, 0},
                                                      {8, 8},
                                                      {~0ull, ~0ull},
                                                      {1ull << 63, 1},
                                                      {0x0000deadbeef0000, 7}};
     platform.Do([&] {
-        for (const Result& result : RESULTS) {
-            for (const auto& [handle, id] : handles) {
-                platform.Server(ServerKind::Queue).SendAll(ResultFor(result, handle, id));
-            }
+        auto& queue = platform.Server(ServerKind::Queue);
+        for (const catalog::Message& result : catalog::All()) {
+            if (result.direction != catalog::Direction::QueueToLobby || !result.layout) continue;
+            for (const auto& [forged, itsId] : handles)
+                queue.SendAll(ResultFor(result, forged, itsId));
         }
         // Behind them the one that counts.
-        platform.Server(ServerKind::Queue)
-            .SendAll(ResultFor(RESULTS[1], own.ulPlayerNode, own.ulPlayerNodeId));
+        queue.SendAll(ResultFor(*catalog::Find(catalog::Direction::QueueToLobby, BANK_GET_COIN_Q2L),
+                                node, id));
     });
     std::vector<uint16_t> received;
     player->OnPush([&](const Message& message) { received.push_back(message.type); });

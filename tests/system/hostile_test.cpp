@@ -1,4 +1,6 @@
 // Bad input, floods, clients that never read, start-up failures, shutdown.
+#include <gmock/gmock.h>
+
 #include <random>
 
 #include "SystemTest.h"
@@ -33,6 +35,8 @@ TEST_F(HostileTest, BadInputClosesThatConnectionOnlyAndIsLogged) {
         {"short AES body", Header(5, 1, 20, 0x00D5, 12), "Decode Error ! (AES)"},
         {"unknown codec", Header(5, 2, 40, 0x00D5, 32), "Decode Error ! (Unknown)"},
         {"forbidden type", wire::Pack(0x9000), "client response type invalid !"},
+        {"short request", wire::Pack(MODIFY_NICKNAME_C2S), ""},
+        {"of another user", wire::Pack(MODIFY_GENDER_C2S, ModifyGenderReq{}), ""},
     };
     Serve();
     auto bystander = LoggedIn(10002);
@@ -44,27 +48,6 @@ TEST_F(HostileTest, BadInputClosesThatConnectionOnlyAndIsLogged) {
         EXPECT_TRUE(Eventually([&] { return lobby.LogHas(input.logged); }));
         bystander->KeepAlive();
     }
-}
-
-TEST_F(HostileTest, UnknownTypesAndShortRequestsDisturbNobody) {
-    Serve();
-    auto player = LoggedIn(10001);
-    for (int type = 0; type < 0x10000; type += 7) {  // every handler, with nothing in the message
-        if (type == 0x9000) continue;
-        try {
-            player->Line().Send(static_cast<uint16_t>(type));
-        } catch (const client::ConnectionLost&) {
-        }
-    }
-    for (const auto& row : catalog::All()) {  // and every length a little off
-        if (row.direction != catalog::Direction::ClientToLobby || row.type == 0x9000) continue;
-        auto one = LoggedIn(10003);
-        const wire::Bytes body(row.size + 1, 0xFF);
-        one->Line().Send(row.type, body.data(), row.size - 1);
-        auto two = LoggedIn(10004);
-        two->Line().Send(row.type, body.data(), row.size + 1);
-    }
-    LoggedIn(10002)->KeepAlive();
 }
 
 TEST_F(HostileTest, AClientThatStopsInTheMiddleOfAMessageIsClosed) {
@@ -166,33 +149,34 @@ TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
 
 TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
     const struct {
-        const char* section;
-        const char* key;
-        const char* logged;
-    } keys[] = {
-        {"connect", "center_server", "m_ConfigFile.GetValueStr() 'center_server' error !"},
-        {"connect", "bulletin_server", "m_ConfigFile.GetValueStr() 'bulletin_server' error !"},
-        {"connect", "queue_server", "m_ConfigFile.GetValueStr() 'queue_server' error !"},
-        {"connect", "data_server", "m_ConfigFile.GetValueStr() 'data_server' error !"},
-        {"connect", "config_server", "m_ConfigFile.GetValueStr() 'config_server' error !"},
-        {"connect", "log_server", "m_ConfigFile.GetValueStr() 'log_server' error !"},
-        {"listen", "addr", "m_ConfigFile.GetValueStr() 'addr' error !"},
+        const char *section, *key, *value, *said;
+    } faults[] = {
+        {"connect", "center_server", "", "missing"},
+        {"connect", "bulletin_server", "", "missing"},
+        {"connect", "queue_server", "", "missing"},
+        {"connect", "data_server", "", "missing"},
+        {"connect", "config_server", "", "missing"},
+        {"connect", "log_server", "", "missing"},
+        {"connect", "log_server", "a-host-name-that-is-too-long.example:1", "longer than"},
+        {"connect", "log_server", "nohost", "not of the form"},
+        {"connect", "log_server", ":80", "not of the form"},
+        {"listen", "addr", "", "missing"},
     };
-    for (const auto& one : keys) {
-        SCOPED_TRACE(one.key);
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(testing::Message() << fault.key << "=" << fault.value);
         LobbySettings settings = Settings();
         settings["listen"]["addr"] = "127.0.0.1:1";
-        settings[one.section][one.key] = "";
+        settings[fault.section][fault.key] = fault.value;
         LobbyProcess process;
         process.Configure(settings);
         process.Start();
         EXPECT_EQ(process.AwaitEnd(20), 0);
-        EXPECT_TRUE(process.LogHas(one.logged)) << process.Output();
+        const std::string key = fault.key;
+        EXPECT_TRUE(process.LogHas("m_ConfigFile.GetValueStr() '" + key + "' error !"));
         EXPECT_TRUE(process.LogHas("has been exit !"));
-        const std::string said = process.Errors();
-        EXPECT_NE(said.find("LobbyServer.cfg"), std::string::npos) << said;
-        EXPECT_NE(said.find(std::string("[") + one.section + "]"), std::string::npos) << said;
-        EXPECT_NE(said.find(one.key), std::string::npos) << said;
+        EXPECT_THAT(process.Errors(),
+                    testing::HasSubstr(std::string("LobbyServer.cfg: section [") + fault.section +
+                                       "], key \"" + key + "\": " + fault.said));
     }
     LobbySettings settings = Settings();  // a port somebody has
     settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(platform.Port(ServerKind::Log));
@@ -201,11 +185,4 @@ TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
     EXPECT_EQ(lobby.AwaitEnd(20), 0);
     EXPECT_TRUE(lobby.LogHas("GameProvider::Create() error, host[127.0.0.1]")) << lobby.Output();
     EXPECT_NE(lobby.Errors(), "");
-}
-
-TEST_F(HostileTest, WithoutRedisTheLobbyServesAllTheSame) {
-    LobbySettings settings = Settings();
-    settings["Redis"]["redis_server"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
-    port = Serve(lobby, settings);
-    EXPECT_EQ(LoggedIn(10001)->Take(5, BANK_PASSWORD).ucResultType, 0);
 }

@@ -36,13 +36,7 @@ class LobbyStack : public SystemTest {
         LobbySettings settings = Settings();
         port = static_cast<uint16_t>(RedisServer::FreePort());
         settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
-        std::ofstream file("LobbyServer.cfg");
-        for (const auto& [section, keys] : settings) {
-            file << "[" << section << "]\n";
-            for (const auto& [key, value] : keys)
-                file << key << "=" << value << "\n";
-        }
-        file.close();
+        std::ofstream("LobbyServer.cfg") << LobbyProcess::TextOf(settings);
         m_lobby = std::make_unique<LobbyServer>();
         ASSERT_EQ(m_lobby->Start(), 0);
     }

@@ -3,9 +3,8 @@
 #include <gmock/gmock.h>
 #include <httplib.h>
 
-#include <memory>
+#include <regex>
 #include <set>
-#include <sstream>
 
 #include "PlayerLoad.h"
 #include "SystemTest.h"
@@ -16,11 +15,29 @@ using testing::Le;
 
 namespace {
 
+using Names = std::set<std::string>;
+
+// The first group of every match in the text.
+std::vector<std::string> Matches(const std::string& text, const char* pattern) {
+    const std::regex expression(pattern, std::regex::ECMAScript | std::regex::multiline);
+    return {std::sregex_token_iterator(text.begin(), text.end(), expression, 1), {}};
+}
+Names NamesOf(const std::string& text, const char* pattern) {
+    const auto found = Matches(text, pattern);
+    return {found.begin(), found.end()};
+}
+
 // One scrape: samples by "name{labels}", and the names of the families.
 struct Scrape {
     std::map<std::string, double> samples;
-    std::set<std::string> families;
+    Names families;
 
+    explicit Scrape(const std::string& text = "") : families(NamesOf(text, "^# TYPE (\\w+) ")) {
+        for (const std::string& line : Matches(text, "^([^#].* \\S+)$")) {
+            const size_t blank = line.rfind(' ');
+            samples[line.substr(0, blank)] = std::stod(line.substr(blank + 1));
+        }
+    }
     double operator[](const std::string& sample) const {
         const auto found = samples.find(sample);
         return found != samples.end() ? found->second : -1;
@@ -32,21 +49,6 @@ struct Scrape {
     }
 };
 
-Scrape Parse(const std::string& text) {
-    Scrape scrape;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        const std::string kType = "# TYPE ";
-        if (line.starts_with(kType)) {
-            scrape.families.insert(line.substr(kType.size(), line.rfind(' ') - kType.size()));
-        } else if (!line.starts_with("#")) {
-            const size_t blank = line.rfind(' ');
-            scrape.samples[line.substr(0, blank)] = std::stod(line.substr(blank + 1));
-        }
-    }
-    return scrape;
-}
-
 std::string MessagesOf(const char* peer, const char* direction, const char* type) {
     return std::string("lobby_messages_total{peer=\"") + peer + "\",direction=\"" + direction +
            "\",type=\"" + type + "\"}";
@@ -55,44 +57,6 @@ std::string MessagesOf(const char* peer, const char* direction, const char* type
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-constexpr const char* kNameLetters = "abcdefghijklmnopqrstuvwxyz_";
-
-// The names of figures in a PromQL expression.
-std::set<std::string> NamesIn(const std::string& expression) {
-    std::set<std::string> names;
-    for (size_t at = 0; (at = expression.find_first_of(kNameLetters, at)) < expression.size();) {
-        const size_t end =
-            std::min(expression.find_first_not_of(kNameLetters, at), expression.size());
-        const std::string word = expression.substr(at, end - at);
-        if (word.starts_with("lobby_") || word.starts_with("process_")) names.insert(word);
-        at = end;
-    }
-    return names;
-}
-
-// The first cells of a document's table rows, where such a cell is nothing but a name in backticks.
-std::set<std::string> NamesInTable(const std::string& document) {
-    std::set<std::string> names;
-    std::istringstream lines(document);
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.starts_with("| `")) continue;
-        const std::string name = line.substr(3, line.find('`', 3) - 3);
-        const bool alone = line.find("` |") == 3 + name.size();
-        if (alone && name.find_first_not_of(kNameLetters) == std::string::npos) names.insert(name);
-    }
-    return names;
-}
-
-// The texts under that key, anywhere below the node.
-void Collect(const cJSON* node, const std::string& key, std::vector<std::string>& found) {
-    for (; node != nullptr; node = node->next) {
-        if (node->string != nullptr && node->string == key && cJSON_IsString(node)) {
-            found.emplace_back(node->valuestring);
-        }
-        Collect(node->child, key, found);
-    }
 }
 
 }  // namespace
@@ -115,7 +79,7 @@ class MetricsTest : public SystemTest {
     Scrape Get() {
         httplib::Client http("127.0.0.1", MetricsPort());
         const auto answer = http.Get("/metrics");
-        return answer ? Parse(answer->body) : Scrape();
+        return Scrape(answer ? answer->body : "");
     }
     // The scrape in which the sample has that value; the last one when it never does.
     Scrape GetWhen(const std::string& sample, double value) {
@@ -125,36 +89,30 @@ class MetricsTest : public SystemTest {
         return scrape;
     }
 
-    // Of the lobby's process, when the last of them has been started.
+    // The names of the threads of the lobby's process, when the last of them has been started.
     std::vector<std::string> ThreadNames() const {
         EXPECT_TRUE(Eventually([&] { return lobby.LogHas("Create RedisThread Success"); }));
         std::vector<std::string> names;
-        const std::string tasks = "/proc/" + std::to_string(lobby.Pid()) + "/task";
-        for (const auto& task : std::filesystem::directory_iterator(tasks))
+        for (const auto& task : std::filesystem::directory_iterator(Proc() + "/task"))
             names.push_back(ReadFile(task.path() / "comm"));
         return names;
     }
     long HttpThreads() const {
-        const auto names = ThreadNames();
-        return std::count_if(names.begin(), names.end(),
-                             [](const std::string& name) { return name.starts_with("civet"); });
+        return std::ranges::count_if(
+            ThreadNames(), [](const std::string& name) { return name.starts_with("civet"); });
     }
     long ListeningSockets() const {
-        const std::string process = "/proc/" + std::to_string(lobby.Pid());
-        std::set<std::string> own;
+        Names own;
         std::error_code gone;
-        for (const auto& entry : std::filesystem::directory_iterator(process + "/fd"))
+        for (const auto& entry : std::filesystem::directory_iterator(Proc() + "/fd"))
             own.insert(std::filesystem::read_symlink(entry.path(), gone));
-        std::istringstream lines(ReadFile(process + "/net/tcp"));
-        long listening = 0;
-        for (std::string line; std::getline(lines, line);) {
-            std::istringstream columns(line);
-            std::vector<std::string> column{std::istream_iterator<std::string>(columns), {}};
-            const bool listens = column.size() > 9 && column[3] == "0A";
-            if (listens && own.contains("socket:[" + column[9] + "]")) ++listening;
-        }
-        return listening;
+        const auto listening =  // their inodes
+            Matches(ReadFile(Proc() + "/net/tcp"), "^ *\\S+ \\S+ \\S+ 0A(?: +\\S+){5} +(\\d+)");
+        return std::ranges::count_if(listening, [&](const std::string& inode) {
+            return own.contains("socket:[" + inode + "]");
+        });
     }
+    std::string Proc() const { return "/proc/" + std::to_string(lobby.Pid()); }
 };
 
 TEST_F(MetricsTest, OffThereIsNoPortAndNoThread) {
@@ -198,7 +156,7 @@ TEST_F(MetricsTest, AgreeWithTheLoadTool) {
     load.seconds = 1.5;
     load.mix = "keepalive=4,gender=2,face=2,tournament=1";
     load.timeout = 10 * SLOWER;
-    const Result result = [&] { return PlayerLoad(load).Run(); }();
+    const Result result = PlayerLoad(load).Run();
     EXPECT_TRUE(result.errors.empty()) << result.errors.begin()->first;
 
     // An operation under way at the end is not among those the load tool has seen completed.
@@ -302,25 +260,24 @@ TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
     std::string document = ReadFile(source + "/docs/operations.md");
     document.erase(0, document.find("\n## Metrics\n") + 1);
     document.erase(document.find("\n## "));
-    std::set<std::string> served;
-    for (const std::string& family : scrape.families) {
-        if (!family.starts_with("exposer_")) served.insert(family);  // prometheus-cpp's own
-    }
-    EXPECT_EQ(NamesInTable(document), served);
+    Names served = scrape.families;
+    std::erase_if(served, [](const std::string& name) {
+        return name.starts_with("exposer_");  // prometheus-cpp's own
+    });
+    // The tables' first cells, where such a cell is nothing but a name.
+    EXPECT_EQ(NamesOf(document, "^\\| `([a-z_]+)` \\|"), served);
 
-    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> dashboard(
-        cJSON_Parse(ReadFile(source + "/deploy/grafana/lobby.json").c_str()), cJSON_Delete);
-    ASSERT_TRUE(dashboard) << cJSON_GetErrorPtr();
-    std::vector<std::string> expressions, sources;
-    Collect(dashboard.get(), "expr", expressions);
+    const std::string dashboard = ReadFile(source + "/deploy/grafana/lobby.json");
+    cJSON* const json = cJSON_Parse(dashboard.c_str());
+    EXPECT_TRUE(json) << cJSON_GetErrorPtr();
+    cJSON_Delete(json);
+    const auto expressions = Matches(dashboard, "\"expr\": *\"((?:[^\"\\\\]|\\\\.)*)\"");
     EXPECT_GT(expressions.size(), 10u);
     for (const std::string& expression : expressions) {
-        const auto names = NamesIn(expression);
+        const auto names = Matches(expression, "\\b((?:lobby|process)_[a-z_]+)");
         EXPECT_FALSE(names.empty()) << expression;
         for (const std::string& name : names)
             EXPECT_TRUE(scrape.Has(name)) << expression;
     }
-    Collect(dashboard.get(), "uid", sources);
-    EXPECT_EQ(std::set(sources.begin(), sources.end()),
-              (std::set<std::string>{"lobby", "${datasource}"}));
+    EXPECT_EQ(NamesOf(dashboard, "\"uid\": *\"([^\"]*)\""), (Names{"lobby", "${datasource}"}));
 }

@@ -6,11 +6,15 @@ class SessionTest : public SystemTest {};
 
 TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves) {
     Serve();
+    auto refused = Connect(10001);
+    EXPECT_EQ(refused->Login("no such token").ucErrNo, 2);
+    refused->KeepAlive();
+    EXPECT_EQ(Online(10001), "$-1");
     auto player = Connect(10001);
     const LobbyAuthenRes res = player->Login();
     EXPECT_EQ(res.ucErrNo, 0);
     EXPECT_EQ(TextOf(res.szReserve2), "account10001");
-    const auto req = Seen(ServerKind::Queue, USER_INFO_L2Q).As<UserInfoReq>();
+    const auto req = Seen(ServerKind::Queue, USER_INFO_L2Q, 1).As<UserInfoReq>();
     EXPECT_EQ(req.userID, 10001);
     EXPECT_EQ(TextOf(req.szPasswdToken), "token");
     EXPECT_NE(+req.ulPlayerNodeId, 0u);
@@ -21,35 +25,6 @@ TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves
     EXPECT_TRUE(expiry > 259000 && expiry <= 259200) << expiry;
     player.reset();
     EXPECT_TRUE(AwaitOffline(10001));
-}
-
-TEST_F(SessionTest, RefusedLoginsAreToldTheCodeAndStayConnected) {
-    Serve();
-    auto wrong = Connect(10001);
-    EXPECT_EQ(wrong->Login("no such token").ucErrNo, 2);
-    wrong->KeepAlive();
-    auto unknown = Connect(77);
-    EXPECT_EQ(unknown->Login().ucErrNo, 1);
-    unknown->KeepAlive();
-    EXPECT_EQ(Online(10001), "$-1");
-}
-
-TEST_F(SessionTest, ConnectNoticesThatAreRefusedCloseTheConnection) {
-    lobby.Write("disconnectuserid.cfg",
-                "[disconnectcount]\nusernum=1\n[disconnect]\nuser0=10009\n");
-    Serve();
-    EXPECT_THROW(Connect(10009)->Login(), client::ConnectionLost);
-    for (const size_t length : {67u, 69u}) {
-        auto player = Connect(10001);
-        const wire::Bytes body(length);
-        player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, body.data(), length);
-        EXPECT_TRUE(Closed(*player)) << length;
-    }
-    auto again = LoggedIn(10001);  // a second notice of a session is ignored
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 10002;
-    again->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
-    EXPECT_EQ(again->BankLogin(BANK_PASSWORD).ucResultType, 0);
 }
 
 TEST_F(SessionTest, SecondLoginKicksTheFirstAndTheMarkStays) {

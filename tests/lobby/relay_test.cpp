@@ -1,0 +1,223 @@
+// Requests that are wrapped for the queue server, and results unwrapped for their clients.
+#include "config_server_msg.h"
+#include "lobby_world.h"
+
+namespace {
+
+struct Relay {
+    const char* name;
+    uint16_t type, queueType, answerType, resultType;
+    size_t size, handleAt, wrapped;  // of the request; wrapped with account data or without
+    size_t resultSize, resultHandleAt;
+    int gap;           // seconds between two requests; 0: any
+    int tooSoon;       // the answer's code; 0: not answered
+    int otherUser;     // the same; 0: closed, as for a wrong length
+    const char* tag;   // of the outcome
+    const char* what;  // succeeded or failed; null: nothing is said
+    const char* sizeTag;
+};
+
+// Borrowed tags are what log readers filter by.
+constexpr Relay kRelays[] = {
+    {"bank_login", 0xD3, 0xD6, 0xD7, 0xD4, 48, 48, 64, 28, 28, 2, 0, 150, "", nullptr,
+     "OnBankLoginRes"},
+    {"take", 0xD5, 0xD8, 0xD9, 0xD6, 68, 68, 160, 20, 20, 2, 156, 150, "OnSaveCoinRes",
+     "银行取钱操作", "OnBankLoginRes"},
+    {"save", 0xD7, 0xDA, 0xDB, 0xD8, 40, 40, 132, 20, 20, 2, 156, 150, "OnSaveCoinRes",
+     "银行存钱操作", "OnSaveCoinRes"},
+    {"bank_password", 0xD9, 0xDC, 0xDD, 0xDA, 88, 88, 104, 10, 12, 2, 156, 150,
+     "OnModifyBankPasswd", "银行修改密码操作", "OnModifyBankPasswd"},
+    {"password", 0xE1, 0xE1, 0xE2, 0xE2, 80, 96, 112, 10, 12, 6, 4, 1, "OnModifyPasswd",
+     "修改密码操作", "OnModifyBankPasswd"},
+    {"nickname", 0xE3, 0xE3, 0xE3, 0xE3, 44, 44, 60, 44, 44, 0, 0, 0, "OnModifyNickName",
+     "修改昵称操作", "OnModifyNickName"},
+    {"gender", 0xE4, 0xE4, 0xE4, 0xE4, 16, 16, 32, 16, 16, 0, 0, 0, "OnModifyGender",
+     "修改性别操作", "OnModifyGender"},
+    {"signature", 0xE5, 0xE5, 0xE5, 0xE5, 140, 140, 156, 140, 140, 0, 0, 0,
+     "OnModifyPersonalSignature", "修改个性签名操作", "OnModifyPersonalSignature"},
+    {"face", 0xE6, 0xE6, 0xE6, 0xE6, 16, 16, 32, 16, 16, 0, 0, 0, "OnModifyFaceId", "修改头像操作",
+     "OnModifyFaceId"},
+    {"mobile", 0xE7, 0xE7, 0xE7, 0xE7, 28, 28, 44, 28, 28, 0, 0, 0, "OnBindingMobile",
+     "绑定手机操作", "OnBindingMobile"},
+    {"realname", 0xE8, 0xE8, 0xE8, 0xE8, 288, 288, 304, 288, 288, 0, 0, 0, "OnRealNameAuthen",
+     "实名认证操作", "OnRealNameAuthen"},
+    {"refresh", 0xEA, 0xA003, 0xA004, 0xEA, 12, 12, 28, 40, 40, 1, 0, 0, "", nullptr,
+     "OnRechargeRefreshCoin"},
+    // No client asks for it.
+    {"frame", 0, 0, 0xE9, 0xE9, 0, 0, 0, 16, 16, 0, 0, 0, "OnModifyFaceFrame", "修改相框操作",
+     "OnModifyFaceFrame"},
+};
+
+}  // namespace
+
+class RelayTest : public LobbyTest, public ::testing::WithParamInterface<Relay> {
+  protected:
+    const Relay& op = GetParam();
+    std::string Request(int userId = 10001) { return Pattern(op.size, userId); }
+    bool Relayed(LobbyPlayer* player, const std::string& request) {
+        DeliverBytes(player, op.type, request);
+        return Only(Link(QUEUE)).type == op.queueType;
+    }
+    void ExpectAnswer(LobbyPlayer* player, int code) {
+        const Sent answer = Only(player);
+        EXPECT_EQ(answer.type, code != 0 ? op.resultType : 0);
+        if (code == 0) return;
+        EXPECT_EQ(Body(answer.bytes),
+                  std::string(1, static_cast<char>(code)) + std::string(op.resultSize - 9, '\0'));
+    }
+};
+class RelayedRequest : public RelayTest {};
+class RelayedResult : public RelayTest {};
+
+TEST_P(RelayedRequest, IsWrapped) {
+    LobbyPlayer* player = Online(10001);
+    std::string wrapped = Request();
+    wrapped.resize(op.wrapped);
+    PutSession(wrapped, op.handleAt, player);
+    if (op.type == 0xE1) wrapped.replace(80, 8, "10.1.2.3");
+    if (op.wrapped > op.handleAt + 16) {
+        const int32_t marks[] = {11, 12, 0xFFF3};
+        wrapped.replace(op.handleAt + 16, 64, std::string(64, 'o'));
+        std::memcpy(&wrapped[op.handleAt + 80], marks, sizeof(marks));
+    }
+    DeliverBytes(player, op.type, Request());
+    const Sent sent = Only(Link(QUEUE));
+    EXPECT_EQ(sent.type, op.queueType);
+    EXPECT_EQ(Body(sent.bytes), Body(wrapped));
+    EXPECT_TRUE(Nothing(player));
+}
+
+TEST_P(RelayedRequest, KeepsItsGap) {
+    LobbyPlayer* player = Online(10001);
+    EXPECT_TRUE(Relayed(player, Request()));
+    if (op.gap > 0) {
+        g_testNow += op.gap - 1;
+        const std::string log = LogOf([&] { EXPECT_FALSE(Relayed(player, Request())); });
+        EXPECT_TRUE(Has(log, "illegal---Gap Time [" + std::to_string(op.gap - 1) + "]")) << log;
+        ExpectAnswer(player, op.tooSoon);
+        g_testNow += 1;  // the refused one did not move the stamp
+    }
+    EXPECT_TRUE(Relayed(player, Request()));
+}
+
+// The closes without a word are required, and that what is dropped renews the stamp.
+TEST_P(RelayedRequest, IsClosedOrDroppedWhenItsLengthOrUserIsWrong) {
+    const std::string good = Request(), longer = good + "x", foreign = Request(10002);
+    for (const auto& bytes : {good.substr(0, op.size - 1), longer, good.substr(0, 8), foreign}) {
+        LobbyPlayer* player = Online(10001);
+        const std::string log = LogOf([&] { EXPECT_FALSE(Relayed(player, bytes)); });
+        ExpectAnswer(player, bytes == foreign ? op.otherUser : 0);
+        EXPECT_EQ(net.IsClosed(player), op.otherUser == 0);
+        EXPECT_EQ(log.empty(), op.gap == 0) << log;
+        if (op.otherUser != 0) {
+            g_testNow += op.gap - 1;
+            EXPECT_FALSE(Relayed(player, good));
+            ExpectAnswer(player, op.tooSoon);
+        }
+        net.Settle();
+    }
+}
+
+TEST_P(RelayedRequest, IsNotJudgedWithoutTheQueueLink) {
+    LobbyPlayer* player = Online(10001);
+    net.failCreatePort = QUEUE;
+    net.Hangup(Link(QUEUE));
+    const int user = op.otherUser != 0 ? 10002 : 10001;
+    const std::string log = LogOf([&] { DeliverBytes(player, op.type, Request(user)); });
+    EXPECT_EQ(Has(log, "SendData fail---- UserId [10001] "), op.otherUser == 0) << log;
+    EXPECT_TRUE(Nothing(player));
+}
+
+TEST_P(RelayedResult, IsUnwrappedAndLogged) {
+    LobbyPlayer* player = Online(10001);
+    std::string result;
+    const auto deliver = [&] {
+        return LogOf([&] { DeliverBytes(Link(QUEUE), op.answerType, result); });
+    };
+    for (const int code : {0, 5}) {
+        result = Pattern(op.resultHandleAt + 16, code);
+        PutSession(result, op.resultHandleAt, player);
+        const std::string log = deliver();
+        const Sent sent = Only(player);
+        EXPECT_EQ(sent.type, op.resultType);
+        EXPECT_EQ(Body(sent.bytes), Body(result, op.resultSize));
+        const bool namesUser = code == 0 || op.type == 0xE6;
+        const std::string outcome = std::string("[QueueServerHandler::") + op.tag + ":] " +
+                                    (namesUser ? "userid[10001]" : "") +
+                                    (op.what != nullptr ? op.what : "") +
+                                    (code == 0 ? "成功.... [0]" : "失败.... [5]");
+        // The bank says nothing of its successes; the password does at level ERROR.
+        const bool said = op.what != nullptr && (code != 0 || op.gap != 2);
+        EXPECT_EQ(Has(log, outcome), said) << log;
+        EXPECT_EQ(Has(log, "[ERROR] " + outcome), said && (code != 0 || op.type == 0xE1)) << log;
+    }
+    const std::string id = std::to_string(player->m_ulPlayerNodeId);
+    const std::string good = result, size = std::to_string(good.size());
+    for (const size_t length : {good.size() - 1, good.size() + 1}) {
+        result.resize(length);
+        const std::string log = deliver();
+        EXPECT_TRUE(Has(log, std::string("[QueueServerHandler::") + op.sizeTag + ":] sizeof("));
+        EXPECT_TRUE(Has(log, "_trans) " + size + " !=  length " + std::to_string(length))) << log;
+    }
+    result = good;
+    PutSession(result, op.resultHandleAt, NodeHandle(player), 0);
+    EXPECT_TRUE(Has(deliver(), "pMsg->ulPlayerNodeId [0] != *pPlayerNode[" + id + "]"));
+    PutSession(result, op.resultHandleAt, 0x1234567, 0);
+    EXPECT_TRUE(Has(deliver(), "pMsg->ulPlayerNodeId [0] != *pPlayerNode[0]"));
+    EXPECT_TRUE(Nothing(player));
+    net.failSend = [&](IPlayerNode* node, uint16_t) { return node == player; };
+    result = good;
+    EXPECT_TRUE(Has(deliver(), "SendData fail----userid [10001] "));
+}
+
+constexpr auto kName = [](const auto& row) { return row.param.name; };
+INSTANTIATE_TEST_SUITE_P(Queue, RelayedRequest, ::testing::ValuesIn(kRelays, std::end(kRelays) - 1),
+                         kName);
+INSTANTIATE_TEST_SUITE_P(Queue, RelayedResult, ::testing::ValuesIn(kRelays), kName);
+
+TEST_F(LobbyTest, PasswordsAreLoggedAsTextOnly) {
+    LobbyPlayer* player = Online(10001);
+    tagModifyPassWordReq req{};
+    req.iUserID = 10001;
+    std::memcpy(req.szOldPassWd, "%s%n%s%n%s%n%s%n%s%n%s%n%s%n%s%n%", 33);
+    std::strcpy(req.szNewPassWd, "%999999d");
+    const std::string log = LogOf([&] { net.Deliver(player, 0xE1, req); });
+    EXPECT_TRUE(Has(log,
+                    "userid[10001] 修改密码old[%s%n%s%n%s%n%s%n%s%n%s%n%s%n%s%n%]new["
+                    "%999999d] IP[10.1.2.3]!!!"))
+        << log;
+}
+
+TEST_F(LobbyTest, ForbiddenNamesAreRefusedByTheLobby) {
+    LobbyPlayer* player = Online(10001);
+    const std::string unterminated = std::string(125, 'x') + "bad";
+    const struct {
+        uint16_t type;
+        size_t size;
+        std::string text;
+    } cases[] = {{0xE3, 44, "bad"}, {0xE3, 44, "小猪头儿"}, {0xE5, 140, unterminated}};
+    for (const auto& row : cases) {
+        std::string request = Pattern(row.size, 10001).substr(0, 12) + row.text;
+        request.resize(row.size);
+        DeliverBytes(player, row.type, request);
+        const Sent answer = Only(player);
+        EXPECT_EQ(answer.type, row.type);
+        EXPECT_EQ(Body(answer.bytes), "\1" + std::string(row.size - 9, '\0'));
+    }
+    EXPECT_TRUE(Nothing(Link(QUEUE)));
+}
+
+TEST_F(LobbyTest, FaceFrameNeedsItsVipLevel) {
+    LobbyPlayer* player = Online(10001);
+    lobby->m_mapConfigVipLevel = {{1, 100}, {2, 500}};
+    lobby->m_mapConfigVipFrame[7] = {7, 1};
+    ModifyFaceFrameReq req{};
+    req.iUserId = 10001;
+    req.iFrameId = 7;
+    for (const int spent : {99, 100}) {
+        player->iAllYuanBaoAmount = spent;
+        lobby->GetLobbyClientHandler()->HandleModifyFaceFrameReq(player, &req, sizeof(req));
+        EXPECT_EQ(Only(player).At<int32_t>(8), spent == 99 ? 1 : 0);
+        EXPECT_EQ(Only(Link(QUEUE)).type, spent == 99 ? 0 : 0xE9);
+    }
+}

@@ -1,0 +1,90 @@
+// A program that a test runs in a directory of its own.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// Owns the process and the directory, where its "stdout" and "stderr" are kept.
+// Thread: the test's main thread, for the process ends with the thread that started it.
+class ChildProcess {
+  public:
+    ChildProcess() {
+        std::string path = (std::filesystem::temp_directory_path() / "lobbyXXXXXX").string();
+        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for a process");
+        m_directory = path;
+    }
+    ~ChildProcess() {
+        Kill();
+        std::error_code ignored;
+        std::filesystem::remove_all(m_directory, ignored);
+    }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    const std::filesystem::path& Directory() const { return m_directory; }
+    pid_t Pid() const { return m_pid; }
+
+    // Starts it; returns at once.
+    void Start(const std::vector<std::string>& command) {
+        std::vector<char*> arguments;
+        for (const std::string& argument : command)
+            arguments.push_back(const_cast<char*>(argument.c_str()));
+        arguments.push_back(nullptr);
+        // What an earlier process wrote would be taken for this one's.
+        const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        const int out = Create("stdout"), err = Create("stderr");
+        const pid_t parent = getpid();
+        m_status.reset();
+        m_pid = fork();
+        if (m_pid == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (getppid() != parent) _exit(1);
+            dup2(in, STDIN_FILENO);
+            dup2(out, STDOUT_FILENO);
+            dup2(err, STDERR_FILENO);
+            // Sockets of the test would outlive it in the program.
+            close_range(STDERR_FILENO + 1, ~0u, 0);
+            execvp(arguments[0], arguments.data());
+            _exit(127);
+        }
+        for (const int fd : {in, out, err})
+            close(fd);
+    }
+    void Signal(int signal) const {
+        if (m_pid > 0) kill(m_pid, signal);  // below, it would be everybody's signal
+    }
+    void Kill() {
+        Signal(SIGKILL);
+        if (m_pid > 0) waitpid(m_pid, nullptr, 0);
+        m_pid = -1;
+    }
+    // Also when it was never started.
+    bool Ended() {
+        int status = 0;
+        if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+            m_status = status;
+            m_pid = -1;
+        }
+        return m_pid <= 0;
+    }
+    // Of a process that ended by itself.
+    std::optional<int> Status() const { return m_status; }
+
+  private:
+    int Create(const char* name) const {
+        return open((m_directory / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    }
+
+    std::filesystem::path m_directory;
+    pid_t m_pid = -1;
+    std::optional<int> m_status;
+};
