@@ -12,36 +12,37 @@
 // Thread: message worker.
 class ExampleActivity : public IActivityHandler {
   public:
+    using Progress = tagDBUserActivityProgressData;
     static constexpr int kActivityId = 20990101;
     static constexpr int kShow = 0;
     static constexpr int kFetch = 1;
 
     explicit ExampleActivity(GameProvider* provider) : IActivityHandler(kActivityId, provider) {}
 
-    void startInit(IPlayerNode* player, tagDBUserActivityProgressData* progress,
-                   bool fresh) override;
+    void startInit(IPlayerNode* player, Progress* progress, bool fresh) override;
     void onActicityClosed() override;
-    void onInitialize(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
-    void onSitdown(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
-    void onReady(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
-    void onGameStart(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
-    void onGameEnd(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
-    void onReGame(IPlayerNode*, tagDBUserActivityProgressData*, void*, void*, int) override;
+    void onInitialize(IPlayerNode*, Progress*, void*, void*, int) override { note("initialize"); }
+    void onSitdown(IPlayerNode*, Progress*, void*, void*, int) override { note("sitdown"); }
+    void onReady(IPlayerNode*, Progress*, void*, void*, int) override { note("ready"); }
+    void onGameStart(IPlayerNode*, Progress*, void*, void*, int) override { note("start"); }
+    void onGameEnd(IPlayerNode*, Progress* progress, void*, void*, int rounds) override;
+    void onReGame(IPlayerNode*, Progress*, void*, void*, int) override { note("regame"); }
     void OnActivityMessage(long type, void* data, long length, IPlayerNode* player, void* context,
-                           tagDBUserActivityProgressData* progress) override;
-    void OnGlobalActivityMessage(long type, void* data, long length,
-                                 ActivityProgressMap& progress) override;
+                           Progress* progress) override;
+    void OnGlobalActivityMessage(long, void*, long, ActivityProgressMap& progress) override {
+        note("global " + std::to_string(progress.size()));
+    }
     void HandlerUserProgressReq(long type, void* data, long length, IPlayerNode* player,
-                                void* context, tagDBUserActivityProgressData* progress) override;
+                                void* context, Progress* progress) override;
     bool checkIsOpen() override { return !m_bPaused; }
-    void onSetActivityConfig() override;
+    void onSetActivityConfig() override { note("config"); }
 
     // For the tests: what was called, in order.
     std::vector<std::string> m_vecCalls;
     bool m_bPaused = false;
 
   private:
-    void countRound(const char* hook, tagDBUserActivityProgressData* progress, int rounds);
-    void showState(IPlayerNode* player, const tagDBUserActivityProgressData& progress);
-    void fetchReward(IPlayerNode* player, const tagDBUserActivityProgressData& progress);
+    void note(const std::string& call) { m_vecCalls.push_back(call); }
+    void showState(IPlayerNode* player, const Progress& progress);
+    void fetchReward(IPlayerNode* player, const Progress& progress);
 };

@@ -12,12 +12,14 @@ namespace {
 constexpr int kId = ExampleActivity::kActivityId;
 constexpr int kUser = 10001;
 
+using Calls = std::vector<std::string>;
+using Progress = tagDBUserActivityProgressData;
+
 template <class Head, class Record>
-std::string ListOf(Head head, const std::vector<Record>& records) {
-    std::string bytes(reinterpret_cast<const char*>(&head), sizeof(head));
-    for (const Record& record : records) {
-        bytes.append(reinterpret_cast<const char*>(&record), sizeof(record));
-    }
+std::string ListOf(const Head& head, const std::vector<Record>& records) {
+    std::string bytes = BytesOf(head);
+    for (const Record& record : records)
+        bytes += BytesOf(record);
     return bytes;
 }
 
@@ -30,7 +32,7 @@ class ActivityTest : public DirectoryTest {
         example = std::make_unique<ExampleActivity>(lobby.get());
         system->AddActivityHandler(example.get());
         player = Login(kUser);
-        net.Received(Link(QUEUE));
+        Received(Link(QUEUE));
     }
     void TearDown() override {
         system->RemoveActivityProgress(player);
@@ -39,60 +41,65 @@ class ActivityTest : public DirectoryTest {
         DirectoryTest::TearDown();
     }
 
-    static tagDBActivityConfigData Row(int id = kId) {
+    static tagDBActivityConfigData Row(int id = kId, int8_t isOpen = 1) {
         tagDBActivityConfigData row{};
         row.iActivityId = id;
-        row.isOpen = 1;
+        row.isOpen = isOpen;
         row.iCondition1 = 3;
         row.iCondition2 = 77;
         row.iGamecoin = 500;
         return row;
     }
-    static tagDBUserActivityProgressData Record(int id = kId) {
-        tagDBUserActivityProgressData record{};
+    static Progress Record(int id = kId, int rounds = 0) {
+        Progress record{};
         record.iUserId = kUser;
         record.iActivityId = id;
+        record.iProgress1 = rounds;
         return record;
     }
     void Configure(const std::vector<tagDBActivityConfigData>& rows) {
-        tagDBSiteActivityList head{};
-        head.iCount = static_cast<int>(rows.size());
-        head.iIsFinish = 1;
+        const tagDBSiteActivityList head{{}, static_cast<int>(rows.size()), 1};
         net.Deliver(Link(DATA), ACT_CONFIG_RES, ListOf(head, rows));
     }
-    void GiveProgress(const std::vector<tagDBUserActivityProgressData>& records, int finished = 1) {
-        tagDBActivityProgressList head{};
-        head.ulPlayerNode = NodeHandle(player);
-        head.ulPlayerNodeId = *player;
-        head.iCount = static_cast<int>(records.size());
-        head.iFinished = finished;
+    void GiveProgress(const LobbyPlayer* to, const std::vector<Progress>& records,
+                      int finished = 1) {
+        const tagDBActivityProgressList head{
+            {}, NodeHandle(to), *to, static_cast<int>(records.size()), finished};
         net.Deliver(Link(DATA), ACT_PROGRESS_RES, ListOf(head, records));
     }
-    tagDBUserActivityProgressData* Stored(int id = kId) {
-        tagDBUserActivityProgressData* record = nullptr;
-        system->FindProgressByUserID(kUser, id, &record);
+    Progress* Stored(int id = kId, int user = kUser) {
+        Progress* record = nullptr;
+        system->FindProgressByUserID(user, id, &record);
         return record;
     }
-    void Ask(int level) {
-        UserProgressReq request{};
-        request.iActivityId = kId;
-        request.iLevel = level;
-        net.Deliver(player, CLIENT_USER_PROGRESS_REQ, request);
+    // A player who has played the rounds that earn the reward.
+    void FinishRounds() {
+        Configure({Row()});
+        GiveProgress(player, {Record(kId, 3)});
+        Received(Link(DATA));
+    }
+    void Ask(int level, size_t size = sizeof(UserProgressReq)) {
+        std::string bytes = BytesOf(UserProgressReq{{}, kId, level, 0, 0, 0, 0});
+        bytes.resize(size);
+        net.Deliver(player, CLIENT_USER_PROGRESS_REQ, bytes);
     }
     // The data server's answer to the one update it was just sent.
     LobbyActivitySingleProgressUpdateRes Confirmation(int error = 0) {
-        LobbyActivitySingleProgressUpdateRes result{};
-        for (const auto& sent : Received(Link(DATA))) {
-            if (sent.type != ACT_SINGLE_PROGRESS_UPDATE) continue;
-            const auto update = sent.As<LobbyActivitySingleProgressUpdate>();
-            result.iGameCoin = update.iGameCoin;
-            result.iGameCoinSourceId = update.iGameCoinSourceId;
-            result.progress = update.progress;
-            result.ulPlayerNode = update.ulPlayerNode;
-            result.ulPlayerNodeId = update.ulPlayerNodeId;
-        }
-        result.iError = error;
-        return result;
+        const auto sent = Received(Link(DATA));
+        if (sent.size() != 1 || sent[0].type != ACT_SINGLE_PROGRESS_UPDATE) return {};
+        const auto update = sent[0].As<LobbyActivitySingleProgressUpdate>();
+        return {{},
+                error,
+                0,
+                0,
+                0,
+                update.iGameCoin,
+                update.iGameCoinSourceId,
+                0,
+                0,
+                update.progress,
+                update.ulPlayerNode,
+                update.ulPlayerNodeId};
     }
 
     ActivitySystem* system = ActivitySystem::getInstance();
@@ -100,23 +107,14 @@ class ActivityTest : public DirectoryTest {
     LobbyPlayer* player = nullptr;
 };
 
-TEST_F(ActivityTest, LinkRegistersAndAsksForConfigurationWhenItComesUp) {
-    const auto& sent = first[DATA];
-    ASSERT_EQ(sent.size(), 3u);
-    const std::pair<uint16_t, size_t> expected[] = {
-        {ACT_REGISTER_REQ, 16}, {ACT_CONFIG_REQ, 12}, {ACT_ACCOUNT_TYPE_REQ, 8}};
-    for (size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(sent[i].type, expected[i].first);
-        EXPECT_EQ(sent[i].bytes.size(), expected[i].second);
-    }
-}
-
 TEST_F(ActivityTest, WindowDecidesWhetherTheRowOpens) {
     constexpr int64_t kMidnight = 1'700'006'400;  // 2023-11-15 00:00 UTC
     const struct {
         const char* name;
-        int isOpen, begin, end;
-        int64_t from, to, now;
+        int8_t isOpen;
+        int begin, end;
+        uint64_t from, to;
+        int64_t now;
         bool open;
     } cases[] = {
         {"no limits", 1, 0, 0, 0, 0, kMidnight, true},
@@ -133,106 +131,75 @@ TEST_F(ActivityTest, WindowDecidesWhetherTheRowOpens) {
     };
     for (const auto& c : cases) {
         g_testNow = c.now;
-        auto row = Row();
-        row.isOpen = static_cast<int8_t>(c.isOpen);
+        auto row = Row(kId, c.isOpen);
         row.iDayBegin = c.begin;
         row.iDayEnd = c.end;
-        row.ulTimeBegin = static_cast<uint64_t>(c.from);
-        row.ulTimeEnd = static_cast<uint64_t>(c.to);
+        row.ulTimeBegin = c.from;
+        row.ulTimeEnd = c.to;
         Configure({row});
         EXPECT_EQ(example->isOpen(), c.open) << c.name;
     }
 }
 
 TEST_F(ActivityTest, ClosingRowTellsClientsExactlyOnce) {
-    Configure({Row()});
-    net.Received(player);
-    auto closed = Row();
-    closed.isOpen = 0;
-    Configure({closed});
-    Configure({closed});
-    const auto sent = net.Received(player);
-    ASSERT_EQ(sent.size(), 1u);
-    EXPECT_EQ(sent[0].type, 0xE014);
-    EXPECT_EQ(sent[0].bytes.size(), 12u);
-    EXPECT_EQ(sent[0].At<int32_t>(8), kId);
-    EXPECT_EQ(example->m_vecCalls,
-              (std::vector<std::string>{"config", "closed", "config", "config"}));
+    for (const int8_t isOpen : {1, 0, 0})
+        Configure({Row(kId, isOpen)});
+    EXPECT_EQ(Got(player), (Messages{{0xE014, BytesOf(ActivityCloseNotice{{}, kId})}}));
+    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "closed", "config", "config"}));
 }
 
 TEST_F(ActivityTest, CountsThatWrapOrDoNotFitRefuseTheWholeList) {
-    struct {
-        int32_t count;
-        size_t records;
-    } const cases[] = {{-1, 0},      {1, 0},          {0, 1},         {2, 1},
-                       {1 << 29, 0}, {1 << 30, 0},    {INT32_MIN, 0}, {INT32_MAX, 1},
-                       {39768216, 1}};
-    for (const auto& c : cases) {
-        tagDBSiteActivityList config{};
-        config.iCount = c.count;
+    const std::pair<int32_t, size_t> cases[] = {{-1, 0},        {1, 0},         {0, 1},
+                                                {2, 1},         {1 << 29, 0},   {1 << 30, 0},
+                                                {INT32_MIN, 0}, {INT32_MAX, 1}, {39768216, 1}};
+    for (const auto& [count, records] : cases) {
         net.Deliver(Link(DATA), ACT_CONFIG_RES,
-                    ListOf(config, std::vector(c.records, Row())));
-        tagDBActivityProgressList progress{};
-        progress.ulPlayerNode = NodeHandle(player);
-        progress.ulPlayerNodeId = *player;
-        progress.iCount = c.count;
-        net.Deliver(Link(DATA), ACT_PROGRESS_RES,
-                    ListOf(progress, std::vector(c.records, Record())));
+                    ListOf(tagDBSiteActivityList{{}, count, 0}, std::vector(records, Row())));
+        const tagDBActivityProgressList head{{}, NodeHandle(player), *player, count, 0};
+        net.Deliver(Link(DATA), ACT_PROGRESS_RES, ListOf(head, std::vector(records, Record())));
     }
-    net.Deliver(Link(DATA), ACT_CONFIG_RES, std::string(15, '\0'));
-    net.Deliver(Link(DATA), ACT_PROGRESS_RES, std::string(31, '\0'));
+    net.Deliver(Link(DATA), ACT_CONFIG_RES, Zeros(15));
+    net.Deliver(Link(DATA), ACT_PROGRESS_RES, Zeros(31));
     EXPECT_FALSE(example->isOpen());
-    EXPECT_EQ(example->m_vecCalls, std::vector<std::string>{});
+    EXPECT_EQ(example->m_vecCalls, Calls{});
     EXPECT_EQ(Stored(), nullptr);
 }
 
 TEST_F(ActivityTest, ProgressListInAllBranches) {
-    auto closed = Row(Activity20171211::kActivityId);
-    closed.isOpen = 0;
-    auto elsewhere = Row(20180901);
+    constexpr int kClosed = Activity20171211::kActivityId, kElsewhere = 20180901;
+    auto elsewhere = Row(kElsewhere);
     elsewhere.iSiteId = 9;
-    Configure({Row(), closed, elsewhere});
-    example->m_vecCalls.clear();
-
-    GiveProgress({}, 0);
-    EXPECT_EQ(Stored(), nullptr) << "an unfinished list makes no records";
-
-    auto record = Record();
-    record.iProgress1 = 2;
-    auto twice = Record();
-    twice.iProgress1 = 9;
-    GiveProgress({Record(closed.iActivityId), Record(elsewhere.iActivityId), Record(5), record,
-                  twice});
-    ASSERT_NE(Stored(), nullptr);
-    EXPECT_EQ(Stored()->iProgress1, 2) << "the first record of an activity stays";
-    EXPECT_EQ(Stored(closed.iActivityId), nullptr);
-    EXPECT_EQ(Stored(elsewhere.iActivityId), nullptr);
-    EXPECT_EQ(Stored(5), nullptr);
-    EXPECT_EQ(example->m_vecCalls, std::vector<std::string>{"startInit"});
-}
-
-TEST_F(ActivityTest, FinishedListMakesRecordsOnlyForSingleGameActivities) {
-    auto multi = Row(Activity20171211::kActivityId);
-    multi.isMultiGame = 1;
-    Configure({Row(), multi});
-    GiveProgress({});
-    EXPECT_NE(Stored(), nullptr);
-    EXPECT_EQ(Stored(multi.iActivityId), nullptr);
-    EXPECT_EQ(example->m_vecCalls.back(), "startInit fresh");
-}
-
-TEST_F(ActivityTest, ProgressForASessionThatIsGoneIsDropped) {
-    Configure({Row()});
-    tagDBActivityProgressList head{};
-    head.iFinished = 1;
-    for (const uint64_t handle : {NodeHandle(player), uint64_t{1}, uint64_t{0}}) {
+    Configure({Row(), Row(kClosed, 0), elsewhere});
+    LobbyPlayer* const other = Login(10002);
+    tagDBActivityProgressList head{{}, NodeHandle(player), *player + 1ul, 1, 1};
+    for (const uint64_t handle : {NodeHandle(player), NodeHandle(other), uint64_t{1}}) {
         head.ulPlayerNode = handle;
-        for (const uint64_t id : {*player + 1ul, 0ul}) {
+        for (const uint64_t id : {*player + 100ul, 0ul}) {
             head.ulPlayerNodeId = id;
             net.Deliver(Link(DATA), ACT_PROGRESS_RES, ListOf(head, std::vector{Record()}));
         }
     }
-    EXPECT_EQ(Stored(), nullptr);
+    EXPECT_EQ(Stored(), nullptr) << "a session that is gone";
+    GiveProgress(player, {}, 0);
+    EXPECT_EQ(Stored(), nullptr) << "an unfinished list makes no records";
+
+    example->m_vecCalls.clear();
+    GiveProgress(player,
+                 {Record(kClosed), Record(kElsewhere), Record(5), Record(kId, 2), Record(kId, 9)});
+    ASSERT_NE(Stored(), nullptr);
+    EXPECT_EQ(Stored()->iProgress1, 2) << "the first record of an activity stays";
+    for (const int id : {kClosed, kElsewhere, 5})
+        EXPECT_EQ(Stored(id), nullptr) << id;
+    EXPECT_EQ(example->m_vecCalls, Calls{"startInit"});
+
+    auto multi = Row(kClosed);
+    multi.isMultiGame = 1;
+    Configure({multi});
+    GiveProgress(other, {});
+    EXPECT_NE(Stored(kId, 10002), nullptr);
+    EXPECT_EQ(Stored(kClosed, 10002), nullptr) << "made for single-game activities only";
+    EXPECT_EQ(example->m_vecCalls.back(), "startInit fresh");
+    net.Hangup(other);  // its records outlive the lobby otherwise
 }
 
 TEST_F(ActivityTest, EventsReachOpenActivitiesOfPlayersWithARecord) {
@@ -244,76 +211,54 @@ TEST_F(ActivityTest, EventsReachOpenActivitiesOfPlayersWithARecord) {
     };
     Configure({Row()});
     dispatchAll(player);
-    GiveProgress({});
-    example->m_vecCalls.clear();
+    GiveProgress(player, {});
     dispatchAll(player);
     dispatchAll(Login(10002));
-    EXPECT_EQ(example->m_vecCalls, (std::vector<std::string>{"initialize", "sitdown", "ready",
-                                                             "start", "end", "regame"}));
-    EXPECT_EQ(Stored()->iProgress1, 2);
     example->m_bPaused = true;
     dispatchAll(player);
-    EXPECT_EQ(example->m_vecCalls.size(), 6u);
+    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "startInit fresh", "initialize", "sitdown",
+                                          "ready", "start", "end", "regame"}));
+    EXPECT_EQ(Stored()->iProgress1, 2);
 }
 
 TEST_F(ActivityTest, ClientRequestsNeedTheExactLengthAnOpenActivityAndARecord) {
     Configure({Row()});
     Ask(ExampleActivity::kShow);
-    GiveProgress({});
-    net.Received(player);
-    for (const size_t size : {31u, 33u}) {
-        UserProgressReq request{};
-        request.iActivityId = kId;
-        std::string bytes(reinterpret_cast<char*>(&request), sizeof(request));
-        bytes.resize(size);
-        net.Deliver(player, CLIENT_USER_PROGRESS_REQ, bytes);
-    }
+    GiveProgress(player, {});
+    Ask(ExampleActivity::kShow, 31);
+    Ask(ExampleActivity::kShow, 33);
     example->m_bPaused = true;
     Ask(ExampleActivity::kShow);
-    EXPECT_TRUE(net.Received(player).empty());
+    EXPECT_TRUE(Received(player).empty());
     example->m_bPaused = false;
     Ask(ExampleActivity::kShow);
-    EXPECT_EQ(net.Received(player).size(), 1u);
+    EXPECT_EQ(Received(player).size(), 1u);
 }
 
 TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
-    Configure({Row()});
-    GiveProgress({});
-    Stored()->iProgress1 = 3;
+    static const tagDBUpdateUserPropInfo booking{{},  kUser, 0, 0,     0, kId, 1,
+                                                 500, 77,    4, "out", 5, 6,   7};
+    FinishRounds();
     player->iAccountsourceid = 4;
     player->iTeamTag = 5;
+    player->iLianyunFlag = 6;
+    player->usRegisterType = 7;
     std::memcpy(player->szOutAccount, "out", 4);
-    Received(Link(DATA));
     Ask(ExampleActivity::kFetch);
-    net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, Confirmation());
-
-    const auto booked = Received(Link(QUEUE));
-    ASSERT_EQ(booked.size(), 1u);
-    EXPECT_EQ(booked[0].type, 0xD084);
-    ASSERT_EQ(booked[0].bytes.size(), 120u);
-    const auto booking = booked[0].As<tagDBUpdateUserPropInfo>();
-    EXPECT_EQ(booking.iUserID, kUser);
-    EXPECT_EQ(booking.iActivityID, kId);
-    EXPECT_EQ(booking.iType, 1);
-    EXPECT_EQ(booking.iValue, 500);
-    EXPECT_EQ(booking.iSourceID, 77);
-    EXPECT_EQ(booking.iClientSiteType, 4);
-    EXPECT_EQ(booking.iTeamTag, 5);
-    EXPECT_STREQ(booking.szOutAccount, "out");
+    auto confirmed = Confirmation();
+    net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
+    EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
 
     Ask(ExampleActivity::kFetch);
     EXPECT_TRUE(Received(Link(DATA)).empty()) << "granted once";
 
     net.Hangup(player);
-    const auto back = Received(Link(DATA));
-    ASSERT_EQ(back.size(), 1u);
-    EXPECT_EQ(back[0].type, ACT_PROGRESS_UPDATE);
-    ASSERT_EQ(back[0].bytes.size(), 12u + 88u);
-    const auto record = back[0].At<tagDBUserActivityProgressData>(12);
-    EXPECT_EQ(record.iProgress2, 1);
-    EXPECT_EQ(record.iGamecoin, 500);
-    const int64_t updated = record.updateTime;
-    EXPECT_EQ(updated, g_testNow);
+    Progress& back = confirmed.progress;
+    EXPECT_EQ(std::pair(back.iProgress2, back.iGamecoin), std::pair(1, 500));
+    back.updateTime = g_testNow;
+    EXPECT_EQ(Got(Link(DATA)),
+              (Messages{{ACT_PROGRESS_UPDATE,
+                         ListOf(tagUserActivityProgressUpdate{{}, 1}, std::vector{back})}}));
     EXPECT_EQ(Stored(), nullptr);
 }
 
@@ -335,13 +280,9 @@ TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
     };
     for (const auto& c : cases) {
         Received(Link(QUEUE));
-        LobbyActivitySingleProgressUpdateRes result{};
-        result.progress = Record();
+        LobbyActivitySingleProgressUpdateRes result{{}, 0, 0, 0,        0,        10,
+                                                    0,  1, 0, Record(), c.handle, c.id};
         result.progress.iUserId = c.user;
-        result.iGameCoin = 10;
-        result.iYuanBaoNum = 1;
-        result.ulPlayerNode = c.handle;
-        result.ulPlayerNodeId = c.id;
         net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result);
         const auto booked = Received(Link(QUEUE));
         ASSERT_EQ(booked.size(), 2u) << c.name;
@@ -351,9 +292,7 @@ TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
 }
 
 TEST_F(ActivityTest, RefusedProgressResultBooksNothing) {
-    Configure({Row()});
-    GiveProgress({});
-    Stored()->iProgress1 = 3;
+    FinishRounds();
     Ask(ExampleActivity::kFetch);
     auto refused = Confirmation(1);
     net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, refused);
@@ -364,65 +303,49 @@ TEST_F(ActivityTest, RefusedProgressResultBooksNothing) {
 }
 
 TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {
-    for (const int changed : {0, 1, 46, 47, 200}) {
-        std::vector<std::unique_ptr<IActivityHandler>> handlers;
-        std::vector<tagDBActivityConfigData> rows;
-        for (int i = 0; i < 200; ++i) {
-            handlers.push_back(std::make_unique<IActivityHandler>(1000 + i, lobby.get()));
-            system->AddActivityHandler(handlers.back().get());
-            rows.push_back(Row(1000 + i));
-        }
-        for (int i = 0; i < 200; i += 20) {
-            Configure({rows.begin() + i, rows.begin() + i + 20});
-        }
+    std::vector<std::unique_ptr<IActivityHandler>> handlers;
+    for (int id = 1000; id < 1200; ++id) {
+        handlers.push_back(std::make_unique<IActivityHandler>(id, lobby.get()));
+        system->AddActivityHandler(handlers.back().get());
+        Configure({Row(id)});
+    }
+    for (const size_t changed : {0, 1, 46, 47, 200}) {
         LobbyPlayer* const leaver = Login(20000);
-        tagDBActivityProgressList head{};
-        head.ulPlayerNode = NodeHandle(leaver);
-        head.ulPlayerNodeId = *leaver;
-        head.iFinished = 1;
-        net.Deliver(Link(DATA), ACT_PROGRESS_RES, head);
-        for (int i = 0; i < changed; ++i) {
-            tagDBUserActivityProgressData* record = nullptr;
-            ASSERT_TRUE(system->FindProgressByUserID(20000, 1000 + i, &record));
+        GiveProgress(leaver, {});
+        std::vector<Progress> records;
+        for (size_t i = 0; i < changed; ++i) {
+            Progress* const record = Stored(1000 + int(i), 20000);
+            ASSERT_NE(record, nullptr);
             record->isUpdate = 1;
+            records.push_back(*record);
+            records.back().updateTime = g_testNow;
         }
         Received(Link(DATA));
         net.Hangup(leaver);
-
-        int total = 0;
-        for (const auto& sent : Received(Link(DATA))) {
-            const int count = sent.At<int32_t>(8);
-            EXPECT_LE(sent.bytes.size(), 4096u);
-            EXPECT_EQ(sent.bytes.size(), 12u + 88u * count);
-            for (int i = 0; i < count; ++i) {
-                EXPECT_EQ(sent.At<int32_t>(12 + 88 * i + 8), 1000 + total + i);
-            }
-            total += count;
+        Messages expected;
+        for (size_t at = 0; at < changed; at += 46) {
+            const std::vector<Progress> batch(records.begin() + at,
+                                              records.begin() + std::min(at + 46, changed));
+            expected.emplace_back(
+                ACT_PROGRESS_UPDATE,
+                ListOf(tagUserActivityProgressUpdate{{}, int(batch.size())}, batch));
         }
-        EXPECT_EQ(total, changed);
-        for (auto& handler : handlers) {
-            handler->removeAllEventListener();
-            system->RemoveActivityHandler(handler.get());
-        }
+        EXPECT_EQ(Got(Link(DATA)), expected) << changed;
+    }
+    for (auto& handler : handlers) {
+        handler->removeAllEventListener();
+        system->RemoveActivityHandler(handler.get());
     }
 }
 
 TEST_F(ActivityTest, GlobalMessagesReachClosedActivitiesToo) {
-    for (const uint16_t type : {0xE001, 0xE002, 0xE003, 0xE004}) {
-        net.Deliver(Link(DATA), type, std::string(8, '\0'));
-    }
-    EXPECT_EQ(example->m_vecCalls, (std::vector<std::string>(3, "global 0")));
+    for (const uint16_t type : {0xE001, 0xE002, 0xE003, 0xE004})
+        net.Deliver(Link(DATA), type, Zeros(8));
+    EXPECT_EQ(example->m_vecCalls, Calls(3, "global 0"));
 }
 
 TEST_F(ActivityTest, AccountTypesByThresholds) {
-    EXPECT_EQ(system->GetUserAccountType(1000, 99, 0, 0), 0);
-    UserAccountTypeConfig config{};
-    config.iHighPayamount = 100;
-    config.iHighYbamount = 10;
-    config.iLowPayamount = 50;
-    config.iLowYbamount = 5;
-    config.iMachineIndex = 3;
-    config.iPlayTimes = 20;
+    const UserAccountTypeConfig config{{}, 100, 10, 50, 5, 3, 20};
     DeliverCut(DATA, ACT_ACCOUNT_TYPE_RES, config, 31);
     EXPECT_EQ(system->GetUserAccountType(1000, 99, 0, 0), 0);
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, config);
@@ -430,26 +353,20 @@ TEST_F(ActivityTest, AccountTypesByThresholds) {
         int pay, machine, plays, ingots, expected;
     } cases[] = {{100, 0, 99, 10, 4}, {100, 0, 99, 11, 0}, {99, 0, 99, 5, 3}, {50, 0, 99, 6, 0},
                  {49, 4, 99, 0, 1},   {49, 3, 19, 0, 2},   {49, 3, 20, 0, 0}};
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(system->GetUserAccountType(c.pay, c.machine, c.plays, c.ingots), c.expected);
-    }
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, UserAccountTypeConfig{});
 }
 
 TEST_F(ActivityTest, ConfigurationIsAskedForAgainAfterHalfAnHour) {
-    net.Tick(g_testNow);
-    Received(Link(DATA));
-    const time_t start = g_testNow;
-    net.Tick(g_testNow = start + 1799);
-    size_t asked = 0;
-    const auto count = [&] {
-        asked = 0;
-        for (const auto& sent : Received(Link(DATA))) asked += sent.type == ACT_CONFIG_REQ;
-        return asked;
-    };
-    EXPECT_EQ(count(), 0u);
-    net.Tick(g_testNow = start + 1800);
-    EXPECT_EQ(count(), 2u) << "the lobby's timer and the registry's own both ask";
+    for (const auto& [pause, asked] : {std::pair{0, 0}, {1799, 0}, {1, 2}}) {
+        Received(Link(DATA));
+        net.Tick(g_testNow += pause);
+        int count = 0;
+        for (const auto& sent : Received(Link(DATA)))
+            count += sent.type == ACT_CONFIG_REQ ? 1 : 0;
+        EXPECT_EQ(count, asked) << "the lobby's timer and the registry's own both ask";
+    }
 }
 
 }  // namespace

@@ -26,6 +26,20 @@
 
 inline time_t g_testNow = 1'700'000'000;
 
+// Type and bytes of what a node was sent.
+using Messages = std::vector<std::pair<uint16_t, std::string>>;
+
+template <class T>
+std::string BytesOf(const T& msg) {
+    return {reinterpret_cast<const char*>(&msg), sizeof(msg)};
+}
+inline std::string Zeros(size_t count) {
+    return std::string(count, '\0');
+}
+inline bool Has(const std::string& log, const std::string& text) {
+    return log.find(text) != std::string::npos;
+}
+
 // A working directory of its own, the clock, and the log captured from standard output.
 class FolderTest : public ::testing::Test {
   protected:
@@ -75,15 +89,17 @@ class DirectoryTest : public FolderTest {
         net.Attach(lobby.get());
         ASSERT_EQ(lobby->Start(), 0);
         for (const Port port : {CENTER, WEB, QUEUE, DATA, CONFIG, LOG})
-            FirstOf(port);
+            first[port] = Got(Link(port));
     }
     void TearDown() override { lobby.reset(); }
 
     IPlayerNode* Link(Port port) { return net.NodeOfPort(port); }
     std::vector<MemoryNet::Sent> Received(IPlayerNode* node) { return net.Received(node); }
-    // What the link got when it came up.
-    std::vector<MemoryNet::Sent> FirstOf(Port port) {
-        return first[port] = net.Received(net.NodeOfPort(port));
+    Messages Got(IPlayerNode* node) {
+        Messages messages;
+        for (const auto& sent : Received(node))
+            messages.emplace_back(sent.type, sent.bytes);
+        return messages;
     }
 
     LobbyPlayer* Login(int userId, int siteId = 1) {
@@ -94,38 +110,43 @@ class DirectoryTest : public FolderTest {
         net.Deliver(node, 0xA1, msg);
         return static_cast<LobbyPlayer*>(node);
     }
-    void DeliverBytes(IPlayerNode* node, uint16_t type, const std::string& bytes) {
-        net.Deliver(node, type, std::string_view(bytes));
-    }
     // The first `size` bytes of a message that holds at least 8.
     template <class T>
     void DeliverCut(Port port, uint16_t type, const T& msg, size_t size) {
-        std::string bytes(reinterpret_cast<const char*>(&msg), sizeof(msg));
+        std::string bytes = BytesOf(msg);
         bytes.resize(size);
-        DeliverBytes(Link(port), type, bytes);
+        net.Deliver(Link(port), type, bytes);
     }
     // The link's node as its handler has it; the keeper stores it a moment after the connect.
     IPlayerNode* Held(Port port) {
         switch (port) {
-            case CENTER: return lobby->GetCenterServerHandler()->m_lpCenterServer;
-            case WEB: return lobby->GetWebServerHandler()->m_lpWebServer;
-            case QUEUE: return lobby->GetQueueServerHandler()->m_lpQueueServer;
-            case CONFIG: return lobby->GetConfigServerHandler()->m_lpConfigServer;
-            case LOG: return lobby->GetLogServerHandler()->m_lpLogServer;
-            default: return Link(port);
+            case CENTER:
+                return lobby->GetCenterServerHandler()->m_lpCenterServer;
+            case WEB:
+                return lobby->GetWebServerHandler()->m_lpWebServer;
+            case QUEUE:
+                return lobby->GetQueueServerHandler()->m_lpQueueServer;
+            case CONFIG:
+                return lobby->GetConfigServerHandler()->m_lpConfigServer;
+            case LOG:
+                return lobby->GetLogServerHandler()->m_lpLogServer;
+            default:
+                return Link(port);
         }
     }
     // Waits for the reconnect keeper.
-    bool WaitForLink(Port port) {
-        const auto isUp = [&] { return Link(port) != nullptr && Held(port) == Link(port); };
-        for (int i = 0; i < 500 && !isUp(); ++i) {
+    template <class Condition>
+    static bool Await(Condition condition) {
+        for (int i = 0; i < 500 && !condition(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return isUp();
+        return condition();
+    }
+    bool WaitForLink(Port port) {
+        return Await([&] { return Link(port) != nullptr && Held(port) == Link(port); });
     }
 
     std::string extraConfig;  // further sections; set before SetUp
     MemoryNet net;
     std::unique_ptr<LobbyServer> lobby;
-    std::map<int, std::vector<MemoryNet::Sent>> first;
+    std::map<int, Messages> first;  // what each link got when it came up
 };

@@ -65,12 +65,3 @@ TEST(BulletinQueue, FollowsTheModelOverRandomSequences) {
         }
     }
 }
-
-TEST(BulletinQueue, LateOrdinaryBulletinsReplaceTheNewestAndGoToTheBack) {
-    BulletinQueue queue;
-    for (int id = 1; id <= 12; ++id)
-        queue.Push(Bulletin({1, id}));
-    const std::vector<Entry> expected{{1, 8}, {1, 7}, {1, 6}, {1, 5},  {1, 4},
-                                      {1, 3}, {1, 2}, {1, 1}, {1, 11}, {1, 12}};
-    EXPECT_EQ(Drain(queue), expected);
-}

@@ -2,44 +2,34 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 #include "Tools.h"
 
 namespace {
 
-// Local time of a zone for the length of a test.
-class Zone {
-  public:
-    explicit Zone(const char* name) {
-        setenv("TZ", name, 1);
+// Local time of Berlin.
+class Calendar : public ::testing::Test {
+  protected:
+    Calendar() {
+        setenv("TZ", "Europe/Berlin", 1);
         tzset();
     }
-    ~Zone() {
+    ~Calendar() override {
         unsetenv("TZ");
         tzset();
     }
+    static long At(const char* text) {
+        tm t{};
+        strptime(text, "%F %T", &t);
+        t.tm_isdst = -1;
+        return mktime(&t);
+    }
 };
-
-long At(int year, int month, int day, int hour, int minute, int second) {
-    tm t{};
-    t.tm_year = year - 1900;
-    t.tm_mon = month - 1;
-    t.tm_mday = day;
-    t.tm_hour = hour;
-    t.tm_min = minute;
-    t.tm_sec = second;
-    t.tm_isdst = -1;
-    return mktime(&t);
-}
 
 }  // namespace
 
-TEST(Calendar, CountsDaysLikeTheProlepticCalendar) {
-    EXPECT_EQ(GetAbsDays({1, 1, 1}), 0);
-    EXPECT_EQ(GetAbsDays({1, 3, 1}), 59);
-    EXPECT_EQ(GetAbsDays({4, 3, 1}), 1155);
+TEST_F(Calendar, CountsDaysLikeTheProlepticCalendar) {
     using namespace std::chrono;
     const sys_days origin = year(1) / 1 / 1;
     for (sys_days day = origin; day < sys_days(year(801) / 1 / 1); day += days(1)) {
@@ -47,48 +37,39 @@ TEST(Calendar, CountsDaysLikeTheProlepticCalendar) {
         const MyDate own{int(date.year()), int(unsigned(date.month())), int(unsigned(date.day()))};
         ASSERT_EQ(GetAbsDays(own), (day - origin).count());
     }
-}
-
-TEST(Calendar, HostileDatesStayInside) {
     for (const int value : {INT32_MIN, -1, 0, 13, INT32_MAX})
-        GetAbsDays({value, value, value});
+        GetAbsDays({value, value, value});  // stays inside
 }
 
-TEST(Calendar, DaysBetweenLocalDates) {
-    const Zone zone("Europe/Berlin");
-    struct Case {
-        long later, earlier;
+TEST_F(Calendar, DaysBetweenLocalDatesAndNewDays) {
+    const struct {
+        const char *earlier, *later;
         int days;
-    };
-    const Case cases[] = {
-        {At(2023, 5, 2, 0, 0, 0), At(2023, 5, 1, 23, 59, 59), 1},
-        {At(2023, 5, 1, 23, 59, 59), At(2023, 5, 1, 0, 0, 0), 0},
-        {At(2023, 3, 1, 0, 0, 0), At(2023, 2, 28, 23, 59, 59), 1},
-        {At(2024, 3, 1, 0, 0, 0), At(2024, 2, 28, 23, 59, 59), 2},
-        {At(2024, 1, 1, 0, 0, 0), At(2023, 12, 31, 23, 59, 59), 1},
-        {At(2023, 3, 27, 0, 0, 0), At(2023, 3, 26, 0, 0, 0), 1},    // a day of 23 hours
-        {At(2023, 10, 30, 0, 0, 0), At(2023, 10, 29, 0, 0, 0), 1},  // a day of 25 hours
-        {At(2023, 10, 29, 23, 59, 59), At(2023, 10, 29, 0, 0, 0), 0},
-        {At(2024, 5, 1, 12, 0, 0), At(2023, 5, 1, 12, 0, 0), 366},
+        bool newDay;  // looks at the day of the year only
+    } cases[] = {
+        {"2023-05-01 23:59:59", "2023-05-02 00:00:00", 1, true},
+        {"2023-05-01 00:00:00", "2023-05-01 23:59:59", 0, false},
+        {"2023-02-28 23:59:59", "2023-03-01 00:00:00", 1, true},
+        {"2024-02-28 23:59:59", "2024-03-01 00:00:00", 2, true},
+        {"2023-12-31 23:59:59", "2024-01-01 00:00:00", 1, true},
+        {"2023-03-26 00:00:00", "2023-03-26 23:59:59", 0, false},  // a day of 23 hours
+        {"2023-03-26 00:00:00", "2023-03-27 00:00:00", 1, true},
+        {"2023-10-29 00:00:00", "2023-10-29 23:59:59", 0, false},  // a day of 25 hours
+        {"2023-10-29 00:00:00", "2023-10-30 00:00:00", 1, true},
+        {"2022-05-01 09:00:00", "2023-05-01 09:00:00", 365, false},
+        {"2023-05-01 12:00:00", "2024-05-01 12:00:00", 366, true},
         // 2000 is held as 100, which counts as a common year.
-        {At(2000, 3, 1, 12, 0, 0), At(2000, 2, 28, 12, 0, 0), 1},
+        {"2000-02-28 12:00:00", "2000-03-01 12:00:00", 1, true},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(Tools::intervalDays(c.later, c.earlier), c.days) << c.later;
-        EXPECT_EQ(Tools::intervalDays(c.earlier, c.later), -c.days) << c.later;
+    for (const auto& c : cases) {
+        const long earlier = At(c.earlier), later = At(c.later);
+        EXPECT_EQ(Tools::intervalDays(later, earlier), c.days) << c.later;
+        EXPECT_EQ(Tools::intervalDays(earlier, later), -c.days) << c.later;
+        EXPECT_EQ(Tools::secondIsNewDay(earlier, later), c.newDay ? -1 : 0) << c.later;
     }
 }
 
-TEST(Calendar, NewDayLooksAtTheDayOfTheYearOnly) {
-    const Zone zone("America/New_York");
-    EXPECT_EQ(Tools::secondIsNewDay(At(2023, 5, 1, 23, 59, 59), At(2023, 5, 2, 0, 0, 0)), -1);
-    EXPECT_EQ(Tools::secondIsNewDay(At(2023, 5, 1, 0, 0, 0), At(2023, 5, 1, 23, 59, 59)), 0);
-    EXPECT_EQ(Tools::secondIsNewDay(At(2022, 5, 1, 9, 0, 0), At(2023, 5, 1, 9, 0, 0)), 0);
-    EXPECT_EQ(Tools::secondIsNewDay(At(2024, 3, 1, 9, 0, 0), At(2023, 3, 1, 9, 0, 0)), -1);
-    EXPECT_EQ(Tools::secondIsNewDay(At(2023, 3, 12, 0, 0, 0), At(2023, 3, 12, 23, 59, 59)), 0);
-}
-
-TEST(Calendar, AnalyzeSiteIdAppendsEveryPiece) {
+TEST_F(Calendar, AnalyzeSiteIdAppendsEveryPiece) {
     char text[] = ",1;22,,x;-7";
     char separators[] = ",;";
     std::vector<int32_t> values{9};

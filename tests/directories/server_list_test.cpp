@@ -1,8 +1,8 @@
 #include "ServerList.h"
 
-#include <algorithm>
 #include <climits>
 #include <random>
+#include <utility>
 
 #include "DirectoryWorld.h"
 
@@ -36,9 +36,14 @@ struct Model {
     }
 };
 
-bool Same(const std::vector<tagServerInfo>& a, const std::vector<tagServerInfo>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](auto& x, auto& y) { return std::memcmp(&x, &y, sizeof(x)) == 0; });
+template <class Lists>
+std::map<int, std::string> Bytes(const Lists& lists) {
+    std::map<int, std::string> bytes;
+    for (const auto& [site, list] : lists) {
+        for (const tagServerInfo& info : list)
+            bytes[site] += BytesOf(info);
+    }
+    return bytes;
 }
 
 tagServerInfo RandomServer(std::mt19937& random, unsigned ids, unsigned games) {
@@ -53,11 +58,7 @@ tagServerInfo RandomServer(std::mt19937& random, unsigned ids, unsigned games) {
 }
 
 tagSiteMobileGameList Offer(int site, int game, int kind) {
-    tagSiteMobileGameList entry{};
-    entry.iSiteID = site;
-    entry.iGameID = game;
-    entry.iGameKind = kind;
-    return entry;
+    return {site, game, kind, 0, {}, {}};
 }
 
 // Ids that match servers, ids that only match them when cut to 16 bits, and ids so far apart
@@ -82,10 +83,11 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
             Model model;
             for (int step = 0; step < 120; ++step) {
                 tagServerInfo info = RandomServer(random, 30, 6);
+                const uint16_t game = info.usGameID, id = info.usServerID;
                 const bool refresh = random() % 3 == 0;
-                const bool known = model.servers.count(info.usServerID) != 0;
-                const bool sameGame =
-                    known && model.servers[info.usServerID].usGameID == info.usGameID;
+                const int known = model.servers.contains(id) ? 1 : 0;
+                const bool sameGame = known != 0 && model.servers[id].usGameID == game;
+                bool rebuilt = false;
                 switch (random() % 7) {
                     case 0:
                     case 1: {
@@ -97,43 +99,34 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
                     case 2:
                     case 3:
                         ASSERT_EQ(list.InsertInfo(info, sites, refresh), 1);
-                        model.servers[info.usServerID] = info;
-                        if (refresh) model.Rebuild(sites);
+                        model.servers[id] = info;
+                        rebuilt = refresh;
                         break;
                     case 4: {
-                        tagUpdateServerInfo update{{},
-                                                   info.usGameID,
-                                                   info.usServerID,
-                                                   info.usOnlineCount,
-                                                   uint8_t(random() % 2)};
-                        ASSERT_EQ(list.UpdateInfo(update, sites), known ? 1 : 0);
+                        const uint8_t open = random() % 2;
+                        tagUpdateServerInfo update{{}, game, id, info.usOnlineCount, open};
+                        ASSERT_EQ(list.UpdateInfo(update, sites), known);
                         if (!sameGame) break;
-                        tagServerInfo& stored = model.servers[info.usServerID];
-                        const bool changed = stored.ucOpenFlag != update.ucOpenFlag;
-                        stored.usOnlineCount = update.usOnlineCount;
-                        stored.ucOpenFlag = update.ucOpenFlag;
-                        if (changed) model.Rebuild(sites);
+                        rebuilt = std::exchange(model.servers[id].ucOpenFlag, open) != open;
+                        model.servers[id].usOnlineCount = info.usOnlineCount;
                         break;
                     }
                     case 5: {
-                        tagServerCloseNotice close{{}, info.usGameID, info.usServerID, 3};
-                        ASSERT_EQ(list.CloseInfo(close, sites), known ? 1 : 0);
-                        if (sameGame) model.servers[info.usServerID].ucOpenFlag = 3;
-                        if (known) model.Rebuild(sites);
+                        tagServerCloseNotice close{{}, game, id, 3};
+                        ASSERT_EQ(list.CloseInfo(close, sites), known);
+                        if (sameGame) model.servers[id].ucOpenFlag = 3;
+                        rebuilt = known != 0;
                         break;
                     }
                     default: {
-                        tagTerminateNotice end{{}, info.usGameID, info.usServerID};
-                        ASSERT_EQ(list.DeleteInfo(end, sites, refresh), known ? 1 : 0);
-                        model.servers.erase(info.usServerID);
-                        if (known && refresh) model.Rebuild(sites);
+                        tagTerminateNotice end{{}, game, id};
+                        ASSERT_EQ(list.DeleteInfo(end, sites, refresh), known);
+                        rebuilt = model.servers.erase(id) != 0 && refresh;
                     }
                 }
+                if (rebuilt) model.Rebuild(sites);
                 ASSERT_EQ(list.m_gameServerMap.size(), model.servers.size());
-                ASSERT_EQ(list.m_showSiteMap.size(), model.shown.size());
-                for (const auto& [site, records] : model.shown) {
-                    ASSERT_TRUE(Same(list.m_showSiteMap[site], records)) << round << ' ' << step;
-                }
+                ASSERT_EQ(Bytes(list.m_showSiteMap), Bytes(model.shown)) << round << ' ' << step;
             }
         }
     };
@@ -141,31 +134,6 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
         random.seed(seed);
         LogOf(run);
     }
-}
-
-TEST_F(ServerListTest, MergedGameShowsOneRecordPerLevel) {
-    ServerList list;
-    GameSiteList sites;
-    auto offer = Offer(1, 5, 0);
-    sites.InsertInfo(offer);
-    const struct {
-        uint16_t id, level, online;
-    } servers[] = {{30, 1, 65000}, {10, 1, 600}, {20, 2, 7}};
-    for (const auto& s : servers) {
-        tagServerInfo info{};
-        info.usGameID = 5;
-        info.usServerID = s.id;
-        info.usLevel = s.level;
-        info.usOnlineCount = s.online;
-        info.usServerPort = s.id;
-        list.InsertInfo(info, sites, true);
-    }
-    const auto& shown = list.m_showSiteMap[1];
-    ASSERT_EQ(shown.size(), 2u);
-    EXPECT_EQ(shown[0].usServerID, 0);
-    EXPECT_EQ(shown[0].usServerPort, 10);  // the lowest id of the group gives the other fields
-    EXPECT_EQ(shown[0].usOnlineCount, 64);
-    EXPECT_EQ(shown[1].usOnlineCount, 7);
 }
 
 TEST_F(ServerListTest, DumpsTheListsOnceAnHour) {
@@ -176,29 +144,21 @@ TEST_F(ServerListTest, DumpsTheListsOnceAnHour) {
     tagServerInfo info{};
     info.usGameID = 1;
     list.InsertInfo(info, sites, false);
-    const auto dumped = [&] {
-        return LogOf([&] { list.refreshShowGameList(sites); }).find("第77站点") !=
-               std::string::npos;
-    };
-    EXPECT_TRUE(dumped());
-    g_testNow += 3599;
-    EXPECT_FALSE(dumped());
-    g_testNow += 1;
-    EXPECT_TRUE(dumped());
+    for (const auto& [pause, dumped] : {std::pair{0, true}, {3599, false}, {1, true}}) {
+        g_testNow += pause;
+        EXPECT_EQ(Has(LogOf([&] { list.refreshShowGameList(sites); }), "第77站点"), dumped);
+    }
 }
 
 TEST_F(ServerListTest, SiteListReplacesWholeAndKeepsItsOrder) {
     GameSiteList sites;
-    const int ids[][2] = {{2, 9}, {1, 70000}, {2, -3}, {1, 4}};
-    for (const auto& id : ids) {
-        auto entry = Offer(id[0], id[1], 1);
+    for (const auto& [site, game] : {std::pair{2, 9}, {1, 70000}, {2, -3}, {1, 4}}) {
+        auto entry = Offer(site, game, 1);
         sites.InsertInfo(entry);
     }
     auto again = Offer(2, 9, 0);
     std::memset(again.szGameName, 'n', sizeof(again.szGameName));
-    const std::string log = LogOf([&] { sites.InsertInfo(again); });
-    EXPECT_EQ(log.find("gamekind"), std::string::npos);
-
+    EXPECT_FALSE(Has(LogOf([&] { sites.InsertInfo(again); }), "gamekind"));
     std::vector<std::pair<int, int>> order;
     for (const auto& [key, entry] : sites.m_gameSiteMap)
         order.push_back({key.iSiteID, key.iGameID});
@@ -206,64 +166,51 @@ TEST_F(ServerListTest, SiteListReplacesWholeAndKeepsItsOrder) {
     EXPECT_EQ((sites.m_gameSiteMap[{2, 9}].iGameKind), 0);
     EXPECT_EQ((GameSiteInfo{1, INT_MIN} < GameSiteInfo{1, 1}), false);  // the difference wraps
 
-    TerminateGameSiteInfo absent{9, 9};
-    const std::string fail = LogOf([&] { EXPECT_EQ(sites.DeleteInfo(absent), 0); });
-    EXPECT_NE(fail.find("GameID[9] SiteID[9] delete fail! "), std::string::npos);
-    TerminateGameSiteInfo known{2, 9};
+    TerminateGameSiteInfo absent{9, 9}, known{2, 9};
+    EXPECT_TRUE(Has(LogOf([&] { EXPECT_EQ(sites.DeleteInfo(absent), 0); }),
+                    "GameID[9] SiteID[9] delete fail! "));
     EXPECT_EQ(sites.DeleteInfo(known), 1);
     EXPECT_EQ(sites.m_gameSiteMap.size(), 3u);
 }
 
 TEST_F(DirectoryTest, ListGoesOutInMessagesOfTwenty) {
     std::mt19937 random(3);
-    auto& shown = lobby->GetCenterServerHandler()->m_ServerList.m_showSiteMap;
+    auto& list = lobby->GetCenterServerHandler()->m_ServerList.m_showSiteMap[8];
     LobbyPlayer* const player = Login(5, 8);
-    const struct {
-        size_t records;
-        std::vector<std::pair<int, int>> messages;  // records, finish flag
-    } cases[] = {
-        {1, {{1, 1}}},           {19, {{19, 1}}},          {20, {{20, 1}}},
-        {21, {{20, 0}, {1, 1}}}, {40, {{20, 0}, {20, 1}}}, {45, {{20, 0}, {20, 0}, {5, 1}}},
-    };
-    for (const auto& c : cases) {
-        auto& list = shown[8];
+    for (const size_t records : {1, 19, 20, 21, 40, 45}) {
         list.clear();
-        while (list.size() < c.records)
-            list.push_back(RandomServer(random, 60000, 60000));
-        LogOf([&] { lobby->SendRoomInfoToClient(player); });
-        std::vector<tagServerInfo> got;
-        std::vector<std::pair<int, int>> messages;
-        for (const auto& sent : Received(player)) {
-            EXPECT_EQ(sent.type, 0x9003);
-            const auto msg = sent.As<tagGameServer>();
-            messages.push_back({msg.usListCount, msg.usIsFinish});
-            EXPECT_EQ(sent.bytes.size(), 12 + 116u * msg.usListCount);
-            got.insert(got.end(), msg.serverInfo, msg.serverInfo + msg.usListCount);
+        Messages expected;
+        for (size_t at = 0; at < records; at += 20) {
+            const auto count = static_cast<uint16_t>(std::min<size_t>(20, records - at));
+            const uint16_t isFinish = at + 20 >= records ? 1 : 0;
+            std::string bytes = Zeros(8) + char(isFinish) + '\0' + char(count) + '\0';
+            for (int i = 0; i < count; ++i) {
+                list.push_back(RandomServer(random, 60000, 60000));
+                bytes += BytesOf(list.back());
+            }
+            expected.emplace_back(0x9003, bytes);
         }
-        EXPECT_EQ(messages, c.messages) << c.records;
-        EXPECT_TRUE(Same(got, list)) << c.records;
+        LogOf([&] { lobby->SendRoomInfoToClient(player); });
+        EXPECT_EQ(Got(player), expected) << records;
     }
     player->m_cLoginType = LOGIN_GAME;
     lobby->SendRoomInfoToClient(player);
     player->m_cLoginType = LOGIN_LOBBY;
     player->m_iLoginSiteID = 9;  // a site without a list
     lobby->SendRoomInfoToClient(player);
-    lobby->SendRoomInfoToClient(nullptr);
     EXPECT_TRUE(Received(player).empty());
 }
 
 TEST_F(DirectoryTest, RequestsCloserThanThreeSecondsAreDropped) {
     lobby->GetCenterServerHandler()->m_ServerList.m_showSiteMap[1].resize(1);
     LobbyPlayer* const player = Login(5);
-    GameServerInfoReq req{};
     const struct {
         int user, pause;
         size_t answers;
     } cases[] = {{6, 100, 0}, {5, 0, 1}, {5, 2, 0}, {5, 1, 1}, {5, 3, 1}, {5, -10, 0}};
     for (const auto& c : cases) {
         g_testNow += c.pause;
-        req.iUserID = c.user;
-        net.Deliver(player, 0x9002, req);
+        net.Deliver(player, 0x9002, GameServerInfoReq{{}, c.user});
         EXPECT_EQ(Received(player).size(), c.answers) << c.user << ' ' << c.pause;
     }
 }
