@@ -28,8 +28,9 @@ wait_for() {
 
 redis() { redis-cli -p "$redis_port" "$@"; }
 
+# Where it was before when it is started again.
 start_redis() {
-    redis_port=$(free_port)
+    redis_port=${redis_port:-$(free_port)}
     redis-server --port "$redis_port" --bind 127.0.0.1 --save '' --appendonly no --dir "$work" \
         >"$work/redis.log" 2>&1 &
     redis_pid=$!
@@ -61,21 +62,28 @@ sim() {
     exec 3>&-
 }
 
-# make_lobby FOLDER PORT LEVEL [SED-EXPRESSION...]: a lobby of the build, as its sample
-# configuration has it but for addresses, log level and what the expressions change.
-make_lobby() {
-    local folder=$1 port=$2 level=$3 expressions=() expression
+# set_addresses FILE ADDRESS LEVEL [SED-EXPRESSION...]: a lobby's configuration with these servers,
+# that log level and what the expressions change.
+set_addresses() {
+    local file=$1 address=$2 level=$3 expressions=() expression
     shift 3
     for expression in "$@"; do expressions+=(-e "$expression"); done
-    mkdir -p "$folder"
-    cp "$bin/LobbyServer" "$servers_root"/deploy/config/*.cfg "$folder/"
     sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
         -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
         -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \
         -e "s/^data_server=.*/data_server=127.0.0.1:$data_port/" \
         -e "s/^config_server=.*/config_server=127.0.0.1:$config_port/" \
         -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
-        -e "s/^addr=.*/addr=127.0.0.1:$port/" \
+        -e "s/^addr=.*/addr=$address/" \
         -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
-        -e "s/^level=.*/level=$level/" "${expressions[@]}" "$folder/LobbyServer.cfg"
+        -e "s/^level=.*/level=$level/" "${expressions[@]}" "$file"
+}
+
+# make_lobby FOLDER PORT LEVEL [SED-EXPRESSION...]: a lobby of the build, else as its sample
+# configuration has it.
+make_lobby() {
+    local folder=$1 port=$2
+    mkdir -p "$folder"
+    cp "$bin/LobbyServer" "$servers_root"/deploy/config/*.cfg "$folder/"
+    set_addresses "$folder/LobbyServer.cfg" "127.0.0.1:$port" "${@:3}"
 }

@@ -19,6 +19,8 @@ done
 unshare --mount true 2>/dev/null || skip "no mount namespaces here"
 
 work=$(mktemp -d)
+# shellcheck source=../../scripts/servers.sh
+. "$source_tree/scripts/servers.sh"
 root=$work/root
 pids=()
 finish() {
@@ -35,20 +37,6 @@ finish() {
 trap finish EXIT
 trap 'exit 1' INT TERM
 
-# wait_for SECONDS COMMAND...: until the command succeeds
-wait_for() {
-    local end=$((SECONDS + $1)); shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || fail "gave up waiting for: $*"
-        sleep 0.1
-    done
-}
-is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
-free_port() {
-    local port
-    while port=$((20000 + RANDOM % 12000)); ! is_free "$port"; do :; done
-    echo "$port"
-}
 # in_root COMMAND...: with /proc, in a mount namespace that goes away with it
 in_root() {
     unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
@@ -120,30 +108,17 @@ check_installed() {
 }
 
 start_platform() {
-    redis_port=$(free_port)
-    redis-server --bind 127.0.0.1 --port "$redis_port" --save "" --dir "$work" >"$work/redis.log" &
-    pids+=($!)
-    "$bin/platform_sim" --ports-file "$work/ports" >"$work/platform.log" 2>&1 &
-    pids+=($!)
-    wait_for 20 test -s "$work/ports"
-    wait_for 20 redis-cli -p "$redis_port" ping
-    local pair
-    for pair in $(cat "$work/ports"); do printf -v "${pair%%=*}_port" '%s' "${pair#*=}"; done
+    start_redis
+    pids+=("$redis_pid")
+    start_simulator
+    pids+=("$sim_pid")
     lobby_port=$(free_port)
     metrics_port=$(free_port)
 }
 
 edit_configuration() {
-    sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
-        -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
-        -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \
-        -e "s/^data_server=.*/data_server=127.0.0.1:$data_port/" \
-        -e "s/^config_server=.*/config_server=127.0.0.1:$config_port/" \
-        -e "s/^log_server=.*/log_server=127.0.0.1:$log_port/" \
-        -e "s/^addr=.*/addr=127.0.0.1:$lobby_port/" \
-        -e "s/^redis_server=.*/redis_server=127.0.0.1:$redis_port/" \
-        -e "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" \
-        -e "s/^level=.*/level=DEBUG/" "$root/etc/lobby-server/LobbyServer.cfg"
+    set_addresses "$root/etc/lobby-server/LobbyServer.cfg" "127.0.0.1:$lobby_port" DEBUG \
+        "s/^;addr=.*/addr=127.0.0.1:$metrics_port/"
     expect "the edited configuration" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
 }
 

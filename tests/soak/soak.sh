@@ -11,50 +11,24 @@ bin=$(readlink -f "${4:-$root/build/release/bin}") report=${5:-$root/build/soak}
 mkdir -p "$report"
 report=$(readlink -f "$report")
 work=$(mktemp -d)
+# shellcheck source=../../scripts/servers.sh
+. "$root/scripts/servers.sh"
 RANDOM=$seed
 ulimit -n "$(ulimit -Hn)"
 kinds=(queue center config web data log)
-declare -A port control pid
-lobby= redis=
-
-free_port() {
-    while :; do
-        free=$((RANDOM % 12000 + 20000))
-        (exec 3<>"/dev/tcp/127.0.0.1/$free") 2>/dev/null || return 0
-    done
-}
-wait_for() {  # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@" 2>/dev/null; do
-        [ $SECONDS -lt $end ] || return 1
-        sleep 0.1
-    done
-}
-is_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
-ask() {  # KIND COMMAND: the first line of the simulator's answer
-    local line
-    exec 3<>"/dev/tcp/127.0.0.1/${control[$1]}" || return 1
-    echo "$2" >&3
-    read -r -t 5 line <&3
-    exec 3<&- 3>&-
-    echo "$line"
-}
+declare -A control pid
+lobby= redis_pid=
 
 # Each back-end is a process of its own, so that it can be killed and frozen alone.
 start_kind() {
-    "$bin/platform_sim" --quiet "--$1-port" "${port[$1]}" --control-port "${control[$1]}" \
+    local port=$1_port
+    "$bin/platform_sim" --quiet "--$1-port" "${!port}" --control-port "${control[$1]}" \
         --players $((players + 400)) </dev/null >"$work/$1.out" 2>&1 &
     pid[$1]=$!
 }
-start_redis() {
-    redis-server --bind 127.0.0.1 --port "$redis_port" --dir "$work" --save '' --appendonly no \
-        >/dev/null 2>&1 &
-    redis=$!
-}
 finish() {
-    kill -CONT "${pid[@]}" $redis 2>/dev/null
-    kill -KILL ${lobby:+$lobby} "${pid[@]}" $redis ${helpers[@]+"${helpers[@]}"} 2>/dev/null
+    kill -CONT "${pid[@]}" $redis_pid 2>/dev/null
+    kill -KILL ${lobby:+$lobby} "${pid[@]}" $redis_pid ${helpers[@]+"${helpers[@]}"} 2>/dev/null
     wait 2>/dev/null
     mountpoint -q "$work/lobby/log" && umount -l "$work/lobby/log"
     rm -rf "$work"
@@ -64,51 +38,40 @@ trap finish EXIT
 trap 'exit 130' INT TERM
 
 for kind in "${kinds[@]}"; do
-    free_port; port[$kind]=$free
-    free_port; control[$kind]=$free
+    printf -v "${kind}_port" '%s' "$(free_port)"
+    control[$kind]=$(free_port)
     start_kind "$kind"
 done
-free_port; redis_port=$free
-start_redis
-for kind in "${kinds[@]}"; do wait_for 10 is_open "${port[$kind]}" || { echo "no $kind server"; exit 2; }; done
+start_redis || exit 2
+for kind in "${kinds[@]}"; do
+    port=${kind}_port
+    wait_for 10 listens "${!port}" || exit 2
+done
 
 # A log folder of its own that can be filled to the brim, where mounting is allowed.
 mkdir -p "$work/lobby/log"
 disk=
 mount -t tmpfs -o size=4m tmpfs "$work/lobby/log" 2>/dev/null && disk=yes
-cp "$bin/LobbyServer" "$work/lobby/"
-free_port; lobby_port=$free
-cat >"$work/lobby/LobbyServer.cfg" <<CFG
-[network]
-interval=2
-timeout=20
-MAX_SEND_COUNT=400
-MAX_RECV_COUNT=200
-[init]
-sendbulletintime=1
-[connect]
-center_server=127.0.0.1:${port[center]}
-bulletin_server=127.0.0.1:${port[web]}
-queue_server=127.0.0.1:${port[queue]}
-data_server=127.0.0.1:${port[data]}
-config_server=127.0.0.1:${port[config]}
-log_server=127.0.0.1:${port[log]}
-[listen]
-addr=127.0.0.1:$lobby_port
-maxconnection=$((players + 2600))
-[Redis]
-redis_server=127.0.0.1:$redis_port
-timeout=1
-[log]
-level=ERROR
-CFG
-"$work/lobby/LobbyServer" </dev/null >/dev/null 2>"$report/lobby.err" &
+lobby_port=$(free_port)
+make_lobby "$work/lobby" "$lobby_port" ERROR \
+    's/^interval=.*/interval=2/' 's/^timeout=.*/timeout=20/' '/^\[Redis\]/,$ s/^timeout=.*/timeout=1/' \
+    's/^MAX_SEND_COUNT=.*/MAX_SEND_COUNT=400/' 's/^MAX_RECV_COUNT=.*/MAX_RECV_COUNT=200/' \
+    's/^sendbulletintime=.*/sendbulletintime=1/' "s/^maxconnection=.*/maxconnection=$((players + 2600))/"
+
+# A clock that can be stepped, where there is one. It cannot stand before a sanitizer's run-time.
+clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
+! ldd "$bin/LobbyServer" | grep -q 'lib[at]san' || clock=
+echo +0 >"$work/clock"
+env ${clock:+LD_PRELOAD="$clock" FAKETIME_TIMESTAMP_FILE="$work/clock" FAKETIME_CACHE_DURATION=1
+    FAKETIME_DONT_FAKE_MONOTONIC=1 NO_FAKE_STAT=1} \
+    "$work/lobby/LobbyServer" </dev/null >/dev/null 2>"$report/lobby.err" &
 lobby=$!
-wait_for 30 is_open "$lobby_port" || { echo "the lobby does not start"; cat "$report/lobby.err"; exit 2; }
+wait_for 30 listens "$lobby_port" || { cat "$report/lobby.err"; exit 2; }
 
 descriptors() { ls "/proc/$lobby/fd" 2>/dev/null | wc -l; }
 resident() { awk '/^VmRSS/ { print $2 }' "/proc/$lobby/status" 2>/dev/null; }
-base_before=$(ask queue totals | grep -o 'base=[0-9-]*')
+base() { control_port=${control[queue]} sim totals | grep -o 'base=[0-9-]*'; }
+base_before=$(base)
 fds_before=$(descriptors)
 echo "soak: $minutes minutes, seed $seed, $players players, lobby $lobby on port $lobby_port"
 
@@ -146,17 +109,17 @@ say() { echo "$((SECONDS - begin)) $*" >>"$faults"; }
 kill_kind() { kill -KILL "${pid[$1]}"; wait "${pid[$1]}" 2>/dev/null; }
 fault() {
     local kind=${kinds[RANDOM % ${#kinds[@]}]} time=$((RANDOM % 4 + 1))
-    case $((RANDOM % 8)) in
+    case $((RANDOM % 9)) in
         0 | 1) say "kill $kind, $time s"; kill_kind "$kind"; pass $time; start_kind "$kind" ;;
         2 | 3) say "freeze $kind, $time s"; kill -STOP "${pid[$kind]}"; pass $time; kill -CONT "${pid[$kind]}" ;;
-        4) say "kill redis, $time s"; kill -KILL "$redis"; wait "$redis" 2>/dev/null; pass $time; start_redis ;;
-        5) say "freeze redis, $time s"; kill -STOP "$redis"; pass $time; kill -CONT "$redis" ;;
+        4) say "kill redis, $time s"; kill -KILL "$redis_pid"; wait "$redis_pid" 2>/dev/null; pass $time; start_redis ;;
+        5) say "freeze redis, $time s"; kill -STOP "$redis_pid"; pass $time; kill -CONT "$redis_pid" ;;
         6) if [ $((RANDOM % 2)) = 0 ]; then
                say "freeze everything, $time s"
-               kill -STOP "${pid[@]}" "$redis"; pass $time; kill -CONT "${pid[@]}" "$redis"
+               kill -STOP "${pid[@]}" "$redis_pid"; pass $time; kill -CONT "${pid[@]}" "$redis_pid"
            else
                say "kill everything, $time s"
-               kill -KILL "$redis"; wait "$redis" 2>/dev/null
+               kill -KILL "$redis_pid"; wait "$redis_pid" 2>/dev/null
                for kind in "${kinds[@]}"; do kill_kind "$kind"; done
                pass $time
                for kind in "${kinds[@]}"; do start_kind "$kind"; done
@@ -165,7 +128,12 @@ fault() {
         7) say "log disk full, $time s${disk:+ (mounted)}"
            [ -n "$disk" ] && dd if=/dev/zero of="$work/lobby/log/full" bs=64k 2>/dev/null
            pass $time
-           rm -f "$work/lobby/log/full" "$work"/lobby/log/test.log.* ;;
+           rm -f "$work/lobby/log/full" "$work"/lobby/log/*.log.* ;;
+        8) local step=$((RANDOM % 2 * 7200 - 3600))
+           say "clock stepped by $step s, $time s${clock:+ (faked)}"
+           printf '%+d\n' "$step" >"$work/clock"
+           pass $((time + 1))
+           echo +0 >"$work/clock" ;;
     esac
 }
 while [ $((SECONDS - begin)) -lt $((total - quiet)) ] && kill -0 "$lobby" 2>/dev/null; do
@@ -180,7 +148,7 @@ sample
 # Everybody logs in once more and works, with no error allowed.
 load served -n "$players" -d 10 --warmup 0 players --think 0.5 --seed "$seed" --first-user 20001
 served=$?
-base_after=$(ask queue totals | grep -o 'base=[0-9-]*')
+base_after=$(base)
 gone() { [ "$(descriptors)" -le $((fds_before + 12)) ]; }  # Redis and the log come and go
 wait_for 30 gone; left=$?
 fds_after=$(descriptors) peak=$(awk -F, 'NR > 1 && $3 > max { max = $3 } END { print max + 0 }' "$samples")
