@@ -61,24 +61,15 @@ test('requests of one kind go out one at a time, others beside them', async (t) 
   assert.equal((await second).ucResultType, 156);
 });
 
-test('every request carries the session and the values it was given', async (t) => {
+// That they carry the right values is seen with the real lobby, but for what it does not look at.
+test('requests carry the session; each that has an answer has a time-out', async (t) => {
   const { lobby, socket } = await connected({ timeoutMs: 20 });
   t.after(() => lobby.close());
   lobby.login(7, 'token', 3).catch(() => {});
   const cases = [
-    [() => lobby.bankLogin('pw'), { iUserID: 7, szBankPass: 'pw' }],
     [() => lobby.take(5, 'pw'), { iUserID: 7, iSiteID: 3, llGetNum: 5n, szBankerPwd: 'pw' }],
     [() => lobby.save(6), { iUserID: 7, iSiteID: 3, llSaveCoinNum: 6n, llGameWinCoinNum: 0n }],
     [() => lobby.bankPassword('a', 'b', '1'), { szOldPassWd: 'a', szNewPassWd: 'b', szCode: '1' }],
-    [() => lobby.loginPassword('a', 'b'), { iUserID: 7, szOldPassWd: 'a', szNewPassWd: 'b' }],
-    [() => lobby.gender(2), { iUserId: 7, iGender: 2 }],
-    [() => lobby.signature('hi'), { iUserId: 7, szPersonalSignature: 'hi' }],
-    [() => lobby.faceId(9), { iUserId: 7, iFaceId: 9 }],
-    [() => lobby.mobile('123'), { iUserId: 7, szMobileNumber: '123' }],
-    [() => lobby.realName('N', 'I'), { iUserId: 7, szRealName: 'N', szIdentity: 'I' }],
-    [() => lobby.refreshCoin(), { iUserId: 7 }],
-    [() => lobby.exchange(8, 4), { iRecvUserID: 8, llExhangeCoin: 4n }],
-    [() => lobby.tournament(), { iUserID: 7 }],
     [async () => lobby.subscribe('k', 3, 100), { szKey: 'k', iMainID: 3, iSubID: 100 }],
     [async () => lobby.unsubscribe('k'), { szKey: 'k' }],
     [async () => lobby.activity(20180901, { level: 2 }), { iActivityId: 20180901, iLevel: 2 }],

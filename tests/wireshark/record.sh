@@ -6,6 +6,8 @@ set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")"
 bin=$(readlink -f ../../build/release/bin)
 work=$(mktemp -d)
+# shellcheck source=../../scripts/servers.sh
+. ../../scripts/servers.sh
 pids=()
 finish() {
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
@@ -14,64 +16,44 @@ finish() {
 }
 trap finish EXIT
 
-wait_for() {
-    local end=$((SECONDS + 20))
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$end" ] || { echo "gave up waiting for: $*" >&2; exit 1; }
-        sleep 0.1
-    done
-}
-# sim COMMAND...: control commands of the simulated platform, each one word
-sim() {
-    local line answer
-    for line in "$@"; do
-        exec 3<>"/dev/tcp/127.0.0.1/9107" || return 1
-        echo "$line" >&3
-        while read -r answer <&3; do
-            case "$answer" in ok) break ;; error*) echo "$line: $answer" >&2; break ;; esac
-        done
-        exec 3>&-
-    done
-}
 player() { "$bin/lobby_client" --port 9100 --user "$@" >/dev/null || true; }
 
 tshark -q -i lo -F pcap -w "$work/session.pcap" -f 'tcp portrange 9100-9106' 2>"$work/tshark.log" &
 pids+=($!)
-wait_for grep -q 'Capture started' "$work/tshark.log"
-redis-server --port 9108 --bind 127.0.0.1 --save '' --dir "$work" >/dev/null &
-pids+=($!)
-"$bin/platform_sim" --quiet --center-port 9101 --web-port 9102 --queue-port 9103 \
-    --data-port 9104 --config-port 9105 --log-port 9106 --control-port 9107 </dev/null >/dev/null &
-pids+=($!)
-wait_for redis-cli -p 9108 ping
-wait_for sim help
-mkdir "$work/lobby"
-cp "$bin/LobbyServer" ../../deploy/config/*.cfg "$work/lobby/"
-sed -i -e 's/^redis_server=.*/redis_server=127.0.0.1:9108/' -e 's/^sendbulletintime=.*/sendbulletintime=1/' \
-    "$work/lobby/LobbyServer.cfg"
+wait_for 20 grep -q 'Capture started' "$work/tshark.log"
+redis_port=9108
+start_redis
+pids+=("$redis_pid")
+start_simulator --quiet --center-port 9101 --web-port 9102 --queue-port 9103 --data-port 9104 \
+    --config-port 9105 --log-port 9106
+pids+=("$sim_pid")
+make_lobby "$work/lobby" 9100 WARN 's/^sendbulletintime=.*/sendbulletintime=1/'
 "$work/lobby/LobbyServer" >"$work/lobby.log" &
 lobby=$!
 pids+=($lobby)
-wait_for bash -c 'exec 3<>/dev/tcp/127.0.0.1/9100'
+wait_for 20 listens 9100
 
 player 10001 login bank-login take 500 save 200 keep-alive
 player 10002 --ws login bank-login take 500 server-list tournament
 player 10003 login nickname 明月 gender 1 signature hello face 3 mobile 13800138000 \
     real-name 王小明 11010519491231002X passwd 888888 999999 login-password 123456 654321
-sim keys vip
+sim keys
+sim vip
 "$bin/lobby_client" --watch --port 9100 --user 10004 login subscribe farm.harvest >"$work/four" &
 pids+=($!)
 "$bin/lobby_client" --watch --ws --port 9100 --user 10005 login >"$work/five" &
 pids+=($!)
-wait_for grep -q LobbyAuthenRes "$work/four"
-wait_for grep -q LobbyAuthenRes "$work/five"
+wait_for 20 grep -q LobbyAuthenRes "$work/four"
+wait_for 20 grep -q LobbyAuthenRes "$work/five"
 player 10001 login exchange 10004 25 refresh activity 20180901 1 1
-sim 'recharge 10004 750' 'consume 10005' 'sync 10005 3 44' 'farm key farm.harvest ripe' \
+for command in 'recharge 10004 750' 'consume 10005' 'sync 10005 3 44' 'farm key farm.harvest ripe' \
     'farm all market day' 'bulletin win a prize' 'bulletin sys maintenance tonight' \
     'server online 1200 77' 'server close 1201' 'server remove 1202' 'site withdraw 1 103' \
-    'activity 20180901 close' 'global 1 hello' 'kick 10005'
-wait_for grep -q WinBulletinNotice "$work/four"
-wait_for grep -q LobbyKickOutNotice "$work/five"
+    'activity 20180901 close' 'global 1 hello' 'kick 10005'; do
+    sim "$command" || true
+done
+wait_for 20 grep -q WinBulletinNotice "$work/four"
+wait_for 20 grep -q LobbyKickOutNotice "$work/five"
 # A client whose messages come in pieces: a connect notice of 68 bytes, then two keep-alives, the
 # second one encrypted (its body is empty).
 exec 4<>/dev/tcp/127.0.0.1/9100

@@ -32,8 +32,25 @@ T Zeroed() {
 }
 
 template <class T>
+T From(const PlayerFacts& player) {
+    auto message = Zeroed<T>();
+    if constexpr (requires { message.iUserID; }) {
+        message.iUserID = player.id;
+    } else {
+        message.iUserId = player.id;
+    }
+    return message;
+}
+
+template <class T>
 void Send(Link& link, uint16_t type, T message) {
     link.Send(type, &message, sizeof(message));
+}
+
+// A request of nothing but the player's id.
+template <class T, uint16_t TYPE>
+void Ask(Link& link, const PlayerFacts& player) {
+    Send(link, TYPE, From<T>(player));
 }
 
 void KeepAlive(Link& link, const PlayerFacts&) {
@@ -41,15 +58,13 @@ void KeepAlive(Link& link, const PlayerFacts&) {
 }
 
 void BankLogin(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<UserBankLoginReq>();
-    message.iUserID = player.id;
+    auto message = From<UserBankLoginReq>(player);
     Fill(message.szBankPass, kBankPassword);
     Send(link, BANK_LOGIN_C2S, message);
 }
 
 void Take(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<GetBankCoinReq>();
-    message.iUserID = player.id;
+    auto message = From<GetBankCoinReq>(player);
     message.iSiteID = player.site;
     message.llGetNum = 1;
     Fill(message.szBankerPwd, kBankPassword);
@@ -57,8 +72,7 @@ void Take(Link& link, const PlayerFacts& player) {
 }
 
 void Save(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<SaveCoinReq>();
-    message.iUserID = player.id;
+    auto message = From<SaveCoinReq>(player);
     message.iSiteID = player.site;
     message.llSaveCoinNum = 1;
     Send(link, BANK_SAVE_COIN_C2S, message);
@@ -66,71 +80,51 @@ void Save(Link& link, const PlayerFacts& player) {
 
 // From the password to itself, so that the next one works too.
 void BankPassword(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ModifyBankPasswdReq>();
-    message.iUserID = player.id;
+    auto message = From<ModifyBankPasswdReq>(player);
     Fill(message.szOldPassWd, kBankPassword);
     Fill(message.szNewPassWd, kBankPassword);
     Send(link, BANK_MODIFY_PASSWD_C2S, message);
 }
 
 void Password(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<tagModifyPassWordReq>();
-    message.iUserID = player.id;
+    auto message = From<tagModifyPassWordReq>(player);
     Fill(message.szOldPassWd, kPassword);
     Fill(message.szNewPassWd, kPassword);
     Send(link, MODIFY_PASSWORD_C2S, message);
 }
 
-void Refresh(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<RechargeReFreshCoinReq>();
-    message.iUserId = player.id;
-    Send(link, REFRESH_COIN_C2S, message);
-}
-
-void ServerList(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<GameServerInfoReq>();
-    message.iUserID = player.id;
-    Send(link, MSG_CLIENT_SERVER_INFO_REQ, message);
-}
-
 void Nickname(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ModifyNickNameReq>();
-    message.iUserId = player.id;
+    auto message = From<ModifyNickNameReq>(player);
     Fill(message.szNickName, "player" + std::to_string(player.id));
     Send(link, MODIFY_NICKNAME_C2S, message);
 }
 
 void Gender(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ModifyGenderReq>();
-    message.iUserId = player.id;
+    auto message = From<ModifyGenderReq>(player);
     message.iGender = static_cast<int32_t>(player.turn % 2);
     Send(link, MODIFY_GENDER_C2S, message);
 }
 
 void Signature(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ModifyPersonalSignatureReq>();
-    message.iUserId = player.id;
+    auto message = From<ModifyPersonalSignatureReq>(player);
     Fill(message.szPersonalSignature, "luck is a matter of patience");
     Send(link, MODIFY_SIGNATURE_C2S, message);
 }
 
 void FaceId(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ModifyFaceIdReq>();
-    message.iUserId = player.id;
+    auto message = From<ModifyFaceIdReq>(player);
     message.iFaceId = 1;
     Send(link, MODIFY_FACE_ID_C2S, message);
 }
 
 void Mobile(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<BindingMobileReq>();
-    message.iUserId = player.id;
+    auto message = From<BindingMobileReq>(player);
     Fill(message.szMobileNumber, "138" + std::to_string(10000000 + player.id));
     Send(link, BINDING_MOBILE_C2S, message);
 }
 
 void RealName(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<RealNameAuthenReq>();
-    message.iUserId = player.id;
+    auto message = From<RealNameAuthenReq>(player);
     Fill(message.szRealName, "Jo Player");
     Fill(message.szIdentity, "110101199001011234");
     Send(link, REAL_NAME_C2S, message);
@@ -141,12 +135,6 @@ void Exchange(Link& link, const PlayerFacts& player) {
     message.iRecvUserID = player.partner;
     message.llExhangeCoin = 1;
     Send(link, EXCHANGE_COIN_C2S, message);
-}
-
-void Tournament(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ClientLobbyCompeteReq>();
-    message.iUserID = player.id;
-    Send(link, MSG_CLIENT_COMPETE_REQ, message);
 }
 
 // Neither is answered; the keep-alive behind it comes back once it has been dealt with.
@@ -166,8 +154,10 @@ constexpr Operation kOperations[] = {
     {"save", BANK_SAVE_COIN_S2C, 3, 8, AnswerCode::Int8, Save},
     {"bank-password", BANK_MODIFY_PASSWD_S2C, 3, 1, AnswerCode::Byte8, BankPassword},
     {"password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8, Password},
-    {"refresh", REFRESH_COIN_S2C, 2, 10, AnswerCode::Int12, Refresh},
-    {"server-list", MSG_CLIENT_SERVER_INFO_RES, 4, 10, AnswerCode::None, ServerList},
+    {"refresh", REFRESH_COIN_S2C, 2, 10, AnswerCode::Int12,
+     Ask<RechargeReFreshCoinReq, REFRESH_COIN_C2S>},
+    {"server-list", MSG_CLIENT_SERVER_INFO_RES, 4, 10, AnswerCode::None,
+     Ask<GameServerInfoReq, MSG_CLIENT_SERVER_INFO_REQ>},
     {"nickname", MODIFY_NICKNAME_S2C, 0, 2, AnswerCode::Int8, Nickname},
     {"gender", MODIFY_GENDER_S2C, 0, 2, AnswerCode::Int8, Gender},
     {"signature", MODIFY_SIGNATURE_S2C, 0, 2, AnswerCode::Int8, Signature},
@@ -175,7 +165,8 @@ constexpr Operation kOperations[] = {
     {"mobile", BINDING_MOBILE_S2C, 0, 1, AnswerCode::Int8, Mobile},
     {"real-name", REAL_NAME_S2C, 0, 1, AnswerCode::Int8, RealName},
     {"exchange", EXCHANGE_COIN_S2C, 7, 2, AnswerCode::Int8, Exchange},
-    {"tournament", MSG_CLIENT_COMPETE_RES, 0, 5, AnswerCode::None, Tournament},
+    {"tournament", MSG_CLIENT_COMPETE_RES, 0, 5, AnswerCode::None,
+     Ask<ClientLobbyCompeteReq, MSG_CLIENT_COMPETE_REQ>},
     {"subscribe", MSG_KEEP_ALIVE, 0, 5, AnswerCode::None, Subscribe},
 };
 
@@ -233,8 +224,7 @@ std::vector<uint32_t> ParseMix(const std::string& text) {
 }
 
 void SendLogin(Link& link, const PlayerFacts& player, const std::string& token) {
-    auto message = Zeroed<tagLobbyClientConnectNotice>();
-    message.iUserID = player.id;
+    auto message = From<tagLobbyClientConnectNotice>(player);
     message.iLobbySiteID = player.site;
     Fill(message.szToken, token);
     Fill(message.szChannelID, "load");
