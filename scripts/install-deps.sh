@@ -10,7 +10,7 @@ packages=(build-essential cmake ninja-build pkg-config git ca-certificates procp
           prometheus-cpp-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
-    packages+=(chromium mmdebstrap tshark haproxy nginx-light socat openssl iproute2)
+    packages+=(chromium faketime mmdebstrap tshark haproxy nginx-light socat openssl iproute2)
 fi
 
 missing=()

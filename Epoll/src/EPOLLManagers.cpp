@@ -5,6 +5,7 @@
 
 #include "EPOLLConnection.h"
 #include "Epoll.h"
+#include "Epoll/NetMetrics.h"
 
 using Guard = std::lock_guard<CMutex>;
 
@@ -42,17 +43,20 @@ EPOLLBufferManager::~EPOLLBufferManager() {
 }
 
 void* EPOLLBufferManager::AllocateBuffer() {
+    g_ReceiveBlocks.taken.Add();
     {
         const std::lock_guard guard(m_Lock);
         if (m_lpFreeBuffer != nullptr) {
             return std::exchange(m_lpFreeBuffer, m_lpFreeBuffer->next)->data;
         }
     }
+    g_ReceiveBlocks.made.Add();
     return (new Block)->data;
 }
 
 void EPOLLBufferManager::FreeBuffer(void* buffer) {
     if (buffer == nullptr) return;
+    g_ReceiveBlocks.returned.Add();
     auto* block = static_cast<Block*>(buffer);  // data is its first member
     const std::lock_guard guard(m_Lock);
     block->next = m_lpFreeBuffer;

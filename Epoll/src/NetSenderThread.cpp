@@ -173,14 +173,16 @@ void NetSender::DropEntries(long count) {
     WriteHold* hold = WriteHold::Mine();
     tagSendBuffer* first = nullptr;
     tagSendBuffer* last = nullptr;
+    uint64_t freed = 0;
     for (long i = 0; i < count; ++i) {
         tagSendBuffer* entry = m_lpEntries[i];
         if (!WasLastReference(entry)) continue;
         if (hold != nullptr && hold->Keep(entry)) continue;
         entry->__p_next = std::exchange(first, entry);
         if (last == nullptr) last = entry;
+        ++freed;
     }
-    if (first != nullptr) g_SendFactory.FreeNodes(first, last);
+    if (first != nullptr) g_SendFactory.FreeNodes(first, last, freed);
 }
 
 void NetSender::ReleaseClosed(EPOLLBuffer* context) {

@@ -200,6 +200,16 @@ void Collector::AddWorker(Families& all) const {
         .Add(Level(taken, net.recordsQueued.Value()));
     GaugeFamily(all, "lobby_send_queue_depth", "Messages queued and not yet written.")
         .Add(Level(settled, net.clients.out.Total() + net.backEnds.out.Total()));
+    Family buffers = GaugeFamily(all, "lobby_buffers", "Buffers of 4 KiB, kept once they are made.");
+    const auto pool = [&](const PoolCounters& counters, const char* name) {
+        const uint64_t returned = counters.returned.Value();
+        const double inUse = Level(returned, counters.taken.Value());
+        buffers.Add(inUse, {{"pool", name}, {"state", "in_use"}});
+        buffers.Add(std::max(static_cast<double>(counters.made.Value()) - inUse, 0.0),
+                    {{"pool", name}, {"state", "free"}});
+    };
+    pool(g_SendBlocks, "send");
+    pool(g_ReceiveBlocks, "receive");
     HistogramFamily(all, "lobby_worker_pass_seconds",
                     "Time the message worker spends on what one look at its queue brings.")
         .Add(net.pass);

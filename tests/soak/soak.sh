@@ -53,10 +53,11 @@ mkdir -p "$work/lobby/log"
 disk=
 mount -t tmpfs -o size=4m tmpfs "$work/lobby/log" 2>/dev/null && disk=yes
 lobby_port=$(free_port)
+metrics_port=$(free_port)
 make_lobby "$work/lobby" "$lobby_port" ERROR \
     's/^interval=.*/interval=2/' 's/^timeout=.*/timeout=20/' '/^\[Redis\]/,$ s/^timeout=.*/timeout=1/' \
     's/^MAX_SEND_COUNT=.*/MAX_SEND_COUNT=400/' 's/^MAX_RECV_COUNT=.*/MAX_RECV_COUNT=200/' \
-    's/^sendbulletintime=.*/sendbulletintime=1/' "s/^maxconnection=.*/maxconnection=$((players + 2600))/"
+    's/^sendbulletintime=.*/sendbulletintime=1/' "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" "s/^maxconnection=.*/maxconnection=$((players + 2600))/"
 
 # A clock that can be stepped, where there is one. It cannot stand before a sanitizer's run-time.
 clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
@@ -70,6 +71,13 @@ wait_for 30 listens "$lobby_port" || { cat "$report/lobby.err"; exit 2; }
 
 descriptors() { ls "/proc/$lobby/fd" 2>/dev/null | wc -l; }
 resident() { awk '/^VmRSS/ { print $2 }' "/proc/$lobby/status" 2>/dev/null; }
+# buffers [STATE]: how many there are of 4 KiB, in all or in use; the lobby keeps those it made.
+buffers() {
+    exec 4<>"/dev/tcp/127.0.0.1/$metrics_port" || return
+    printf 'GET /metrics HTTP/1.0\r\n\r\n' >&4
+    awk -v state="${1:-}" '/^lobby_buffers/ && $0 ~ state { n += $2 } END { print n + 0 }' <&4
+    exec 4>&-
+}
 base() { control_port=${control[queue]} sim totals | grep -o 'base=[0-9-]*'; }
 base_before=$(base)
 fds_before=$(descriptors)
@@ -91,11 +99,11 @@ quiet=$((total > 120 ? 30 : 15))  # at the end, without faults
 helpers=("${loads[@]}" $!)
 
 samples=$report/samples.csv
-echo "second,descriptors,resident_kib" >"$samples"
+echo "second,descriptors,resident_kib,buffers_kib" >"$samples"
 faults=$report/faults.txt
 : >"$faults"
 begin=$SECONDS
-sample() { echo "$((SECONDS - begin)),$(descriptors),$(resident)" >>"$samples"; }
+sample() { echo "$((SECONDS - begin)),$(descriptors),$(resident),$(($(buffers) * 4128 / 1024))" >>"$samples"; }
 pass() {  # SECONDS, sampling
     local i
     for ((i = 0; i < $1; ++i)); do
@@ -152,8 +160,10 @@ base_after=$(base)
 gone() { [ "$(descriptors)" -le $((fds_before + 12)) ]; }  # Redis and the log come and go
 wait_for 30 gone; left=$?
 fds_after=$(descriptors) peak=$(awk -F, 'NR > 1 && $3 > max { max = $3 } END { print max + 0 }' "$samples")
-# Memory of the first third, when all pools have been filled once, against that at the end.
-memory=$(awk -F, 'NR > 1 && $3 { r[++n] = $3 } END {
+# What is not buffers, in the first third and at the end: buffers are as many as the busiest moment
+# took, which may come at any time, but none may get lost.
+in_use=$(buffers in_use) made=$(buffers)
+memory=$(awk -F, 'NR > 1 && $3 { r[++n] = $3 - $4 } END {
     for (i = 1; i <= n; ++i) if (i <= n / 3 + 1 && r[i] > early) early = r[i]
     for (i = n - 5; i <= n; ++i) if (i > 0 && r[i] > late) late = r[i]
     print early + 0, late + 0 }' "$samples")
@@ -173,7 +183,8 @@ check() {  # 0 OR A FAILURE, TEXT
     echo "soak of $minutes minutes, seed $seed, $players players, $(grep -c ' s' "$faults") faults, $(grep -vc '^ ' "$report/hostile.txt") hostile clients"
     check $((alive + status + sanitizer)) "no crash; exit status $status after SIGTERM, $sanitizer sanitizer reports"
     check $left "descriptors: $fds_before before, $fds_after when all had left"
-    check $([ "$late" -le $((early * 5 / 4 + 32768)) ]; echo $?) "memory: $early KiB in the first third, $late KiB at the end, peak $peak KiB"
+    check $([ "$late" -le $((early * 5 / 4 + 8192)) ]; echo $?) "memory but buffers: $early KiB in the first third, $late KiB at the end; with them $peak KiB"
+    check $([ "$in_use" -le 128 ]; echo $?) "buffers: $in_use in use when all had left, of $made"
     check $([ -n "$base_before" ] && [ "$base_before" = "$base_after" ]; echo $?) "coins: $base_before before, $base_after after"
     check $served "all $players players served afterwards, without an error; worst $(worst "$report/served.json")"
     echo "  worst answer while there were faults: $(worst "$report/tcp.json" "$report/ws.json")"

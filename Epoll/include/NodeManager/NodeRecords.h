@@ -34,7 +34,7 @@ struct HostList {
 };
 
 // Recycler of every send buffer of the process.
-inline NodeRecycle<tagSendBuffer> g_SendFactory;
+inline NodeRecycle<tagSendBuffer> g_SendFactory{&g_SendBlocks};
 
 // Gives up one reference; true with the last one: the caller then frees the buffer. Any thread.
 inline bool WasLastReference(tagSendBuffer* buffer) {

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Epoll/NetMetrics.h"
 #include "NodeManager/NodeTemplet.h"
 
 // Keeps freed records on a stack and hands them out again; only an empty pool asks the heap, and
@@ -15,6 +16,8 @@ template <class T>
 class NodeRecycle : public NodeFactory<T> {
   public:
     NodeRecycle() = default;
+    // With counters, which must outlive it.
+    explicit NodeRecycle(PoolCounters* counters) : m_lpCounters(counters) {}
     ~NodeRecycle() override {
         FreeStack(m_write);
         FreeStack(m_read);
@@ -35,17 +38,20 @@ class NodeRecycle : public NodeFactory<T> {
             m_read = node->__p_next;
         } else {
             node = static_cast<T*>(::operator new(sizeof(T)));
+            if (m_lpCounters != nullptr) m_lpCounters->made.Add();
         }
+        if (m_lpCounters != nullptr) m_lpCounters->taken.Add();
         node->__p_next = nullptr;
         return node;
     }
 
     void FreeNode(T* node) override {
-        if (node != nullptr) FreeNodes(node, node);
+        if (node != nullptr) FreeNodes(node, node, 1);
     }
 
-    // Takes back records linked through __p_next, `first` to `last`, in one go.
-    void FreeNodes(T* first, T* last) {
+    // Takes back `count` records linked through __p_next, `first` to `last`, in one go.
+    void FreeNodes(T* first, T* last, uint64_t count) {
+        if (m_lpCounters != nullptr) m_lpCounters->returned.Add(count);
         T* head = m_write.load(std::memory_order_relaxed);
         do {
             last->__p_next = head;
@@ -62,6 +68,7 @@ class NodeRecycle : public NodeFactory<T> {
     std::atomic<T*> m_write{nullptr};  // freed records
     T* m_read = nullptr;               // records to hand out; guarded by m_lockRead
     NodeLock m_lockRead;
+    PoolCounters* const m_lpCounters = nullptr;  // not owned; null: not counted
 };
 
 template <class T>

@@ -50,5 +50,15 @@ struct NetMetrics {
     Counter messagesSettled;       // written or dropped; the rest of those counted above waits
 };
 
+// The blocks of a pool: 4 KiB each, which stay the process's once they are made. Counted always,
+// as what happened before anybody looked matters. Any thread.
+struct PoolCounters {
+    Counter made;                  // from the heap
+    alignas(64) Counter taken;     // handed out
+    alignas(64) Counter returned;  // read this before `taken`
+};
+inline PoolCounters g_SendBlocks;     // messages to send
+inline PoolCounters g_ReceiveBlocks;  // received bytes
+
 // Set before the framework starts.
 inline MetricsSlot<NetMetrics> g_NetMetrics;
