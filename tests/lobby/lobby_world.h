@@ -45,11 +45,6 @@ class LobbyTest : public DirectoryTest {
         return sent.size() == 1 ? sent[0] : Sent{};
     }
     bool Nothing(IPlayerNode* node) { return Received(node).empty(); }
-    template <class T>
-    static std::string BytesOf(const T& message) {
-        return {reinterpret_cast<const char*>(&message), sizeof(message)};
-    }
-
     // A message without zeros, with an int32 at byte 8.
     static std::string Pattern(size_t size, int32_t first) {
         std::string bytes(size, '\0');
@@ -68,8 +63,5 @@ class LobbyTest : public DirectoryTest {
     // Both without their headers, which the network fills.
     static std::string Body(const std::string& bytes, size_t size = std::string::npos) {
         return bytes.size() < 8 ? "" : bytes.substr(8, size == std::string::npos ? size : size - 8);
-    }
-    static bool Has(const std::string& log, const std::string& text) {
-        return log.find(text) != std::string::npos;
     }
 };

@@ -57,7 +57,7 @@ TEST_F(LobbyTest, RefusedNoticesCloseTheirConnection) {
     for (const auto& c : cases) {
         lobby->m_iLobbyStopSwitch = c.stopSwitch;
         IPlayerNode* node = net.Connect();
-        DeliverBytes(node, 0xA1, c.bytes);
+        net.Deliver(node, 0xA1, c.bytes);
         EXPECT_TRUE(net.IsClosed(node));
         EXPECT_EQ(static_cast<LobbyPlayer*>(node)->m_cLoginType, 0);
         net.Settle();
@@ -73,7 +73,7 @@ TEST_F(LobbyTest, LoginAnswersOfTheWrongLengthOrForNobodyChangeNothing) {
     for (const size_t length : {279u, 281u}) {
         std::string bytes = BytesOf(info);
         bytes.resize(length);
-        DeliverBytes(Link(QUEUE), 0xA002, bytes);
+        net.Deliver(Link(QUEUE), 0xA002, bytes);
         EXPECT_TRUE(Nothing(player));
     }
     net.Hangup(player);
@@ -190,22 +190,22 @@ TEST_F(LobbyTest, VipLevelOfAnAmount) {
 }
 
 TEST_F(LobbyTest, BroadcastReachesEverySessionDespiteFailedSends) {
-    LobbyPlayer* a = Online(1);
-    LobbyPlayer* b = Online(2);
-    LobbyPlayer* c = Online(3);
+    LobbyPlayer* players[] = {Online(1), Online(2), Online(3)};
     net.failSend = [&](IPlayerNode* node, uint16_t) {
-        if (node == b) net.Hangup(b);  // the worst case: gone while the list is walked
-        return node == b;
+        const bool fails = node == players[1];
+        if (fails) net.Hangup(node);  // the worst case: gone while the list is walked
+        return fails;
     };
     char msg[12] = {};
     lobby->SendMsgToAllLobbyClent(0xB4, msg, sizeof(msg));
     net.failSend = nullptr;
-    EXPECT_EQ(Only(a).type, 0xB4);
-    EXPECT_EQ(Only(c).type, 0xB4);
     lobby->SendMsgToPlayerByID(3, 0xB5, msg, sizeof(msg));
-    EXPECT_EQ(Only(c).type, 0xB5);
-    EXPECT_TRUE(Has(LogOf([&] { lobby->SendMsgToPlayerByID(2, 0xB5, msg, sizeof(msg)); }),
-                    "userid[2] not found! msg type[0xb5]"));
-    EXPECT_TRUE(Has(LogOf([&] { lobby->SendMsgToPlayerByID(3, 0xB5, nullptr, 12); }),
-                    "[ERROR] [LobbyClientHandler::SendMsgToPlayerByID] userid[3]"));
+    EXPECT_EQ(Only(players[0]).type, 0xB4);
+    EXPECT_EQ(Got(players[2]), (Messages{{0xB4, Zeros(12)}, {0xB5, Zeros(12)}}));
+    const std::string log = LogOf([&] {
+        lobby->SendMsgToPlayerByID(2, 0xB5, msg, sizeof(msg));
+        lobby->SendMsgToPlayerByID(3, 0xB5, nullptr, 12);
+    });
+    EXPECT_TRUE(Has(log, "userid[2] not found! msg type[0xb5]"));
+    EXPECT_TRUE(Has(log, "[ERROR] [LobbyClientHandler::SendMsgToPlayerByID] userid[3]"));
 }

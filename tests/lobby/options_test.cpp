@@ -72,7 +72,7 @@ class LimitsTest : public LobbyTest {
     }
     size_t EchoesOf(IPlayerNode* node, int count) {
         for (int i = 0; i < count; ++i)
-            DeliverBytes(node, 0xF0F1, std::string(8, '\0'));
+            net.Deliver(node, 0xF0F1, Zeros(8));
         return Received(node).size();
     }
 };

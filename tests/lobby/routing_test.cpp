@@ -8,7 +8,7 @@ TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
                                  0xF0, 0xF2, 0xF3, 0x9000, 0x9002, 0xE012, 0xF0F1};
     for (int type = 0; type <= 0xFFFF; ++type) {
         if (type > 0x200 && !known.contains(type) && type % 0x101 != 0) continue;
-        const std::string log = LogOf([&] { DeliverBytes(player, type, std::string(8, '\0')); });
+        const std::string log = LogOf([&] { net.Deliver(player, type, Zeros(8)); });
         EXPECT_EQ(Has(log, "client  response type invalid !"), !known.contains(type))
             << std::hex << type;
         EXPECT_TRUE(Received(player).empty() || known.contains(type)) << std::hex << type;
@@ -20,11 +20,11 @@ TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
 }
 
 TEST_F(LobbyTest, LinksLoseUnknownTypesAndAreClosedFor9000) {
-    const std::string log = LogOf([&] { DeliverBytes(Link(QUEUE), 0x1234, std::string(8, 0)); });
+    const std::string log = LogOf([&] { net.Deliver(Link(QUEUE), 0x1234, Zeros(8)); });
     EXPECT_TRUE(Has(log, "databaseserver response type invalid !"));
     EXPECT_FALSE(net.IsClosed(Link(QUEUE)));
     net.failCreatePort = CENTER;
-    DeliverBytes(Link(CENTER), 0x9000, std::string(8, '\0'));
+    net.Deliver(Link(CENTER), 0x9000, Zeros(8));
     EXPECT_TRUE(net.IsClosed(Link(CENTER)));
     EXPECT_TRUE(Has(LogOf([&] { lobby->OnNetMessage(nullptr, 1, nullptr, 0); }),
                     "OnNetMessage lpPlayerNode == NULL"));
@@ -40,7 +40,7 @@ TEST_F(LobbyTest, UnsubscribeTakesExactly144Bytes) {
         EXPECT_EQ(lobby->m_mapPlayerToStrKey[1].size(), 1u) << size;
         std::string bytes = BytesOf(msg);
         bytes.resize(size);
-        const std::string log = LogOf([&] { DeliverBytes(player, 0xF3, bytes); });
+        const std::string log = LogOf([&] { net.Deliver(player, 0xF3, bytes); });
         const auto text =
             "CLIENT_UNSUBSCRIBE_MSG_C2S size[144] != length[" + std::to_string(size) + "]";
         EXPECT_EQ(Has(log, text), size != 144);

@@ -34,13 +34,13 @@ using LobbySettings = std::map<std::string, std::map<std::string, std::string>>;
 class LobbyProcess {
   public:
     LobbyProcess() {  // a copy: the process works in the directory of its executable
-        std::filesystem::copy_file(LOBBY_SERVER_BINARY, m_process.Directory() / "LobbyServer");
+        std::filesystem::copy_file(LOBBY_SERVER_BINARY, Directory() / "LobbyServer");
     }
 
     void Write(const std::string& name, const std::string& text) {
-        std::ofstream(m_process.Directory() / name) << text;
+        std::ofstream(Directory() / name) << text;
     }
-    static std::string TextOf(const LobbySettings& settings) {
+    void Configure(const LobbySettings& settings) {
         std::string text;
         for (const auto& [section, keys] : settings) {
             text += "[" + section + "]\n";
@@ -48,12 +48,11 @@ class LobbyProcess {
                 if (!value.empty()) text += key + "=" + value + "\n";
             }
         }
-        return text;
+        Write("LobbyServer.cfg", text);
     }
-    void Configure(const LobbySettings& settings) { Write("LobbyServer.cfg", TextOf(settings)); }
 
     // Starts it; returns at once.
-    void Start() { m_process.Start({m_process.Directory() / "LobbyServer"}); }
+    void Start() { m_process.Start({Directory() / "LobbyServer"}); }
     // True when it serves clients; false when it ended instead, or took too long.
     bool AwaitServing() {
         Eventually([&] { return LogHas("listen and start service success") || Ended(); }, 30);
@@ -71,6 +70,7 @@ class LobbyProcess {
         return WIFEXITED(*status) ? WEXITSTATUS(*status) : -1;
     }
     pid_t Pid() const { return m_process.Pid(); }
+    const std::filesystem::path& Directory() const { return m_process.Directory(); }
 
     std::string Output() const { return Read("stdout"); }
     std::string Errors() const { return Read("stderr"); }
@@ -79,7 +79,7 @@ class LobbyProcess {
 
   private:
     std::string Read(const std::string& name) const {
-        std::ifstream file(m_process.Directory() / name, std::ios::binary);
+        std::ifstream file(Directory() / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
 

@@ -14,12 +14,6 @@ TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves
     const LobbyAuthenRes res = player->Login();
     EXPECT_EQ(res.ucErrNo, 0);
     EXPECT_EQ(TextOf(res.szReserve2), "account10001");
-    const auto req = Seen(ServerKind::Queue, USER_INFO_L2Q, 1).As<UserInfoReq>();
-    EXPECT_EQ(req.userID, 10001);
-    EXPECT_EQ(TextOf(req.szPasswdToken), "token");
-    EXPECT_NE(+req.ulPlayerNodeId, 0u);
-    EXPECT_EQ(Seen(ServerKind::Data, ACT_PROGRESS_REQ).As<tagDBUserActivityProgressReq>().iUserID,
-              10001);
     EXPECT_EQ(Online(10001), "1");
     const long expiry = std::atol(redis.Command("TTL Lobby:OnLine:UserID:10001").c_str() + 1);
     EXPECT_TRUE(expiry > 259000 && expiry <= 259200) << expiry;
@@ -27,48 +21,42 @@ TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves
     EXPECT_TRUE(AwaitOffline(10001));
 }
 
-TEST_F(SessionTest, SecondLoginKicksTheFirstAndTheMarkStays) {
-    Serve();
-    auto first = LoggedIn(10001);
-    auto second = LoggedIn(10001);
-    const auto notice = first->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
-    EXPECT_EQ(notice.iUserID, 10001);
-    EXPECT_FALSE(notice.bStopSwitch);
-    EXPECT_TRUE(Closed(*first));
-    first.reset();
-    second->KeepAlive();
-    EXPECT_EQ(Online(10001), "1");
-    second.reset();
-    EXPECT_TRUE(AwaitOffline(10001));
-}
-
 TEST_F(SessionTest, TheLoginConfirmedLastStaysWhicheverConnectedFirst) {
     Serve();
     std::function<void()> answer;  // of the first login, held back
     platform.Do([&] {
-        platform.Intercept(ServerKind::Queue, USER_INFO_L2Q,
-                           [&](sim::Link& link, const Message& m) {
-                               if (answer) return false;
-                               const auto req = m.As<UserInfoReq>();
-                               answer = [&link, req] {
-                                   UserInfoRes res{};
-                                   res.ulPlayerNode = req.ulPlayerNode;
-                                   res.ulPlayerNodeId = req.ulPlayerNodeId;
-                                   link.Send(USER_INFO_Q2L, res);
-                               };
-                               return true;
-                           });
+        const auto hold = [&](sim::Link& link, const Message& message) {
+            if (answer) return false;
+            const auto req = message.As<UserInfoReq>();
+            UserInfoRes res{};
+            res.ulPlayerNode = req.ulPlayerNode;
+            res.ulPlayerNodeId = req.ulPlayerNodeId;
+            answer = [&link, res] { link.Send(USER_INFO_Q2L, res); };
+            return true;
+        };
+        platform.Intercept(ServerKind::Queue, USER_INFO_L2Q, hold);
     });
+    // Of two sessions of a user the mark belongs to the one that stays.
+    const auto expectKicked = [this](std::unique_ptr<Player> loser, Player& winner) {
+        const auto notice = loser->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
+        EXPECT_EQ(notice.iUserID, 10001);
+        EXPECT_FALSE(notice.bStopSwitch);
+        EXPECT_TRUE(Closed(*loser));
+        loser.reset();
+        winner.KeepAlive();
+        EXPECT_EQ(Online(10001), "1");
+    };
     auto early = Connect(10001);
     early->SendLogin();
     Seen(ServerKind::Queue, USER_INFO_L2Q);
     auto late = LoggedIn(10001);
     platform.Do([&] { answer(); });
     EXPECT_EQ(early->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
-    EXPECT_TRUE(Closed(*late));
-    late.reset();
-    early->KeepAlive();
-    EXPECT_EQ(Online(10001), "1");
+    expectKicked(std::move(late), *early);
+    auto last = LoggedIn(10001);
+    expectKicked(std::move(early), *last);
+    last.reset();
+    EXPECT_TRUE(AwaitOffline(10001));
 }
 
 TEST_F(SessionTest, PlayerMovesToAnotherLobbyAndIsPutOutOfTheFirst) {
