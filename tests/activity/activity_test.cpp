@@ -88,18 +88,12 @@ class ActivityTest : public DirectoryTest {
         const auto sent = Received(Link(DATA));
         if (sent.size() != 1 || sent[0].type != ACT_SINGLE_PROGRESS_UPDATE) return {};
         const auto update = sent[0].As<LobbyActivitySingleProgressUpdate>();
-        return {{},
-                error,
-                0,
-                0,
-                0,
-                update.iGameCoin,
-                update.iGameCoinSourceId,
-                0,
-                0,
-                update.progress,
-                update.ulPlayerNode,
-                update.ulPlayerNodeId};
+        LobbyActivitySingleProgressUpdateRes result{};
+        result.iError = error;
+        // The rest of the answer repeats the update.
+        std::memcpy(&result.iProgress, &update.iProgress,
+                    sizeof(update) - offsetof(LobbyActivitySingleProgressUpdate, iProgress));
+        return result;
     }
 
     ActivitySystem* system = ActivitySystem::getInstance();

@@ -8,10 +8,7 @@
 
 namespace {
 
-struct Entry {
-    int type, id;
-    bool operator==(const Entry&) const = default;
-};
+using Entry = std::pair<int, int>;  // type, id
 
 // The rules over a plain vector, front first.
 void PushModel(std::vector<Entry>& queue, Entry item) {
@@ -20,25 +17,18 @@ void PushModel(std::vector<Entry>& queue, Entry item) {
         return;
     }
     size_t ordinary = 0;
-    while (ordinary < queue.size() && queue[ordinary].type == 4)
+    while (ordinary < queue.size() && queue[ordinary].first == 4)
         ++ordinary;
     const bool allPriority = ordinary == queue.size();
-    if (allPriority && item.type != 4) return;
+    if (allPriority && item.first != 4) return;
     queue.erase(queue.begin() + static_cast<long>(allPriority ? 0 : ordinary));
-    queue.insert(item.type == 4 ? queue.begin() : queue.end(), item);
-}
-
-WinCoinBulletinNotice_2 Bulletin(Entry entry) {
-    WinCoinBulletinNotice_2 item{};
-    item.usBulletType = static_cast<uint16_t>(entry.type);
-    item.iUserId = entry.id;
-    return item;
+    queue.insert(item.first == 4 ? queue.begin() : queue.end(), item);
 }
 
 std::vector<Entry> Drain(BulletinQueue queue) {
     std::vector<Entry> entries;
     for (WinCoinBulletinNotice_2 item; queue.Take(item);) {
-        entries.push_back({item.usBulletType, item.iUserId});
+        entries.emplace_back(item.usBulletType, item.iUserId);
     }
     return entries;
 }
@@ -58,7 +48,10 @@ TEST(BulletinQueue, FollowsTheModelOverRandomSequences) {
                 if (!model.empty()) model.erase(model.begin());
             } else {
                 const Entry entry{random() % 100 < priorityShare ? 4 : int(random() % 4), step};
-                queue.Push(Bulletin(entry));
+                WinCoinBulletinNotice_2 item{};
+                item.usBulletType = static_cast<uint16_t>(entry.first);
+                item.iUserId = entry.second;
+                queue.Push(item);
                 PushModel(model, entry);
             }
             ASSERT_EQ(Drain(queue), model) << "round " << round << " step " << step;

@@ -9,16 +9,7 @@ constexpr char kSchedule[] =
     "day_open_hour=12\nday_open_minute=5\nday_award_coin=70\nday_max_free_count=3\n"
     "day_user_num=16,x,4\n";
 
-// Noon, local time, of a day of July 2026.
-time_t Noon(int day) {
-    tm t{};
-    t.tm_year = 126;
-    t.tm_mon = 6;
-    t.tm_mday = day;
-    t.tm_hour = 12;
-    t.tm_isdst = -1;
-    return mktime(&t);
-}
+constexpr time_t kNoon = 1'784'116'800;  // 15 July 2026 everywhere but on some islands
 
 }  // namespace
 
@@ -63,8 +54,8 @@ TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
     CompeteLobbyUserInfoRes figures{
         {}, 2, 31, 1, 5, 6, 77, 8, 1, 4000, {}, asked.ulPlayerNode, asked.ulPlayerNodeId};
     std::memcpy(figures.szServerIp, kIp, 16);
-    for (const auto& [day, expected] : {std::pair{14, &daily}, {15, &monthly}, {16, &daily}}) {
-        g_testNow = Noon(day);
+    for (const auto& [day, expected] : {std::pair{-1, &daily}, {0, &monthly}, {1, &daily}}) {
+        g_testNow = kNoon + day * 86400;
         net.Deliver(Link(QUEUE), 0xA006, figures);
         std::string bytes = BytesOf(*expected);
         bytes.replace(offsetof(LobbyClientCompeteRes, szServerIp), 16, kIp);

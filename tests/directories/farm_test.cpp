@@ -12,11 +12,9 @@ using Types_ = std::vector<uint16_t>;
 class FarmTest : public DirectoryTest {
   protected:
     void Keys(bool init, const std::vector<std::string>& keys) {
-        std::string bytes(16 + 128 * keys.size(), '\0');
-        bytes[8] = init ? 1 : 0;
-        bytes[12] = static_cast<char>(keys.size());
-        for (size_t i = 0; i < keys.size(); ++i)
-            bytes.replace(16 + 128 * i, keys[i].size(), keys[i]);
+        std::string bytes = BytesOf(WebFarmSubscribeKeyRes{{}, init, int(keys.size())});
+        for (const std::string& key : keys)
+            bytes += key + Zeros(128 - key.size());
         net.Deliver(Link(CONFIG), 0xAD29, bytes);
     }
     void Subscribe(IPlayerNode* node, const std::string& key, uint16_t type = 0xF2) {
@@ -44,20 +42,18 @@ class FarmTest : public DirectoryTest {
 TEST_F(FarmTest, KeyListIsReplacedOrAppended) {
     const auto known = [&] {
         std::string keys;
-        for (const std::string& key : {std::string("a"), kKey, std::string("b"), std::string("A"),
-                                       std::string("c"), std::string()}) {
-            if (lobby->IsExistSubscribeKey(key)) keys += key.substr(0, 1);
-        }
-        return keys;
+        for (const char* key : {"a", "b", "A", "c", ""})
+            keys += lobby->IsExistSubscribeKey(key) ? key : "-";
+        return keys + (lobby->IsExistSubscribeKey(kKey) ? "k" : "-");
     };
-    EXPECT_EQ(known(), "");
     lobby->RequestSubscribeKeyCfg();
     EXPECT_EQ(Types(Link(CONFIG)), Types_{0xAD28});
+    EXPECT_EQ(known(), "------");
     Keys(true, {"a", kKey});
     Keys(false, {"b"});
-    EXPECT_EQ(known(), "akb");
+    EXPECT_EQ(known(), "ab---k");
     Keys(true, {"c"});
-    EXPECT_EQ(known(), "c");
+    EXPECT_EQ(known(), "---c--");
 }
 
 TEST_F(FarmTest, MessagesReachTheirUserOrEverybodyOrTheSubscribersAndDirectOnesAreLogged) {
@@ -72,22 +68,20 @@ TEST_F(FarmTest, MessagesReachTheirUserOrEverybodyOrTheSubscribersAndDirectOnesA
     const struct {
         int mainId, subId, userId;
         std::string key;
-        Types_ forA, forOlder, forB, logged;
+        std::vector<Types_> expected;  // by a, older, b and the log server
     } cases[] = {
-        {1, 1, 2, "", {}, {}, {0xBB}, {0x5A4D}},
-        {1, 1, 9, "", {}, {}, {}, {}},
-        {1, 1, 0, "", {0xBB}, {0xBB}, {0xBB}, {0x5A4D}},
-        {1, 1, -5, kKey, {0xBB}, {0xBB}, {0xBB}, {0x5A4D}},
-        {3, 100, 1, "other", {0xBB}, {}, {}, {0x5A4D}},
-        {3, 101, 1, kKey, {0xBB}, {}, {}, {0x5A4D}},
-        {3, 100, 2, kKey, {0xF4}, {}, {}, {}},
+        {1, 1, 2, "", {{}, {}, {0xBB}, {0x5A4D}}},
+        {1, 1, 9, "", {{}, {}, {}, {}}},
+        {1, 1, 0, "", {{0xBB}, {0xBB}, {0xBB}, {0x5A4D}}},
+        {1, 1, -5, kKey, {{0xBB}, {0xBB}, {0xBB}, {0x5A4D}}},
+        {3, 100, 1, "other", {{0xBB}, {}, {}, {0x5A4D}}},
+        {3, 101, 1, kKey, {{0xBB}, {}, {}, {0x5A4D}}},
+        {3, 100, 2, kKey, {{0xF4}, {}, {}, {}}},
     };
     for (const auto& c : cases) {
         Farm(c.mainId, c.subId, c.userId, c.key);
-        EXPECT_EQ(Types(a), c.forA) << c.userId << c.key;
-        EXPECT_EQ(Types(older), c.forOlder) << c.userId << c.key;
-        EXPECT_EQ(Types(b), c.forB) << c.userId << c.key;
-        EXPECT_EQ(Types(Link(LOG)), c.logged) << c.userId << c.key;
+        const std::vector<Types_> got{Types(a), Types(older), Types(b), Types(Link(LOG))};
+        EXPECT_EQ(got, c.expected) << c.userId << c.key;
     }
 
     const std::string text(1024, 'm');

@@ -48,12 +48,11 @@ TEST_F(DirectoryTest, LinksRegisterWhenTheyComeUpAndAgainWhenTheyAreBack) {
         net.Hangup(Link(Port(port)));
         ASSERT_TRUE(WaitForLink(Port(port))) << port;
         Messages sent;
-        Await([&] {
+        EXPECT_TRUE(Await([&, &messages = messages, &port = port] {
             for (const auto& message : Got(Link(Port(port))))
                 sent.push_back(message);
-            return sent.size() >= messages.size();
-        });
-        EXPECT_EQ(sent, messages) << port;
+            return sent == messages;
+        })) << port;
     }
     EXPECT_EQ(servers.size(), 1u);
 }
@@ -61,27 +60,20 @@ TEST_F(DirectoryTest, LinksRegisterWhenTheyComeUpAndAgainWhenTheyAreBack) {
 TEST_F(DirectoryTest, WhatIsToBeSentOnALostLinkIsLogged) {
     LobbyPlayer* const player = Login(31);
     char record[48] = {};
-    const struct {
-        Port port;
-        std::function<void()> send;
-        const char* line;
-    } cases[] = {
-        {WEB, [&] { EXPECT_EQ(lobby->GetWebServerHandler()->ConnectServer(), -1); },
-         "register bulletin server!!!"},
-        {LOG, [&] { lobby->GetLogServerHandler()->SendMsgToLogServer(0x5A48, record, 48); },
-         "send msg to logserver type[23112] length[48] failed."},
-        {QUEUE,
-         [&] {
-             net.Deliver(player, 0xF0, ClientLobbyCompeteReq{{}, 31});
-         },
-         "[ERROR] [LobbyClientHandler::HandleClientCompeteInfoReq] userid[31] len[12] size[12]"},
+    const auto logged = [&](Port port, const auto& send) {
+        net.failCreatePort = port;
+        net.Hangup(Link(port));
+        return LogOf(send);
     };
-    for (const auto& c : cases) {
-        net.failCreatePort = c.port;
-        net.Hangup(Link(c.port));
-        const std::string log = LogOf(c.send);
-        EXPECT_TRUE(Has(log, c.line)) << log;
-    }
+    EXPECT_TRUE(Has(logged(WEB, [&] { lobby->GetWebServerHandler()->ConnectServer(); }),
+                    "register bulletin server!!!"));
+    EXPECT_TRUE(Has(
+        logged(LOG, [&] { lobby->GetLogServerHandler()->SendMsgToLogServer(0x5A48, record, 48); }),
+        "send msg to logserver type[23112] length[48] failed."));
+    const ClientLobbyCompeteReq request{{}, 31};
+    EXPECT_TRUE(Has(logged(QUEUE, [&] { net.Deliver(player, 0xF0, request); }),
+                    "[ERROR] [LobbyClientHandler::HandleClientCompeteInfoReq] userid[31] len[12] "
+                    "size[12]"));
 }
 
 TEST_F(DirectoryTest, CenterNoticesOfTheWrongSizeCloseTheLink) {
@@ -203,16 +195,16 @@ TEST_F(DirectoryTest, WrongSizesAndTypesAreLoggedAndDropped) {
         Port port;
         uint16_t type;
         size_t size;
-        std::string before, after;
-    } cases[] = {{WEB, 0xB4, 640, "buffer length is not match ! length[", "] != sizeof(576)"},
-                 {WEB, 0xCF, 1172, "length[", "] != FarmNoticeClientMsg[1172]"},
-                 {CONFIG, 0xAD11, 172, "buffer length is not match ! length[", "] = sizeof(172)"},
-                 {CONFIG, 0xAD27, 12, "buffer length is not match ! length[", "] = sizeof(12)"}};
+        const char* line;
+    } cases[] = {{WEB, 0xB4, 640, "] != sizeof(576)"},
+                 {WEB, 0xCF, 1172, "] != FarmNoticeClientMsg[1172]"},
+                 {CONFIG, 0xAD11, 172, "] = sizeof(172)"},
+                 {CONFIG, 0xAD27, 12, "] = sizeof(12)"}};
     for (const auto& c : cases) {
         for (const size_t size : {c.size - 1, c.size + 1}) {
             const std::string log =
                 LogOf([&] { net.Deliver(Link(c.port), c.type, std::string(size, 1)); });
-            EXPECT_TRUE(Has(log, c.before + std::to_string(size) + c.after)) << log;
+            EXPECT_TRUE(Has(log, "length[" + std::to_string(size) + c.line)) << log;
         }
     }
     EXPECT_TRUE(Received(player).empty());

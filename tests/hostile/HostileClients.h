@@ -15,7 +15,8 @@ struct Target {
 };
 
 // Returns within a few seconds with every connection of its own closed. What the lobby does to
-// these clients (closing them, not answering) is its own affair.
+// these clients (closing them, not answering) is its own affair. Throws std::runtime_error when
+// it takes no connections.
 struct HostileClient {
     const char* name;
     void (*run)(const Target& target);

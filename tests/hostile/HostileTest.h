@@ -47,6 +47,15 @@ class UnderAttack : public SystemTest {
         }
     }
 
+    bool AllLinked() {
+        bystander->KeepAlive();
+        return platform.DoCommand("links") == "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n";
+    }
+    // All servers at once: "down" or "up".
+    void Switch(const std::string& direction) {
+        for (const ServerKind kind : sim::ALL_SERVERS)
+            platform.DoCommand(direction + " " + NameOf(kind));
+    }
     // Runs the attack on a thread of its own while the bystander is served; the longest wait.
     double SlowestDuring(const std::function<void()>& attack) {
         auto running = std::async(std::launch::async, attack);
@@ -76,6 +85,12 @@ class UnderAttack : public SystemTest {
     long Descriptors() const {
         const std::filesystem::directory_iterator list(Proc() / "fd");
         return std::distance(begin(list), end(list));
+    }
+    bool FallsTo(long descriptors) {
+        return Eventually([&] {
+            bystander->KeepAlive();
+            return Descriptors() <= descriptors;
+        });
     }
     long ResidentKiB() const {
         std::ifstream file(Proc() / "statm");

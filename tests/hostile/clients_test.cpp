@@ -19,11 +19,7 @@ TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
             SCOPED_TRACE(client.name);
             EXPECT_LT(SlowestDuring([&] { client.run(target); }), AT_ONCE);
             ExpectServed();
-            EXPECT_TRUE(Eventually([&] {
-                bystander->KeepAlive();
-                return Descriptors() <= descriptors;
-            })) << Descriptors()
-                << " descriptors, before " << descriptors;
+            EXPECT_TRUE(FallsTo(descriptors)) << Descriptors() << ", before " << descriptors;
             ASSERT_FALSE(lobby.Ended());
         }
         if (round == 1) resident = ResidentKiB();
@@ -79,8 +75,5 @@ TEST_F(HostileClientTest, WithoutDescriptorsClientsWaitAndAreServedWhenSomeAreFr
     crowd.clear();
     EXPECT_TRUE(Eventually([&] { return Reachable(); }));
     ExpectServed();
-    EXPECT_TRUE(Eventually([&] {
-        bystander->KeepAlive();
-        return platform.Do([&] { return platform.Server(ServerKind::Web).Links() == 1; });
-    }));
+    EXPECT_TRUE(Eventually([&] { return AllLinked(); }));
 }
