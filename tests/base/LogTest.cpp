@@ -1,21 +1,13 @@
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "Common/Log.h"
 
 #include <atomic>
-#include <csignal>
 #include <filesystem>
-#include <memory>
-#include <string>
 #include <thread>
 #include <vector>
 
+#include "BaseTest.h"
 #include "Common/Clock.h"
-#include "Common/Log.h"
-#include "Common/Thread.h"
 #include "LogCls.h"
-#include "TempFile.h"
 
 namespace {
 
@@ -26,12 +18,7 @@ std::atomic<time_t> g_time{0};
 // 14 November 2026, 13:05:09 local time.
 time_t Noon() {
     tm date{};
-    date.tm_year = 126;
-    date.tm_mon = 10;
-    date.tm_mday = 14;
-    date.tm_hour = 13;
-    date.tm_min = 5;
-    date.tm_sec = 9;
+    strptime("2026-11-14 13:05:09", "%F %T", &date);
     date.tm_isdst = -1;
     return mktime(&date);
 }
@@ -46,8 +33,11 @@ class LogTest : public testing::Test {
         SetClockSource({[] { return g_time.load(); }, nullptr});
     }
     ~LogTest() override {
-        ShutdownLog();
+        Clear();
         SetClockSource({});
+    }
+    void Clear() {
+        ShutdownLog();
         for (const fs::path& path : Files())
             fs::remove(path);
     }
@@ -69,13 +59,6 @@ class LogTest : public testing::Test {
     }
     std::string File(const std::string& suffix) const { return ReadFile("log/" + m_name + suffix); }
 
-    template <class Call>
-    static std::string Console(Call call) {
-        testing::internal::CaptureStdout();
-        call();
-        return testing::internal::GetCapturedStdout();
-    }
-
     const std::string m_name;
 };
 
@@ -83,8 +66,7 @@ TEST_F(LogTest, OneLineOnConsoleAndInFile) {
     ASSERT_EQ(Start("[log]\nFileName=" + m_name + ".log\n"), 1);
     const struct {
         LOG_LEVEL level;
-        const char* colour;
-        const char* text;
+        std::string colour, text;
     } kLevels[] = {{_ALL, "00", "ALL"},
                    {_DEBUG, "32", "DEBUG"},
                    {_WARN, "33", "WARN"},
@@ -92,10 +74,9 @@ TEST_F(LogTest, OneLineOnConsoleAndInFile) {
                    {static_cast<LOG_LEVEL>(9), "00", "Unknown"}};
     std::string file;
     for (const auto& row : kLevels) {
-        const std::string body =
-            "2026-11-14 13:05:09 [" + std::string(row.text) + "] [A::B] value 42";
-        EXPECT_EQ(Console([&] { __log(row.level, "A::B", "value %d", 42); }),
-                  "\x1b[" + std::string(row.colour) + "m" + body + "\x1b[0m\r\n");
+        const std::string body = "2026-11-14 13:05:09 [" + row.text + "] [A::B] value 42";
+        EXPECT_EQ(Printed([&] { __log(row.level, "A::B", "value %d", 42); }),
+                  "\x1b[" + row.colour + "m" + body + "\x1b[0m\r\n");
         file += body + "\r\n";
     }
     EXPECT_EQ(File(".log"), file);
@@ -103,19 +84,17 @@ TEST_F(LogTest, OneLineOnConsoleAndInFile) {
 }
 
 TEST_F(LogTest, Levels) {
-    const struct {
-        const char* config;
-        bool debug, warn;
-    } kCases[] = {{"[log]\nlevel=warn\n", false, true}, {"[log]\nlevel=ERROR\n", false, false},
-                  {"[log]\nlevel=Debug\n", true, true}, {"[log]\nlevel=info\n", true, true},
-                  {"[log]\nlevel=warn \n", true, true}, {"", true, true}};
-    EXPECT_EQ(Console([] { __log(_ERROR, "t", "before"); }), "");
-    for (const auto& row : kCases) {
-        ASSERT_EQ(Start(row.config, m_name + ".log"), 1);
-        EXPECT_EQ(!Console([] { __log(_DEBUG, "t", "x"); }).empty(), row.debug) << row.config;
-        EXPECT_EQ(!Console([] { __log(_WARN, "t", "x"); }).empty(), row.warn) << row.config;
-        EXPECT_EQ(LogEnabled(_ALL), row.debug && std::string(row.config) != "[log]\nlevel=Debug\n");
-        EXPECT_TRUE(LogEnabled(_ERROR));
+    const std::pair<const char*, LOG_LEVEL> kCases[] = {
+        {"[log]\nlevel=warn\n", _WARN},   {"[log]\nlevel=ERROR\n", _ERROR},
+        {"[log]\nlevel=Debug\n", _DEBUG}, {"[log]\nlevel=info\n", _ALL},
+        {"[log]\nlevel=warn \n", _ALL},   {"", _ALL}};
+    EXPECT_EQ(Printed([] { __log(_ERROR, "t", "before"); }), "");
+    for (const auto& [config, lowest] : kCases) {
+        ASSERT_EQ(Start(config, m_name + ".log"), 1);
+        for (const LOG_LEVEL level : {_ALL, _DEBUG, _WARN, _ERROR}) {
+            EXPECT_EQ(!Printed([&] { __log(level, "t", "x"); }).empty(), level >= lowest) << config;
+            EXPECT_EQ(LogEnabled(level), level >= lowest);
+        }
         ShutdownLog();
     }
 }
@@ -123,7 +102,7 @@ TEST_F(LogTest, Levels) {
 TEST_F(LogTest, PercentSignsOfPeersDoNoHarm) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
     const char* text = "a%%b%n%s%c%5$d%";
-    const std::string console = Console([&] { __log(_ALL, "t", "%s %%%%", text); });
+    const std::string console = Printed([&] { __log(_ALL, "t", "%s %%%%", text); });
     EXPECT_NE(console.find("[t] a%b%n%s%c%5$d% %\x1b[0m"), std::string::npos) << console;
     EXPECT_NE(File(".log").find("[t] a%%b%n%s%c%5$d% %%\r\n"), std::string::npos);
 }
@@ -131,20 +110,14 @@ TEST_F(LogTest, PercentSignsOfPeersDoNoHarm) {
 TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
     const std::string longText(5000, 'x');
-    const std::string directives = [] {
-        std::string format;
-        while (format.size() < 3000)
-            format += "%-08.3d";
-        return format;
-    }();
+    std::string directives;
+    while (directives.size() < 3000)
+        directives += "%-08.3d";
     for (size_t pad = 0; pad < 9; ++pad) {
         const std::string tag(1 + pad, 't');
         for (const bool inFormat : {false, true}) {
-            const std::string console = Console([&] {
-                if (inFormat)
-                    __log(_ALL, tag.c_str(), longText.c_str(), 0);
-                else
-                    __log(_ALL, tag.c_str(), "%s", longText.c_str());
+            const std::string console = Printed([&] {
+                __log(_ALL, tag.c_str(), inFormat ? longText.c_str() : "%s", longText.c_str());
             });
             EXPECT_EQ(console.size(), 2047u + 2);
             EXPECT_EQ(console.substr(console.size() - 7), "x\x1b[0m\r\n");
@@ -152,7 +125,7 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
         // Cut inside a directive at one of the paddings.
         std::string pieces = std::string(pad, '.') + std::string(1900, 'y') + "%-08.3lld" +
                              std::string(100, 'z') + directives;
-        const std::string console = Console(
+        const std::string console = Printed(
             [&] { __log(_ALL, "t", pieces.c_str(), 1LL, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12); });
         EXPECT_EQ(console.substr(console.size() - 6), "\x1b[0m\r\n");
     }
@@ -180,23 +153,13 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
     const std::string head =
         "{\"time\":\"2026-11-14T13:05:09+05:30\",\"level\":\"WARN\",\"tag\":\"A::B\"";
     for (const auto& row : cases) {
-        Console([&] { __log(_WARN, "A::B", "%s", row.text.c_str()); });
+        Printed([&] { __log(_WARN, "A::B", "%s", row.text.c_str()); });
         expected += head + ",\"text\":\"" + row.escaped + "\"}\n";
     }
     // Also the longest line in its longest form, from a thread with a small stack.
-    Console([&] {
+    Printed([&] {
         __log(_ALL, "A::B", "below the level");
-        CEvent done;
-        done.Init(false, false);
-        ASSERT_TRUE(CreateThread(
-            nullptr, 0,
-            [](void* event) -> void* {
-                __log(_WARN, "A::B", "%s", std::string(3000, '\1').c_str());
-                static_cast<CEvent*>(event)->Set();
-                return nullptr;
-            },
-            &done));
-        done.Wait();
+        OnThreads(1, [] { __log(_WARN, "A::B", "%s", std::string(3000, '\1').c_str()); });
     });
     unsetenv("TZ");
     tzset();
@@ -208,7 +171,7 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
     EXPECT_GT(last.size(), 6 * 2000u);
     EXPECT_EQ(last.substr(last.size() - 9), "\\u0001\"}\n");
     EXPECT_EQ(File(".log").find("{\"time\""), std::string::npos);
-    Console([] {
+    Printed([] {
         g_time += kDay;
         __log(_WARN, "t", "new");
     });
@@ -217,49 +180,42 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
 }
 
 TEST_F(LogTest, NameOfTheJsonFile) {
-    for (const auto& [name, json] :
-         {std::pair(".a.log", ".a.json"), {"", ".json"}, {".json", ".json.json"}}) {
-        ASSERT_EQ(Start("[log]\njson=1\n", m_name + name), 1);
-        Console([] { __log(_ALL, "t", "x"); });
-        EXPECT_EQ(File(json).rfind("{\"time\":", 0), 0u) << name;
-        ShutdownLog();
-    }
-    for (const char* off : {"[log]\njson=0\n", "[log]\njson=\n", ""}) {
-        for (const fs::path& path : Files())
-            fs::remove(path);
-        ASSERT_EQ(Start(off, m_name), 1);
-        Console([] { __log(_ALL, "t", "x"); });
-        EXPECT_EQ(Files().size(), 1u) << off;
-        ShutdownLog();
+    const struct {
+        const char *config, *name, *json;  // null: none
+    } kCases[] = {{"[log]\njson=1\n", ".a.log", ".a.json"},   {"[log]\njson=1\n", "", ".json"},
+                  {"[log]\njson=1\n", ".json", ".json.json"}, {"[log]\njson=0\n", ".log", nullptr},
+                  {"[log]\njson=\n", ".log", nullptr},        {"", ".log", nullptr}};
+    for (const auto& row : kCases) {
+        ASSERT_EQ(Start(row.config, m_name + row.name), 1);
+        Printed([] { __log(_ALL, "t", "x"); });
+        EXPECT_EQ(Files().size(), row.json != nullptr ? 2u : 1u) << row.config;
+        EXPECT_TRUE(row.json == nullptr || File(row.json).starts_with("{\"time\":")) << row.name;
+        Clear();
     }
 }
 
 TEST_F(LogTest, RollsOverAtMidnight) {
-    const struct {
-        const char* suffix;
-        const char* rotated;
-    } kCases[] = {{".log", "20261114.log"}, {"", "20261114"}, {".a.txt", ".a20261114.txt"}};
-    for (const auto& row : kCases) {
+    const std::pair<const char*, const char*> kCases[] = {
+        {".log", "20261114.log"}, {"", "20261114"}, {".a.txt", ".a20261114.txt"}};
+    for (const auto& [suffix, rotated] : kCases) {
         g_time = Noon();
-        ASSERT_EQ(Start("", m_name + row.suffix), 1);
-        Console([&] {
+        ASSERT_EQ(Start("", m_name + suffix), 1);
+        Printed([&] {
             __log(_ALL, "t", "old");
             g_time = Noon() + 2 * 3600;
             __log(_ALL, "t", "same day");
             g_time = Noon() + kDay;
             __log(_ALL, "t", "new");
         });
-        EXPECT_NE(File(row.rotated).find("same day\r\n"), std::string::npos) << row.suffix;
-        EXPECT_EQ(File(row.suffix), "2026-11-15 13:05:09 [ALL] [t] new\r\n");
-        ShutdownLog();
-        for (const fs::path& path : Files())
-            fs::remove(path);
+        EXPECT_TRUE(File(rotated).ends_with("same day\r\n")) << suffix;
+        EXPECT_EQ(File(suffix), "2026-11-15 13:05:09 [ALL] [t] new\r\n");
+        Clear();
     }
 }
 
 TEST_F(LogTest, WholeMonthsApartDoNotRollOver) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
-    Console([&] {
+    Printed([&] {
         __log(_ALL, "t", "november");
         g_time = Noon() + 30 * kDay;  // 14 December
         __log(_ALL, "t", "december");
@@ -269,10 +225,10 @@ TEST_F(LogTest, WholeMonthsApartDoNotRollOver) {
 
 TEST_F(LogTest, FileThatCannotBeOpened) {
     EXPECT_EQ(Start("", "no/such/directory"), 0);
-    EXPECT_NE(Console([] { __log(_ALL, "t", "console only"); }), "");
+    EXPECT_NE(Printed([] { __log(_ALL, "t", "console only"); }), "");
 }
 
-TEST_F(LogTest, ConsoleGoneAndDiskFullChangeNothing) {
+TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
     int broken[2];
     ASSERT_EQ(pipe(broken), 0);
@@ -281,24 +237,15 @@ TEST_F(LogTest, ConsoleGoneAndDiskFullChangeNothing) {
     dup2(broken[1], STDOUT_FILENO);
     close(broken[1]);
     __log(_ALL, "t", "to nobody");
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit full{20, limit.rlim_max};
-    signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &full);
-    for (int i = 0; i < 1000; ++i)
-        __log(_ALL, "t", "does not fit");
-    setrlimit(RLIMIT_FSIZE, &limit);
-    __log(_ALL, "t", "fits again");
-    fflush(stdout);
+    __log(_ALL, "t", "here");
     dup2(console, STDOUT_FILENO);
     close(console);
-    EXPECT_NE(File(".log").find("fits again\r\n"), std::string::npos);
+    EXPECT_TRUE(File(".log").ends_with("here\r\n"));
 }
 
 TEST_F(LogTest, KeepsErrno) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
-    const std::string console = Console([] {
+    const std::string console = Printed([] {
         errno = ENOENT;
         __log(_ALL, "t", "%m");
         EXPECT_EQ(errno, ENOENT);
@@ -306,30 +253,19 @@ TEST_F(LogTest, KeepsErrno) {
     EXPECT_NE(console.find("No such file"), std::string::npos);
 }
 
-// From framework threads, whose stack is small, with lines that fill every buffer.
 TEST_F(LogTest, LinesOfManyThreadsDoNotInterleave) {
     ASSERT_EQ(Start("", m_name + ".log"), 1);
-    CEvent done;
-    done.Init(false, false);
     constexpr int kThreads = 4, kLines = 100;
-    Console([&] {
-        for (int i = 0; i < kThreads; ++i)
-            ASSERT_TRUE(CreateThread(
-                nullptr, 0,
-                [](void* event) -> void* {
-                    for (int line = 0; line < kLines; ++line)
-                        __log(_ALL, "t", "%0*d %.17g", 500 + line * 20, line, 1.0 / 3);
-                    static_cast<CEvent*>(event)->Set();
-                    return nullptr;
-                },
-                &done));
-        for (int i = 0; i < kThreads; ++i)
-            done.Wait();
+    Printed([&] {
+        OnThreads(kThreads, [] {
+            for (int line = 0; line < kLines; ++line)
+                __log(_ALL, "t", "%0*d %.17g", 500 + line * 20, line, 1.0 / 3);
+        });
     });
     std::istringstream file(File(".log"));
     int lines = 0;
     for (std::string line; std::getline(file, line); ++lines)
-        EXPECT_EQ(line.rfind("2026-11-14 13:05:09 [ALL] [t] 0", 0), 0u);
+        EXPECT_TRUE(line.starts_with("2026-11-14 13:05:09 [ALL] [t] 0"));
     EXPECT_EQ(lines, kThreads * kLines);
 }
 
@@ -351,21 +287,15 @@ TEST_F(LogTest, ThreadedModeWritesEverythingInOrder) {
         log._log_2("0123456789", 4);
     }
     std::istringstream file(ReadFile(path));
-    int next[3] = {}, lines = 0;
-    std::string line, last;
-    for (; std::getline(file, line); ++lines) {
-        int producer = 0, number = 0;
-        if (lines < 1500) {
-            ASSERT_EQ(sscanf(line.c_str() + 20, "%d %d", &producer, &number), 2);
-            EXPECT_EQ(number, next[producer]++);
-        }
-        if (lines == 1500) {
-            EXPECT_EQ(line.size(), 20u + 1023 + 1);
-        }
-        last = line;
+    int next[3] = {}, producer = 0, number = 0;
+    std::string line;
+    for (int i = 0; i < 1500 && std::getline(file, line); ++i) {
+        ASSERT_EQ(sscanf(line.c_str() + 20, "%d %d", &producer, &number), 2);
+        EXPECT_EQ(number, next[producer]++);
     }
-    EXPECT_EQ(lines, 1502);
-    EXPECT_EQ(last, "2026-11-14 13:05:09 0123\r");
+    const std::string stamp = "2026-11-14 13:05:09 ";
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
+              stamp + std::string(1023, 'x') + "\r\n" + stamp + "0123\r\n");
 }
 
 TEST_F(LogTest, ReopenedLogGoesOnWithItsFile) {

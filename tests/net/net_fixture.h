@@ -1,4 +1,4 @@
-// A server on the framework and a hand-made client socket, for the tests of the framework.
+// A server on the framework and hand-made client sockets, for the tests of the framework.
 #pragma once
 
 #include <arpa/inet.h>
@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -22,6 +21,10 @@
 #include "Game/PlayerNode.h"
 #include "NodeManager/NodeRecords.h"
 
+using std::chrono_literals::operator""s;
+using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""us;
+
 inline constexpr int kWaitMs = 10000;
 
 // Waits for an event with a bound.
@@ -30,10 +33,22 @@ bool WaitFor(Predicate&& happened, int limitMs = kWaitMs) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
     while (!happened()) {
         if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        std::this_thread::sleep_for(1ms);
     }
     return true;
 }
+
+// The time since it was made, or since it was last asked.
+class Stopwatch {
+  public:
+    std::chrono::nanoseconds Lap() {
+        const auto now = std::chrono::steady_clock::now();
+        return now - std::exchange(m_start, now);
+    }
+
+  private:
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};
 
 // Both clocks, moved by hand while the object lives.
 class HandClock {
@@ -48,104 +63,52 @@ class HandClock {
     static inline std::atomic<time_t> s_now{1000000};
 };
 
-inline std::string Message(uint16_t type, const std::string& body = "", uint8_t encode = 0) {
-    tagMsgHeader header{};
-    header.identity = MSG_IDENTITY;
-    header.encode = encode;
-    header.length = htons(static_cast<uint16_t>(sizeof(header) + body.size()));
-    header.version = MSG_VERSION;
-    header.type = htons(type);
-    return std::string(reinterpret_cast<char*>(&header), sizeof(header)) + body;
+inline std::string Bytes(std::initializer_list<size_t> values) {
+    std::string bytes;
+    for (const size_t value : values)
+        bytes += static_cast<char>(value);
+    return bytes;
 }
 
-class TestNode : public PlayerNode {
-  public:
-    void Initialize() override { ++initialized; }
-    void Release() override { ++released; }
-    std::atomic<int> initialized{0}, released{0}, closed{0}, afterClose{0};
-};
+inline std::string Message(size_t type, const std::string& body = "", size_t encode = 0) {
+    const size_t length = 8 + body.size();
+    return Bytes({5, encode, length >> 8, length, 3, 0, type >> 8, type}) + body;
+}
 
-// Echoes by default; counts every callback.
-class TestServer : public GameProvider {
-  public:
-    using OnMessage = std::function<void(TestNode*, uint16_t, char*, long)>;
+inline const std::string kRequest =
+    "GET / HTTP/1.1\r\nHost: x\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+    "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n\r\n";
 
-    ~TestServer() override { Shutdown(); }
+inline std::string Request(const std::string& lines) {
+    return kRequest.substr(0, kRequest.size() - 2) + lines + "\r\n";
+}
 
-    struct Limits {
-        unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL, threads = 0;
-        unsigned long clients = 10000;
-    };
-    void Listen() { Listen(Limits()); }
-    void Listen(const Limits& limits) {
-        ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout,
-                               limits.threads, 0, 0));
-        listener = Create(true, "127.0.0.1", 0, 0, limits.clients, 2, 1, 6);
-        ASSERT_NE(listener, nullptr);
-        sockaddr_in addr{};
-        GetPlayerAddrIn(listener, &addr, true);
-        port = ntohs(addr.sin_port);
-        ASSERT_TRUE(RecvData(listener));
-    }
+// A PROXY header before what it announces.
+inline std::string ProxyBytes(size_t command, size_t family, const std::string& rest) {
+    return std::string("\r\n\r\n\0\r\nQUIT\n", 12) +
+           Bytes({command, family, rest.size() >> 8, rest.size()}) + rest;
+}
 
-    long Start() override { return 0; }
-    void OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) override {
-        auto* test = static_cast<TestNode*>(node);
-        if (test->closed >= test->initialized) ++test->afterClose;
-        ++messages;
-        if (onMessage) return onMessage(test, type, static_cast<char*>(data), length);
-        SendData(node, type, data, length, ENCODE_NONE);
-    }
-    void OnClosed(IPlayerNode* node, bool flag) override {
-        ++static_cast<TestNode*>(node)->closed;
-        ++closes;
-        lastFlag = flag;
-        GameProvider::OnClosed(node, flag);
-    }
-    void OnTimer(long) override { ++ticks; }
-    IPlayerNode* OnCreatePlayer() override {
-        auto* node = new TestNode;
-        const std::lock_guard guard(lock);
-        nodes.push_back(node);
-        return node;
-    }
-    // Every incarnation was reported closed exactly once, and nothing came behind a close.
-    void ExpectTidy() {
-        const std::lock_guard guard(lock);
-        for (TestNode* node : nodes) {
-            EXPECT_LE(node->closed, node->initialized);
-            EXPECT_EQ(node->afterClose, 0);
-        }
-    }
-    int Released() {
-        const std::lock_guard guard(lock);
-        int sum = 0;
-        for (TestNode* node : nodes)
-            sum += node->released;
-        return sum;
-    }
-
-    OnMessage onMessage;  // set before Listen
-    IPlayerNode* listener = nullptr;
-    uint16_t port = 0;
-    std::atomic<long> messages{0}, closes{0}, ticks{0};
-    std::atomic<bool> lastFlag{false};
-    std::mutex lock;
-    std::vector<TestNode*> nodes;
-};
+inline std::string Frame(const std::string& payload, size_t first = 0x82, bool masked = true) {
+    const size_t size = payload.size(), mask = masked ? 0x80 : 0;
+    const std::string key = masked ? "\x37\xfa\x21\x3d" : "";
+    std::string frame = Bytes({first, mask | std::min<size_t>(size, 126)});
+    if (size >= 126) frame = Bytes({first, mask | 126, size >> 8, size});
+    frame += key;
+    for (size_t i = 0; i < size; ++i)
+        frame += static_cast<char>(masked ? payload[i] ^ key[i % 4] : payload[i]);
+    return frame;
+}
 
 // A blocking loopback client. rcvbuf keeps the kernel from swallowing what the test will not read.
 class Client {
   public:
     explicit Client(uint16_t port, int rcvbuf = 0) : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
         if (rcvbuf > 0) ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &rcvbuf, sizeof(rcvbuf));
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_port = htons(port);
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        connected = ::connect(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) == 0;
+        sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+        ::connect(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
     }
-    ~Client() { Close(); }
+    virtual ~Client() { Close(); }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
@@ -167,6 +130,13 @@ class Client {
         }
         return true;
     }
+    // Over and over, for whoever closes the connection in the middle of it.
+    std::thread SendUntilClosed(const std::string& bytes) {
+        return std::thread([this, bytes] {
+            while (Send(bytes)) {
+            }
+        });
+    }
     // Up to size bytes; less only at the end of the stream or after the bound.
     std::string Read(size_t size) {
         std::string bytes;
@@ -178,12 +148,24 @@ class Client {
         }
         return bytes;
     }
-    std::string ReadMessage() {
-        std::string message = Read(8);
-        if (message.size() < 8) return message;
-        const size_t length =
-            static_cast<uint8_t>(message[2]) * 256u + static_cast<uint8_t>(message[3]);
-        return message + Read(length - 8);
+    size_t ReadNumber() {
+        const std::string bytes = Read(2);
+        return bytes.size() < 2
+                   ? 0
+                   : static_cast<uint8_t>(bytes[0]) * 256u + static_cast<uint8_t>(bytes[1]);
+    }
+    virtual bool SendMessage(const std::string& message) { return Send(message); }
+    virtual std::string ReadMessage() {
+        const std::string begin = Read(2);
+        const size_t length = ReadNumber();
+        return begin + Bytes({length >> 8, length}) + Read(length - std::min<size_t>(length, 4));
+    }
+    std::string Ask(const std::string& message) {
+        return SendMessage(message) ? ReadMessage() : "";
+    }
+    bool Echoes() {
+        const std::string message = Message(77, "hello");
+        return Ask(message) == message;
     }
     // The peer has closed: nothing but the end comes.
     bool AtEnd() {
@@ -192,12 +174,130 @@ class Client {
     }
     int Fd() const { return m_fd; }
 
-    bool connected = false;
-
   private:
     bool Readable() {
         pollfd wait{m_fd, POLLIN, 0};
         return ::poll(&wait, 1, kWaitMs) == 1;
     }
     int m_fd;
+};
+
+class WebClient : public Client {
+  public:
+    explicit WebClient(uint16_t port, int rcvbuf = 0)
+        : WebClient(port, rcvbuf, [](Client& client) { client.Send(kRequest); }) {}
+    // request sends what ends with a request; the answer is read.
+    template <class Request>
+    WebClient(uint16_t port, int rcvbuf, Request request) : Client(port, rcvbuf) {
+        request(*this);
+        while (!response.ends_with("\r\n\r\n")) {
+            const std::string byte = Read(1);
+            if (byte.empty()) break;
+            response += byte;
+        }
+    }
+    bool SendMessage(const std::string& message) override { return Send(Frame(message)); }
+    // The payload of the next frame, which must be whole, final, binary and unmasked.
+    std::string ReadMessage() override {
+        const std::string head = Read(2);
+        if (head.size() < 2 || head[0] != static_cast<char>(0x82)) return "no frame";
+        return Read(head[1] == 126 ? ReadNumber() : static_cast<uint8_t>(head[1]));
+    }
+    std::string response;
+};
+
+class TestNode : public PlayerNode {
+  public:
+    void Initialize() override { ++initialized; }
+    void Release() override { ++released; }
+    std::atomic<int> initialized{0}, released{0}, closed{0}, afterClose{0};
+};
+
+inline constexpr uint16_t kFlood = 1000;
+
+// Echoes by default; counts every callback.
+class TestServer : public GameProvider {
+  public:
+    using OnMessage = std::function<void(TestNode*, uint16_t, char*, long)>;
+
+    // Every incarnation was reported closed exactly once, and nothing came behind a close.
+    ~TestServer() override {
+        Shutdown();
+        for (TestNode* node : nodes) {
+            EXPECT_EQ(node->closed, node->initialized);
+            EXPECT_EQ(node->afterClose, 0);
+        }
+    }
+
+    struct Limits {
+        unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL, threads = 0;
+        unsigned long clients = 10000;
+    };
+    void Listen() { Listen(Limits()); }
+    void Listen(const Limits& limits) {
+        ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout,
+                               limits.threads, 0, 0));
+        listener = Create(true, "127.0.0.1", 0, 0, limits.clients, 2, 1, 6);
+        ASSERT_NE(listener, nullptr);
+        sockaddr_in addr{};
+        GetPlayerAddrIn(listener, &addr, true);
+        port = ntohs(addr.sin_port);
+        ASSERT_TRUE(RecvData(listener));
+    }
+    // A link to a server, not yet registered.
+    IPlayerNode* Dial(uint16_t to) { return Create(false, "127.0.0.1", to, 1000, 1, 2, 1, 6); }
+    bool AwaitClosed(long count) {
+        return WaitFor([&] { return closes == count; });
+    }
+    bool AwaitReleased(int count) {
+        return WaitFor([&] { return Released() == count; });
+    }
+    int Released() {
+        const std::lock_guard guard(lock);
+        int sum = 0;
+        for (TestNode* node : nodes)
+            sum += node->released;
+        return sum;
+    }
+
+    long Start() override { return 0; }
+    void OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) override {
+        auto* test = static_cast<TestNode*>(node);
+        if (test->closed >= test->initialized) ++test->afterClose;
+        ++messages;
+        if (onMessage) return onMessage(test, type, static_cast<char*>(data), length);
+        if (type == kFlood) return Flood(node);
+        SendData(node, type, data, length, ENCODE_NONE);
+    }
+    void OnClosed(IPlayerNode* node, bool flag) override {
+        ++static_cast<TestNode*>(node)->closed;
+        ++closes;
+        lastFlag = flag;
+        GameProvider::OnClosed(node, flag);
+    }
+    void OnTimer(long) override { ++ticks; }
+    IPlayerNode* OnCreatePlayer() override {
+        auto* node = new TestNode;
+        const std::lock_guard guard(lock);
+        nodes.push_back(node);
+        return node;
+    }
+    // Largest messages, each full of its number, as many as wanted and the ring takes.
+    void Flood(IPlayerNode* node) {
+        int queued = 0;
+        for (; queued < flood; ++queued) {
+            std::string body(4096, static_cast<char>(queued));
+            if (!SendData(node, kFlood, body.data(), 4096, ENCODE_NONE)) break;
+        }
+        flooded = queued;
+    }
+
+    OnMessage onMessage;  // set before Listen, as the next
+    int flood = 1 << 20;
+    IPlayerNode* listener = nullptr;
+    uint16_t port = 0;
+    std::atomic<long> messages{0}, closes{0}, ticks{0}, flooded{-1};
+    std::atomic<bool> lastFlag{false};
+    std::mutex lock;
+    std::vector<TestNode*> nodes;
 };

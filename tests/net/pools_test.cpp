@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -7,8 +8,6 @@
 #include "NodeManager/NodeRecords.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 struct Item {
     int value;
@@ -26,45 +25,59 @@ Queue MakeQueue(long kind, unsigned long capacity) {
     return Queue(NodeManager<Item>::CreateInstance(kind, capacity));
 }
 
-class Items {
-  public:
-    explicit Items(int count) : m_items(static_cast<size_t>(count)) {
-        for (int i = 0; i < count; ++i)
-            m_items[static_cast<size_t>(i)].value = i;
-    }
-    unsigned long Put(NodeManager<Item>& queue, int first, int count) {
-        std::vector<Item*> nodes;
-        for (int i = 0; i < count; ++i)
-            nodes.push_back(&m_items[static_cast<size_t>(first + i)]);
-        return queue.SetNode(nodes.data(), count);
-    }
-
-  private:
-    std::vector<Item> m_items;
+// Puts the next numbers in, from 0 on, and takes some out.
+struct Step {
+    long put;
+    unsigned long accepted;
+    long take;
+    std::vector<int> taken;
+    unsigned long left;
 };
 
-std::vector<int> Take(NodeManager<Item>& queue, long count) {
-    std::vector<Item*> out(static_cast<size_t>(count));
-    out.resize(queue.GetNode(out.data(), count));
-    std::vector<int> values;
-    for (Item* item : out)
-        values.push_back(item->value);
-    return values;
-}
-
-TEST(NodeAllocate, FullRingKeepsTheNewestOldestFirst) {
-    Items items(12);
-    const Queue ring = MakeQueue(NODE_RING, 3);
-    EXPECT_EQ(3u, items.Put(*ring, 0, 5));
-    EXPECT_EQ(3u, ring->GetNode(nullptr, 0));
-    EXPECT_THAT(Take(*ring, 2), ElementsAre(2, 3));
-    // Across the wrap, with one entry left from before.
-    EXPECT_EQ(2u, items.Put(*ring, 5, 2));
-    EXPECT_EQ(1u, items.Put(*ring, 7, 1));
-    EXPECT_THAT(Take(*ring, 9), ElementsAre(5, 6, 7));
-    EXPECT_EQ(3u, items.Put(*ring, 0, 12));
-    EXPECT_THAT(Take(*ring, 9), ElementsAre(9, 10, 11));
-    EXPECT_EQ(0u, ring->GetNode(nullptr, 0));
+TEST(NodeQueues, HandOutInOrderWhatTheyKeep) {
+    const struct {
+        const char* name;
+        long kind;
+        unsigned long capacity;
+        std::vector<Step> steps;
+    } rows[] = {
+        {"a full ring keeps the newest, oldest first",
+         NODE_RING,
+         3,
+         {{5, 3, 2, {2, 3}, 1},  // then across the wrap, with one entry left from before
+          {2, 2, 0, {}, 3},
+          {1, 1, 9, {5, 6, 7}, 0},
+          {12, 3, 9, {17, 18, 19}, 0}}},
+        {"a link drains one list, and in one call never more, while the other fills",
+         NODE_LINK,
+         0,
+         {{3, 3, 1, {0}, 2}, {3, 3, 9, {1, 2}, 3}, {0, 0, 9, {3, 4, 5}, 0}, {2, 2, 9, {6, 7}, 0}}},
+        {"a round drains one ring while the other fills",
+         NODE_ROUND,
+         3,
+         {{2, 2, 1, {0}, 1}, {5, 3, 9, {1}, 3}, {0, 0, 9, {4, 5, 6}, 0}, {0, 0, 9, {}, 0}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Queue queue = MakeQueue(row.kind, row.capacity);
+        std::array<Item, 20> items;
+        int next = 0;
+        for (const Step& step : row.steps) {
+            std::vector<Item*> nodes;
+            for (long i = 0; i < step.put; ++i, ++next) {
+                items.at(static_cast<size_t>(next)).value = next;
+                nodes.push_back(&items.at(static_cast<size_t>(next)));
+            }
+            EXPECT_EQ(queue->SetNode(nodes.data(), step.put), step.accepted);
+            Item* out[9] = {};
+            std::vector<int> taken;
+            if (step.take > 0) queue->GetNode(out, step.take);
+            for (int i = 0; i < 9 && out[i] != nullptr; ++i)
+                taken.push_back(out[i]->value);
+            EXPECT_EQ(taken, step.taken);
+            EXPECT_EQ(queue->GetNode(nullptr, 0), step.left);
+        }
+    }
 }
 
 TEST(NodeQueues, RefuseAndReport) {
@@ -75,13 +88,13 @@ TEST(NodeQueues, RefuseAndReport) {
     for (const Row& row : {Row{NODE_RING, 4, 3, 0}, Row{NODE_RING, 0, 0, 0},
                            Row{NODE_LINK, 0, 3, 3}, Row{NODE_ROUND, 4, 3, 0}}) {
         SCOPED_TRACE(row.kind);
-        Items items(3);
+        std::array<Item, 3> items;
+        Item *in[] = {&items[0], &items[1], &items[2]}, *out[3] = {};
         const Queue queue = MakeQueue(row.kind, row.capacity);
-        Item* out[3] = {};
         EXPECT_EQ(0u, queue->SetNode(nullptr, 3));
-        EXPECT_EQ(0u, items.Put(*queue, 0, 0));
+        EXPECT_EQ(0u, queue->SetNode(in, 0));
         EXPECT_EQ(0u, queue->GetNode(out, 3));
-        EXPECT_EQ(row.put, items.Put(*queue, 0, 3));
+        EXPECT_EQ(row.put, queue->SetNode(in, 3));
         EXPECT_EQ(row.taken0, queue->GetNode(out, 0));
         EXPECT_EQ(nullptr, out[0]);
         EXPECT_EQ(row.put, queue->GetNode(nullptr, 9));
@@ -91,52 +104,22 @@ TEST(NodeQueues, RefuseAndReport) {
     EXPECT_EQ(nullptr, NodeManager<Item>::CreateInstance(-1, 8));
 }
 
-TEST(NodeDBLink, KeepsOrderAcrossSwaps) {
-    Items items(8);
-    const Queue queue = MakeQueue(NODE_LINK, 0);
-    items.Put(*queue, 0, 3);
-    EXPECT_THAT(Take(*queue, 1), ElementsAre(0));
-    items.Put(*queue, 3, 3);
-    EXPECT_EQ(5u, queue->GetNode(nullptr, 0));
-    // One call never reaches past the drained list.
-    EXPECT_THAT(Take(*queue, 9), ElementsAre(1, 2));
-    EXPECT_THAT(Take(*queue, 9), ElementsAre(3, 4, 5));
-    items.Put(*queue, 6, 2);
-    EXPECT_THAT(Take(*queue, 9), ElementsAre(6, 7));
-    EXPECT_EQ(0u, queue->GetNode(nullptr, 0));
-}
-
-TEST(NodeDBRound, DrainsOneRingWhileTheOtherFills) {
-    Items items(9);
-    const Queue queue = MakeQueue(NODE_ROUND, 3);
-    items.Put(*queue, 0, 2);
-    EXPECT_THAT(Take(*queue, 1), ElementsAre(0));
-    items.Put(*queue, 2, 5);
-    EXPECT_EQ(1u, queue->GetNode(nullptr, 0));
-    EXPECT_THAT(Take(*queue, 9), ElementsAre(1));
-    EXPECT_THAT(Take(*queue, 9), ElementsAre(4, 5, 6));
-    EXPECT_THAT(Take(*queue, 9), ElementsAre());
-}
-
 TEST(NodeRecycle, HandsOutFreedNodesUntouchedButForTheLink) {
     const Factory factory(NodeFactory<Item>::CreateInstance());
     factory->FreeNode(nullptr);
-    Item* first = factory->CreateNode();
-    Item* second = factory->CreateNode();
-    ASSERT_NE(first, second);
-    EXPECT_EQ(nullptr, first->__p_next);
-    first->value = 1;
-    second->value = 2;
-    factory->FreeNode(first);
-    factory->FreeNode(second);
-    Item* again[2];
-    for (int i = 0; i < 2; ++i) {
-        again[i] = factory->CreateNode();
-        EXPECT_EQ(2 - i, again[i]->value);
-        EXPECT_EQ(nullptr, again[i]->__p_next);
+    Item* nodes[] = {factory->CreateNode(), factory->CreateNode()};
+    ASSERT_NE(nodes[0], nodes[1]);
+    for (int i : {0, 1}) {
+        nodes[i]->value = i;
+        factory->FreeNode(nodes[i]);
     }
-    factory->FreeNode(again[0]);
-    factory->FreeNode(again[1]);
+    for (int i : {1, 0}) {
+        EXPECT_EQ(nodes[i], factory->CreateNode());
+        EXPECT_EQ(i, nodes[i]->value);
+        EXPECT_EQ(nullptr, nodes[i]->__p_next);
+    }
+    factory->FreeNode(nodes[0]);
+    factory->FreeNode(nodes[1]);
 }
 
 TEST(SendBuffer, ReturnsWithTheLastReference) {

@@ -1,17 +1,12 @@
+#include "Game/Reconnect.h"
+
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-#include <vector>
-
-#include "Game/Reconnect.h"
+#include "net_fixture.h"
 
 namespace {
 
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
+using testing::ElementsAre;
 
 // Fails the first `failures` attempts of every kind, then succeeds.
 class Keeper : public Reconnect {
@@ -20,88 +15,70 @@ class Keeper : public Reconnect {
     ~Keeper() override { Stop(); }
 
     bool OnConnected(void* param, int type) override {
-        std::unique_lock lock(m_lock);
-        m_attempts.push_back({param, type, Clock::now()});
-        m_changed.notify_all();
-        return m_attempts.size() > m_failures;
+        const std::lock_guard guard(m_lock);
+        EXPECT_EQ(param, this);
+        m_pauses.push_back(m_watch.Lap());
+        m_types.push_back(type);
+        return m_types.size() > m_failures;
     }
-    bool WaitForAttempts(size_t count) {
-        std::unique_lock lock(m_lock);
-        return m_changed.wait_for(lock, 20s, [&] { return m_attempts.size() >= count; });
-    }
-    struct Attempt {
-        void* param;
-        int type;
-        Clock::time_point when;
-    };
-    std::vector<Attempt> Attempts() {
-        std::unique_lock lock(m_lock);
-        return m_attempts;
-    }
-    std::vector<int> Types() {
+    bool Want(int type) { return SetParameter(this, type); }
+    // The types tried so far, and at least so many.
+    std::vector<int> Tried(size_t count) {
         std::vector<int> types;
-        for (const Attempt& attempt : Attempts())
-            types.push_back(attempt.type);
+        WaitFor([&] {
+            const std::lock_guard guard(m_lock);
+            types = m_types;
+            return types.size() >= count;
+        });
         return types;
+    }
+    std::chrono::nanoseconds Pause(size_t before) {
+        const std::lock_guard guard(m_lock);
+        return m_pauses.at(before);
     }
 
   private:
     const size_t m_failures;
     std::mutex m_lock;
-    std::condition_variable m_changed;
-    std::vector<Attempt> m_attempts;
+    std::vector<int> m_types;
+    std::vector<std::chrono::nanoseconds> m_pauses;
+    Stopwatch m_watch;
 };
 
 TEST(Reconnect, PassesEveryRequestOnUnmergedAndInOrder) {
     Keeper keeper(0);
+    EXPECT_FALSE(keeper.Want(1)) << "not started";
     ASSERT_TRUE(keeper.Start());
-    int param = 0;
     for (int type : {4, 4, 9})
-        EXPECT_TRUE(keeper.SetParameter(&param, type));
-    ASSERT_TRUE(keeper.WaitForAttempts(3));
-    EXPECT_THAT(keeper.Types(), testing::ElementsAre(4, 4, 9));
-    EXPECT_EQ(&param, keeper.Attempts()[0].param);
+        EXPECT_TRUE(keeper.Want(type));
+    EXPECT_THAT(keeper.Tried(4), ElementsAre(1, 4, 4, 9));
+    keeper.Stop();
+    EXPECT_TRUE(keeper.Want(2)) << "and is freed with the keeper";
 }
 
 TEST(Reconnect, RetriesFailedRequestsInTurnOnceASecond) {
     Keeper keeper(2);
     ASSERT_TRUE(keeper.Start());
-    keeper.SetParameter(nullptr, 1);
-    ASSERT_TRUE(keeper.WaitForAttempts(1));
-    keeper.SetParameter(nullptr, 2);
-    ASSERT_TRUE(keeper.WaitForAttempts(4));
-    const auto attempts = keeper.Attempts();
-    EXPECT_THAT(keeper.Types(),
-                testing::AnyOf(testing::ElementsAre(1, 1, 2, 1), testing::ElementsAre(1, 2, 1, 2)));
-    EXPECT_GE(attempts[1].when - attempts[0].when, 990ms);
-    EXPECT_GE(attempts[2].when - attempts[1].when, 990ms);
+    keeper.Want(1);
+    ASSERT_THAT(keeper.Tried(1), ElementsAre(1));
+    keeper.Want(2);
+    EXPECT_THAT(keeper.Tried(4), testing::AnyOf(ElementsAre(1, 1, 2, 1), ElementsAre(1, 2, 1, 2)));
+    EXPECT_GE(keeper.Pause(1), 990ms);
+    EXPECT_GE(keeper.Pause(2), 990ms);
 }
 
 TEST(Reconnect, StopsWhileARequestKeepsFailingAndStartsAgain) {
     Keeper keeper(3);
-    ASSERT_TRUE(keeper.Start());
-    ASSERT_TRUE(keeper.Start());
-    keeper.SetParameter(nullptr, 77);
-    ASSERT_TRUE(keeper.WaitForAttempts(2));
-    const auto before = Clock::now();
+    ASSERT_TRUE(keeper.Start() && keeper.Start());
+    keeper.Want(77);
+    ASSERT_THAT(keeper.Tried(2), ElementsAre(77, 77));
+    Stopwatch watch;
     EXPECT_TRUE(keeper.Stop());
-    EXPECT_LT(Clock::now() - before, 900ms);
+    EXPECT_LT(watch.Lap(), 900ms);
     EXPECT_TRUE(keeper.Stop());
-    EXPECT_EQ(2u, keeper.Attempts().size());
-
     ASSERT_TRUE(keeper.Start());
-    keeper.SetParameter(nullptr, 5);
-    ASSERT_TRUE(keeper.WaitForAttempts(4));
-    EXPECT_THAT(keeper.Types(), testing::ElementsAre(77, 77, 5, 5));
-}
-
-TEST(Reconnect, FreesRequestsThatNobodyTook) {
-    Keeper keeper(0);
-    EXPECT_FALSE(keeper.SetParameter(nullptr, 1));
-    ASSERT_TRUE(keeper.Start());
-    keeper.Stop();
-    EXPECT_TRUE(keeper.SetParameter(nullptr, 2));
-    EXPECT_TRUE(keeper.Attempts().empty());
+    keeper.Want(5);
+    EXPECT_THAT(keeper.Tried(4), ElementsAre(77, 77, 5, 5));
 }
 
 }  // namespace

@@ -113,12 +113,13 @@ TEST_P(SendBatchCuts, EveryPairOfCutsWritesWhatOneByOneWould) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Queues, SendBatchCuts,
-                         testing::Values(Case{"plain", {8, 130, 0, 17, 513, 20, 30, 600, 5}, false, false},
-                                         Case{"sharedTwice", {90, 90, 90}, true, false},
-                                         Case{"frames", {8, 125, 0, 126, 600, 30}, false, true},
-                                         Case{"sharedFrames", {200, 200}, true, true}),
-                         [](const testing::TestParamInfo<Case>& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Queues, SendBatchCuts,
+    testing::Values(Case{"plain", {8, 130, 0, 17, 513, 20, 30, 600, 5}, false, false},
+                    Case{"sharedTwice", {90, 90, 90}, true, false},
+                    Case{"frames", {8, 125, 0, 126, 600, 30}, false, true},
+                    Case{"sharedFrames", {200, 200}, true, true}),
+    [](const testing::TestParamInfo<Case>& row) { return row.param.name; });
 
 // A frame that was tried announces its length: a buffer shortened meanwhile by another holder
 // must not make it lie.
