@@ -1,12 +1,10 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
+#include "../base/BaseTest.h"
 #include "ConfigCheck.h"
 
 namespace {
@@ -18,32 +16,32 @@ using testing::IsEmpty;
 
 const fs::path kTree = SOURCE_TREE;
 
-std::string Content(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 class Check : public testing::Test {
   protected:
     Check() {
         std::string path = (fs::temp_directory_path() / "checkXXXXXX").string();
         if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory");
         m_directory = path;
-        for (const ConfigFile& file : kConfigFiles)
-            fs::copy_file(kTree / "deploy/config" / file.name, m_directory / file.name);
+        Restore();
     }
     ~Check() override { fs::remove_all(m_directory); }
 
     void Write(const std::string& name, const std::string& text) {
         std::ofstream(m_directory / name, std::ios::binary) << text;
     }
-    // Puts `to` in the place of `from`, with which a line must begin.
-    void Change(const std::string& name, const std::string& from, const std::string& to) {
-        std::string text = Content(m_directory / name);
-        const size_t at = text.find("\n" + from);
-        ASSERT_NE(at, std::string::npos) << from;
-        Write(name, text.replace(at + 1, from.size(), to));
+    void Restore() {
+        for (const ConfigFile& file : kConfigFiles)
+            Write(file.name, ReadFile(kTree / "deploy/config" / file.name));
+    }
+    // Puts `to` in the place of `from`, with which a line of one of the files must begin.
+    void Change(const std::string& from, const std::string& to) {
+        for (const ConfigFile& file : kConfigFiles) {
+            std::string text = ReadFile(m_directory / file.name);
+            const size_t at = ("\n" + text).find("\n" + from);
+            if (at == std::string::npos) continue;
+            return Write(file.name, text.replace(at, from.size(), to));
+        }
+        FAIL() << "no such line: " << from;
     }
     std::vector<std::string> Problems() const {
         std::vector<std::string> lines;
@@ -68,96 +66,86 @@ TEST_F(Check, SamplesAreClean) {
 TEST_F(Check, OneFaultOneProblem) {
     const std::string longText(32, 'a');
     const struct {
-        const char* file;
-        std::string from;
-        std::string to;
-        std::string problem;  // part of the only one
+        std::string from, to, problem;  // part of the only one
     } kRows[] = {
-        {"LobbyServer.cfg", "interval=20", "interval=20 ; s", "not a whole number: \"20 ; s\""},
-        {"LobbyServer.cfg", "interval=20", "interval=", "not a whole number"},
-        {"LobbyServer.cfg", "interval=20", "interval=-2", "-2 is out of range: -1 to 86400"},
-        {"LobbyServer.cfg", "timeout=120", "timeout=99999999999999999999", "not a whole number"},
-        {"LobbyServer.cfg", "wakeup=0", "wakeup=2", "key \"wakeup\": 2 is out of range: 0 to 1"},
-        {"LobbyServer.cfg", "maxconnection=4900", "maxconnection=4999",
-         "4999 is too much: at 5000"},
-        {"LobbyServer.cfg", "maxconnection=4900", "", "missing, and its default 10000 is too"},
-        {"LobbyServer.cfg", "interval=20", "intervall=20", "\"intervall\": unknown key"},
-        {"LobbyServer.cfg", "interval=20", "interval 20", "without an equals sign"},
-        {"LobbyServer.cfg", "wakeup=0", "wakeup=0\nINTERVAL=9", "\"INTERVAL\": repeated; only"},
-        {"LobbyServer.cfg", "[init]", "[init", "section [init]: the closing bracket is missing"},
-        {"LobbyServer.cfg", "[init]", "[init] ; x", "section [init]: what follows the bracket"},
-        {"LobbyServer.cfg", "[init]", "[Init]\n[inti]\nx=1\n[iNit]\nx=1\n[init]", ""},
-        {"LobbyServer.cfg", "[network]", "stray=1\n[network]", "before the first section"},
-        {"LobbyServer.cfg", "[log]", "[logs]", "section [logs]: unknown section"},
-        {"LobbyServer.cfg", "center_server=127.0.0.1:9101", "",
+        {"interval=20", "interval=20 ; s", "not a whole number: \"20 ; s\""},
+        {"interval=20", "interval=", "not a whole number"},
+        {"interval=20", "interval=-2", "-2 is out of range: -1 to 86400"},
+        {"timeout=120", "timeout=99999999999999999999", "not a whole number"},
+        {"wakeup=0", "wakeup=2", "key \"wakeup\": 2 is out of range: 0 to 1"},
+        {"maxconnection=4900", "maxconnection=4999", "4999 is too much: at 5000"},
+        {"maxconnection=4900", "", "missing, and its default 10000 is too"},
+        {"interval=20", "intervall=20", "\"intervall\": unknown key"},
+        {"interval=20", "interval 20", "without an equals sign"},
+        {"wakeup=0", "wakeup=0\nINTERVAL=9", "\"INTERVAL\": repeated; only"},
+        {"[init]", "[init", "section [init]: the closing bracket is missing"},
+        {"[init]", "[init] ; x", "section [init]: what follows the bracket"},
+        {"[network]", "stray=1\n[network]", "before the first section"},
+        {"[log]", "[logs]", "section [logs]: unknown section"},
+        {"center_server=127.0.0.1:9101", "",
          "LobbyServer.cfg: section [connect], key \"center_server\": missing; a host:port"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=9100", "not of the form host:port"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=::1:9100", "not of the form host:port"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=1.2.3:9100", "not an IPv4 address: 1.2.3"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=*:9100", "neither an IPv4 address nor"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:65536", "port 65536 is out of range"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:0", "port 0 is out of range"},
-        {"LobbyServer.cfg", "addr=0.0.0.0:9100", "addr=a:80 ;x", "port not a whole number"},
-        {"LobbyServer.cfg", "log_server=127.0.0.1:9106", "log_server=" + longText + ":1",
+        {"addr=0.0.0.0:9100", "addr=9100", "not of the form host:port"},
+        {"addr=0.0.0.0:9100", "addr=::1:9100", "not of the form host:port"},
+        {"addr=0.0.0.0:9100", "addr=1.2.3:9100", "not an IPv4 address: 1.2.3"},
+        {"addr=0.0.0.0:9100", "addr=*:9100", "neither an IPv4 address nor"},
+        {"addr=0.0.0.0:9100", "addr=a:65536", "port 65536 is out of range"},
+        {"addr=0.0.0.0:9100", "addr=a:0", "port 0 is out of range"},
+        {"addr=0.0.0.0:9100", "addr=a:80 ;x", "port not a whole number"},
+        {"log_server=127.0.0.1:9106", "log_server=" + longText + ":1",
          "longer than the 31 characters"},
-        {"LobbyServer.cfg", "szPasswd=", "szPasswd=" + longText, "32 characters; at most 31"},
-        {"LobbyServer.cfg", "szPasswd=", "szPasswd=a ", "ends in a blank"},
-        {"LobbyServer.cfg", "level=WARN", "level=INFO", "not one of ALL|DEBUG|WARN|ERROR"},
-        {"LobbyServer.cfg", "level=WARN", "level=WARN ", "not one of ALL|DEBUG|WARN|ERROR"},
-        {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=a/b", "without directories"},
-        {"LobbyServer.cfg", "FileName=LobbyServer.log", "FileName=", "empty"},
-        {"LobbyServer.cfg", ";trusted_proxies=10.0.0.0/8,", "trusted_proxies=10.0.0.0/33,",
+        {"szPasswd=", "szPasswd=" + longText, "32 characters; at most 31"},
+        {"szPasswd=", "szPasswd=a ", "ends in a blank"},
+        {"level=WARN", "level=INFO", "not one of ALL|DEBUG|WARN|ERROR"},
+        {"level=WARN", "level=WARN ", "not one of ALL|DEBUG|WARN|ERROR"},
+        {"FileName=LobbyServer.log", "FileName=a/b", "without directories"},
+        {"FileName=LobbyServer.log", "FileName=", "empty"},
+        {";trusted_proxies=10.0.0.0/8,", "trusted_proxies=10.0.0.0/33,",
          "not a network such as 10.0.0.0/8: \"10.0.0.0/33\""},
-        {"LobbyServer.cfg", ";proxy_protocol=1", "proxy_protocol=1", "without trusted_proxies"},
-        {"LobbyServer.cfg", "[limits]", "[limits]\n0x10=0/1s drop", "a count is 1 to 1000000"},
-        {"LobbyServer.cfg", "[limits]", "[limits]\n16=1/1s drop\n0x10=1/1s drop",
+        {";proxy_protocol=1", "proxy_protocol=1", "without trusted_proxies"},
+        {"[limits]", "[limits]\n0x10=0/1s drop", "a count is 1 to 1000000"},
+        {"[limits]", "[limits]\n16=1/1s drop\n0x10=1/1s drop",
          "key \"0x10\": a second limit for this type"},
-        {"LobbyServer.cfg", "[metrics]", "[metrics]\naddr=127.0.0.1:9100",
-         "taken by [listen] addr"},
-        {"SensitiveName.cfg", "SensitiveName=admin,", "SensitiveName=admin, ",
+        {"[metrics]", "[metrics]\naddr=127.0.0.1:9100", "taken by [listen] addr"},
+        {"SensitiveName=admin,", "SensitiveName=admin, ",
          "SensitiveName.cfg:4: section [config], key \"SensitiveName\": blanks beside a comma"},
-        {"SensitiveName.cfg", "SensitiveName=", "SensitiveName=" + std::string(1023990, 'x'),
+        {"SensitiveName=", "SensitiveName=" + std::string(1023990, 'x'),
          "characters; at most 1023999 are read, and nothing"},
-        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser0=7",
-         "\"user0\": is not read, for usernum is 0"},
-        {"disconnectuserid.cfg", "usernum=0", "usernum=1", "\"user0\": missing, for usernum is 1"},
-        {"disconnectuserid.cfg", "usernum=0", "usernum=x", "not a whole number: \"x\""},
-        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser=1", "unknown key"},
-        {"disconnectuserid.cfg", "[disconnect]", "[disconnect]\nuser00=1", "unknown key"},
-        {"compete_info.cfg", "month_open_day=28", "month_open_day=32", "out of range: 0 to 31"},
-        {"compete_info.cfg", "day_user_num=64,", "day_user_num=64,x", "not a whole number"},
-        {"compete_info.cfg", "day_user_num=64,", "day_user_num=9,8,7,64,", "9 rounds; clients"},
+        {"[disconnect]", "[disconnect]\nuser0=7", "\"user0\": is not read, for usernum is 0"},
+        {"usernum=0", "usernum=1", "\"user0\": missing, for usernum is 1"},
+        {"usernum=0", "usernum=x", "not a whole number: \"x\""},
+        {"[disconnect]", "[disconnect]\nuser=1", "unknown key"},
+        {"[disconnect]", "[disconnect]\nuser00=1", "unknown key"},
+        {"month_open_day=28", "month_open_day=32", "out of range: 0 to 31"},
+        {"day_user_num=64,", "day_user_num=64,x", "not a whole number"},
+        {"day_user_num=64,", "day_user_num=9,8,7,64,", "9 rounds; clients"},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.to);
-        Change(row.file, row.from, row.to);
-        if (row.problem.empty()) {  // the row of sections
-            EXPECT_THAT(Problems(), ElementsAre(HasSubstr("[inti]: unknown section"),
-                                                HasSubstr("[iNit]: repeated; only the first"),
-                                                HasSubstr("[init]: repeated; only the first")));
-        } else {
-            EXPECT_THAT(Problems(), ElementsAre(HasSubstr(row.problem)));
-        }
-        fs::copy_file(kTree / "deploy/config" / row.file, m_directory / row.file,
-                      fs::copy_options::overwrite_existing);
+        Change(row.from, row.to);
+        EXPECT_THAT(Problems(), ElementsAre(HasSubstr(row.problem)));
+        Restore();
     }
+    Change("[init]", "[Init]\n[inti]\nx=1\n[iNit]\nx=1\n[init]");
+    EXPECT_THAT(Problems(), ElementsAre(HasSubstr("[inti]: unknown section"),
+                                        HasSubstr("[iNit]: repeated; only the first"),
+                                        HasSubstr("[init]: repeated; only the first")));
 }
 
 // What the lobby reads as meant is no problem.
 TEST_F(Check, HarmlessVariations) {
-    Change("LobbyServer.cfg", "interval=20", "\t INTERVAL = 20 \r\n;timeout=x\n# a remark = 1");
-    EXPECT_THAT(Problems(), IsEmpty());
-    Change("LobbyServer.cfg", "\t INTERVAL = 20", "interval=-1");
-    Change("LobbyServer.cfg", "maxconnection=4900", "maxconnection=20000");
-    EXPECT_THAT(Problems(), IsEmpty());
-    Change("LobbyServer.cfg", ";trusted_proxies=", "trusted_proxies= ::1/128 , ");
-    Change("LobbyServer.cfg", ";proxy_protocol=1", "proxy_protocol=2");
-    Change("LobbyServer.cfg", "redis_server=127.0.0.1:6379", "redis_server=redis-1.lan: 6379");
-    EXPECT_THAT(Problems(), IsEmpty());
-    Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=2\n[disconnect]\nuser1=5\nUser0=6");
-    EXPECT_THAT(Problems(), IsEmpty());
-    Change("compete_info.cfg", "day_user_num=64,", "day_user_num= 64, ");
-    EXPECT_THAT(Problems(), IsEmpty());
+    const std::pair<const char*, const char*> kRows[] = {
+        {"interval=20", "\t INTERVAL = 20 \r\n;timeout=x\n# a remark = 1"},
+        {"\t INTERVAL = 20", "interval=-1"},
+        {"maxconnection=4900", "maxconnection=20000"},
+        {";trusted_proxies=", "trusted_proxies= ::1/128 , "},
+        {";proxy_protocol=1", "proxy_protocol=2"},
+        {"redis_server=127.0.0.1:6379", "redis_server=redis-1.lan: 6379"},
+        {"usernum=0\n\n[disconnect]", "usernum=2\n[disconnect]\nuser1=5\nUser0=6"},
+        {"day_user_num=64,", "day_user_num= 64, "}};
+    for (const auto& [from, to] : kRows) {
+        Change(from, to);
+        EXPECT_THAT(Problems(), IsEmpty()) << to;
+    }
 }
 
 TEST_F(Check, FilesThatCannotBeRead) {
@@ -177,15 +165,15 @@ TEST_F(Check, ExitStatus) {
     EXPECT_EQ(Run("--keys"), 0);
     Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=x\n");
     EXPECT_EQ(Run(m_directory), 1);
-    EXPECT_EQ(Content(m_directory / "out"),
+    EXPECT_EQ(ReadFile(m_directory / "out"),
               "disconnectuserid.cfg:2: section [disconnectcount], key \"usernum\": not a whole "
               "number: \"x\"\n");
 }
 
 TEST(Keys, AreInTheSamplesAndTheDocuments) {
-    const std::string operations = Content(kTree / "docs/operations.md");
+    const std::string operations = ReadFile(kTree / "docs/operations.md");
     for (const ConfigFile& file : kConfigFiles) {
-        const std::string sample = Content(kTree / "deploy/config" / file.name);
+        const std::string sample = ReadFile(kTree / "deploy/config" / file.name);
         for (const ConfigKey& key : file.keys) {
             const std::string_view whole = key.name;
             const std::string name(whole.substr(0, whole.find_first_of("%*")));
