@@ -73,12 +73,10 @@ TEST(IniFile, SizesAndSmallBuffers) {
 }
 
 TEST(IniFile, FailedLoadsKeepOrEmptyTheContent) {
-    TempFile file("[s]\nk=1\n");
-    TempFile empty("");
+    TempFile file("[s]\nk=1\n"), empty("");
     CIniFile ini(file.Path());
-    EXPECT_EQ(ini.InitFile(nullptr), 0);
-    EXPECT_EQ(ini.InitFile("/nonexistent/file"), 0);
-    EXPECT_EQ(ini.InitFile("/"), 0);
+    for (const char* path : {static_cast<const char*>(nullptr), "/nonexistent/file", "/"})
+        EXPECT_EQ(ini.InitFile(path), 0);
     EXPECT_EQ(Value(ini, "s", "k"), "1");
     EXPECT_EQ(ini.InitFile(empty.Path()), 0);
     EXPECT_EQ(Value(ini, "s", "k"), kAbsent);
@@ -86,48 +84,42 @@ TEST(IniFile, FailedLoadsKeepOrEmptyTheContent) {
 }
 
 TEST(IniFile, WritingBack) {
+    using Edit = int (*)(CIniFile&);
+    const Edit set = [](CIniFile& ini) { return ini.SetValueStr("S", "key", "newer", true, 3); };
+    const Edit join = [](CIniFile& ini) { return ini.SetValueStr("S", "key", "newer", false, 3); };
+    const Edit number = [](CIniFile& ini) { return ini.SetValueInt("s", "key", -42); };
+    const Edit clear = [](CIniFile& ini) { return ini.SetValueStr("s", "key", nullptr, true); };
+    const Edit drop = [](CIniFile& ini) { return ini.DeleteKey("S", "KEY"); };
+    const Edit dropAll = [](CIniFile& ini) { return ini.DeleteSection("S"); };
     const struct {
-        const char* before;
-        bool spaced;
-        const char* after;
+        Edit edit;
+        const char *before, *after;  // null: nothing is changed, and 0 returned
     } kCases[] = {
-        {"[s]\r\nKey = old \r\nb=1\r\n", true, "[s]\r\nKey = new\r\nb=1\r\n"},
-        {"[s]\nkey=old\n", false, "[s]\nkeynew\n"},
-        {"[s]\nkey\n", true, "[s]\nkey = new\n"},
-        {"[s]\na=1\n  [t]\nb=1\n", true, "[s]\na=1\nkey = new\r\n  [t]\nb=1\n"},
-        {"[s]\na=1", true, "[s]\na=1\r\nkey = new"},
-        {"[t]\na=1\n", true, "[t]\na=1\n[S]\r\nkey = new"},
-        {"  [s]\n key=old\n", true, "[s]\n key = new\n"},
+        {set, "[s]\r\nKey = old \r\nb=1\r\n", "[s]\r\nKey = new\r\nb=1\r\n"},
+        {join, "[s]\nkey=old\n", "[s]\nkeynew\n"},
+        {set, "[s]\nkey\n", "[s]\nkey = new\n"},
+        {set, "[s]\na=1\n  [t]\nb=1\n", "[s]\na=1\nkey = new\r\n  [t]\nb=1\n"},
+        {set, "[s]\na=1", "[s]\na=1\r\nkey = new"},
+        {set, "[t]\na=1\n", "[t]\na=1\n[S]\r\nkey = new"},
+        {set, "  [s]\n key=old\n", "[s]\n key = new\n"},
+        {number, "[s]\nkey=1\n", "[s]\nkey = -42\n"},
+        {clear, "[s]\nkey=1\n", "[s]\nkey = \n"},
+        {drop, "[s]\nkey=1\ny=2\n[b]\nz=3\n", "[s]\ny=2\n[b]\nz=3\n"},
+        {drop, "[s]\ny=2\n[b]\nkey=3\n", "[s]\ny=2\n[b]\nkey=3\n"},  // 1: a section follows
+        {drop, "[b]\nkey=3\n[s]\ny=2\n", nullptr},
+        {drop, "[b]\nkey=3\n", nullptr},
+        {dropAll, "[a]\nx=1\n[s]\ny=2\n[b]\nz=3\n", "[a]\nx=1\n[b]\nz=3\n"},
+        {dropAll, "[b]\nz=3\n", nullptr},
     };
     for (const auto& row : kCases) {
+        SCOPED_TRACE(row.before);
         TempFile file(row.before);
         CIniFile ini(file.Path());
-        EXPECT_EQ(ini.SetValueStr("S", "key", "newer", row.spaced, 3), 1);
-        EXPECT_EQ(ReadFile(file.Path()), row.after);
+        EXPECT_EQ(row.edit(ini), row.after != nullptr ? 1 : 0);
+        EXPECT_EQ(ReadFile(file.Path()), row.after != nullptr ? row.after : row.before);
     }
-    TempFile file("[s]\nn=1\n");
-    CIniFile ini(file.Path());
-    EXPECT_EQ(ini.SetValueInt("s", "n", -42), 1);
-    EXPECT_EQ(ini.GetValueInt("s", "n", 0), -42);
-    EXPECT_EQ(ini.SetValueStr("s", "n", nullptr, true), 1);
-    EXPECT_EQ(Value(ini, "s", "n"), "");
-    EXPECT_EQ(CIniFile().SetValueStr("s", "n", "1", true), 0);
-}
-
-TEST(IniFile, Deleting) {
-    const std::string content = "[a]\nx=1\ny=2\n[b]\nz=3\n";
-    TempFile file(content);
-    CIniFile ini(file.Path());
-    EXPECT_EQ(ini.DeleteKey("a", "missing"), 1) << "another section follows";
-    EXPECT_EQ(ini.DeleteKey("b", "missing"), 0);
-    EXPECT_EQ(ini.DeleteKey("c", "x"), 0);
-    EXPECT_EQ(ini.DeleteSection("c"), 0);
-    EXPECT_EQ(ReadFile(file.Path()), content);
-    EXPECT_EQ(ini.DeleteKey("A", "X"), 1);
-    EXPECT_EQ(ReadFile(file.Path()), "[a]\ny=2\n[b]\nz=3\n");
-    EXPECT_EQ(ini.DeleteSection("a"), 1);
-    EXPECT_EQ(ReadFile(file.Path()), "[b]\nz=3\n");
-    EXPECT_EQ(Value(ini, "b", "z"), "3");
+    CIniFile unnamed;
+    EXPECT_EQ(set(unnamed), 0);
 }
 
 TEST(IniFile, NameLists) {
