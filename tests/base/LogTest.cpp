@@ -42,12 +42,10 @@ class LogTest : public testing::Test {
             fs::remove(path);
     }
 
-    int Start(const std::string& config, const char* name = nullptr) {
-        TempFile file(config);
-        return InitializeLog(file.Path(), name);
-    }
-    int Start(const std::string& config, const std::string& name) {
-        return Start(config, name.c_str());
+    // The log file's name is the configuration's where no suffix is given.
+    int Start(const std::string& config = "", const char* suffix = nullptr) {
+        const TempFile file("[log]\nFileName=" + m_name + ".log\n" + config);
+        return InitializeLog(file.Path(), suffix ? (m_name + suffix).c_str() : nullptr);
     }
     std::vector<fs::path> Files() const {
         std::vector<fs::path> files;
@@ -63,7 +61,7 @@ class LogTest : public testing::Test {
 };
 
 TEST_F(LogTest, OneLineOnConsoleAndInFile) {
-    ASSERT_EQ(Start("[log]\nFileName=" + m_name + ".log\n"), 1);
+    ASSERT_EQ(Start(), 1);
     const struct {
         LOG_LEVEL level;
         std::string colour, text;
@@ -80,17 +78,16 @@ TEST_F(LogTest, OneLineOnConsoleAndInFile) {
         file += body + "\r\n";
     }
     EXPECT_EQ(File(".log"), file);
-    EXPECT_EQ(Start("", m_name), 0) << "already open";
+    EXPECT_EQ(Start(), 0) << "already open";
 }
 
 TEST_F(LogTest, Levels) {
     const std::pair<const char*, LOG_LEVEL> kCases[] = {
-        {"[log]\nlevel=warn\n", _WARN},   {"[log]\nlevel=ERROR\n", _ERROR},
-        {"[log]\nlevel=Debug\n", _DEBUG}, {"[log]\nlevel=info\n", _ALL},
-        {"[log]\nlevel=warn \n", _ALL},   {"", _ALL}};
+        {"level=warn\n", _WARN}, {"level=ERROR\n", _ERROR}, {"level=Debug\n", _DEBUG},
+        {"level=info\n", _ALL},  {"level=warn \n", _ALL},   {"", _ALL}};
     EXPECT_EQ(Printed([] { __log(_ERROR, "t", "before"); }), "");
     for (const auto& [config, lowest] : kCases) {
-        ASSERT_EQ(Start(config, m_name + ".log"), 1);
+        ASSERT_EQ(Start(config), 1);
         for (const LOG_LEVEL level : {_ALL, _DEBUG, _WARN, _ERROR}) {
             EXPECT_EQ(!Printed([&] { __log(level, "t", "x"); }).empty(), level >= lowest) << config;
             EXPECT_EQ(LogEnabled(level), level >= lowest);
@@ -100,7 +97,7 @@ TEST_F(LogTest, Levels) {
 }
 
 TEST_F(LogTest, PercentSignsOfPeersDoNoHarm) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
+    ASSERT_EQ(Start(), 1);
     const char* text = "a%%b%n%s%c%5$d%";
     const std::string console = Printed([&] { __log(_ALL, "t", "%s %%%%", text); });
     EXPECT_NE(console.find("[t] a%b%n%s%c%5$d% %\x1b[0m"), std::string::npos) << console;
@@ -108,7 +105,7 @@ TEST_F(LogTest, PercentSignsOfPeersDoNoHarm) {
 }
 
 TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
+    ASSERT_EQ(Start(), 1);
     const std::string longText(5000, 'x');
     std::string directives;
     while (directives.size() < 3000)
@@ -135,7 +132,7 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
 }
 
 TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
-    ASSERT_EQ(Start("[log]\nlevel=DEBUG\njson=1\nFileName=" + m_name + ".log\n"), 1);
+    ASSERT_EQ(Start("level=DEBUG\njson=1\n"), 1);
     const std::string bad = "\xEF\xBF\xBD", nice = "\xE7\x8E\xA9\xF0\x9F\x98\x80";
     const struct {
         std::string text, escaped;
@@ -182,11 +179,11 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
 TEST_F(LogTest, NameOfTheJsonFile) {
     const struct {
         const char *config, *name, *json;  // null: none
-    } kCases[] = {{"[log]\njson=1\n", ".a.log", ".a.json"},   {"[log]\njson=1\n", "", ".json"},
-                  {"[log]\njson=1\n", ".json", ".json.json"}, {"[log]\njson=0\n", ".log", nullptr},
-                  {"[log]\njson=\n", ".log", nullptr},        {"", ".log", nullptr}};
+    } kCases[] = {{"json=1\n", ".a.log", ".a.json"},   {"json=1\n", "", ".json"},
+                  {"json=1\n", ".json", ".json.json"}, {"json=0\n", ".log", nullptr},
+                  {"json=\n", ".log", nullptr},        {"", ".log", nullptr}};
     for (const auto& row : kCases) {
-        ASSERT_EQ(Start(row.config, m_name + row.name), 1);
+        ASSERT_EQ(Start(row.config, row.name), 1);
         Printed([] { __log(_ALL, "t", "x"); });
         EXPECT_EQ(Files().size(), row.json != nullptr ? 2u : 1u) << row.config;
         EXPECT_TRUE(row.json == nullptr || File(row.json).starts_with("{\"time\":")) << row.name;
@@ -194,33 +191,29 @@ TEST_F(LogTest, NameOfTheJsonFile) {
     }
 }
 
-TEST_F(LogTest, RollsOverAtMidnight) {
-    const std::pair<const char*, const char*> kCases[] = {
-        {".log", "20261114.log"}, {"", "20261114"}, {".a.txt", ".a20261114.txt"}};
-    for (const auto& [suffix, rotated] : kCases) {
+TEST_F(LogTest, RollsOverWhenTheDayOfTheMonthChanges) {
+    const struct {
+        const char* suffix;
+        time_t later;
+        const char* rotated;  // null: not at all
+    } kCases[] = {{".log", kDay, "20261114.log"},
+                  {"", kDay, "20261114"},
+                  {".a.txt", kDay, ".a20261114.txt"},
+                  {".log", 2 * 3600, nullptr},
+                  {".log", 30 * kDay, nullptr}};  // 14 December
+    for (const auto& row : kCases) {
         g_time = Noon();
-        ASSERT_EQ(Start("", m_name + suffix), 1);
-        Printed([&] {
-            __log(_ALL, "t", "old");
-            g_time = Noon() + 2 * 3600;
-            __log(_ALL, "t", "same day");
-            g_time = Noon() + kDay;
-            __log(_ALL, "t", "new");
-        });
-        EXPECT_TRUE(File(rotated).ends_with("same day\r\n")) << suffix;
-        EXPECT_EQ(File(suffix), "2026-11-15 13:05:09 [ALL] [t] new\r\n");
+        ASSERT_EQ(Start("", row.suffix), 1);
+        Printed([] { __log(_ALL, "t", "old"); });
+        const std::string old = File(row.suffix);
+        g_time += row.later;
+        Printed([] { __log(_ALL, "t", "new"); });
+        EXPECT_EQ(Files().size(), row.rotated != nullptr ? 2u : 1u);
+        EXPECT_EQ(File(row.rotated != nullptr ? row.rotated : row.suffix).find(old), 0u);
+        EXPECT_EQ(File(row.suffix).find(old) == 0, row.rotated == nullptr);
+        EXPECT_TRUE(File(row.suffix).ends_with("[ALL] [t] new\r\n"));
         Clear();
     }
-}
-
-TEST_F(LogTest, WholeMonthsApartDoNotRollOver) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
-    Printed([&] {
-        __log(_ALL, "t", "november");
-        g_time = Noon() + 30 * kDay;  // 14 December
-        __log(_ALL, "t", "december");
-    });
-    EXPECT_EQ(Files().size(), 1u);
 }
 
 TEST_F(LogTest, FileThatCannotBeOpened) {
@@ -229,7 +222,7 @@ TEST_F(LogTest, FileThatCannotBeOpened) {
 }
 
 TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
+    ASSERT_EQ(Start(), 1);
     int broken[2];
     ASSERT_EQ(pipe(broken), 0);
     close(broken[0]);
@@ -244,7 +237,7 @@ TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
 }
 
 TEST_F(LogTest, KeepsErrno) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
+    ASSERT_EQ(Start(), 1);
     const std::string console = Printed([] {
         errno = ENOENT;
         __log(_ALL, "t", "%m");
@@ -254,7 +247,7 @@ TEST_F(LogTest, KeepsErrno) {
 }
 
 TEST_F(LogTest, LinesOfManyThreadsDoNotInterleave) {
-    ASSERT_EQ(Start("", m_name + ".log"), 1);
+    ASSERT_EQ(Start(), 1);
     constexpr int kThreads = 4, kLines = 100;
     Printed([&] {
         OnThreads(kThreads, [] {

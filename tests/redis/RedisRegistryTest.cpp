@@ -1,10 +1,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
+#include "../base/BaseTest.h"
 #include "Common/Log.h"
-#include "Common/Thread.h"
 #include "LobbyRedisServer.h"
 #include "RedisServer.h"
 #include "RedisWait.h"
@@ -15,11 +16,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-bool LogReady() {
-    static const int ready = InitializeLog("none.cfg", "redis_registry_test.log");
-    return ready == 1;
-}
-
 constexpr const char* kKey = "Lobby:OnLine:UserID:10001";
 
 bool Start(LobbyRedisServer& registry, const RedisServer& server, std::string passwd = "") {
@@ -28,12 +24,10 @@ bool Start(LobbyRedisServer& registry, const RedisServer& server, std::string pa
                                      2);
 }
 
-template <typename Action>
-std::string LogOf(Action action) {
-    EXPECT_TRUE(LogReady());
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
+std::string LogOf(const std::function<void()>& action) {
+    static const int ready = InitializeLog("none.cfg", "redis_registry_test.log");
+    EXPECT_EQ(ready, 1);
+    return Printed(action);
 }
 
 int Count(const std::string& text, const std::string& part) {
@@ -44,19 +38,15 @@ int Count(const std::string& text, const std::string& part) {
 }
 
 TEST(APHashRedis, MatchesTheFormula) {
-    const struct {
-        const char* key;
-        unsigned int hash;
-    } cases[] = {
+    const std::pair<const char*, unsigned int> rows[] = {
         {"", 0U},
         {"a", 97U},
         {"ab", 2147284991U},
-        {"Lobby:OnLine:UserID:10001", 677297122U},
+        {kKey, 677297122U},
         {"Lobby:OnLine:UserID:-2147483648", 1321147969U},
-        {"\xe4\xb8\x8d\xff", 2147138932U},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(APHashRedis(c.key), c.hash) << c.key;
+        {"\xe4\xb8\x8d\xff", 2147138932U}};
+    for (const auto& [key, hash] : rows)
+        EXPECT_EQ(APHashRedis(key), hash) << key;
 }
 
 TEST(LobbyRedisServer, MarksTestsAndClearsAUser) {
@@ -69,22 +59,25 @@ TEST(LobbyRedisServer, MarksTestsAndClearsAUser) {
                       HasSubstr("GameRedis::Start ip:port[127.0.0.1:" + port + "]"),
                       Not(HasSubstr("failed"))));
 
-    EXPECT_EQ(registry.IsLobbyOnline(10001), 0);
-    EXPECT_THAT(LogOf([&] { EXPECT_EQ(registry.InsertLobbyOnline(10001), 1); }),
-                HasSubstr("insert lobby online info userid[10001] success!"));
-    EXPECT_EQ(server.Command(std::string("GET ") + kKey), "1");
-    server.Command(std::string("EXPIRE ") + kKey + " 5");
-    EXPECT_EQ(registry.InsertLobbyOnline(10001), 1);
-    EXPECT_EQ(server.Command(std::string("TTL ") + kKey), ":259200");
-    EXPECT_THAT(LogOf([&] { EXPECT_EQ(registry.IsLobbyOnline(10001), 1); }),
-                HasSubstr("userid[10001] lobby online"));
-    EXPECT_THAT(LogOf([&] { EXPECT_EQ(registry.DelLobbyOnline(10001), 1); }),
-                HasSubstr("userid: 10001 del lobby onlineinfo sucess!"));
-    EXPECT_EQ(server.Command(std::string("EXISTS ") + kKey), ":0");
-
-    const std::string missing = LogOf([&] { EXPECT_EQ(registry.DelLobbyOnline(10001), 0); });
-    EXPECT_THAT(missing, HasSubstr(std::string("key: ") + kKey + " 不存在"));
-    EXPECT_THAT(missing, Not(HasSubstr("sucess")));
+    using Operation = int (LobbyRedisServer::*)(int);
+    const auto expect = [&](Operation operation, int result, const std::string& logged) {
+        const std::string log = LogOf([&] { EXPECT_EQ((registry.*operation)(10001), result); });
+        EXPECT_THAT(log, HasSubstr(logged));
+        EXPECT_EQ(log.find("sucess") != std::string::npos, logged.ends_with("sucess!"));
+    };
+    constexpr Operation kInsert = &LobbyRedisServer::InsertLobbyOnline;
+    constexpr Operation kDelete = &LobbyRedisServer::DelLobbyOnline;
+    const std::string key = kKey;
+    expect(&LobbyRedisServer::IsLobbyOnline, 0, "");
+    expect(kInsert, 1, "insert lobby online info userid[10001] success!");
+    EXPECT_EQ(server.Command("GET " + key), "1");
+    server.Command("EXPIRE " + key + " 5");
+    expect(kInsert, 1, "");
+    EXPECT_EQ(server.Command("TTL " + key), ":259200");
+    expect(&LobbyRedisServer::IsLobbyOnline, 1, "userid[10001] lobby online");
+    expect(kDelete, 1, "userid: 10001 del lobby onlineinfo sucess!");
+    EXPECT_EQ(server.Command("EXISTS " + key), ":0");
+    expect(kDelete, 0, "key: " + key + " 不存在");
     EXPECT_EQ(registry.InsertLobbyOnline(-1), 1);
     EXPECT_EQ(server.Command("EXISTS Lobby:OnLine:UserID:-1"), ":1");
 }
@@ -139,32 +132,21 @@ TEST(LobbyRedisServer, NeverStallsWhateverRedisDoes) {
 
 // The message worker has 16 KiB; a command once read its reply into as much.
 TEST(LobbyRedisServer, OperationsFitTheStackOfTheWorker) {
-    struct {
-        RedisServer server;
-        LobbyRedisServer registry;
-        CEvent done;
-    } world;
-    Start(world.registry, world.server);
-    world.done.Init(false, false);
-    const auto work = [](void* argument) -> void* {
-        const ThreadStack stack("registry");
-        auto* self = static_cast<decltype(world)*>(argument);
-        for (const bool hung : {false, true}) {  // then the outage is logged from the command
-            if (hung) self->server.Hang();
-            self->registry.InsertLobbyOnline(1);
-            self->registry.IsLobbyOnline(1);
-            self->registry.DelLobbyOnline(1);
-        }
-        self->done.Set();
-        return nullptr;
-    };
-    ASSERT_TRUE(CreateThread(nullptr, 0, work, &world));
-    world.done.Wait();
+    RedisServer server;
+    LobbyRedisServer registry;
+    Start(registry, server);
+    for (const bool hung : {false, true}) {  // then the outage is logged from the command
+        if (hung) server.Hang();
+        OnThreads(1, [&] {
+            const ThreadStack stack("registry");
+            registry.InsertLobbyOnline(1);
+            registry.IsLobbyOnline(1);
+            registry.DelLobbyOnline(1);
+        });
+    }
     for (const ThreadStack::Mark& mark : ThreadStack::Report()) {
         std::printf("%s: %zu of %zu bytes\n", mark.name.c_str(), mark.used, mark.size);
-        if (mark.name == "registry") {
-            EXPECT_GE(mark.size - mark.used, 3u * 1024);
-        }
+        EXPECT_GE(mark.size - mark.used, 3u * 1024) << mark.name;
     }
 }
 
