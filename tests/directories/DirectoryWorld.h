@@ -110,9 +110,6 @@ class DirectoryTest : public FolderTest {
         net.Deliver(node, 0xA1, msg);
         return static_cast<LobbyPlayer*>(node);
     }
-    void DeliverBytes(IPlayerNode* node, uint16_t type, const std::string& bytes) {
-        net.Deliver(node, type, bytes);
-    }
     // The first `size` bytes of a message that holds at least 8.
     template <class T>
     void DeliverCut(Port port, uint16_t type, const T& msg, size_t size) {

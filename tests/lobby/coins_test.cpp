@@ -166,7 +166,11 @@ TEST_F(CoinsTest, ExchangeResultsMoveCoinsBetweenTheSessions) {
         EXPECT_EQ(giver->llGameCoin, c.giverAfter);
         EXPECT_EQ(receiver->llGameCoin, c.receiverAfter);
         EXPECT_EQ(Received(giver).back().At<int32_t>(8), c.error);
-        EXPECT_EQ(Received(Link(LOG)).size(), c.error == 0 ? 1u : 0u);
+        UserExchangeCoinLog record{};
+        record.iSenderID = 10001;
+        record.iReceiverID = c.to;
+        record.llExchangeCoin = c.amount;
+        EXPECT_EQ(Body(Only(Link(LOG)).bytes), c.error == 0 ? Body(BytesOf(record)) : "");
         EXPECT_EQ(Received(receiver).size(), c.to == 10002 && c.error == 0 ? 1u : 0u);
     }
 }

@@ -93,7 +93,7 @@ TEST_F(LobbyTest, CloseOfARefusedSessionLeavesTheListWhole) {
     EXPECT_TRUE(net.IsClosed(c)) << "the newest listed session is the one that is closed";
     EXPECT_FALSE(net.IsClosed(refused));
     net.Hangup(refused);
-    EXPECT_EQ(lobby->GetPlayerByUserID(3), c);
+    EXPECT_EQ(lobby->GetClientLobbyPlayer(), c);
     net.Settle();
     EXPECT_EQ(lobby->GetPlayerByUserID(3), nullptr);
     net.Hangup(a);

@@ -89,7 +89,9 @@ size_t Count(const std::string& log, const std::string& text) {
 TEST_F(LimitsTest, DropsWhatIsBeyondAndLogsItOnce) {
     LobbyPlayer *player = Online(1), *other = Online(2);
     const std::string log = LogOf([&] { EXPECT_EQ(EchoesOf(player, 6), 3u); });
-    EXPECT_EQ(Count(log, "type[0xf0f1] more than count[3] in seconds[10], dropped\x1b"), 1u) << log;
+    EXPECT_EQ(Count(log, "userid[1], type[0xf0f1] more than count[3] in seconds[10], dropped\x1b"),
+              1u)
+        << log;
     EXPECT_EQ(EchoesOf(other, 3), 3u);
     EXPECT_EQ(EchoesOf(Link(QUEUE), 9), 9u) << "links have no limits";
     g_testNow += 9;

@@ -17,6 +17,12 @@ struct Relay {
     const char* sizeTag;
 };
 
+constexpr Relay Profile(const char* name, uint16_t type, size_t size, const char* tag,
+                        const char* what) {
+    return {name, type, type, type, type, size, size, size + 16,
+            size, size, 0,    0,    0,    tag,  what, tag};
+}
+
 // Borrowed tags are what log readers filter by.
 constexpr Relay kRelays[] = {
     {"bank_login", 0xD3, 0xD6, 0xD7, 0xD4, 48, 48, 64, 28, 28, 2, 0, 150, "", nullptr,
@@ -29,23 +35,16 @@ constexpr Relay kRelays[] = {
      "OnModifyBankPasswd", "银行修改密码操作", "OnModifyBankPasswd"},
     {"password", 0xE1, 0xE1, 0xE2, 0xE2, 80, 96, 112, 10, 12, 6, 4, 1, "OnModifyPasswd",
      "修改密码操作", "OnModifyBankPasswd"},
-    {"nickname", 0xE3, 0xE3, 0xE3, 0xE3, 44, 44, 60, 44, 44, 0, 0, 0, "OnModifyNickName",
-     "修改昵称操作", "OnModifyNickName"},
-    {"gender", 0xE4, 0xE4, 0xE4, 0xE4, 16, 16, 32, 16, 16, 0, 0, 0, "OnModifyGender",
-     "修改性别操作", "OnModifyGender"},
-    {"signature", 0xE5, 0xE5, 0xE5, 0xE5, 140, 140, 156, 140, 140, 0, 0, 0,
-     "OnModifyPersonalSignature", "修改个性签名操作", "OnModifyPersonalSignature"},
-    {"face", 0xE6, 0xE6, 0xE6, 0xE6, 16, 16, 32, 16, 16, 0, 0, 0, "OnModifyFaceId", "修改头像操作",
-     "OnModifyFaceId"},
-    {"mobile", 0xE7, 0xE7, 0xE7, 0xE7, 28, 28, 44, 28, 28, 0, 0, 0, "OnBindingMobile",
-     "绑定手机操作", "OnBindingMobile"},
-    {"realname", 0xE8, 0xE8, 0xE8, 0xE8, 288, 288, 304, 288, 288, 0, 0, 0, "OnRealNameAuthen",
-     "实名认证操作", "OnRealNameAuthen"},
+    Profile("nickname", 0xE3, 44, "OnModifyNickName", "修改昵称操作"),
+    Profile("gender", 0xE4, 16, "OnModifyGender", "修改性别操作"),
+    Profile("signature", 0xE5, 140, "OnModifyPersonalSignature", "修改个性签名操作"),
+    Profile("face", 0xE6, 16, "OnModifyFaceId", "修改头像操作"),
+    Profile("mobile", 0xE7, 28, "OnBindingMobile", "绑定手机操作"),
+    Profile("realname", 0xE8, 288, "OnRealNameAuthen", "实名认证操作"),
     {"refresh", 0xEA, 0xA003, 0xA004, 0xEA, 12, 12, 28, 40, 40, 1, 0, 0, "", nullptr,
      "OnRechargeRefreshCoin"},
     // No client asks for it.
-    {"frame", 0, 0, 0xE9, 0xE9, 0, 0, 0, 16, 16, 0, 0, 0, "OnModifyFaceFrame", "修改相框操作",
-     "OnModifyFaceFrame"},
+    Profile("frame", 0xE9, 16, "OnModifyFaceFrame", "修改相框操作"),
 };
 
 }  // namespace

@@ -71,8 +71,9 @@ TEST_F(LobbyTest, PeriodicJobsKeepTheirPace) {
     EXPECT_FALSE(net.IsClosed(players[0]));
     net.Tick(start + 365);
     for (LobbyPlayer* player : players) {
-        const LobbyKickOutNotice notice = {{}, player->m_iUserID, true};
-        EXPECT_EQ(Body(Only(player).bytes), Body(BytesOf(notice)));
+        const Sent notice = Only(player);
+        EXPECT_EQ(notice.type, 0xA8);
+        EXPECT_EQ(notice.At<uint32_t>(12), 1u);
         EXPECT_TRUE(net.IsClosed(player));
         EXPECT_TRUE(player->m_bDelOnline);
     }

@@ -32,10 +32,7 @@ class MemoryNet {
         template <class T>
         T At(size_t offset) const {
             T value{};
-            if (offset < bytes.size()) {
-                std::memcpy(&value, bytes.data() + offset,
-                            std::min(sizeof(T), bytes.size() - offset));
-            }
+            if (offset < bytes.size()) bytes.copy(reinterpret_cast<char*>(&value), sizeof(T), offset);
             return value;
         }
         template <class T>

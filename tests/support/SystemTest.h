@@ -45,21 +45,17 @@ class SystemTest : public testing::Test {
     }
 
     LobbySettings Settings() {
-        const auto address = [this](ServerKind kind) {
-            return "127.0.0.1:" + std::to_string(platform.Port(kind));
-        };
         LobbySettings settings;
         settings["network"] = {{"interval", "20"},
                                {"timeout", "120"},
                                {"MAX_SEND_COUNT", "8192"},
                                {"MAX_RECV_COUNT", "8192"}};
         settings["init"] = {{"sendbulletintime", "1"}};
-        settings["connect"] = {{"center_server", address(ServerKind::Center)},
-                               {"bulletin_server", address(ServerKind::Web)},
-                               {"queue_server", address(ServerKind::Queue)},
-                               {"data_server", address(ServerKind::Data)},
-                               {"config_server", address(ServerKind::Config)},
-                               {"log_server", address(ServerKind::Log)}};
+        for (const ServerKind kind : sim::ALL_SERVERS) {
+            const std::string name = kind == ServerKind::Web ? "bulletin" : NameOf(kind);
+            settings["connect"][name + "_server"] =
+                "127.0.0.1:" + std::to_string(platform.Port(kind));
+        }
         settings["listen"] = {{"maxconnection", "4900"}};
         settings["Redis"] = {{"redis_server", redis.Address()}, {"timeout", "1"}};
         settings["log"] = {{"level", "ALL"}};

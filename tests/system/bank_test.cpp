@@ -52,6 +52,10 @@ TEST_F(BankTest, RefusalsCarryTheirCodes) {
     auto player = LoggedIn(10001);  // too early; only a wrong bank password frees the next login
     EXPECT_EQ(player->Save(5).ucResultType, 0);
     EXPECT_EQ(player->Save(5).ucResultType, 156);
+    EXPECT_EQ(player->Take(0, BANK_PASSWORD).ucResultType, 157);
+    EXPECT_EQ(player->Take(5, BANK_PASSWORD).ucResultType, 156);
+    EXPECT_EQ(player->BankPassword(BANK_PASSWORD, BANK_PASSWORD).ucResultType, 0);
+    EXPECT_EQ(player->BankPassword(BANK_PASSWORD, BANK_PASSWORD).ucResultType, 156);
     EXPECT_EQ(player->BankLogin("wrong").ucResultType, 151);
     EXPECT_EQ(player->BankLogin(BANK_PASSWORD).ucResultType, 0);
     player->Line().Send(BANK_LOGIN_C2S, UserBankLoginReq{{}, 10001, {}});

@@ -136,37 +136,34 @@ TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
 }
 
 TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
-    const struct {
-        const char *section, *key, *value, *said;
-    } faults[] = {
-        {"connect", "center_server", "", "missing"},
-        {"connect", "bulletin_server", "", "missing"},
-        {"connect", "queue_server", "", "missing"},
-        {"connect", "data_server", "", "missing"},
-        {"connect", "config_server", "", "missing"},
-        {"connect", "log_server", "", "missing"},
+    struct Fault {
+        std::string section, key, value, said;
+    };
+    std::vector<Fault> faults = {
         {"connect", "log_server", "a-host-name-that-is-too-long.example:1", "longer than"},
         {"connect", "log_server", "nohost", "not of the form"},
         {"connect", "log_server", ":80", "not of the form"},
         {"listen", "addr", "", "missing"},
     };
-    for (const auto& fault : faults) {
+    const LobbySettings good = Settings();
+    for (const auto& [key, address] : good.at("connect"))
+        faults.push_back({"connect", key, "", "missing"});
+    for (const Fault& fault : faults) {
         SCOPED_TRACE(testing::Message() << fault.key << "=" << fault.value);
-        LobbySettings settings = Settings();
+        LobbySettings settings = good;
         settings["listen"]["addr"] = "127.0.0.1:1";
         settings[fault.section][fault.key] = fault.value;
         LobbyProcess process;
         process.Configure(settings);
         process.Start();
         EXPECT_EQ(process.AwaitEnd(20), 0);
-        const std::string key = fault.key;
-        EXPECT_TRUE(process.LogHas("m_ConfigFile.GetValueStr() '" + key + "' error !"));
+        EXPECT_TRUE(process.LogHas("m_ConfigFile.GetValueStr() '" + fault.key + "' error !"));
         EXPECT_TRUE(process.LogHas("has been exit !"));
         EXPECT_THAT(process.Errors(),
-                    testing::HasSubstr(std::string("LobbyServer.cfg: section [") + fault.section +
-                                       "], key \"" + key + "\": " + fault.said));
+                    testing::HasSubstr("LobbyServer.cfg: section [" + fault.section + "], key \"" +
+                                       fault.key + "\": " + fault.said));
     }
-    LobbySettings settings = Settings();  // a port somebody has
+    LobbySettings settings = good;  // a port somebody has
     settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(platform.Port(ServerKind::Log));
     lobby.Configure(settings);
     lobby.Start();

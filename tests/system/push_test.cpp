@@ -20,9 +20,9 @@ TEST_F(PushTest, ServerListIsWhatTheCenterAnnounced) {
         return list.size() == 54 && list[4].usServerID == 1201 && list[4].ucOpenFlag == 0;
     }));
     const auto changed = LoggedIn(10003)->ServerList();
-    EXPECT_TRUE(std::any_of(changed.begin(), changed.end(), [](const tagServerInfo& one) {
-        return one.usServerID == 1999 && TextOf(one.szServerName) == "new room";
-    }));
+    const auto added = std::ranges::find(changed, 1999, &tagServerInfo::usServerID);
+    ASSERT_NE(added, changed.end());
+    EXPECT_EQ(TextOf(added->szServerName), "new room");
     platform.DoCommand("site withdraw 1 102");
     platform.DoCommand("server remove 1300");  // a rebuild shows it
     EXPECT_TRUE(Eventually([&] { return LoggedIn(10002)->ServerList().size() == 4 + 9; }));

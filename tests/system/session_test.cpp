@@ -9,6 +9,7 @@ TEST_F(SessionTest, LoginGivesTheAccountAndSetsTheOnlineMarkUntilTheClientLeaves
     auto refused = Connect(10001);
     EXPECT_EQ(refused->Login("no such token").ucErrNo, 2);
     refused->KeepAlive();
+    EXPECT_EQ(Connect(77)->Login().ucErrNo, 1);
     EXPECT_EQ(Online(10001), "$-1");
     auto player = Connect(10001);
     const LobbyAuthenRes res = player->Login();
