@@ -2,29 +2,22 @@
 #include "SystemTest.h"
 #include "queue_server_msg.h"
 
-class OptionsTest : public SystemTest {
-  protected:
-    LobbySettings Extras() {
-        LobbySettings settings = Settings();
-        settings["listen"]["trusted_proxies"] = "10.0.0.0/8,127.0.0.1";
-        settings["listen"]["proxy_protocol"] = "1";
-        settings["listen"]["maxconnection"] = "4999";
-        settings["limits"]["0xF0F1"] = "2/1440m close";
-        settings["log"]["json"] = "1";
-        settings["log"]["warnings"] = "1";
-        return settings;
-    }
-    // What a balancer sends first for a client at 203.0.113.7, port 51216.
-    static wire::Bytes ProxyHeader() {
-        return {'\r', '\n', '\r', '\n', 0,   '\r', '\n', 'Q', 'U', 'I', 'T',  '\n', 0x21, 0x11,
-                0,    12,   203,  0,    113, 7,    10,   0,   0,   1,   0xC8, 0x10, 0x23, 0x8C};
-    }
-};
+class OptionsTest : public SystemTest {};
 
 TEST_F(OptionsTest, TheBalancersClientIsTheOneThatIsRelayedLimitedAndLogged) {
-    port = Serve(lobby, Extras());
+    LobbySettings settings = Settings();
+    settings["listen"]["trusted_proxies"] = "10.0.0.0/8,127.0.0.1";
+    settings["listen"]["proxy_protocol"] = "1";
+    settings["listen"]["maxconnection"] = "4999";
+    settings["limits"]["0xF0F1"] = "2/1440m close";
+    settings["log"]["json"] = "1";
+    settings["log"]["warnings"] = "1";
+    port = Serve(lobby, settings);
+    // What a balancer sends first for a client at 203.0.113.7, port 51216.
+    const wire::Bytes header = {'\r', '\n', '\r', '\n', 0,    '\r', '\n', 'Q', 'U', 'I',
+                                'T',  '\n', 0x21, 0x11, 0,    12,   203,  0,   113, 7,
+                                10,   0,    0,    1,    0xC8, 0x10, 0x23, 0x8C};
     auto player = Connect(10001);
-    const wire::Bytes header = ProxyHeader();
     player->Line().SendRaw(wire::View(header).first(7));
     player->Line().SendRaw(wire::View(header).subspan(7));
     EXPECT_EQ(player->Login().ucErrNo, 0);
