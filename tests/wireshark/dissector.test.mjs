@@ -20,26 +20,6 @@ function directionOf(from, to) {
   return LINKS[from] === 'client' ? 'lobby->client' : `${LINKS[from]}->lobby`;
 }
 
-// Bytes of each direction of each connection, "port>port" -> Buffer.
-function streamsOf(pcap) {
-  const streams = new Map();
-  for (let at = 24; at < pcap.length;) {
-    const size = pcap.readUInt32LE(at + 8);
-    const ip = pcap.subarray(at + 16 + 14, at + 16 + size);
-    at += 16 + size;
-    const tcp = ip.subarray((ip[0] & 15) * 4, ip.readUInt16BE(2));
-    const key = `${tcp.readUInt16BE(0)}>${tcp.readUInt16BE(2)}`;
-    const sequence = tcp.readUInt32BE(4);
-    if (tcp[13] & 2) streams.set(key, { next: (sequence + 1) >>> 0, parts: [] });
-    const payload = tcp.subarray((tcp[12] >> 4) * 4);
-    const stream = streams.get(key);
-    if (payload.length === 0 || sequence !== stream.next) continue;  // nothing, or sent again
-    stream.next = (sequence + payload.length) >>> 0;
-    stream.parts.push(payload);
-  }
-  return new Map([...streams].map(([key, { parts }]) => [key, Buffer.concat(parts)]));
-}
-
 // The payload of WebSocket frames behind the upgrade.
 function unframed(bytes) {
   const parts = [];
@@ -103,6 +83,18 @@ function tshark(...args) {
   }
 }
 
+// Bytes of each direction of each connection, "port>port" -> Buffer.
+function streamsOf(file) {
+  const streams = new Map();
+  const lines = tshark('-r', file, '-Y', 'tcp.len > 0 && !tcp.analysis.retransmission', '-T', 'fields',
+    '-e', 'tcp.srcport', '-e', 'tcp.dstport', '-e', 'tcp.payload');
+  for (const [from, to, hex] of lines.trim().split('\n').map((line) => line.split('\t'))) {
+    const key = `${from}>${to}`;
+    streams.set(key, Buffer.concat([streams.get(key) ?? Buffer.of(), Buffer.from(hex, 'hex')]));
+  }
+  return streams;
+}
+
 // What tshark shows, "port>port" -> messages, and everything it complains of.
 function dissect(file) {
   const shown = new Map();
@@ -136,7 +128,7 @@ test('every message of a recorded session is shown with its name, fields and val
   assert.deepEqual(complaints, []);
   const kinds = new Set();
   let encrypted = 0;
-  for (const [key, bytes] of streamsOf(fs.readFileSync(SESSION))) {
+  for (const [key, bytes] of streamsOf(SESSION)) {
     const direction = directionOf(...key.split('>'));
     const isWeb = /^(GET |HTTP)/.test(bytes.toString('latin1', 0, 4));
     const wanted = expected(direction, messagesOf(isWeb ? unframed(bytes) : bytes));
