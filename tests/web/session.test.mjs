@@ -32,42 +32,21 @@ const account = async (userId) => {
   return { coin: BigInt(coin), bank: BigInt(bank) };
 };
 
-test('a player takes coins out of the bank', async () => {
-  const lobby = await player(10001);
-  const before = await account(10001);
-  const bank = await lobby.bankLogin(BANK);
-  assert.deepEqual(bank, { ucResultType: 0, llGameCoin: before.coin, llBankCoin: before.bank });
-  assert.deepEqual(await lobby.take(500n, BANK), { ucResultType: 0, llGetCoinNum: 500n });
-  assert.equal((await lobby.take(1n, BANK)).ucResultType, 156);
-  assert.equal((await lobby.save(0n)).ucResultType, 157);
-  const refreshed = await lobby.refreshCoin();
-  assert.deepEqual([refreshed.llCurGameCoin, refreshed.llBankCoin],
-    [before.coin + 500n, before.bank - 500n]);
-  assert.deepEqual(await account(10001), { coin: before.coin + 500n, bank: before.bank - 500n });
-  lobby.close();
-});
-
-test('a keep-alive is echoed once; a second login ends the first', async () => {
-  const lobby = await player(10003, { keepAliveMs: 50 });
-  let sent = 0;
-  let echoes = 0;
-  await new Promise((resolve) => {
-    lobby.on('message', ({ name, direction }) => {
-      if (name !== 'KeepAlive') return;
-      if (direction === 'to-lobby') sent += 1; else echoes += 1;
-      if (echoes === 4) resolve();
-    });
-  });
-  assert.ok(echoes <= sent, `${echoes} echoes of ${sent}`);
-  const ended = new Promise((resolve) => { lobby.on('close', resolve); });
+test('a second login ends the first', async () => {
+  const first = await player(10003);
+  const ended = new Promise((resolve) => { first.on('close', resolve); });
   const second = await player(10003);
   assert.deepEqual(await ended, { reason: 'kicked' });
   second.close();
 });
 
 test('every request of the library is understood', async () => {
-  const lobby = await player(10005);
+  const lobby = await player(10005, { keepAliveMs: 50 });
   const cases = [
+    [lobby.bankLogin(BANK), { ucResultType: 0, llGameCoin: 10000n, llBankCoin: 100000n }],
+    [lobby.take(500n, BANK), { ucResultType: 0, llGetCoinNum: 500n }],
+    [lobby.take(1n, BANK), { ucResultType: 156 }],
+    [lobby.save(0n), { ucResultType: 157 }],
     [lobby.nickname('新名字'), { iError: 0, szNickName: '新名字' }],
     [lobby.nickname('the admin'), { iError: 1, szNickName: '' }],
     [lobby.gender(2), { iError: 0, iGender: 2 }],
@@ -79,9 +58,12 @@ test('every request of the library is understood', async () => {
     [lobby.bankPassword(BANK, '999999', '123456'), { ucResultType: 0 }],
     [lobby.loginPassword('123456', '654321'), { ucResultType: 0 }],
     [lobby.loginPassword('654321', '123456'), { ucResultType: 4 }],
-    [lobby.exchange(10005, 1n), { iErrorCode: 4, llExhangeCoin: 1n, llFirstMoney: 10000n }],
+    [lobby.exchange(10005, 1n), { iErrorCode: 4, llExhangeCoin: 1n }],
   ];
-  for (const [answer, expected] of cases) assert.deepEqual(await answer, expected);
+  for (const [asked, expected] of cases) {
+    const answer = await asked;
+    assert.deepEqual({ ...answer, ...expected }, answer);
+  }
   const servers = await lobby.serverList();
   const key = ({ usGameID, usServerID, usLevel }) => `${usGameID} ${usServerID} ${usLevel}`;
   assert.ok(servers.length > 45 && new Set(servers.map(key)).size === servers.length);
@@ -92,63 +74,162 @@ test('every request of the library is understood', async () => {
   lobby.close();
 });
 
-test('every push reaches the player it is for', async () => {
-  const [giver, receiver] = [await player(10006), await player(10007)];
-  const next = (event) => new Promise((resolve) => { receiver.on(event, resolve); });
-  const start = await account(10007);
-  await system.command('keys');
-  receiver.subscribe('farm.harvest');
-  await receiver.tournament();  // answered after the lobby has taken the subscription
-  const pushes = [
-    ['exchangeNotify', () => giver.exchange(10007, 30n),
-      { iFromUserID: 10006, llExhangeCoin: 30n, llFirstMoney: start.coin + 30n }],
-    ['coins', () => system.command('recharge 10007 70'), { llCurGameCoin: start.coin + 100n }],
-    ['consume', () => system.command('consume 10007 {"wsGainList":[]}'),
-      { szConsumeNotice: '{"wsGainList":[]}' }],
-    ['sync', () => system.command('sync 10007 3 44'), { dataType: 3, dataValue: 44 }],
-    ['farm', () => system.command('farm user 10007 ripe'), { szMsgContent: 'ripe' }],
-    ['publish', () => system.command('farm key farm.harvest plenty'),
-      { szKey: 'farm.harvest', szMsgContent: 'plenty' }],
-    ['bulletins', () => system.command('bulletin sys hello'), { usBulletNum: 1 }],
-  ];
-  for (const [event, cause, expected] of pushes) {
-    const pushed = next(event);
-    await cause();
-    const fields = await pushed;
-    assert.deepEqual({ ...fields, ...expected }, fields, event);
-  }
-  giver.close();
-  receiver.close();
-});
+// The page.
 
-test('a player uses the page', async () => {
-  const page = await openPage(browser, system.page);
-  const hasText = (selector, text) => page.locator(selector, { hasText: text }).first().waitFor();
-  const format = (amount) => amount.toLocaleString('en-US');
-  const before = await account(10002);
-  await page.fill('#user-id', '10002');
-  await page.fill('#token', TOKEN);
+const format = (amount) => amount.toLocaleString('en-US');
+let page;
+const textOf = (selector) => page.locator(selector).innerText();
+const hasText = (selector, text) => page.locator(selector, { hasText: text }).first().waitFor();
+async function fill(fields) {
+  for (const [id, text] of Object.entries(fields)) await page.fill(`#${id}`, text);
+}
+async function open(userId, options) {
+  await page?.close();
+  page = await openPage(browser, system.page, options);
+  await fill({ 'user-id': String(userId), token: TOKEN });
+}
+async function logIn() {
   await page.click('#login');
   await hasText('#status', 'logged in');
+}
+async function fits(name, size) {
+  assert.equal((await picture(page, name, size)).isTooWide, false, name);
+}
+
+test('a refused login and a lobby that is not there are told in words', async () => {
+  await open(10001);
+  await fill({ token: 'bad' });
+  await page.click('#login');
+  await hasText('#login-result', 'The token is wrong.');
+  await fill({ token: TOKEN });
+  await logIn();
+  assert.deepEqual(page.faults, []);
+  await open(10001);
+  await fill({ 'server-url': 'ws://127.0.0.1:1' });
+  await page.click('#login');
+  await hasText('#login-result', 'The lobby cannot be reached');
+});
+
+test('a player uses the bank; the message log names every field and hides secrets', async () => {
+  const before = await account(10002);
+  await open(10002);
+  await logIn();
   await hasText('#coins-hand', format(before.coin));
-  await page.fill('#bank-password', BANK);
-  await page.click('#bank-login');
-  await hasText('#bank-login-form .result', 'The bank is open.');
-  await page.fill('#bank-amount', '250');
-  await page.click('#take');
-  await hasText('#bank-move-form .result', '250 coins taken out.');
+  for (const [password, text] of [['wrong', 'The bank password is wrong.'], [BANK, 'The bank is open.']]) {
+    await fill({ 'bank-password': password });
+    await page.click('#bank-login');
+    await hasText('#bank-login-form .result', text);
+  }
+  const cases = [
+    ['#take', '250', '250 coins taken out.'], ['#take', '1', 'Too soon after the last one.'],
+    ['#save', '0', 'The amount must be at least 1.'], ['#take', 'x', 'must be a whole number'],
+    ['#take', '9223372036854775808', 'This number is too large.'],
+  ];
+  for (const [button, amount, text] of cases) {
+    await fill({ 'bank-amount': amount });
+    await page.click(button);
+    await hasText('#bank-move-form .result', text);
+  }
   await hasText('#coins-hand', format(before.coin + 250n));
   await hasText('#coins-bank', format(before.bank - 250n));
   assert.deepEqual(await account(10002), { coin: before.coin + 250n, bank: before.bank - 250n });
+  await page.locator('#log [data-name=UserBankLoginReq] summary').first().click();
+  await hasText('#log [data-name=UserBankLoginReq] dl', 'szBankPass');
+  const log = await page.locator('#log').textContent();
+  assert.match(log, /llBankCoin 100000/);
+  assert.match(log, /szToken ••••••/);
+  assert.ok(!/szBankPass (wrong|888888)|szToken token/.test(log));
+});
+
+test('rooms, tournament, subscription, profile and transfer', async () => {
+  await open(10004);
+  await logIn();
   await page.click('#servers');
   await hasText('#servers-form .result', 'rooms');
+  assert.ok(await page.locator('#server-rows tr').count() > 45);
   await page.click('#tournament-show');
-  await hasText('#tournament', 'tournament');
-  await system.command('bulletin win A great catch!');
-  await hasText('#notices', 'A great catch!');
-  assert.equal((await picture(page, 'session-desktop')).isTooWide, false);
-  assert.equal((await picture(page, 'session-phone', PHONE)).isTooWide, false);
-  await system.command('kick 10002');
-  await hasText('#banner', 'logged in somewhere else');
+  await hasText('#tournament', ' → ');
+  for (let i = 0; i < 2; i += 1) {
+    await fill({ 'subscribe-key': 'harvest' });
+    await page.click('#subscribe');
+  }
+  await page.click('#subscriptions button');
+  assert.equal(await page.locator('#subscriptions li').count(), 0);
+  await hasText('#log', 'ClientUnsubscribeMsg');
+  await fill({ nickname: 'the admin' });
+  await page.click('#nickname-form button');
+  await hasText('#nickname-form .result', 'This nickname is not allowed.');
+  await fill({ 'exchange-to': '10008', 'exchange-amount': '500' });
+  await page.click('#exchange-form button');
+  await hasText('#exchange-form .result', '500 coins sent to player 10008.');
+  assert.equal(await textOf('#coins-hand'), '9,500');
+});
+
+test('every push shows as it comes, as text and nothing else', async () => {
+  const giver = await player(10006);
+  await system.command('keys');
+  await open(10007);
+  await logIn();
+  await fill({ 'subscribe-key': 'farm.harvest' });
+  await page.click('#subscribe');
+  await page.click('#tournament-show');
+  await hasText('#tournament', 'tournament');  // answered after the lobby has taken the subscription
+  const commands = [
+    ['bulletin sys <img src=x onerror="document.title=1">', '<img src=x'],
+    ['bulletin win A great catch!', 'player10001 won 1,000 in room 1100'],
+    ['farm user 10007 Your carrots are ripe', 'carrots'],
+    ['farm key farm.harvest sunny', 'sunny'],
+    ['consume 10007 {"wsGainList":[{"type":4,"number":3}]}', 'type 4 × 3'],
+    ['consume 10007 odd', 'odd'],
+    ['sync 10007 2 9', 'kind 2, value 9'],
+    ['activity 20180901 close', 'Activity 20180901 has ended'],
+    ['recharge 10007 70', 'You now have 10,070 coins'],
+  ];
+  for (const [command, text] of commands) {
+    await system.command(command);
+    await hasText('#notices', text);
+  }
+  await giver.exchange(10007, 30n);
+  await hasText('#notices', 'Player 10006 sent you 30 coins');
+  assert.equal(await page.locator('#notices img').count(), 0);
+  assert.equal(await textOf('#coins-hand'), '10,100');
   assert.deepEqual(page.faults, []);
+  await fits('session-desktop');
+  await fits('session-phone', PHONE);
+  giver.close();
+});
+
+test('the page fits a phone, light and dark', async () => {
+  for (const colorScheme of ['light', 'dark']) {
+    await open(10009, { colorScheme });
+    await fits(`page-login-${colorScheme}`, PHONE);
+    await logIn();
+    await page.click('#servers');
+    await hasText('#servers-form .result', 'rooms');
+    await page.click('#tournament-show');
+    await system.command(`bulletin sys ${'x'.repeat(200)}`);
+    await hasText('#notices', 'xxx');
+    await fits(`page-desktop-${colorScheme}`, { width: 1280, height: 900 });
+    await fits(`page-phone-${colorScheme}`, PHONE);
+  }
+});
+
+// The last: it ends the lobby.
+test('the end of a session is told in words', async () => {
+  const endings = [
+    [() => system.command('kick 10002'), 'logged in somewhere else'],
+    [() => system.command('stop 1'), 'maintenance'],
+    [() => system.stop(), 'connection to the lobby was lost'],
+  ];
+  for (const [cause, text] of endings) {
+    await open(10002);
+    for (let tries = 0; tries < 60 && await textOf('#status') !== 'logged in'; tries += 1) {
+      await page.click('#login');
+      await page.waitForTimeout(500);
+    }
+    await cause();
+    await hasText('#banner', text);
+    await page.waitForSelector('#login-card');
+    await system.command('stop 0').catch(() => {});
+  }
 });

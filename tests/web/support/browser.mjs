@@ -1,27 +1,9 @@
 // Chromium with the page in it.
 import fs from 'node:fs/promises';
-import http from 'node:http';
 import path from 'node:path';
-import { fileURLToPath } from 'node:url';
 import { chromium } from './modules.mjs';
 
-const PAGE = fileURLToPath(new URL('../../../web/', import.meta.url));
-const TYPES = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css' };
 const SHOTS = process.env.WEB_SHOTS;
-
-// Serves web/ on a free loopback port, with a config.json of the test's.
-export async function servePage(config) {
-  const server = http.createServer(async (request, response) => {
-    const name = path.basename(new URL(request.url, 'http://page').pathname) || 'index.html';
-    const body = name === 'config.json' ? JSON.stringify(config)
-      : await fs.readFile(path.join(PAGE, name)).catch(() => null);
-    response.writeHead(body === null ? 404 : 200,
-      { 'content-type': TYPES[path.extname(name)] ?? 'application/json' });
-    response.end(body);
-  });
-  await new Promise((resolve) => { server.listen(0, '127.0.0.1', resolve); });
-  return { url: `http://127.0.0.1:${server.address().port}/`, close: () => server.close() };
-}
 
 export function launch() {
   return chromium.launch({

@@ -4,5 +4,5 @@ import path from 'node:path';
 
 const require = createRequire(path.join(process.env.WEB_MODULES, 'package.json'));
 
-export const { WebSocket, WebSocketServer } = require('ws');
+export const { WebSocket } = require('ws');
 export const { chromium } = require('playwright-core');
