@@ -72,24 +72,17 @@ class ActivityTest : public DirectoryTest {
         system->FindProgressByUserID(user, id, &record);
         return record;
     }
-    // A player who has played the rounds that earn the reward.
-    void FinishRounds() {
-        Configure({Row()});
-        GiveProgress(player, {Record(kId, 3)});
-        Received(Link(DATA));
-    }
     void Ask(int level, size_t size = sizeof(UserProgressReq)) {
         std::string bytes = BytesOf(UserProgressReq{{}, kId, level, 0, 0, 0, 0});
         bytes.resize(size);
         net.Deliver(player, CLIENT_USER_PROGRESS_REQ, bytes);
     }
     // The data server's answer to the one update it was just sent.
-    LobbyActivitySingleProgressUpdateRes Confirmation(int error = 0) {
+    LobbyActivitySingleProgressUpdateRes Confirmation() {
         const auto sent = Received(Link(DATA));
         if (sent.size() != 1 || sent[0].type != ACT_SINGLE_PROGRESS_UPDATE) return {};
         const auto update = sent[0].As<LobbyActivitySingleProgressUpdate>();
         LobbyActivitySingleProgressUpdateRes result{};
-        result.iError = error;
         // The rest of the answer repeats the update.
         std::memcpy(&result.iProgress, &update.iProgress,
                     sizeof(update) - offsetof(LobbyActivitySingleProgressUpdate, iProgress));
@@ -232,7 +225,9 @@ TEST_F(ActivityTest, ClientRequestsNeedTheExactLengthAnOpenActivityAndARecord) {
 TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     static const tagDBUpdateUserPropInfo booking{{},  kUser, 0, 0,     0, kId, 1,
                                                  500, 77,    4, "out", 5, 6,   7};
-    FinishRounds();
+    Configure({Row()});
+    GiveProgress(player, {Record(kId, 3)});
+    Received(Link(DATA));
     player->iAccountsourceid = 4;
     player->iTeamTag = 5;
     player->iLianyunFlag = 6;
@@ -240,6 +235,12 @@ TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     std::memcpy(player->szOutAccount, "out", 4);
     Ask(ExampleActivity::kFetch);
     auto confirmed = Confirmation();
+    DeliverCut(DATA, ACT_SINGLE_PROGRESS_RES, confirmed, 143);
+    confirmed.iError = 1;
+    net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
+    EXPECT_TRUE(Received(Link(QUEUE)).empty()) << "torn or refused";
+    EXPECT_EQ(Stored()->iProgress2, 0);
+    confirmed.iError = 0;
     net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
     EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
 
@@ -283,17 +284,6 @@ TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
         EXPECT_EQ(booked[0].As<tagDBUpdateUserPropInfo>().iUserID, c.user) << c.name;
         EXPECT_EQ(booked[1].As<tagDBUpdateUserPropInfo>().iType, 2) << c.name;
     }
-}
-
-TEST_F(ActivityTest, RefusedProgressResultBooksNothing) {
-    FinishRounds();
-    Ask(ExampleActivity::kFetch);
-    auto refused = Confirmation(1);
-    net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, refused);
-    refused.iError = 0;
-    DeliverCut(DATA, ACT_SINGLE_PROGRESS_RES, refused, 143);
-    EXPECT_TRUE(Received(Link(QUEUE)).empty());
-    EXPECT_EQ(Stored()->iProgress2, 0);
 }
 
 TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {

@@ -4,20 +4,15 @@
 
 namespace {
 
-tagServerInfo Server(uint16_t game, uint16_t id) {
-    tagServerInfo info{};
-    info.usGameID = game;
-    info.usServerID = id;
-    info.usLevel = 1;
-    std::memset(info.szServerName, 'n', sizeof(info.szServerName));
-    return info;
-}
-
+// Ten servers of game 1.
 tagServerInfoNotice Servers(uint16_t count) {
     tagServerInfoNotice msg{};
     msg.usListCount = count;
-    for (uint16_t i = 0; i < 10; ++i)
-        msg.ServerInfoList[i] = Server(1, uint16_t(i + 1));
+    for (tagServerInfo& info : msg.ServerInfoList) {
+        std::memset(info.szServerName, 'n', sizeof(info.szServerName));
+        info.usGameID = info.usLevel = 1;
+        info.usServerID = static_cast<uint16_t>(&info - msg.ServerInfoList + 1);
+    }
     return msg;
 }
 
@@ -43,7 +38,7 @@ TEST_F(DirectoryTest, LinksRegisterWhenTheyComeUpAndAgainWhenTheyAreBack) {
                                              {LOG, {}}};
     EXPECT_EQ(first, opening);
     auto& servers = lobby->GetCenterServerHandler()->m_ServerList.m_gameServerMap;
-    servers[3] = Server(1, 3);
+    servers[3] = {};
     for (const auto& [port, messages] : opening) {
         net.Hangup(Link(Port(port)));
         ASSERT_TRUE(WaitForLink(Port(port))) << port;
@@ -233,10 +228,10 @@ TEST_F(DirectoryTest, BulletinsGoOutFiveAtATimeAtTheirPace) {
         net.Deliver(Link(WEB), 0xB4, WinBulletin(id));
         win.push_back(WinBulletin(id).substr(8) + Zeros(20));
     }
-    SysBulletinNotice notice{{}, 3, {}};
-    for (uint16_t i = 0; i < 3; ++i) {
-        const std::string type(1, char(i)), text(512, 't'), channel(17, 'c');
-        (type + '\0' + text + channel).copy(reinterpret_cast<char*>(&notice.bulletinItem[i]), 531);
+    std::string notice = Zeros(8) + '\3' + '\0';
+    for (const char* type : {"a", "b", "c"}) {
+        const std::string text(512, 't'), channel(17, 'c');
+        notice += type + Zeros(1) + text + channel + Zeros(1);
         sys.push_back(type + Zeros(119) + text + channel + Zeros(3));
     }
     const auto message = [](const std::vector<std::string>& items) {

@@ -144,26 +144,17 @@ void ConnectAndLeave(const Target& target) {
 // One client per state a connection can be in, each of which ends in a reset.
 void Resets(const Target& target) {
     tagLobbyClientConnectNotice notice{};
-    notice.iUserID = target.firstUser;
+    GetBankCoinReq take{};
+    notice.iUserID = take.iUserID = target.firstUser;
     notice.iLobbySiteID = 1;
     wire::SetText(notice.szToken, "token");
-    const std::string login = Text(wire::Pack(CLIENT_CONNECT_NOTICE_C2S, notice));
-    GetBankCoinReq take{};
-    take.iUserID = target.firstUser;
     take.llGetNum = 1;
     wire::SetText(take.szBankerPwd, "888888");
-    const std::vector<std::string> states = {"",
-                                             "\5",
-                                             Begun(1, 100, 0),
-                                             Begun(1, 100, 50),
-                                             KeepAlives(3),
-                                             login,
-                                             login + KeepAlives(1),
-                                             login + Text(wire::Pack(BANK_GET_COIN_C2S, take)),
-                                             UPGRADE,
-                                             UPGRADE + "\x82",
-                                             UPGRADE + "\x82\x7E\x01",
-                                             UPGRADE + "\x82\x10xx"};
+    const std::string in = Text(wire::Pack(CLIENT_CONNECT_NOTICE_C2S, notice));
+    const std::string taking = in + Text(wire::Pack(BANK_GET_COIN_C2S, take));
+    const std::vector<std::string> states(
+        {"", "\5", Begun(1, 100, 0), Begun(1, 100, 50), KeepAlives(3), in, in + KeepAlives(1),
+         taking, UPGRADE, UPGRADE + "\x82", UPGRADE + "\x82\x7E\x01", UPGRADE + "\x82\x10xx"});
     EachAlone(target, Transport::Tcp, states, milliseconds(0), true);
     EachAlone(target, Transport::Tcp, states, milliseconds(40), true);
 }

@@ -8,11 +8,6 @@
 
 namespace {
 
-template <class T>
-void Put(wire::Bytes& bytes, size_t at, T value) {
-    if (at + sizeof(value) <= bytes.size()) std::memcpy(&bytes[at], &value, sizeof(value));
-}
-
 wire::Bytes Filled(uint16_t type, size_t size) {
     static std::minstd_rand random(5);
     wire::Bytes body(size);
@@ -30,10 +25,11 @@ void Forge(const catalog::Message& row, std::vector<wire::Bytes>& messages) {
         wire::Bytes bytes = Filled(row.type, row.size);
         bool hasHandle = false;
         for (const catalog::Field& field : row.layout->fields) {
-            if (field.name == "ulPlayerNode") Put(bytes, field.offset, handle);
-            hasHandle = hasHandle || field.name == "ulPlayerNode";
-            // The ids of the first nodes, which are the right ones for somebody.
-            if (field.name == "ulPlayerNodeId") Put(bytes, field.offset, handle % 16);
+            // The ids of the first nodes are the right ones for somebody.
+            const uint64_t forged = field.name == "ulPlayerNode" ? handle : handle % 16;
+            if (field.name != "ulPlayerNode" && field.name != "ulPlayerNodeId") continue;
+            std::memcpy(&bytes.at(field.offset + 7) - 7, &forged, sizeof(forged));
+            hasHandle = true;
         }
         if (hasHandle) messages.push_back(std::move(bytes));
     }

@@ -13,21 +13,6 @@
 #include "Connection.h"
 #include "HostileClients.h"
 
-namespace {
-
-// One command line on the simulator's control port.
-void Command(uint16_t port, const std::string& line) {
-    const auto end = client::Clock::now() + std::chrono::seconds(2);
-    try {
-        client::Connection control("127.0.0.1", port, client::Transport::Tcp, end);
-        const std::string text = line + "\n";
-        control.SendRaw({reinterpret_cast<const uint8_t*>(text.data()), text.size()}, end);
-    } catch (const std::runtime_error&) {  // the simulator may be a victim too
-    }
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     if (argc != 6) return 2;
     std::signal(SIGPIPE, SIG_IGN);
@@ -37,9 +22,17 @@ int main(int argc, char** argv) {
     setrlimit(RLIMIT_NOFILE, &limit);
 
     const auto number = [&](int i) { return std::atoi(argv[i]); };
-    const auto control = static_cast<uint16_t>(number(3));
-    const Target target{static_cast<uint16_t>(number(1)), number(2),
-                        [control](const std::string& line) { Command(control, line); }};
+    const auto command = [&](const std::string& line) {
+        const auto end = client::Clock::now() + std::chrono::seconds(2);
+        const std::string text = line + "\n";
+        try {
+            client::Connection control("127.0.0.1", static_cast<uint16_t>(number(3)),
+                                       client::Transport::Tcp, end);
+            control.SendRaw({reinterpret_cast<const uint8_t*>(text.data()), text.size()}, end);
+        } catch (const std::runtime_error&) {  // the simulator may be a victim too
+        }
+    };
+    const Target target{static_cast<uint16_t>(number(1)), number(2), command};
     std::minstd_rand random(static_cast<unsigned>(number(4)));
     const auto end = client::Clock::now() + std::chrono::seconds(number(5));
     while (client::Clock::now() < end) {
