@@ -78,6 +78,8 @@ class LobbyServer : public GameProvider {
     // peer is the word the close line starts with. Message worker.
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
                    const char* peer, ReconnectId id);
+    // Nothing while the link is down. Message worker.
+    void SendKeepAlive(IPlayerNode* link);
 
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();

@@ -50,9 +50,7 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
 }
 
 void CenterServerHandler::KeepAlive() {
-    if (IPlayerNode* const link = m_lpCenterServer) {
-        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    }
+    m_lpLobbyServer->SendKeepAlive(m_lpCenterServer);
 }
 
 bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {

@@ -1,6 +1,7 @@
 #include "ConfigServerHandler.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "Common/Log.h"
 #include "DispatchTable.h"
@@ -37,17 +38,21 @@ struct TableTexts {
 };
 
 // Stores one message of a table in the staging table and, when it is the transfer's last, makes
-// that the live one. put stores an item and returns the two numbers of its log line.
-template <class Msg, class Map, class Put>
-void LoadTable(const TableTexts& texts, const void* data, long length, Map& live, Map& staging,
-               Put put) {
+// that the live one. A table holds whole items or their numbers alone.
+template <class Msg, class Map>
+void LoadTable(const TableTexts& texts, const void* data, long length, Map& live, Map& staging) {
     if (!CheckLength(texts.tag, length, sizeof(Msg))) return;
     __log(_DEBUG, texts.tag, "%s", texts.success);
     const auto msg = ReadMsg<Msg>(data, length);
     // The count is trusted as far as the message goes, which has its full size here.
     const size_t count = std::min<size_t>(msg.usItemCount, std::size(msg.item));
     for (size_t i = 0; i < count; ++i) {
-        const auto [key, number] = put(staging, msg.item[i]);
+        const auto [key, number] = msg.item[i];
+        if constexpr (std::is_same_v<typename Map::mapped_type, int>) {
+            staging[key] = number;
+        } else {
+            staging[key] = msg.item[i];
+        }
         __log(_DEBUG, texts.tag, texts.item, key, number);
     }
     if (msg.isFinished == 0) return;
@@ -76,9 +81,7 @@ void ConfigServerHandler::LoadConfigs() {
 }
 
 void ConfigServerHandler::KeepAlive() {
-    if (IPlayerNode* const link = m_lpConfigServer) {
-        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    }
+    m_lpLobbyServer->SendKeepAlive(m_lpConfigServer);
 }
 
 void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
@@ -108,11 +111,7 @@ void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {
                                       "config_server return vip_level Success!",
                                       "vip level[%d], recharge[%d]"};
     LoadTable<tagVipLevelConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipLevel,
-                                    m_lpLobbyServer->m_mapConfigVipLevel1,
-                                    [](auto& table, const tagVipLevelItem& item) {
-                                        table[item.iLevel] = item.iRecharge;
-                                        return std::pair(item.iLevel, item.iRecharge);
-                                    });
+                                    m_lpLobbyServer->m_mapConfigVipLevel1);
 }
 
 void ConfigServerHandler::OnVipPhotoConfigRes(void* data, long length) {
@@ -120,11 +119,7 @@ void ConfigServerHandler::OnVipPhotoConfigRes(void* data, long length) {
                                       "config_server return vip_photo Success!",
                                       "vip photo_id[%d], open_level[%d]"};
     LoadTable<tagVipPhotoConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipPhoto,
-                                    m_lpLobbyServer->m_mapConfigVipPhoto1,
-                                    [](auto& table, const tagVipPhotoItem& item) {
-                                        table[item.iPhotoID] = item;
-                                        return std::pair(item.iPhotoID, item.iLimitLv);
-                                    });
+                                    m_lpLobbyServer->m_mapConfigVipPhoto1);
 }
 
 void ConfigServerHandler::OnVipFrameConfigRes(void* data, long length) {
@@ -132,11 +127,7 @@ void ConfigServerHandler::OnVipFrameConfigRes(void* data, long length) {
                                       "config_server return vip_frame Success!",
                                       "vip frame_id[%d], open_level[%d]"};
     LoadTable<tagVipFrameConfig>(texts, data, length, m_lpLobbyServer->m_mapConfigVipFrame,
-                                 m_lpLobbyServer->m_mapConfigVipFrame1,
-                                 [](auto& table, const tagVipFrameItem& item) {
-                                     table[item.iFrameID] = item;
-                                     return std::pair(item.iFrameID, item.iLimitLv);
-                                 });
+                                 m_lpLobbyServer->m_mapConfigVipFrame1);
 }
 
 void ConfigServerHandler::OnConfigLobbySwitchRes(void* data, long length) {

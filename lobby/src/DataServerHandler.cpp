@@ -46,9 +46,7 @@ long DataServerHandler::ConnectServer() {
 }
 
 void DataServerHandler::KeepAlive() {
-    if (IPlayerNode* const link = m_lpDataServer) {
-        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    }
+    m_lpLobbyServer->SendKeepAlive(m_lpDataServer);
 }
 
 bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,

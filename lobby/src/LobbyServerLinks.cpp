@@ -129,6 +129,10 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, con
     return true;
 }
 
+void LobbyServer::SendKeepAlive(IPlayerNode* link) {
+    if (link != nullptr) SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+}
+
 int64_t LobbyServer::StartLobbyService() {
     Endpoint endpoint;
     // The borrowed tag is what log readers filter by.

@@ -10,9 +10,7 @@ int64_t LogServerHandler::ConnectServer() {
 }
 
 void LogServerHandler::KeepAlive() {
-    if (IPlayerNode* const link = m_lpLogServer) {
-        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    }
+    m_lpLobbyServer->SendKeepAlive(m_lpLogServer);
 }
 
 bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) {

@@ -60,8 +60,7 @@ int64_t QueueServerHandler::ConnectServer() {
 }
 
 void QueueServerHandler::KeepAlive() {
-    IPlayerNode* node = m_lpQueueServer;
-    if (node != nullptr) m_lpLobbyServer->SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    m_lpLobbyServer->SendKeepAlive(m_lpQueueServer);
 }
 
 bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,

@@ -47,9 +47,7 @@ int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
 }
 
 void WebServerHandler::KeepAlive() {
-    if (IPlayerNode* const link = m_lpWebServer) {
-        m_lpLobbyServer->SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    }
+    m_lpLobbyServer->SendKeepAlive(m_lpWebServer);
 }
 
 bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
