@@ -108,18 +108,13 @@ class Client {
         sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
         ::connect(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
     }
-    virtual ~Client() { Close(); }
+    virtual ~Client() { ::close(m_fd); }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    void Close() {
-        if (m_fd >= 0) ::close(m_fd);
-        m_fd = -1;
-    }
-    void Reset() {
+    void ResetOnClose() {
         const linger hard{1, 0};
         ::setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &hard, sizeof(hard));
-        Close();
     }
     bool Send(const std::string& bytes) {
         size_t sent = 0;
@@ -235,7 +230,7 @@ class TestServer : public GameProvider {
     void Listen(const Limits& limits) {
         ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout,
                                limits.threads, 0, 0));
-        listener = Create(true, "127.0.0.1", 0, 0, limits.clients, 2, 1, 6);
+        IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, limits.clients, 2, 1, 6);
         ASSERT_NE(listener, nullptr);
         sockaddr_in addr{};
         GetPlayerAddrIn(listener, &addr, true);
@@ -292,7 +287,6 @@ class TestServer : public GameProvider {
 
     OnMessage onMessage;  // set before Listen, as the next
     int flood = 1 << 20;
-    IPlayerNode* listener = nullptr;
     uint16_t port = 0;
     std::atomic<long> messages{0}, closes{0}, ticks{0}, flooded{-1};
     std::atomic<bool> lastFlag{false};

@@ -119,11 +119,10 @@ TEST(NodeRecycle, HandsOutFreedNodesUntouchedButForTheLink) {
 TEST(SendBuffer, ReturnsWithTheLastReference) {
     tagSendBuffer* buffer = g_SendFactory.CreateNode();
     buffer->ulReferenceCount = 4;
-    std::vector<std::thread> holders;
-    for (int i = 0; i < 3; ++i)
-        holders.emplace_back([buffer] { DropReference(buffer); });
-    for (std::thread& holder : holders)
-        holder.join();
+    {
+        const auto drop = [buffer] { DropReference(buffer); };
+        const std::jthread holders[] = {std::jthread(drop), std::jthread(drop), std::jthread(drop)};
+    }
     tagSendBuffer* other = g_SendFactory.CreateNode();
     EXPECT_NE(buffer, other);
     DropReference(buffer);

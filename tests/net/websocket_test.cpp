@@ -82,14 +82,10 @@ TEST(WebSocketStream, AnEmptyFrameEndsTheRound) {
     EXPECT_EQ(Result::Ok, link.Read(empty + "rest"));
     EXPECT_EQ(Result::Ok, link.Read(Frame("c", 0x82, kPlain)));
     EXPECT_THAT(link.payloads, ElementsAre("a", "c"));
-}
-
-TEST(WebSocketStream, AClosingReceiverDropsTheRest) {
-    Link link;
-    link.closeAfter = 2;
-    const std::string frame = Frame("a");
-    EXPECT_EQ(Result::Ok, link.Read(frame + frame + frame + "\x82"));
-    EXPECT_EQ(2u, link.payloads.size());
+    // So does a receiver that closes.
+    link.closeAfter = 3;
+    EXPECT_EQ(Result::Ok, link.Read(Frame("d") + Frame("e") + "\x82"));
+    EXPECT_EQ(3u, link.payloads.size());
     EXPECT_EQ(0, link.length);
 }
 
@@ -133,30 +129,12 @@ TEST(WebSocketStream, Closes) {
     }
 }
 
-TEST(WebsocketRequest, ReadsNoFurtherThanWhatCame) {
-    const std::pair<std::string, uint32_t> rows[] = {
-        {std::string("\x82\x05", 2), 5},
-        {std::string("\x82\x85keyk", 6), 5},
-        {std::string("\x82\x7e\xff\xff", 4), 65535},
-        {std::string("\x82\x7e\x20\x00", 4), 8192},
-        {std::string("\x02\xfe\x00\x7ekeyk", 8), 126},
-        // Four bytes of length, whatever the other four are.
-        {std::string("\x82\xff\x00\x00\x01\x02keyk", 10), 258},
-    };
-    for (const auto& [head, payload] : rows) {
-        Websocket_Request request;
-        const long size = std::ssize(head);
-        for (long came = 0; came <= size; ++came) {
-            const std::vector<char> bytes(head.begin(), head.begin() + came);
-            EXPECT_EQ(came == size, request.fetch_websocket_info(bytes.data(), came));
-            EXPECT_EQ(came > 0 ? 2 : 0, request.get_opcode());
-        }
-        EXPECT_EQ(payload, request.get_payload_length());
-        if (payload > 8191) request.fetch_payload(nullptr);  // leaves what is too large
-        EXPECT_EQ(size, request.get_pos());
-        EXPECT_FALSE(request.has_frame(size + payload - 1));
-        EXPECT_TRUE(request.has_frame(size + payload));
-    }
+TEST(WebsocketRequest, LeavesPayloadsAboveItsLimit) {
+    Websocket_Request request;
+    ASSERT_TRUE(request.fetch_websocket_info("\x82\x7e\x20\x00", 4));
+    EXPECT_EQ(8192u, request.get_payload_length());
+    request.fetch_payload(nullptr);
+    EXPECT_EQ(4, request.get_pos());
 }
 
 TEST(WebSocketHead, UsesTheShortestForm) {
@@ -207,16 +185,6 @@ TEST(ParseStr, AnswersWithTheAcceptKey) {
         EXPECT_EQ(std::ssize(std::string(response)), length);
         EXPECT_THAT(response, testing::HasSubstr("Sec-WebSocket-Accept: " + key + "\r\n"));
     }
-}
-
-TEST(Sha1, HashesPiecesAndNeedsAReset) {
-    SHA1 sha1;
-    uint32_t words[SHA1::kWords];
-    sha1.Input("a", 1);
-    sha1.Input("bc", 2);
-    ASSERT_TRUE(sha1.Result(words));
-    EXPECT_THAT(words, ElementsAre(0xA9993E36, 0x4706816A, 0xBA3E2571, 0x7850C26C, 0x9CD0D89D));
-    EXPECT_FALSE(sha1.Result(words));
 }
 
 TEST(Base64, EncodesAndDecodes) {
