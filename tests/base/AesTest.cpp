@@ -1,4 +1,5 @@
-#include <gtest/gtest.h>
+#include "aes.h"
+
 #include <openssl/evp.h>
 #include <sys/resource.h>
 
@@ -6,11 +7,9 @@
 #include <cstring>
 #include <memory>
 #include <set>
-#include <string>
-#include <thread>
 #include <vector>
 
-#include "aes.h"
+#include "BaseTest.h"
 
 namespace {
 
@@ -124,8 +123,8 @@ TEST(Aes, RefusesShortInputAndNeverWritesPastTheCapacity) {
         int size, capacity, result;
     } rows[] = {{true, 40, 55, -1}, {true, 40, 56, 0},  {false, 56, 39, -1}, {false, 56, 40, 0},
                 {true, 0, 15, -1},  {true, -1, 99, -1}, {false, 15, 99, -1}};
-    testing::internal::CaptureStdout();
     const Bytes plain = Plain(40), cipher = Encrypt(plain, kPaddedKey);
+    testing::internal::CaptureStdout();
     for (const auto& row : rows) {
         Bytes out(100, 'x');
         int length = row.capacity;
@@ -155,13 +154,10 @@ TEST(Aes, ThreadsReadEachOthersMessagesInAnyOrder) {
     std::vector<Bytes> ciphers;
     for (int n = 0; n < 64; ++n)
         ciphers.push_back(Encrypt(Plain(n), kPaddedKey));
-    auto readBackwards = [&] {
+    OnThreads(2, [&] {
         for (int n = 63; n >= 0; --n)
             EXPECT_EQ(Decrypt(ciphers[static_cast<size_t>(n)], kPaddedKey), Plain(n));
-    };
-    std::thread a(readBackwards), b(readBackwards);
-    a.join();
-    b.join();
+    });
 }
 
 TEST(FillRand, FillsWithoutDescriptorsToo) {

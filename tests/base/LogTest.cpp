@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <thread>
 #include <vector>
 
 #include "BaseTest.h"
@@ -263,14 +262,11 @@ TEST_F(LogTest, ThreadedModeWritesEverythingInOrder) {
     {
         CLogCls log(path.c_str(), true, true, true);
         EXPECT_FALSE(log.InitLog(path.c_str(), false, false, false)) << "already open";
-        std::vector<std::thread> producers;
-        for (int p = 0; p < 3; ++p)
-            producers.emplace_back([&log, p] {
-                for (int i = 0; i < 500; ++i)
-                    log._log("%d %d", p, i);
-            });
-        for (std::thread& producer : producers)
-            producer.join();
+        std::atomic<int> producers{0};
+        OnThreads(3, [&] {
+            for (int i = 0, p = producers++; i < 500; ++i)
+                log._log("%d %d", p, i);
+        });
         log._log("%s", std::string(3000, 'x').c_str());
         log._log_2("0123456789", 4);
     }

@@ -223,14 +223,12 @@ class TestServer : public GameProvider {
     ~TestServer() override { Shutdown(); }
 
     struct Limits {
-        unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL, threads = 0;
-        unsigned long clients = 10000;
+        unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL;
     };
     void Listen() { Listen(Limits()); }
     void Listen(const Limits& limits) {
-        ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout,
-                               limits.threads, 0, 0));
-        IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, limits.clients, 2, 1, 6);
+        ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout, 0, 0, 0));
+        IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, 10000, 2, 1, 6);
         ASSERT_NE(listener, nullptr);
         sockaddr_in addr{};
         GetPlayerAddrIn(listener, &addr, true);
