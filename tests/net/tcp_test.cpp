@@ -270,8 +270,8 @@ TEST(Tcp, SendersOnManyThreadsLoseAndMixNothing) {
 
 // Answers are written while the worker still handles what came behind them.
 TEST(Tcp, ASlowHandlerDoesNotKeepAnswersBack) {
+    std::atomic<bool> release{false};  // outlives the handler that waits for it
     TestServer server;
-    std::atomic<bool> release{false};
     server.onMessage = [&](TestNode* from, uint16_t type, char*, long) {
         server.SendData(from, type, nullptr, 0, ENCODE_NONE);
         if (type == 2) WaitFor([&] { return release.load(); });
