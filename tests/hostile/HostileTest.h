@@ -6,6 +6,7 @@
 #include <future>
 
 #include "SystemTest.h"
+#include "queue_server_msg.h"
 
 // The longest that anybody waits for an answer meanwhile, in seconds; less than the lobby's own
 // time-out, and generous to a machine that runs other tests.
@@ -47,9 +48,19 @@ class UnderAttack : public SystemTest {
         }
     }
 
+    // The queue server's link is connected a moment before the lobby sends on it; a login of that
+    // moment is never answered.
     bool AllLinked() {
         bystander->KeepAlive();
-        return platform.DoCommand("links") == "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n";
+        if (platform.DoCommand("links") != "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n") {
+            return false;
+        }
+        const size_t before = CountSeen(ServerKind::Queue, USER_INFO_L2Q);
+        auto probe = Connect(10005);
+        probe->SendLogin();
+        probe->KeepAlive();
+        return Eventually([&] { return CountSeen(ServerKind::Queue, USER_INFO_L2Q) > before; },
+                          0.2);
     }
     // All servers at once: "down" or "up".
     void Switch(const std::string& direction) {
