@@ -28,6 +28,8 @@ class LobbyStack : public SystemTest {
         LobbySettings settings = Settings();
         port = static_cast<uint16_t>(RedisServer::FreePort());
         settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
+        settings["listen"]["trusted_proxies"] = "127.0.0.1";
+        settings["listen"]["proxy_protocol"] = "2";
         lobby.Configure(settings);
         m_lobby = std::make_unique<LobbyServer>();
         ASSERT_EQ(m_lobby->Start(), 0);
@@ -43,6 +45,21 @@ class LobbyStack : public SystemTest {
         load.seconds = 1.5;
         load.quiet = true;
         EXPECT_TRUE(PlayerLoad(load).Run().errors.empty()) << webSocket;
+    }
+    // A proxy's header, the address before an upgrade, a body that cannot be decoded.
+    void Oddities() {
+        const std::string proxied("\r\n\r\n\0\r\nQUIT\n\x21\x11\0\x0c\x0a\1\2\3\x7f\0\0\1\1\2\3\4",
+                                  28);
+        const std::string upgrade =
+            "GET / HTTP/1.1\r\nConnection: Upgrade\r\nX-Forwarded-For: 10.1.2.3\r\n"
+            "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
+        const std::string undecodable("\5\1\0\x0d\3\0\0\1short", 13);
+        for (const std::string& bytes : {proxied + undecodable, upgrade + "\x88", undecodable}) {
+            auto client = Connect(0);
+            client->Line().SendRaw({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()},
+                                   Clock::now() + Patience());
+            EXPECT_TRUE(Closed(*client));
+        }
     }
     void Push(const std::string& command) {
         EXPECT_NE(platform.DoCommand(command).find("ok"), std::string::npos) << command;
@@ -71,6 +88,7 @@ TEST_F(LobbyStack, KeepsThreeKilobytesToSpare) {
     ServeHere();
     for (const bool webSocket : {false, true})
         Work(webSocket);
+    Oddities();
     auto player = LoggedIn(10001);
     for (const char* command :
          {"recharge 10001 5", "consume 10001", "sync 10001 1 5", "bulletin win text",
