@@ -22,16 +22,17 @@ TEST_F(LinkTest, EveryLinkIsBackSoonAfterItsServerAndNoPlayerIsDisconnected) {
         {ServerKind::Config, "config"}, {ServerKind::Web, "web"},
         {ServerKind::Data, "database"}, {ServerKind::Log, "log"}};
     for (const auto& [kind, name] : kLinks) {
+        SCOPED_TRACE(name);
         platform.Do([&, k = kind] { platform.Server(k).Drop({}); });
         player->KeepAlive();
         const std::string line = std::string(name) + " server has been closed !";
-        ASSERT_TRUE(Eventually([&] { return lobby.LogHas(line); })) << name;
+        ASSERT_TRUE(Eventually([&] { return lobby.LogHas(line); }));
         // At a moment the keeper does not choose.
         const double away = SecondsOf([&, k = kind] {
             platform.Do([&] { platform.Server(k).Resume(); });
-            EXPECT_TRUE(Eventually([&] { return Links(k) == 1; })) << name;
+            EXPECT_TRUE(Eventually([&] { return Links(k) == 1; }));
         });
-        EXPECT_LT(away, 2 * SLOWER) << name;
+        EXPECT_LT(away, 2 * SLOWER);
         player->KeepAlive();
     }
     EXPECT_EQ(player->Take(5, BANK_PASSWORD).ucResultType, 0);
