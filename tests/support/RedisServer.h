@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <hiredis/hiredis.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <chrono>
@@ -94,7 +95,12 @@ class RedisServer {
                          "--requirepass", m_password});
         for (int i = 0; i < 1000; ++i) {
             if (m_process.Ended()) return false;  // the port was taken
-            if (Command("PING") == "+PONG") return true;
+            if (Command("PING") == "+PONG") {
+                // Where that is allowed: a server that a busy machine holds up for 0.3 s is a hung
+                // one to the lobby.
+                setpriority(PRIO_PROCESS, static_cast<id_t>(m_process.Pid()), -10);
+                return true;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         Stop();
