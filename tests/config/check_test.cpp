@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "../base/BaseTest.h"
+#include "BaseTest.h"
 #include "ConfigCheck.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include "Epoll/NetMetrics.h"
 #include "HandShark.h"
 #include "ProxyHeader.h"
-#include "net_fixture.h"
+#include "NetFixture.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "net_fixture.h"
+#include "NetFixture.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <random>
 
-#include "../base/BaseTest.h"
-#include "net_fixture.h"
+#include "BaseTest.h"
+#include "NetFixture.h"
 
 TEST(Tcp, EchoesEveryCutOfAStream) {
     TestServer server;

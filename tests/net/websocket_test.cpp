@@ -5,7 +5,7 @@
 
 #include "HandShark.h"
 #include "WebSocketStream.h"
-#include "net_fixture.h"
+#include "NetFixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // WebSocket clients on the framework, end to end over real loopback sockets.
-#include "net_fixture.h"
+#include "NetFixture.h"
 
 TEST(WebServer, UpgradesAndAnswersInFrames) {
     TestServer server;

@@ -1,6 +1,6 @@
 #include <random>
 
-#include "lobby_world.h"
+#include "LobbyWorld.h"
 
 TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     IPlayerNode* node = net.Connect();

@@ -1,4 +1,4 @@
-#include "lobby_world.h"
+#include "LobbyWorld.h"
 #include "log_server_msg.h"
 
 class CoinsTest : public LobbyTest {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "../base/BaseTest.h"
+#include "BaseTest.h"
 #include "Common/Log.h"
 #include "LobbyRedisServer.h"
 #include "RedisServer.h"

@@ -1,6 +1,6 @@
 // The keys of LobbyServer.cfg that switch extras on.
 #include "MessageLimits.h"
-#include "lobby_world.h"
+#include "LobbyWorld.h"
 
 TEST(MessageLimits, TakesGoodLinesAndNamesTheFaultOfOthers) {
     const struct {

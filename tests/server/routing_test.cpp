@@ -1,5 +1,5 @@
 #include "PublisherMsg.h"
-#include "lobby_world.h"
+#include "LobbyWorld.h"
 
 TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
     LobbyPlayer* player = Online(1);
