@@ -41,11 +41,6 @@ class EPOLLServer : public Epoll, public INetProvider {
         return Epoll::Initialize(threads, contexts, buffers);
     }
     void Shutdown() override;
-    // Fails while no worker runs.
-    EPOLLContext* Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
-                         unsigned long maxConnections, long family, long type,
-                         long protocol) override;
-    using Epoll::Create;
     // Any thread; called by the send side once it is done with a closed connection.
     void ReleaseContext(EPOLLContext* context) override;
     void CancelConnects() override { Epoll::CancelConnects(); }
@@ -57,6 +52,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
     long GatherTime() const override;
     unsigned long CloseGrace() const override { return m_ulTimeout; }
+    // Not without a worker: nobody would hear of the connection.
+    bool CanCreate() const override { return m_lThreadCount > 0 && Epoll::CanCreate(); }
 
     // Contexts announced and released so far; for logs only. Any thread.
     long Established() const { return m_lEstablished; }
@@ -114,7 +111,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     EPOLLReceiver* m_lpClientList = nullptr;
     EPOLLReceiver* m_lpClientTail = nullptr;
     long m_lClientCount = 0;
-    long m_lUptime = 0;          // seconds since boot, as of the last look at the queue
+    long m_lUptime = 0;          // seconds since boot, as of this pass
     long m_lSweepTime = 0;       // seconds since boot
     uint64_t m_ulPassBegin = 0;  // nanoseconds; 0: not begun, or not measured
     bool m_bShutdownSwept = false;

@@ -54,6 +54,8 @@ class Epoll : public virtual EPOLLNet {
     virtual long GatherTime() const { return 0; }
     // Seconds a closed connection may keep its unsent data waiting for a peer that does not read.
     virtual unsigned long CloseGrace() const { return ~0UL; }
+    // Whether Create may open anything now.
+    virtual bool CanCreate() const { return m_bStart && !m_bShutdown; }
 
     // Puts a context into the live list under its owner's limit; on failure it is released.
     // A listener is its own owner and counts itself, so that it admits its limit plus one.

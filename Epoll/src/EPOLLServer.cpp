@@ -74,13 +74,6 @@ void EPOLLServer::DiscardRecords() {
     }
 }
 
-EPOLLContext* EPOLLServer::Create(bool listen, sockaddr_in& addr, unsigned long connectTimeoutMs,
-                                  unsigned long maxConnections, long family, long type,
-                                  long protocol) {
-    if (m_lThreadCount == 0) return nullptr;
-    return Epoll::Create(listen, addr, connectTimeoutMs, maxConnections, family, type, protocol);
-}
-
 void EPOLLServer::ReleaseContext(EPOLLContext* context) {
     ++m_lRelease;
     FreeConnection(context);

@@ -48,6 +48,9 @@ void EPOLLServer::DoNetMsg() {
     auto hold = std::make_unique<WriteHold>();
     while (!m_bExit) {
         DataBuffer* record = NextRecord();
+        // For every record: what a handler takes its time for is not the silence of those behind
+        // it.
+        m_lUptime = ClockUptime();
         if (record != nullptr) {
             HandleRecord(*record);
             m_lpFactory->FreeNode(record);
@@ -97,7 +100,6 @@ DataBuffer* EPOLLServer::NextRecord() {
     if (m_lBatchPos == m_lBatchCount) {
         m_lBatchPos = 0;
         m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
-        m_lUptime = ClockUptime();
         auto* metrics = g_NetMetrics.Get();
         if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
         if (metrics != nullptr && m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();

@@ -137,6 +137,7 @@ unsigned long Epoll::LiveConnections() {
 EPOLLContext* Epoll::Create(bool listen, const char* host, unsigned short port,
                             unsigned long connectTimeoutMs, unsigned long maxConnections,
                             long family, long type, long protocol) {
+    if (!CanCreate()) return nullptr;  // before a name is looked up, which may take seconds
     sockaddr_in addr{};
     addr.sin_family = static_cast<sa_family_t>(family);
     addr.sin_port = htons(port);
@@ -152,7 +153,7 @@ EPOLLContext* Epoll::Create(bool listen, sockaddr_in& addr, unsigned long connec
         explicit Creating(std::atomic<long>& c) : count(c) { ++count; }
         ~Creating() { --count; }
     } const creating(m_lCreating);
-    if (!m_bStart || m_bShutdown) return nullptr;
+    if (!CanCreate()) return nullptr;
 
     const int socket = OpenSocket(family, type, protocol);
     if (socket < 0) return nullptr;
@@ -221,7 +222,8 @@ bool Epoll::AddAConnection(EPOLLContext* context, EPOLLContext* owner) {
     bool accept = !m_bShutdown;
     // Strictly greater, and the listener's count of itself left out: a limit of N admits N + 1.
     const unsigned long itself = context != owner ? 1 : 0;
-    if (accept && limits->m_ulConnectionCount > limits->m_ulMaxConnections + itself) {
+    if (accept && limits->m_ulConnectionCount > itself &&
+        limits->m_ulConnectionCount - itself > limits->m_ulMaxConnections) {
         accept = false;
         if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::Limit);
         OnMaxLimitConnection(context, remote, accept);

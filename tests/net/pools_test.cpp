@@ -81,7 +81,7 @@ TEST(NodeQueues, HandOutInOrderWhatTheyKeep) {
 }
 
 TEST(NodeQueues, RefuseAndReport) {
-    Item item, *in[] = {&item}, *out[1] = {};
+    Item item, other, *in[] = {&item}, *more[] = {&other}, *out[1] = {};
     for (const long kind : {NODE_RING, NODE_LINK, NODE_ROUND}) {
         const Queue queue = MakeQueue(kind, 4);
         EXPECT_EQ(0u, queue->SetNode(nullptr, 1));
@@ -91,7 +91,9 @@ TEST(NodeQueues, RefuseAndReport) {
         // Only the link tells how many there are when none is wanted.
         EXPECT_EQ(kind == NODE_LINK ? 1u : 0u, queue->GetNode(out, 0));
         EXPECT_EQ(nullptr, out[0]);
-        EXPECT_EQ(1u, queue->GetNode(nullptr, 9));
+        // A round has swapped its rings for nothing: what comes now is in the other one.
+        queue->SetNode(more, 1);
+        EXPECT_EQ(kind == NODE_ROUND ? 1u : 2u, queue->GetNode(nullptr, 9));
     }
     EXPECT_EQ(0u, MakeQueue(NODE_RING, 0)->SetNode(in, 1));
     EXPECT_EQ(nullptr, NodeManager<Item>::CreateInstance(3, 8));

@@ -1,9 +1,25 @@
 // The framework end to end over real loopback sockets.
+#include <dlfcn.h>
+#include <netdb.h>
+
 #include <algorithm>
+#include <memory>
 #include <random>
 
 #include "BaseTest.h"
+#include "EPOLLServer.h"
+#include "Epoll/NetMetrics.h"
 #include "NetFixture.h"
+
+// In the C library's place, to count.
+static std::atomic<int> g_lookUps{0};
+extern "C" int getaddrinfo(const char* host, const char* port, const addrinfo* hints,
+                           addrinfo** found) {
+    ++g_lookUps;
+    static const auto real =
+        reinterpret_cast<decltype(&getaddrinfo)>(::dlsym(RTLD_NEXT, "getaddrinfo"));
+    return real(host, port, hints, found);
+}
 
 TEST(Tcp, EchoesEveryCutOfAStream) {
     TestServer server;
@@ -113,6 +129,39 @@ TEST(Tcp, OnlySilentClientsTimeOut) {
     // The accepted end of the link is a silent client too; the outbound end is not.
     EXPECT_TRUE(server.AwaitClosed(3));
     EXPECT_EQ(static_cast<TestNode*>(link)->closed, 0);
+}
+
+// Each record counts from when its turn came, not from when the worker took it with others.
+TEST(Tcp, ASlowHandlerIsNotTheSilenceOfTheClientsBehindIt) {
+    static const TypePlaces none({});
+    static NetMetrics metrics(none);
+    g_NetMetrics.Set(&metrics);
+    HandClock clock;
+    TestServer server;
+    std::atomic<bool> release{false};
+    server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
+        if (type == 1) WaitFor([&] { return release.load(); });
+        if (type == 2) clock.Advance(120);
+        if (type == 77) server.SendData(node, type, data, length, ENCODE_NONE);
+    };
+    server.Listen({.interval = 20, .timeout = 120});
+    Client first(server.port), slow(server.port), behind(server.port);
+    const auto queued = [&](uint64_t count) {
+        EXPECT_TRUE(WaitFor([&] { return metrics.recordsQueued.Value() == count; }));
+    };
+    queued(3);
+    first.Send(Message(1));
+    queued(4);
+    slow.Send(Message(2));
+    queued(5);
+    behind.Send(Message(3));
+    queued(6);
+    const auto late = std::make_unique<Client>(server.port);
+    queued(7);
+    release = true;
+    EXPECT_TRUE(first.AtEnd() && slow.AtEnd());
+    EXPECT_TRUE(behind.Echoes() && late->Echoes());
+    g_NetMetrics.Set(nullptr);
 }
 
 TEST(Tcp, AClosedPeerThatNeverReadsIsGivenUpAfterTheIdleTimeout) {
@@ -311,6 +360,11 @@ TEST(Tcp, NamesAreResolvedFromASmallStack) {
     EXPECT_EQ(GameProvider::dns2ip("127.0.0.1"), htonl(INADDR_LOOPBACK));
     EXPECT_EQ(GameProvider::dns2ip(nullptr), ~0UL);
     EXPECT_EQ(GameProvider::dns2ip("no such name"), ~0UL);
+    EXPECT_EQ(g_lookUps, 2);
+    // Who cannot open anything looks nothing up.
+    EPOLLServer idle(nullptr, nullptr, 0);
+    EXPECT_EQ(idle.Create(false, "localhost", 1, 100, 1, 2, 1, 6), nullptr);
+    EXPECT_EQ(g_lookUps, 2);
 }
 
 template <class Kind>

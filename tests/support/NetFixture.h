@@ -228,7 +228,8 @@ class TestServer : public GameProvider {
     void Listen() { Listen(Limits()); }
     void Listen(const Limits& limits) {
         ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout, 0, 0, 0));
-        IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, 10000, 2, 1, 6);
+        // All ones, as from a limit of -1, is no limit.
+        IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, ~0UL, 2, 1, 6);
         ASSERT_NE(listener, nullptr);
         sockaddr_in addr{};
         GetPlayerAddrIn(listener, &addr, true);

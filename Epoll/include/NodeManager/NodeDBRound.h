@@ -3,8 +3,8 @@
 
 #include "NodeManager/NodeAllocate.h"
 
-// Writers fill one ring while the reader drains the other; a reader that finds its ring empty
-// swaps the two. A full ring drops its oldest entries as NodeAllocate does. Thread: any.
+// Writers fill one ring while the reader drains the other; a reader whose ring yields nothing, be it
+// that nothing was asked for, swaps the two. A full ring drops its oldest entries as NodeAllocate does. Thread: any.
 template <class T>
 class NodeDBRound : public NodeManager<T> {
   public:
@@ -17,8 +17,6 @@ class NodeDBRound : public NodeManager<T> {
     }
 
     unsigned long GetNode(T** out, long count) override {
-        // Asking for nothing tells nothing about the ring being empty: no swap.
-        if (out != nullptr && count < 1) return 0;
         NodeGuard read(m_lockRead);
         const unsigned long taken = m_read->GetNode(out, count);
         if (taken > 0) return taken;
@@ -27,7 +25,7 @@ class NodeDBRound : public NodeManager<T> {
     }
 
   private:
-    // m_lockRead is held and the ring behind m_read is empty.
+    // m_lockRead is held.
     void SwapRings() {
         NodeGuard write(m_lockWrite);
         m_write = m_read;
