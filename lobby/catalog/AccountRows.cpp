@@ -7,24 +7,32 @@
 
 namespace catalog {
 
-LAYOUT(tagLobbyClientConnectNotice, FIELD(iUserID), FIELD(iLobbySiteID), FIELD(szToken),
+LAYOUT(tagLobbyClientConnectNotice, FIELD(iUserID), FIELD(iLobbySiteID), Secret(FIELD(szToken)),
        FIELD(szChannelID))
-LAYOUT(LobbyAuthenRes, FIELD(ucErrNo), FIELD(iReserve1), FIELD(iReserve2), FIELD(iReserve3),
-       FIELD(szReserve1), FIELD(szReserve2), FIELD(szReserve3))
-LAYOUT(LobbyKickOutNotice, FIELD(iUserID), FIELD(bStopSwitch))
-LAYOUT(ExchangeGameCoinReq, FIELD(iRecvUserID), FIELD(llExhangeCoin))
-LAYOUT(ExchangeGameCoinRes, FIELD(iErrorCode), FIELD(llExhangeCoin), FIELD(llFirstMoney))
-LAYOUT(ExchangeGameCoinNotify, FIELD(iFromUserID), FIELD(llExhangeCoin), FIELD(llFirstMoney))
-LAYOUT(RechargeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(rechargeType),
-       FIELD(rechargeCount))
-LAYOUT(ConsumeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(iSize),
+LAYOUT(LobbyAuthenRes, FIELD(ucErrNo), FIELD(iReserve1, "team tag of the account"),
+       FIELD(iReserve2, "joint-operation flag of the account"),
+       FIELD(iReserve3, "how the account was registered"), FIELD(szReserve1),
+       FIELD(szReserve2, "name of the account with its external provider"), FIELD(szReserve3))
+LAYOUT(LobbyKickOutNotice, FIELD(iUserID),
+       FIELD(bStopSwitch, "false: the account logged in elsewhere; true: maintenance"))
+LAYOUT(ExchangeGameCoinReq, FIELD(iRecvUserID, "the receiver's user id"), FIELD(llExhangeCoin))
+LAYOUT(ExchangeGameCoinRes, FIELD(iErrorCode), FIELD(llExhangeCoin),
+       FIELD(llFirstMoney, "the giver's coins in hand afterwards"))
+LAYOUT(ExchangeGameCoinNotify, FIELD(iFromUserID, "the giver's user id"), FIELD(llExhangeCoin),
+       FIELD(llFirstMoney, "the receiver's coins in hand afterwards"))
+LAYOUT(RechargeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId),
+       FIELD(rechargeType, "what was bought, as the platform numbers it"),
+       FIELD(rechargeCount, "how much of it"))
+LAYOUT(ConsumeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId),
+       FIELD(iSize, "bytes of the text; may claim more than the message holds"),
        FollowingText("szConsumeNotice", sizeof(M), "iSize"))
-LAYOUT(SychUserLobbyData, FIELD(userId), FIELD(gameId), FIELD(serverId), FIELD(dataType),
-       FIELD(dataValue))
+LAYOUT(SychUserLobbyData, FIELD(userId), FIELD(gameId), FIELD(serverId),
+       FIELD(dataType, "which figure changed, as the platform numbers it"),
+       FIELD(dataValue, "its new value"))
 LAYOUT(RechargeReFreshCoinReq, FIELD(iUserId))
 LAYOUT(RechargeReFreshCoinRes, FIELD(iUserId), FIELD(iError), FIELD(llCurGameCoin),
-       FIELD(llTotalRechageNum), FIELD(llBankCoin))
-LAYOUT(tagModifyPassWordReq, FIELD(iUserID), FIELD(szOldPassWd), FIELD(szNewPassWd))
+       FIELD(llTotalRechageNum, "all the player ever recharged"), FIELD(llBankCoin))
+LAYOUT(tagModifyPassWordReq, FIELD(iUserID), Secret(FIELD(szOldPassWd)), Secret(FIELD(szNewPassWd)))
 LAYOUT(tagModifyPassWordRes, FIELD(ucResultType))
 LAYOUT(ModifyNickNameReq, FIELD(iUserId), FIELD(szNickName))
 LAYOUT(ModifyNickNameRes, FIELD(iError), FIELD(szNickName))
@@ -36,21 +44,25 @@ LAYOUT(ModifyFaceIdReq, FIELD(iUserId), FIELD(iFaceId))
 LAYOUT(ModifyFaceIdRes, FIELD(iError), FIELD(iFaceId))
 LAYOUT(BindingMobileReq, FIELD(iUserId), FIELD(szMobileNumber))
 LAYOUT(BindingMobileRes, FIELD(iError), FIELD(szMobileNumber))
-LAYOUT(RealNameAuthenReq, FIELD(iUserId), FIELD(szRealName), FIELD(szIdentity))
-LAYOUT(RealNameAuthenRes, FIELD(iError), FIELD(szRealName), FIELD(szIdentity))
+LAYOUT(RealNameAuthenReq, FIELD(iUserId), FIELD(szRealName), Filled(Secret(FIELD(szIdentity))))
+LAYOUT(RealNameAuthenRes, FIELD(iError), FIELD(szRealName), Filled(Secret(FIELD(szIdentity))))
 LAYOUT(ModifyFaceFrameReq, FIELD(iUserId), FIELD(iFrameId))
 LAYOUT(ModifyFaceFrameRes, FIELD(iError), FIELD(iFrameId))
-LAYOUT(UserBankLoginReq, FIELD(iUserID), FIELD(szBankPass))
+LAYOUT(UserBankLoginReq, FIELD(iUserID), Secret(FIELD(szBankPass)))
 LAYOUT(GetBankCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
-       FIELD(llGetNum), FIELD(szBankerPwd))
+       FIELD(llGetNum, "coins to move from the bank into the hand, at least 1"),
+       Secret(FIELD(szBankerPwd)))
 LAYOUT(SaveCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
-       FIELD(llSaveCoinNum), FIELD(llGameWinCoinNum))
-LAYOUT(ModifyBankPasswdReq, FIELD(iUserID), FIELD(szCode), FIELD(szOldPassWd), FIELD(szNewPassWd))
+       FIELD(llSaveCoinNum, "coins to move from the hand into the bank, at least 1"),
+       FIELD(llGameWinCoinNum, "how many of them were won in a game"))
+LAYOUT(ModifyBankPasswdReq, FIELD(iUserID), Secret(FIELD(szCode)), Secret(FIELD(szOldPassWd)),
+       Secret(FIELD(szNewPassWd)))
 LAYOUT(LoginBankResult, FIELD(ucResultType), FIELD(llGameCoin), FIELD(llBankCoin))
-LAYOUT(GetCoinResult, FIELD(ucResultType), FIELD(llGetCoinNum))
-LAYOUT(SaveCoinRes, FIELD(ucResultType), FIELD(llSelfCoin))
+LAYOUT(GetCoinResult, FIELD(ucResultType), FIELD(llGetCoinNum, "coins taken out"))
+LAYOUT(SaveCoinRes, FIELD(ucResultType), FIELD(llSelfCoin, "coins in hand afterwards"))
 LAYOUT(ModifyBankPasswdRes, FIELD(ucResultType))
-LAYOUT(UserInfoReq, FIELD(userID), FIELD(szPasswdToken), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT(UserInfoReq, FIELD(userID), Secret(FIELD(szPasswdToken)), FIELD(ulPlayerNode),
+       FIELD(ulPlayerNodeId))
 LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex), FIELD(iPlayGameTime),
        FIELD(iAllYuanBaoAmount), FIELD(iAccountsourceid), FIELD(isBindingmobile),
        FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin), FIELD(iTeamTag),
@@ -101,11 +113,11 @@ LAYOUT_ON(ModifyBankPasswdRes_trans, ModifyBankPasswdRes, FIELD(ulPlayerNode),
 Rows AccountRows() {
     using enum Direction;
     return {
-        Row<tagLobbyClientConnectNotice>     (ClientToLobby, CLIENT_CONNECT_NOTICE_C2S, "connect notice"),
+        Row<tagLobbyClientConnectNotice>     (ClientToLobby, CLIENT_CONNECT_NOTICE_C2S, "connect notice", LOBBY_AUTHEN_RES_S2C),
         Row<LobbyAuthenRes>                  (LobbyToClient, LOBBY_AUTHEN_RES_S2C,      "login result"),
         Row<LobbyKickOutNotice>              (LobbyToClient, LOBBY_KICK_OUT_S2C,        "kick-out"),
         Bare                                 (ClientToLobby, CLIENT_FORBIDDEN_C2S,      "forbidden"),
-        Row<ExchangeGameCoinReq>             (ClientToLobby, EXCHANGE_COIN_C2S,         "coin exchange request"),
+        Row<ExchangeGameCoinReq>             (ClientToLobby, EXCHANGE_COIN_C2S,         "coin exchange request", EXCHANGE_COIN_S2C),
         Row<ExchangeGameCoinRes>             (LobbyToClient, EXCHANGE_COIN_S2C,         "coin exchange result"),
         Row<ExchangeGameCoinNotify>          (LobbyToClient, EXCHANGE_COIN_NOTIFY_S2C,  "coins received"),
         Varies<ConsumeSucessNotice>          (LobbyToClient, CONSUME_NOTICE_S2C,        "consume notice", "24 + iSize"),
@@ -113,30 +125,30 @@ Rows AccountRows() {
         Varies<ConsumeSucessNotice>          (WebToLobby,    MSG_WEB_CONSUME_NOTICE,    "consume notice", "24 + iSize"),
         Row<SychUserLobbyData>               (WebToLobby,    MSG_WEB_SYNC_USER_DATA,    "user data sync"),
         Row<SychUserLobbyData>               (LobbyToClient, SYCH_USER_DATA_S2C,        "user data sync"),
-        Row<RechargeReFreshCoinReq>          (ClientToLobby, REFRESH_COIN_C2S,          "coin refresh request"),
+        Row<RechargeReFreshCoinReq>          (ClientToLobby, REFRESH_COIN_C2S,          "coin refresh request", REFRESH_COIN_S2C),
         Row<RechargeReFreshCoinRes>          (LobbyToClient, REFRESH_COIN_S2C,          "coin refresh result"),
-        Row<tagModifyPassWordReq>            (ClientToLobby, MODIFY_PASSWORD_C2S,       "login password request"),
+        Row<tagModifyPassWordReq>            (ClientToLobby, MODIFY_PASSWORD_C2S,       "login password request", MODIFY_PASSWORD_S2C),
         Row<tagModifyPassWordRes>            (LobbyToClient, MODIFY_PASSWORD_S2C,       "login password result"),
-        Row<ModifyNickNameReq>               (ClientToLobby, MODIFY_NICKNAME_C2S,       "nickname request"),
+        Row<ModifyNickNameReq>               (ClientToLobby, MODIFY_NICKNAME_C2S,       "nickname request", MODIFY_NICKNAME_S2C),
         Row<ModifyNickNameRes>               (LobbyToClient, MODIFY_NICKNAME_S2C,       "nickname result"),
-        Row<ModifyGenderReq>                 (ClientToLobby, MODIFY_GENDER_C2S,         "gender request"),
+        Row<ModifyGenderReq>                 (ClientToLobby, MODIFY_GENDER_C2S,         "gender request", MODIFY_GENDER_S2C),
         Row<ModifyGenderRes>                 (LobbyToClient, MODIFY_GENDER_S2C,         "gender result"),
-        Row<ModifyPersonalSignatureReq>      (ClientToLobby, MODIFY_SIGNATURE_C2S,      "signature request"),
+        Row<ModifyPersonalSignatureReq>      (ClientToLobby, MODIFY_SIGNATURE_C2S,      "signature request", MODIFY_SIGNATURE_S2C),
         Row<ModifyPersonalSignatureRes>      (LobbyToClient, MODIFY_SIGNATURE_S2C,      "signature result"),
-        Row<ModifyFaceIdReq>                 (ClientToLobby, MODIFY_FACE_ID_C2S,        "face id request"),
+        Row<ModifyFaceIdReq>                 (ClientToLobby, MODIFY_FACE_ID_C2S,        "face id request", MODIFY_FACE_ID_S2C),
         Row<ModifyFaceIdRes>                 (LobbyToClient, MODIFY_FACE_ID_S2C,        "face id result"),
-        Row<BindingMobileReq>                (ClientToLobby, BINDING_MOBILE_C2S,        "mobile binding request"),
+        Row<BindingMobileReq>                (ClientToLobby, BINDING_MOBILE_C2S,        "mobile binding request", BINDING_MOBILE_S2C),
         Row<BindingMobileRes>                (LobbyToClient, BINDING_MOBILE_S2C,        "mobile binding result"),
-        Row<RealNameAuthenReq>               (ClientToLobby, REAL_NAME_C2S,             "real name request"),
+        Row<RealNameAuthenReq>               (ClientToLobby, REAL_NAME_C2S,             "real name request", REAL_NAME_S2C),
         Row<RealNameAuthenRes>               (LobbyToClient, REAL_NAME_S2C,             "real name result"),
         Row<ModifyFaceFrameRes>              (LobbyToClient, MODIFY_FACE_FRAME_S2C,     "face frame result"),
-        Row<UserBankLoginReq>                (ClientToLobby, BANK_LOGIN_C2S,            "bank login request"),
+        Row<UserBankLoginReq>                (ClientToLobby, BANK_LOGIN_C2S,            "bank login request", BANK_LOGIN_S2C),
         Row<LoginBankResult>                 (LobbyToClient, BANK_LOGIN_S2C,            "bank login result"),
-        Row<GetBankCoinReq>                  (ClientToLobby, BANK_GET_COIN_C2S,         "take coin request"),
+        Row<GetBankCoinReq>                  (ClientToLobby, BANK_GET_COIN_C2S,         "take coin request", BANK_GET_COIN_S2C),
         Row<GetCoinResult>                   (LobbyToClient, BANK_GET_COIN_S2C,         "take coin result"),
-        Row<SaveCoinReq>                     (ClientToLobby, BANK_SAVE_COIN_C2S,        "save coin request"),
+        Row<SaveCoinReq>                     (ClientToLobby, BANK_SAVE_COIN_C2S,        "save coin request", BANK_SAVE_COIN_S2C),
         Row<SaveCoinRes>                     (LobbyToClient, BANK_SAVE_COIN_S2C,        "save coin result"),
-        Row<ModifyBankPasswdReq>             (ClientToLobby, BANK_MODIFY_PASSWD_C2S,    "bank password request"),
+        Row<ModifyBankPasswdReq>             (ClientToLobby, BANK_MODIFY_PASSWD_C2S,    "bank password request", BANK_MODIFY_PASSWD_S2C),
         Row<ModifyBankPasswdRes>             (LobbyToClient, BANK_MODIFY_PASSWD_S2C,    "bank password result"),
         Row<UserInfoReq>                     (LobbyToQueue,  USER_INFO_L2Q,             "user info request"),
         Row<UserInfoRes>                     (QueueToLobby,  USER_INFO_Q2L,             "user info result"),

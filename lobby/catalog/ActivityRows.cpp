@@ -38,9 +38,9 @@ LAYOUT(LobbyActivitySingleProgressUpdateRes, FIELD(iError), FIELD(iProgress), FI
 LAYOUT(tagDBUpdateUserPropInfo, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
        FIELD(iActivityID), FIELD(iType), FIELD(iValue), FIELD(iSourceID), FIELD(iClientSiteType),
        FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
-LAYOUT(UserProgressReq, FIELD(iActivityId), FIELD(iLevel), FIELD(iProgress), FIELD(iOther1),
-       FIELD(iOther2), FIELD(iOther3))
-LAYOUT(ActivityCloseNotice, FIELD(iActivity))
+LAYOUT(UserProgressReq, FIELD(iActivityId), FIELD(iLevel, "what is asked, the activity's own"),
+       FIELD(iProgress, "the activity's own"), FIELD(iOther1), FIELD(iOther2), FIELD(iOther3))
+LAYOUT(ActivityCloseNotice, FIELD(iActivity, "the activity that has closed"))
 
 // One aligned row per message.
 // clang-format off
@@ -48,6 +48,7 @@ Rows ActivityRows() {
     using enum Direction;
     return {
         Row<UserProgressReq>                     (ClientToLobby, CLIENT_USER_PROGRESS_REQ,   "activity request"),
+        Row<UserProgressReq>                     (LobbyToClient, CLIENT_USER_PROGRESS_REQ,   "activity state"),
         Row<ActivityCloseNotice>                 (LobbyToClient, CLIENT_ACTIVITY_CLOSE_NOTICE, "activity closed"),
         Row<tagDBUpdateUserPropInfo>             (LobbyToQueue, ACT_UPDATE_USER_PROP,      "activity reward"),
         Row<RegisterActSystemServerReq>          (LobbyToData, ACT_REGISTER_REQ,           "activity registration"),

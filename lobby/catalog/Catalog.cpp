@@ -23,6 +23,7 @@ Rows Build() {
     }
     for (size_t i = 0; i < DIRECTIONS; ++i) {
         all.push_back(Bare(static_cast<Direction>(i), MSG_KEEP_ALIVE, "keep-alive"));
+        if (all.back().direction == Direction::ClientToLobby) all.back().answer = MSG_KEEP_ALIVE;
     }
     std::sort(all.begin(), all.end(), Before);
     const auto same = [](const Message& a, const Message& b) {
@@ -49,8 +50,8 @@ const char* NameOf(Direction direction) {
 }
 
 const char* NameOf(Kind kind) {
-    static constexpr const char* names[] = {"i8",  "u8",  "i16",  "u16",   "i32",   "u32",
-                                            "i64", "u64", "char", "bytes", "record"};
+    static constexpr const char* names[] = {"bool", "i8",  "u8",  "i16",  "u16",   "i32",
+                                            "u32",  "i64", "u64", "char", "bytes", "record"};
     return names[static_cast<size_t>(kind)];
 }
 
@@ -61,7 +62,7 @@ std::span<const Message> All() {
 
 const Message* Find(Direction direction, uint16_t type) {
     const auto all = All();
-    const Message wanted{direction, type, "", nullptr, 0, false, ""};
+    const Message wanted{direction, type, "", nullptr, 0, false, "", 0};
     const auto at = std::lower_bound(all.begin(), all.end(), wanted, Before);
     return at != all.end() && at->direction == direction && at->type == type ? &*at : nullptr;
 }

@@ -37,7 +37,7 @@ inline constexpr size_t DIRECTIONS = 13;
 // "client->lobby" and so on.
 const char* NameOf(Direction direction);
 
-enum class Kind : uint8_t { I8, U8, I16, U16, I32, U32, I64, U64, Text, Bytes, Record };
+enum class Kind : uint8_t { Bool, I8, U8, I16, U16, I32, U32, I64, U64, Text, Bytes, Record };
 
 // "i32", "char", "record" and so on.
 const char* NameOf(Kind kind);
@@ -52,6 +52,9 @@ struct Field {
     size_t count;                    // elements of an array, bytes of a text, else 1
     std::string countField;          // name of the field that says how many elements are valid
     const Layout* record = nullptr;  // layout of one element of kind Record; constant, not owned
+    std::string meaning = "";
+    bool secret = false;  // belongs into no log
+    bool filled = false;  // a text that has no terminator when it fills its field
 
     size_t End() const { return offset + size * count; }
 };
@@ -71,6 +74,7 @@ struct Message {
     size_t size;           // whole message, header included; the largest one when it varies
     bool varies;           // shorter (or, with an open end, longer) messages are legal
     std::string sizeText;  // how the size comes about when it varies
+    uint16_t answer = 0;   // to a client's request: the number of its answer, 0 when it has none
 
     std::string_view StructName() const { return layout ? std::string_view(layout->name) : ""; }
 };
@@ -82,19 +86,36 @@ std::span<const Message> All();
 // Null when no such message exists. The keep-alive is known in every direction.
 const Message* Find(Direction direction, uint16_t type);
 
-// "Name field=value ..." of a whole message (header included), for people. Unknown types give
-// their number, short messages what came of them, texts end at their first NUL, bytes that do not
-// print are shown as \xNN.
+// A result code in an answer to a client, and what it means in the player's words.
+struct Code {
+    uint16_t type;  // of the answer
+    int32_t code;
+    const char* sentence;
+    bool own;  // given by the lobby itself; else by the queue server, as platform_sim has them
+};
+std::span<const Code> Codes();
+// The sentence for a code that is not 0. A code nobody here knows has one, too.
+std::string CodeText(uint16_t type, int64_t code);
+// The field of an answer that holds its result code; null in messages without one.
+const Field* CodeField(const Message& message);
+
+// "Name field=value ..." of a whole message (header included), for people; an answer that refuses
+// ends with its sentence. Unknown types give their number and their bytes in hex, short messages
+// what came of them, texts end at their first NUL, bytes that do not print are shown as \xNN.
 std::string Describe(Direction direction, std::span<const uint8_t> message);
 
-// The fields of a message as one JSON object, texts as strings, 64-bit numbers as numbers.
+// The fields of a message as one JSON object, texts as strings, 64-bit numbers as numbers; of
+// an unknown message its bytes in hex.
 std::string DescribeJson(Direction direction, std::span<const uint8_t> message);
 
-// The protocol document, the machine-readable dump of the same, and the tables of the dissector in
-// tools/wireshark.
+// The protocol document, the machine-readable dump of the same, the tables of the dissector in
+// tools/wireshark, and those of the client library in web/ with their TypeScript types.
 std::string Markdown();
 const char* Rules();  // the part of the document that the structures cannot tell
+std::string LoginInHex();
 std::string Json();
 std::string Lua();
+std::string JavaScript();
+std::string TypeScript();
 
 }  // namespace catalog

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Catalog.h"
+#include "Text.h"
 
 namespace catalog {
 namespace {
@@ -131,28 +132,53 @@ uint16_t TypeOf(View message) {
     return message.size() < 8 ? 0 : static_cast<uint16_t>(message[6] << 8 | message[7]);
 }
 
+std::string HexBytes(View bytes) {
+    std::string out;
+    char text[4];
+    for (const uint8_t byte : bytes) {
+        std::snprintf(text, sizeof(text), "%02x", byte);
+        out += text;
+    }
+    return out;
+}
+
+// What the code of an answer says when it is not 0; empty otherwise.
+std::string Sentence(const Message& row, View message) {
+    const Field* field = CodeField(row);
+    uint64_t value = 0;
+    if (field == nullptr || !ReadNumber(message, field->offset, field->size, value) || value == 0) {
+        return "";
+    }
+    return CodeText(row.type, std::stoll(NumberText(*field, value)));
+}
+
 }  // namespace
 
 std::string Describe(Direction direction, View message) {
     const uint16_t type = TypeOf(message);
     const Message* row = Find(direction, type);
-    char number[64];
-    std::snprintf(number, sizeof(number), "unknown type 0x%04X, %zu bytes", type, message.size());
-    if (row == nullptr) return number;
+    if (row == nullptr) {
+        return "unknown type " + HexText(type) + ", " + std::to_string(message.size()) +
+               " bytes: " + HexBytes(message);
+    }
     if (row->layout == nullptr) return row->name;
     const std::string fields = FieldsText(WORDS, message, *row->layout, 0);
-    return row->layout->name + (fields.empty() ? "" : " " + fields);
+    const std::string sentence = Sentence(*row, message);
+    return row->layout->name + (fields.empty() ? "" : " " + fields) +
+           (sentence.empty() ? "" : " (" + sentence + ")");
 }
 
 std::string DescribeJson(Direction direction, View message) {
     const uint16_t type = TypeOf(message);
     const Message* row = Find(direction, type);
-    std::string out = "{\"type\":" + std::to_string(type);
-    if (row == nullptr) return out + "}";
+    std::string out = "{\"type\":\"" + HexText(type) + "\"";
+    if (row == nullptr) return out + ",\"bytes\":\"" + HexBytes(message) + "\"}";
     out += ",\"name\":\"" + row->name + "\",\"struct\":\"" + std::string(row->StructName()) + "\"";
     if (row->layout != nullptr) {
         out += ",\"fields\":{" + FieldsText(JSON, message, *row->layout, 0) + "}";
     }
+    const std::string sentence = Sentence(*row, message);
+    if (!sentence.empty()) out += ",\"refused\":\"" + sentence + "\"";
     return out + "}";
 }
 

@@ -1,17 +1,11 @@
 // The protocol document and the machine-readable dump.
-#include <cstdio>
 #include <set>
 
 #include "Catalog.h"
+#include "Text.h"
 
 namespace catalog {
 namespace {
-
-std::string Hex(uint16_t type) {
-    char text[8];
-    std::snprintf(text, sizeof(text), "0x%04X", type);
-    return text;
-}
 
 std::string TypeText(const Field& field) {
     std::string element =
@@ -21,13 +15,14 @@ std::string TypeText(const Field& field) {
     return element + "[" + std::to_string(field.count) + "]";
 }
 
+// A field's meaning, and of an array with a counter how much of it is valid.
 std::string Remark(const Field& field) {
-    if (field.countField.empty() || field.count == 0) return "";
-    return "the first `" + field.countField + "` are valid";
+    if (field.countField.empty() || field.count == 0) return field.meaning;
+    return field.meaning + "; the first `" + field.countField + "` are valid";
 }
 
 std::string FieldTable(const Layout& layout) {
-    std::string out = "| Offset | Field | Type | Bytes | |\n|---|---|---|---|---|\n";
+    std::string out = "| Offset | Field | Type | Bytes | Meaning |\n|---|---|---|---|---|\n";
     for (const Field& field : layout.fields) {
         out += "| " + std::to_string(field.offset) + " | `" + field.name + "` | " +
                TypeText(field) + " | " +
@@ -45,9 +40,19 @@ std::string Overview() {
     std::string out = "| Direction | Type | Message | Structure | Bytes |\n|---|---|---|---|---|\n";
     for (const Message& message : All()) {
         const std::string structure(message.StructName());
-        out += std::string("| ") + NameOf(message.direction) + " | " + Hex(message.type) + " | " +
-               message.name + " | " + (structure.empty() ? "" : "`" + structure + "`") + " | " +
-               SizeText(message) + " |\n";
+        out += std::string("| ") + NameOf(message.direction) + " | " + HexText(message.type) +
+               " | " + message.name + " | " + (structure.empty() ? "" : "`" + structure + "`") +
+               " | " + SizeText(message) + " |\n";
+    }
+    return out + "\n";
+}
+
+std::string CodeTable() {
+    std::string out = "| Answer | Code | Meaning | Given by |\n|---|---|---|---|\n";
+    for (const Code& one : Codes()) {
+        const Message* answer = Find(Direction::LobbyToClient, one.type);
+        out += "| " + HexText(one.type) + " " + answer->name + " | " + std::to_string(one.code) +
+               " | " + one.sentence + " | " + (one.own ? "lobby" : "queue server") + " |\n";
     }
     return out + "\n";
 }
@@ -68,6 +73,7 @@ std::string JsonFields(const Layout& layout) {
                ",\"type\":\"" + NameOf(field.kind) + "\",\"size\":" + std::to_string(field.size) +
                ",\"count\":" + std::to_string(field.count);
         if (!field.countField.empty()) out += ",\"countField\":\"" + field.countField + "\"";
+        out += ",\"meaning\":" + Quoted(field.meaning);
         if (field.record != nullptr) {
             out += ",\"record\":\"" + field.record->name +
                    "\",\"fields\":" + JsonFields(*field.record);
@@ -93,6 +99,12 @@ std::string Markdown() {
         "of a message include its header. Padding is zero. Texts end at their first zero byte and\n"
         "have none when they fill their field.\n\n";
     out += Rules();
+    out += LoginInHex();
+    out +=
+        "## Codes\n\n"
+        "What the code of an answer says; 0 is success. The queue server's are those of\n"
+        "`platform_sim`; a platform may have others, which are passed on as they come.\n\n";
+    out += CodeTable();
     out += "## Messages\n\n";
     out += Overview();
     out += "## Structures\n\n";
@@ -113,7 +125,7 @@ std::string Json() {
     for (const Message& message : All()) {
         const std::string head = std::string("{\"direction\":\"") + NameOf(message.direction) +
                                  "\",\"type\":" + std::to_string(message.type) + ",\"hex\":\"" +
-                                 Hex(message.type) + "\",\"name\":\"" + message.name +
+                                 HexText(message.type) + "\",\"name\":\"" + message.name +
                                  "\",\"struct\":\"" + std::string(message.StructName()) +
                                  "\",\"size\":" + std::to_string(message.size) +
                                  ",\"varies\":" + (message.varies ? "true" : "false");

@@ -1,17 +1,13 @@
 // The tables of the Wireshark dissector.
-#include <cstdio>
 #include <set>
 
 #include "Catalog.h"
+#include "Text.h"
 
 namespace catalog {
 namespace {
 
-std::string Quoted(std::string_view text) {
-    return '"' + std::string(text) + '"';
-}
-
-// {"name", offset, "kind", element size, count[, counting field[, record]]}
+// {"name", offset, "kind", element size, count[, counting field[, record]], means = "..."}
 std::string FieldRow(const Field& field) {
     std::string row = "    {" + Quoted(field.name) + ", " + std::to_string(field.offset) + ", " +
                       Quoted(NameOf(field.kind)) + ", " + std::to_string(field.size) + ", " +
@@ -19,7 +15,7 @@ std::string FieldRow(const Field& field) {
     if (!field.countField.empty() || field.record != nullptr)
         row += ", " + Quoted(field.countField);
     if (field.record != nullptr) row += ", " + Quoted(field.record->name);
-    return row + "},\n";
+    return row + ", means = " + Quoted(field.meaning) + "},\n";
 }
 
 // Records first: a table names only what stands above it.
@@ -34,10 +30,8 @@ void Write(const Layout* layout, std::set<std::string>& seen, std::string& out) 
 }
 
 std::string MessageRow(const Message& message) {
-    char type[8];
-    std::snprintf(type, sizeof(type), "0x%04X", message.type);
     const std::string_view structure = message.StructName();
-    return std::string("    [") + type + "] = {" + Quoted(message.name) + ", " +
+    return "    [" + HexText(message.type) + "] = {" + Quoted(message.name) + ", " +
            (structure.empty() ? "nil" : Quoted(structure)) + ", " + std::to_string(message.size) +
            (message.varies ? ", true" : "") + "},\n";
 }

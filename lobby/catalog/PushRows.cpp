@@ -20,9 +20,11 @@ LAYOUT(WinBulletinNotice, FIELD(usBulletNum), COUNTED(bulletinItem, usBulletNum)
 LAYOUT(ClientSubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
 LAYOUT(ClientUnsubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
 LAYOUT(ClientPublishMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey), FIELD(szMsgContent))
-LAYOUT(BulletinTransferFarmNotice, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID),
-       FIELD(szMessageKey), FIELD(szMsgContent))
-LAYOUT(LobbyTransferFarmNotice, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID), FIELD(szMsgContent))
+LAYOUT(BulletinTransferFarmNotice, FIELD(iMainID), FIELD(iSubID),
+       FIELD(iUserID, "receiver; 0 and below: every client"), FIELD(szMessageKey),
+       FIELD(szMsgContent))
+LAYOUT(LobbyTransferFarmNotice, FIELD(iMainID), FIELD(iSubID),
+       FIELD(iUserID, "receiver; 0 and below: every client"), FIELD(szMsgContent))
 LAYOUT(LobbyFarmTransferLog, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID), FIELD(iTransferPort),
        FIELD(szMsgContent))
 LAYOUT(UserExchangeCoinLog, FIELD(iGameID), FIELD(iServerID), FIELD(iSenderID), FIELD(iReceiverID),
@@ -33,7 +35,8 @@ LAYOUT(CompeteLobbyUserInfoRes, FIELD(iErrorCode), FIELD(iUserID), FIELD(iFreeCo
        FIELD(iDayTicketCount), FIELD(iMonthTicketCount), FIELD(iCompeteMonthScore),
        FIELD(iCompeteMonthRank), FIELD(bDisconnect), FIELD(usServerPort), FIELD(szServerIp),
        FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(LobbyClientCompeteRes, FIELD(usErrorCode), FIELD(usCompeteType), FIELD(iFreeCount),
+LAYOUT(LobbyClientCompeteRes, FIELD(usErrorCode),
+       FIELD(usCompeteType, "today's: 0 the daily one, 1 the monthly one"), FIELD(iFreeCount),
        FIELD(iDayTicketCount), FIELD(iMonthTicketCount), FIELD(iCompeteMonthScore),
        FIELD(iCompeteMonthRank), FIELD(iAwardCoin), FIELD(usOpenDay), FIELD(usOpenHour),
        FIELD(usOpenMinute), FIELD(usTurnNum), FIELD(iTurnsUsers), FIELD(usDayMaxFreeCount),
@@ -53,7 +56,7 @@ Rows PushRows() {
         Row<ClientUnsubscribeMsg>      (ClientToLobby, CLIENT_UNSUBSCRIBE_MSG_C2S,      "unsubscribe"),
         Row<ClientPublishMsg>          (LobbyToClient, CLIENT_PUBLISH_MSG_S2C,          "published farm message"),
         Row<LobbyTransferFarmNotice>   (LobbyToClient, MSG_CLIENT_FARM_NOTICE,          "farm message"),
-        Row<ClientLobbyCompeteReq>     (ClientToLobby, MSG_CLIENT_COMPETE_REQ,          "tournament request"),
+        Row<ClientLobbyCompeteReq>     (ClientToLobby, MSG_CLIENT_COMPETE_REQ,          "tournament request", MSG_CLIENT_COMPETE_RES),
         Row<LobbyClientCompeteRes>     (LobbyToClient, MSG_CLIENT_COMPETE_RES,          "tournament info"),
         Row<CompeteLobbyUserInfoReq>   (LobbyToQueue,  MSG_QUEUE_COMPETE_USER_INFO_REQ, "tournament figures request"),
         Row<CompeteLobbyUserInfoRes>   (QueueToLobby,  MSG_QUEUE_COMPETE_USER_INFO_RES, "tournament figures"),

@@ -52,11 +52,33 @@ configured); the keep-alive is echoed. What the lobby refuses itself, and how of
 | 0xF0F1 keep-alive | 0xF0F1 | | |
 | 0x9000 | | | closes |
 
-0 is success, every other code the queue server's. Times are differences of clock seconds. Requests
-of another size than their structure's are not answered (that of 0x0050, 0x9002 and 0x00F0 is not
-looked at), those that need a link that is down neither.
-0x00A8 precedes a kick-out: `bStopSwitch` 0 for another login, 1 for maintenance. Pushes
-(0x0052, 0x00A7, 0x00B3, 0x00B4, 0x00BB, 0x00EA, 0x00F4, 0xE014) come at any time.
+0 is success, every other code the queue server's; all with their sentences under
+[codes](#codes). Times are differences of clock seconds. Requests of another size than their
+structure's are not answered (that of 0x0050, 0x9002 and 0x00F0 is not looked at), those that need a
+link that is down neither.
+
+An answer bears no number of its request: it is known by its type alone, so a client keeps one
+request of a kind under way. What comes without having been asked for, at any time after the login:
+
+| Push | Comes when |
+|---|---|
+| 0x00A8 kick-out | the account logs in elsewhere (`bStopSwitch` 0) or maintenance begins (1); the connection closes behind it |
+| 0x0052 coins received | another player of this lobby gave coins |
+| 0x00A7 consume notice | an item was used or bought elsewhere on the platform |
+| 0x00B3 user data sync | account data changed elsewhere on the platform |
+| 0x00B4 bulletins | bulletins wait, every `sendbulletintime` seconds (30 unless configured), at most five at a time |
+| 0x00BB farm message | the farm has one for the player, or for everybody |
+| 0x00E9 face frame | the queue server changed the frame; a client cannot ask for it |
+| 0x00EA coin refresh | a recharge arrived; the same as the answer to one's own request |
+| 0x00F4 published farm message | the farm has one under a key one is subscribed to |
+| 0xE012 activity state | an activity has something to say, mostly the answer to one's own 0xE012 |
+| 0xE014 activity closed | the platform ended an activity |
+
+**To connect again** after a loss, wait a random time: all players of a lobby lose it at once, and
+should not all come back in the same second. From 0.5 to 1 s at first, twice as long after each
+failure, up to 30 s; after maintenance begin with the longest. Not after a kick-out for another
+login: the two would put each other out for ever. Then log in anew and subscribe anew: the lobby keeps
+nothing of a closed session. `web/lobby-protocol.js` speaks the whole of this document, for browsers and node.
 
 ## Back-ends
 

@@ -10,9 +10,18 @@
 
 namespace {
 
+struct Writer {
+    const char* option;
+    std::string (*write)();
+};
+constexpr Writer WRITERS[] = {{"--json", catalog::Json},
+                              {"--lua", catalog::Lua},
+                              {"--js", catalog::JavaScript},
+                              {"--types", catalog::TypeScript}};
+
 int Usage() {
     std::fputs(
-        "usage: protocol_doc [--json | --lua] [--check FILE]\n"
+        "usage: protocol_doc [--json | --lua | --js | --types] [--check FILE]\n"
         "       protocol_doc --describe    reads lines of \"DIRECTION HEX\", as in\n"
         "                                  \"client->lobby 050000080300f0f1\", and prints each\n"
         "                                  message as JSON\n",
@@ -63,13 +72,14 @@ int main(int argc, char** argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
     if (words == std::vector<std::string>{"--describe"}) return DescribeLines();
     std::string option;
-    if (!words.empty() && (words[0] == "--json" || words[0] == "--lua")) {
-        option = words[0];
-        words.erase(words.begin());
+    std::string (*write)() = catalog::Markdown;
+    for (const auto& [name, writer] : WRITERS) {
+        if (words.empty() || words[0] != name) continue;
+        option = name;
+        write = writer;
     }
-    const std::string text = option == "--json"  ? catalog::Json()
-                             : option == "--lua" ? catalog::Lua()
-                                                 : catalog::Markdown();
+    if (!option.empty()) words.erase(words.begin());
+    const std::string text = write();
     if (words.empty()) return std::fputs(text.c_str(), stdout) < 0;
     if (words.size() == 2 && words[0] == "--check")
         return Check(text, option.c_str(), words[1].c_str());

@@ -12,6 +12,8 @@
 using client::Clock;
 using client::Connection;
 using sim::ServerKind;
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 namespace {
@@ -40,12 +42,13 @@ class SimulatorTest : public testing::Test {
 
 }  // namespace
 
-TEST(CatalogTest, LayoutsCoverTheirStructuresButPadding) {
+TEST(CatalogTest, LayoutsCoverTheirStructuresButPaddingAndEveryFieldHasAMeaning) {
     for (const catalog::Message& message : catalog::All()) {
         if (message.layout == nullptr) continue;
         SCOPED_TRACE(message.layout->name);
         size_t at = 8;
         for (const catalog::Field& field : message.layout->fields) {
+            EXPECT_NE(field.meaning, "") << field.name;
             EXPECT_GE(field.offset, at) << field.name;
             EXPECT_LT(field.offset, at + 4) << field.name;
             at = field.End();
@@ -67,6 +70,16 @@ TEST(CatalogTest, MessagesAreDescribedHoweverShortTheyAre) {
     EXPECT_THAT(text, HasSubstr(R"(llGetNum=-9223372036854775808 szBankerPwd="a\"b\x0a")"));
     EXPECT_THAT(catalog::DescribeJson(direction, bytes),
                 HasSubstr(R"("szBankerPwd":"a\"b\u000a")"));
+    const auto client = catalog::Direction::LobbyToClient;
+    GetCoinResult refused{};
+    refused.ucResultType = BANK_RESULT_BAD_VALUE;
+    const auto answer = wire::Pack(BANK_GET_COIN_S2C, refused);
+    EXPECT_THAT(catalog::Describe(client, answer), EndsWith("(The amount must be at least 1.)"));
+    EXPECT_THAT(catalog::DescribeJson(client, answer),
+                AllOf(HasSubstr(R"("type":"0x00D6")"), HasSubstr(R"("refused":"The amount)")));
+    const wire::Bytes unknown{5, 0, 0, 10, 3, 0, 0x77, 0x78, 0xAB, 0x0F};
+    EXPECT_THAT(catalog::Describe(client, unknown), HasSubstr("ab0f"));
+    EXPECT_THAT(catalog::DescribeJson(client, unknown), HasSubstr(R"("bytes":"0500000a)"));
     for (const catalog::Message& row : catalog::All()) {
         wire::Bytes message(row.size + 200, 0xFF);  // counts of all ones
         message[6] = static_cast<uint8_t>(row.type >> 8);

@@ -146,6 +146,16 @@ test('every message of a recorded session is shown with its name, fields and val
   assert.equal(encrypted, 1);
 });
 
+test('installed, it says what a field means', () => {
+  const home = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-tshark-'));
+  const plugins = path.join(home, '.local/lib/wireshark/plugins');
+  fs.cpSync(path.dirname(LUA), plugins, { recursive: true });
+  const fields = execFileSync('tshark', ['-G', 'fields'],
+    { env: { ...process.env, HOME: home }, maxBuffer: 1 << 28, stdio: ['ignore', 'pipe', 'ignore'] });
+  fs.rmSync(home, { recursive: true });
+  assert.match(fields.toString(), /lobby\.GetBankCoinReq\.llGetNum.*coins to move from the bank/);
+});
+
 // A capture of packets that bear the given bytes from one port to another.
 function capture(from, to, packets) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-pcap-'));

@@ -45,8 +45,8 @@ local trouble = {
 
 -- Kind -> how a field is declared and how it is read.
 local kinds = {
-    i8 = {ProtoField.int8, "le_int"}, u8 = {ProtoField.uint8, "le_uint"},
-    i16 = {ProtoField.int16, "le_int"}, u16 = {ProtoField.uint16, "le_uint"},
+    bool = {ProtoField.uint8, "le_uint"}, i8 = {ProtoField.int8, "le_int"},
+    u8 = {ProtoField.uint8, "le_uint"}, i16 = {ProtoField.int16, "le_int"}, u16 = {ProtoField.uint16, "le_uint"},
     i32 = {ProtoField.int32, "le_int"}, u32 = {ProtoField.uint32, "le_uint"},
     i64 = {ProtoField.int64}, u64 = {ProtoField.uint64},
     char = {ProtoField.string}, bytes = {ProtoField.bytes},
@@ -54,6 +54,14 @@ local kinds = {
 -- The fields that say whose message it is, as they are spelt in the various messages.
 local user_fields = {iUserID = true, iUserId = true, userID = true, userId = true, iUserIDFrom = true,
     iFromUserID = true, iSenderID = true}
+
+-- The meaning is what the status bar shows of a chosen field.
+local function declare(field, filter)
+    local make = kinds[field.kind][1]
+    if field.kind == "char" then return make(filter, field.name, base.ASCII, field.means) end
+    if field.kind == "bytes" then return make(filter, field.name, base.NONE, field.means) end
+    return make(filter, field.name, base.DEC, nil, nil, field.means)
+end
 
 -- "lobby.Structure.field" for every field; field.proto is its ProtoField.
 local function declare_fields()
@@ -66,7 +74,7 @@ local function declare_fields()
             field.counter = field[6] ~= "" and field[6] or nil
             field.record = field[7] and tables.layouts[field[7]]
             if not field.record then
-                field.proto = kinds[field.kind][1]("lobby." .. name .. "." .. field.name, field.name)
+                field.proto = declare(field, "lobby." .. name .. "." .. field.name)
                 all[#all + 1] = field.proto
             end
         end
