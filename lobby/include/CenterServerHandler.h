@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "GameSiteList.h"
-#include "LinkNode.h"
+#include "LinkHandler.h"
 #include "ServerList.h"
 
 class LobbyServer;
@@ -14,22 +14,17 @@ class LobbyServer;
 // the last known list. Owned by LobbyServer; owns the directories, points at the link node.
 // Thread: message worker; ConnectServer and CallCenterServerInfo on main or the reconnect keeper
 // (they leave the directories alone).
-class CenterServerHandler {
+class CenterServerHandler : public LinkHandler {
   public:
-    explicit CenterServerHandler(LobbyServer* server);
-    virtual ~CenterServerHandler() = default;
-    CenterServerHandler(const CenterServerHandler&) = delete;
-    CenterServerHandler& operator=(const CenterServerHandler&) = delete;
+    explicit CenterServerHandler(LobbyServer* server)
+        : LinkHandler(server, LinkRowOf("center_server")) {}
 
     // Opens the link and registers on it; 0 on success.
     int64_t ConnectServer();
     // Registers the lobby; the center answers with its servers and site lists.
     void CallCenterServerInfo(IPlayerNode* node);
-    void KeepAlive();
     // True when the message came from the center, known type or not.
     bool OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
-    // True when the node was the link; the keeper then re-opens it.
-    bool OnClosed(IPlayerNode* node, bool bClosed);
     void refreshShowGameList();
 
     // The notices. A wrong size of one of fixed size closes the link, which is then re-opened and
@@ -44,8 +39,7 @@ class CenterServerHandler {
     void OnCenterSiteGameTerminateNotice(void* data, long length);
     void OnCenterNoticeKickOut(void* data, long length);
 
-    LobbyServer* m_lpLobbyServer;
-    LinkNode m_lpCenterServer;
+    LinkNode& m_lpCenterServer = m_Node;
     ServerList m_ServerList;
     GameSiteList m_GameSiteList;
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "LinkNode.h"
+#include "LinkHandler.h"
 
 class LobbyServer;
 
@@ -13,23 +13,18 @@ class LobbyServer;
 // lost link leaves its part in the staging table, and the next one adds to it.
 // Owned by LobbyServer; points at the link node.
 // Thread: message worker; ConnectServer and LoadConfigs on main or the reconnect keeper.
-class ConfigServerHandler {
+class ConfigServerHandler : public LinkHandler {
   public:
-    explicit ConfigServerHandler(LobbyServer* server);
-    virtual ~ConfigServerHandler() = default;
-    ConfigServerHandler(const ConfigServerHandler&) = delete;
-    ConfigServerHandler& operator=(const ConfigServerHandler&) = delete;
+    explicit ConfigServerHandler(LobbyServer* server)
+        : LinkHandler(server, LinkRowOf("config_server")) {}
 
     // Opens the link and asks for the tables; 0 on success.
     int64_t ConnectServer();
     // Asks for the frame table; the config server sends the other two on its own.
     void LoadConfigs();
-    void KeepAlive();
     void SendLobbyStopSwitchReqToConfig();
     // 1 when the message came from the config server, known type or not, else 0.
     int32_t OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
-    // True when the node was the link; the keeper then re-opens it.
-    bool OnClosed(IPlayerNode* node, bool bClosed);
 
     // The results. One of the wrong size is dropped, the link stays.
     void OnVipLevelConfigRes(void* data, long length);
@@ -40,6 +35,5 @@ class ConfigServerHandler {
     // A list too long for one message comes as one that starts afresh and others that append.
     void OnSubscribeKeyRes(void* data, long length);
 
-    LobbyServer* m_lpLobbyServer;
-    LinkNode m_lpConfigServer;
+    LinkNode& m_lpConfigServer = m_Node;
 };

@@ -1,7 +1,7 @@
 // The link to the data server: activity configuration and players' progress.
 #pragma once
 
-#include "LinkNode.h"
+#include "LinkHandler.h"
 #include "LobbyPlayer.h"
 
 class LobbyServer;
@@ -9,17 +9,15 @@ class LobbyServer;
 // Registers with the data server, asks for configuration and progress, and hands the answers to
 // the activity registry. Owned by nobody: made by LobbyServer, it lives until the process ends.
 // Thread: message worker, except ConnectServer (main or the reconnect keeper).
-class DataServerHandler {
+class DataServerHandler : public LinkHandler {
   public:
-    explicit DataServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-    virtual ~DataServerHandler() = default;
+    explicit DataServerHandler(LobbyServer* server)
+        : LinkHandler(server, LinkRowOf("data_server")) {}
 
     // 0 when the link is up and registered.
     long ConnectServer();
-    void KeepAlive();
     // True when node is the link, whatever the message.
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
-    bool OnClosed(IPlayerNode* node, bool bClosed);
     void OnTimer(long) {}
 
     // These three send nothing while the link is down.
@@ -34,8 +32,5 @@ class DataServerHandler {
     void HandleAccountTypeRes(void* data, long length);
     void HandleSingleProgressRes(void* data, long length);
 
-    LinkNode m_lpDataServer;
-
-  private:
-    LobbyServer* m_lpLobbyServer;  // not owned
+    LinkNode& m_lpDataServer = m_Node;
 };

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 
 class IPlayerNode;
 
@@ -19,14 +18,4 @@ class LinkNode {
 
   private:
     std::atomic<IPlayerNode*> m_lpNode{nullptr};
-};
-
-// Which link the reconnect keeper is to re-open.
-enum ReconnectId : int {
-    RECONNECT_CENTER = 1,
-    RECONNECT_WEB = 2,
-    RECONNECT_QUEUE = 4,
-    RECONNECT_LOG = 5,
-    RECONNECT_DATA = 6,
-    RECONNECT_CONFIG = 9,
 };

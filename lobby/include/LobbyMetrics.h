@@ -7,7 +7,7 @@
 
 #include "Common/Metrics.h"
 #include "Common/TypeCounters.h"
-#include "LinkNode.h"
+#include "LinkTable.h"
 
 // Why a client was turned away.
 enum class Refusal : uint8_t {
@@ -28,17 +28,6 @@ struct LinkMetrics {
     Counter drops;
 };
 
-struct LinkName {
-    ReconnectId id;
-    const char* key;  // in section connect of LobbyServer.cfg
-    const char* name;
-};
-inline constexpr LinkName LINK_NAMES[] = {
-    {RECONNECT_CENTER, "center_server", "center"}, {RECONNECT_WEB, "bulletin_server", "web"},
-    {RECONNECT_QUEUE, "queue_server", "queue"},    {RECONNECT_LOG, "log_server", "log"},
-    {RECONNECT_DATA, "data_server", "data"},       {RECONNECT_CONFIG, "config_server", "config"},
-};
-
 // The lobby's counters. Thread: any; mostly the message worker.
 struct LobbyMetrics {
     explicit LobbyMetrics(const TypePlaces& places) : throttled(places), rateLimited(places) {}
@@ -47,9 +36,9 @@ struct LobbyMetrics {
     Counter sessions;                 // listed now: a level
     Counter kickOuts;
     std::array<Counter, REFUSALS> refusals;
-    TypeCounters throttled;    // requests that came too soon after the one before
-    TypeCounters rateLimited;  // requests above their configured rate
-    std::array<LinkMetrics, RECONNECT_CONFIG + 1> links;  // by ReconnectId
+    TypeCounters throttled;                // requests that came too soon after the one before
+    TypeCounters rateLimited;              // requests above their configured rate
+    std::array<LinkMetrics, LINKS> links;  // as in LINK_ROWS
 };
 
 // Set before the lobby starts.

@@ -16,7 +16,7 @@
 #include "Common/IniFile.h"
 #include "CompeteConfig.h"
 #include "Game/NetGame.h"
-#include "LinkNode.h"
+#include "LinkList.h"
 #include "LobbyPlayer.h"
 #include "LobbyRedisServer.h"
 #include "MessageLimits.h"
@@ -74,12 +74,11 @@ class LobbyServer : public GameProvider {
     // failure. Main or reconnect keeper.
     int64_t ConnectServer(const char* name, LinkNode& node,
                           const std::function<void()>& onUp = nullptr);
-    // Takes a closed link down and has the keeper re-open it; false when node is not the link.
-    // peer is the word the close line starts with. Message worker.
-    bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
-                   const char* peer, ReconnectId id);
-    // Nothing while the link is down. Message worker.
-    void SendKeepAlive(IPlayerNode* link);
+    // Takes a closed link, of that row, down and has the keeper re-open it; false when node is not
+    // the link. Message worker.
+    bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row);
+    // Opens the link of the keeper's number again; true when it is up. Keeper.
+    bool ReconnectLink(int id) { return m_Links.Reconnect(id); }
 
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
@@ -142,13 +141,13 @@ class LobbyServer : public GameProvider {
     void UpdateActivityUserPropInfo(int userId, int siteId, int activityId, int sourceId, int value,
                                     int type, int clientSiteType);
 
-    CenterServerHandler* GetCenterServerHandler() { return m_lpCenterServerHandler.get(); }
+    CenterServerHandler* GetCenterServerHandler() { return m_lpCenterServerHandler; }
     LobbyClientHandler* GetLobbyClientHandler() { return m_lpLobbyClientHandler.get(); }
-    WebServerHandler* GetWebServerHandler() { return m_lpWebServerHandler.get(); }
-    LogServerHandler* GetLogServerHandler() { return m_lpLogServerHandler.get(); }
-    QueueServerHandler* GetQueueServerHandler() { return m_lpQueueServerHandler.get(); }
+    WebServerHandler* GetWebServerHandler() { return m_lpWebServerHandler; }
+    LogServerHandler* GetLogServerHandler() { return m_lpLogServerHandler; }
+    QueueServerHandler* GetQueueServerHandler() { return m_lpQueueServerHandler; }
     DataServerHandler* GetDataServerHandler() { return m_lpDataServerHandler; }
-    ConfigServerHandler* GetConfigServerHandler() { return m_lpConfigServerHandler.get(); }
+    ConfigServerHandler* GetConfigServerHandler() { return m_lpConfigServerHandler; }
 
     ReconnectService m_Reconnect;
 
@@ -177,21 +176,16 @@ class LobbyServer : public GameProvider {
     void InitializeNetwork();
     void RegisterActivities();
     void UnregisterActivities();
-    bool ConnectAllServers();
     // Stores a freshly opened link and starts receiving on it. Under m_lockLink.
     bool BringUp(const char* name, const Endpoint& endpoint, LinkNode& link, IPlayerNode* node);
     void ReportCreateFailure(const char* name, const Endpoint& endpoint, int error) const;
-    bool OfferToHandlers(IPlayerNode* node, unsigned short type, void* data, long length);
-    bool OfferClose(IPlayerNode* node, bool bClosed);
     void CloseClient(LobbyPlayer* player, bool bClosed);
-    void KeepAliveLinks();
     void RunPeriodicJobs(long now);
     void RequestKeysWhenDue(long now);
     bool IsDisabled(int userID) const;
     // Counts a client's message; true when it is beyond its limit and must not be handled. The
     // back-end links have no limits.
     bool IsOverLimit(IPlayerNode* node, unsigned short type);
-    bool IsLink(const IPlayerNode* node) const;
     void ReadLimits();
     void ReadProxies();
     void WarnOfSweepGuard(int maxConnection) const;
@@ -200,13 +194,14 @@ class LobbyServer : public GameProvider {
     void LoadDisabledUsers();
 
     LinkNode m_lpLobbyServer;  // the listening node; null until the lobby listens
-    std::unique_ptr<CenterServerHandler> m_lpCenterServerHandler;
+    LinkList m_Links;
+    CenterServerHandler* m_lpCenterServerHandler = nullptr;
     std::unique_ptr<LobbyClientHandler> m_lpLobbyClientHandler;
-    std::unique_ptr<WebServerHandler> m_lpWebServerHandler;
-    std::unique_ptr<LogServerHandler> m_lpLogServerHandler;
-    std::unique_ptr<QueueServerHandler> m_lpQueueServerHandler;
+    WebServerHandler* m_lpWebServerHandler = nullptr;
+    LogServerHandler* m_lpLogServerHandler = nullptr;
+    QueueServerHandler* m_lpQueueServerHandler = nullptr;
     DataServerHandler* m_lpDataServerHandler = nullptr;  // deliberately never deleted
-    std::unique_ptr<ConfigServerHandler> m_lpConfigServerHandler;
+    ConfigServerHandler* m_lpConfigServerHandler = nullptr;
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
     std::unique_ptr<MetricsEndpoint> m_lpMetrics;  // null unless configured
 

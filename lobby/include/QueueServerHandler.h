@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "Game/NetGame.h"
-#include "LinkNode.h"
+#include "LinkHandler.h"
 #include "LobbyPlayer.h"
 
 class LobbyServer;
@@ -15,19 +15,15 @@ struct QueueExchangeCoinRes;
 // session is gone. Owned by LobbyServer.
 //
 // Thread: message worker, except ConnectServer (main or the reconnect keeper).
-class QueueServerHandler {
+class QueueServerHandler : public LinkHandler {
   public:
-    explicit QueueServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-    virtual ~QueueServerHandler() = default;
-    QueueServerHandler(const QueueServerHandler&) = delete;
-    QueueServerHandler& operator=(const QueueServerHandler&) = delete;
+    explicit QueueServerHandler(LobbyServer* server)
+        : LinkHandler(server, LinkRowOf("queue_server")) {}
 
     // 0 when the link is up.
     int64_t ConnectServer();
-    void KeepAlive();
     // Both return whether the node is this link.
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
-    bool OnClosed(IPlayerNode* node, bool bClosed);
 
     // The last step of a login.
     void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
@@ -53,7 +49,7 @@ class QueueServerHandler {
     void OnRechargeRefreshCoin(void* data, long length);
     void OnCompeteLobbyUserInfoRes(void* data, long length);
 
-    LinkNode m_lpQueueServer;  // null while the link is down
+    LinkNode& m_lpQueueServer = m_Node;  // null while the link is down
 
   private:
     template <class Trans, class Row>
@@ -62,6 +58,4 @@ class QueueServerHandler {
     LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag, const char* text);
     void EnterRegistry(LobbyPlayer* player);
     void BookExchange(LobbyPlayer* giver, const QueueExchangeCoinRes& msg);
-
-    LobbyServer* m_lpLobbyServer;
 };

@@ -3,11 +3,11 @@
 
 #include "Game/Reconnect.h"
 
-// Maps a request of the keeper to the handler that owns the link. Owned by LobbyServer, whose
+// Passes the keeper's requests on to the lobby. Owned by LobbyServer, whose
 // OnClosed queues the requests.
 class ReconnectService : public Reconnect {
   public:
-    // param is the LobbyServer, type a ReconnectId. True when the link is up again; any other
-    // type fails and is therefore retried until the keeper stops. Keeper thread.
+    // param is the LobbyServer, type the number of a link. True when the link is up again; any
+    // other type fails and is therefore retried until the keeper stops. Keeper thread.
     bool OnConnected(void* param, int type) override;
 };

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "BulletinQueue.h"
-#include "LinkNode.h"
+#include "LinkHandler.h"
 #include "PublisherMsg.h"
 #include "web_server_msg.h"
 
@@ -15,22 +15,17 @@ class LobbyServer;
 // time at the configured pace. The queue outlives a lost link: what is queued still goes out.
 // Owned by LobbyServer; owns the queue, points at the link node.
 // Thread: message worker; ConnectServer and RegisteWebServer on main or the reconnect keeper.
-class WebServerHandler {
+class WebServerHandler : public LinkHandler {
   public:
-    explicit WebServerHandler(LobbyServer* server);
-    virtual ~WebServerHandler() = default;
-    WebServerHandler(const WebServerHandler&) = delete;
-    WebServerHandler& operator=(const WebServerHandler&) = delete;
+    explicit WebServerHandler(LobbyServer* server)
+        : LinkHandler(server, LinkRowOf("bulletin_server")) {}
 
     // Opens the link and registers on it; 0 on success.
     int64_t ConnectServer();
     // 0 when the registration was sent, 1 when not or without a node.
     int RegisteWebServer(IPlayerNode* node);
-    void KeepAlive();
     // True when the message came from the web server, known type or not.
     bool OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
-    // True when the node was the link; the keeper then re-opens it.
-    bool OnClosed(IPlayerNode* node, bool bClosed);
     // Every lobby tick; now in epoch seconds. Broadcasts up to 5 bulletins when
     // LobbyServer::m_iSendBulletinTime seconds have passed since the last time.
     void OnTimer(long now);
@@ -46,8 +41,7 @@ class WebServerHandler {
     void HandleConsumeSucessNotice(void* data, long length);
     void HandleSychUserDataMsg(void* data, long length);
 
-    LobbyServer* m_lpLobbyServer;
-    LinkNode m_lpWebServer;
+    LinkNode& m_lpWebServer = m_Node;
     BulletinQueue m_lBulletinItem;
 
   private:

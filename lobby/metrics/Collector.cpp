@@ -200,7 +200,8 @@ void Collector::AddWorker(Families& all) const {
         .Add(Level(taken, net.recordsQueued.Value()));
     GaugeFamily(all, "lobby_send_queue_depth", "Messages queued and not yet written.")
         .Add(Level(settled, net.clients.out.Total() + net.backEnds.out.Total()));
-    Family buffers = GaugeFamily(all, "lobby_buffers", "Buffers of 4 KiB, kept once they are made.");
+    Family buffers =
+        GaugeFamily(all, "lobby_buffers", "Buffers of 4 KiB, kept once they are made.");
     const auto pool = [&](const PoolCounters& counters, const char* name) {
         const uint64_t returned = counters.returned.Value();
         const double inUse = Level(returned, counters.taken.Value());
@@ -218,8 +219,8 @@ void Collector::AddWorker(Families& all) const {
 void Collector::AddLinks(Families& all) const {
     const auto& links = m_counters.lobby.links;
     const auto each = [&](Family family, auto value) {
-        for (const LinkName& link : LINK_NAMES)
-            family.Add(static_cast<double>(value(links[link.id])), {{"link", link.name}});
+        for (size_t row = 0; row < LINKS; ++row)
+            family.Add(static_cast<double>(value(links[row])), {{"link", LINK_ROWS[row].metric}});
     };
     each(GaugeFamily(all, "lobby_link_up", "1 while the link to the back-end server is up."),
          [](const LinkMetrics& link) { return link.up ? 1 : 0; });

@@ -33,11 +33,8 @@ constexpr int kMaxSiteEntries = 50;
 
 }  // namespace
 
-CenterServerHandler::CenterServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-
 int64_t CenterServerHandler::ConnectServer() {
-    return m_lpLobbyServer->ConnectServer("center_server", m_lpCenterServer,
-                                          [this] { CallCenterServerInfo(m_lpCenterServer); });
+    return Open([this] { CallCenterServerInfo(m_lpCenterServer); });
 }
 
 void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
@@ -49,21 +46,11 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
     m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
 }
 
-void CenterServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpCenterServer);
-}
-
 bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
-    if (node == nullptr || node != m_lpCenterServer) return false;
+    if (!IsMine(node)) return false;
     // Unknown types are swallowed without a line: the center announces more than lobbies need.
     if (const auto* row = FindRow(kDispatch, type)) (this->*row->handle)(data, length);
     return true;
-}
-
-bool CenterServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpCenterServer, node, bClosed,
-                                      "CenterServerHandler::OnClosed", "center server",
-                                      RECONNECT_CENTER);
 }
 
 void CenterServerHandler::refreshShowGameList() {

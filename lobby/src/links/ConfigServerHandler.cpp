@@ -63,11 +63,8 @@ void LoadTable(const TableTexts& texts, const void* data, long length, Map& live
 
 }  // namespace
 
-ConfigServerHandler::ConfigServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-
 int64_t ConfigServerHandler::ConnectServer() {
-    return m_lpLobbyServer->ConnectServer("config_server", m_lpConfigServer,
-                                          [this] { LoadConfigs(); });
+    return Open([this] { LoadConfigs(); });
 }
 
 void ConfigServerHandler::LoadConfigs() {
@@ -80,17 +77,13 @@ void ConfigServerHandler::LoadConfigs() {
     }
 }
 
-void ConfigServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpConfigServer);
-}
-
 void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
     m_lpLobbyServer->SendMsgToConfigServer(MSG_CONFIG_STOP_SWITCH_REQ, nullptr, 0);
 }
 
 int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
                                           long length) {
-    if (node == nullptr || node != m_lpConfigServer) return 0;
+    if (!IsMine(node)) return 0;
     if (const auto* row = FindRow(kDispatch, type)) {
         (this->*row->handle)(data, length);
     } else {
@@ -98,12 +91,6 @@ int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void
               "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
     }
     return 1;
-}
-
-bool ConfigServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpConfigServer, node, bClosed,
-                                      "ConfigServerHandler::OnClosed", "config server",
-                                      RECONNECT_CONFIG);
 }
 
 void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {

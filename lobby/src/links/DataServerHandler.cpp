@@ -41,17 +41,12 @@ bool CheckListLength(const char* tag, long length, long head, int count, long re
 }  // namespace
 
 long DataServerHandler::ConnectServer() {
-    return m_lpLobbyServer->ConnectServer("data_server", m_lpDataServer,
-                                          [this] { RegistDataServerReq(); });
-}
-
-void DataServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpDataServer);
+    return Open([this] { RegistDataServerReq(); });
 }
 
 bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                      long length) {
-    if (node != m_lpDataServer) return false;
+    if (!IsMine(node)) return false;
     std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
     if (const auto* const row = FindRow(kRoutes, type)) {
         (this->*row->handle)(data, length);
@@ -63,11 +58,6 @@ bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, voi
               type);
     }
     return true;
-}
-
-bool DataServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpDataServer, node, bClosed, "DataServerHandler::OnClosed",
-                                      "database server", RECONNECT_DATA);
 }
 
 void DataServerHandler::RegistDataServerReq() {
@@ -108,8 +98,8 @@ void DataServerHandler::HandleActivityConfigRes(void* data, long length) {
         return;
     }
     for (int i = 0; i < list.iCount; ++i) {
-        const auto row = ReadItem<tagDBActivityConfigData>(data, length, sizeof(list),
-                                                           static_cast<size_t>(i));
+        const auto row =
+            ReadItem<tagDBActivityConfigData>(data, length, sizeof(list), static_cast<size_t>(i));
         ActivitySystem::getInstance()->SetActivityConfig(row, list.iIsFinish != 0);
     }
 }

@@ -3,23 +3,12 @@
 #include "Common/Log.h"
 #include "LobbyServer.h"
 
-LogServerHandler::LogServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-
 int64_t LogServerHandler::ConnectServer() {
-    return m_lpLobbyServer->ConnectServer("log_server", m_lpLogServer);
-}
-
-void LogServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpLogServer);
+    return Open();
 }
 
 bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) {
     return false;
-}
-
-bool LogServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpLogServer, node, bClosed, "LogServerHandler::OnClosed",
-                                      "log server", RECONNECT_LOG);
 }
 
 // No queue while the link is down: the line below is all that remains of the record.

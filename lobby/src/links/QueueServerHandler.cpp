@@ -56,16 +56,12 @@ void StoreAccount(LobbyPlayer* player, const UserInfoRes& info) {
 }  // namespace
 
 int64_t QueueServerHandler::ConnectServer() {
-    return m_lpLobbyServer->ConnectServer("queue_server", m_lpQueueServer);
-}
-
-void QueueServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpQueueServer);
+    return Open();
 }
 
 bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
-    if (node == nullptr || m_lpQueueServer != node) return false;
+    if (!IsMine(node)) return false;
     if (type == USER_INFO_Q2L) {
         HandleUserInfoRes(node, type, data, static_cast<int>(length));
     } else if (const auto* row = FindRow(kQueueRows, type)) {
@@ -76,12 +72,6 @@ bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, vo
               type);
     }
     return true;
-}
-
-bool QueueServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpQueueServer, node, bClosed,
-                                      "QueueServerHandler::OnClosed", "authen server",
-                                      RECONNECT_QUEUE);
 }
 
 void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short /*type*/,

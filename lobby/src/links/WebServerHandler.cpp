@@ -26,11 +26,8 @@ constexpr uint16_t kMaxBroadcast = 5;
 
 }  // namespace
 
-WebServerHandler::WebServerHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
-
 int64_t WebServerHandler::ConnectServer() {
-    const int64_t status = m_lpLobbyServer->ConnectServer(
-        "bulletin_server", m_lpWebServer, [this] { RegisteWebServer(m_lpWebServer); });
+    const int64_t status = Open([this] { RegisteWebServer(m_lpWebServer); });
     // Registration follows whatever the status; without a node it only leaves its log line.
     if (status != 0) RegisteWebServer(nullptr);
     return status;
@@ -46,12 +43,8 @@ int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
     return sent ? 0 : 1;
 }
 
-void WebServerHandler::KeepAlive() {
-    m_lpLobbyServer->SendKeepAlive(m_lpWebServer);
-}
-
 bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
-    if (node == nullptr || node != m_lpWebServer) return false;
+    if (!IsMine(node)) return false;
     if (const auto* row = FindRow(kDispatch, type)) {
         (this->*row->handle)(data, length);
     } else {
@@ -60,11 +53,6 @@ bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data
               static_cast<unsigned>(type));
     }
     return true;
-}
-
-bool WebServerHandler::OnClosed(IPlayerNode* node, bool bClosed) {
-    return m_lpLobbyServer->CloseLink(m_lpWebServer, node, bClosed, "WebServerHandler::OnClosed",
-                                      "web server", RECONNECT_WEB);
 }
 
 void WebServerHandler::OnTimer(long now) {

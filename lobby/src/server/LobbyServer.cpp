@@ -29,8 +29,8 @@ namespace {
 constexpr int64_t kKeepAliveSeconds = 25;
 
 // Holds what is to live until the process ends, reachable and never destroyed.
-DataServerHandler* KeepUntilExit(DataServerHandler* handler) {
-    static auto* kept = new std::vector<DataServerHandler*>;
+std::shared_ptr<DataServerHandler> KeepUntilExit(std::shared_ptr<DataServerHandler> handler) {
+    static auto* kept = new std::vector<std::shared_ptr<DataServerHandler>>;
     kept->push_back(handler);
     return handler;
 }
@@ -59,23 +59,20 @@ LobbyServer::~LobbyServer() {
     m_Reconnect.Stop();
     Shutdown();
     UnregisterActivities();
-    m_lpCenterServerHandler.reset();
+    m_Links.Clear();
     m_lpLobbyClientHandler.reset();
-    m_lpWebServerHandler.reset();
-    m_lpLogServerHandler.reset();
-    m_lpQueueServerHandler.reset();
-    m_lpConfigServerHandler.reset();
     // The data server's handler stays, on purpose.
 }
 
+// The links in the order of the start.
 void LobbyServer::CreateHandlers() {
-    m_lpCenterServerHandler = std::make_unique<CenterServerHandler>(this);
     m_lpLobbyClientHandler = std::make_unique<LobbyClientHandler>(this);
-    m_lpWebServerHandler = std::make_unique<WebServerHandler>(this);
-    m_lpLogServerHandler = std::make_unique<LogServerHandler>(this);
-    m_lpQueueServerHandler = std::make_unique<QueueServerHandler>(this);
-    m_lpDataServerHandler = KeepUntilExit(new DataServerHandler(this));
-    m_lpConfigServerHandler = std::make_unique<ConfigServerHandler>(this);
+    m_lpCenterServerHandler = m_Links.Add(std::make_shared<CenterServerHandler>(this));
+    m_lpWebServerHandler = m_Links.Add(std::make_shared<WebServerHandler>(this));
+    m_lpQueueServerHandler = m_Links.Add(std::make_shared<QueueServerHandler>(this));
+    m_lpDataServerHandler = m_Links.Add(KeepUntilExit(std::make_shared<DataServerHandler>(this)));
+    m_lpConfigServerHandler = m_Links.Add(std::make_shared<ConfigServerHandler>(this));
+    m_lpLogServerHandler = m_Links.Add(std::make_shared<LogServerHandler>(this));
 }
 
 // Before the network's threads. A lobby whose figures cannot be read serves all the same.
@@ -123,7 +120,7 @@ void LobbyServer::InitializeNetwork() {
 long LobbyServer::Start() {
     RegisterActivities();
     m_bTicking.store(true, std::memory_order_release);
-    if (!ConnectAllServers()) return -1;
+    if (!m_Links.Connect()) return -1;
     m_lTimer = ClockNow() + kKeepAliveSeconds;
     return StartLobbyService();
 }
@@ -144,15 +141,6 @@ void LobbyServer::UnregisterActivities() {
         m_pActivitySystem->RemoveActivityHandler(activity.get());
     }
     m_pActivitySystem->SetGameProvider(nullptr);
-}
-
-bool LobbyServer::ConnectAllServers() {
-    return m_lpCenterServerHandler->ConnectServer() == 0 &&
-           m_lpWebServerHandler->ConnectServer() == 0 &&
-           m_lpQueueServerHandler->ConnectServer() == 0 &&
-           m_lpDataServerHandler->ConnectServer() == 0 &&
-           m_lpConfigServerHandler->ConnectServer() == 0 &&
-           m_lpLogServerHandler->ConnectServer() == 0;
 }
 
 IPlayerNode* LobbyServer::OnCreatePlayer() {

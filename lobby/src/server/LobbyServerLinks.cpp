@@ -45,10 +45,9 @@ constexpr unsigned long kConnectTimeoutMs = 5000, kLinkConnections = 2000;
 LinkMetrics* LinkMetricsOf(const char* key) {
     auto* metrics = g_LobbyMetrics.Get();
     if (metrics == nullptr) return nullptr;
-    for (const LinkName& link : LINK_NAMES) {
-        if (std::strcmp(link.key, key) == 0) return &metrics->links[link.id];
-    }
-    return nullptr;
+    const size_t row =
+        FindLinkRow([key](const LinkRow& link) { return std::strcmp(link.key, key) == 0; });
+    return row == LINKS ? nullptr : &metrics->links[row];
 }
 
 int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
@@ -113,24 +112,19 @@ bool LobbyServer::BringUp(const char* name, const Endpoint& endpoint, LinkNode& 
     return true;
 }
 
-bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, const char* tag,
-                            const char* peer, ReconnectId id) {
+bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row) {
     std::lock_guard lock(m_lockLink);
     if (node == nullptr || link != node) return false;
-    __log(_ERROR, tag, "%s has been closed ! bClosed[%d], node[0x%08x]", peer, bClosed,
-          NodeTag(node));
+    __log(_ERROR, LINK_ROWS[row].tag, "%s has been closed ! bClosed[%d], node[0x%08x]",
+          LINK_ROWS[row].peer, bClosed, NodeTag(node));
     // Down before the keeper hears of it, so that nobody sends on the closed node meanwhile.
     link = nullptr;
     if (auto* metrics = g_LobbyMetrics.Get()) {
-        metrics->links[id].up = false;
-        metrics->links[id].drops.Add();
+        metrics->links[row].up = false;
+        metrics->links[row].drops.Add();
     }
-    m_Reconnect.SetParameter(this, id);
+    m_Reconnect.SetParameter(this, LINK_ROWS[row].id);
     return true;
-}
-
-void LobbyServer::SendKeepAlive(IPlayerNode* link) {
-    if (link != nullptr) SendData(link, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
 }
 
 int64_t LobbyServer::StartLobbyService() {

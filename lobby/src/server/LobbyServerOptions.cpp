@@ -6,18 +6,12 @@
 #include <utility>
 #include <vector>
 
-#include "CenterServerHandler.h"
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"
-#include "ConfigServerHandler.h"
-#include "DataServerHandler.h"
 #include "Endpoint.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
-#include "LogServerHandler.h"
-#include "QueueServerHandler.h"
-#include "WebServerHandler.h"
 
 namespace {
 
@@ -76,17 +70,8 @@ void LobbyServer::ReadProxies() {
     SetProxyTrust(std::move(trust));
 }
 
-bool LobbyServer::IsLink(const IPlayerNode* node) const {
-    return node == m_lpQueueServerHandler->m_lpQueueServer ||
-           node == m_lpDataServerHandler->m_lpDataServer ||
-           node == m_lpCenterServerHandler->m_lpCenterServer ||
-           node == m_lpWebServerHandler->m_lpWebServer ||
-           node == m_lpConfigServerHandler->m_lpConfigServer ||
-           node == m_lpLogServerHandler->m_lpLogServer;
-}
-
 bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
-    if (IsLink(node)) return false;
+    if (m_Links.IsLink(node)) return false;
     auto* player = static_cast<LobbyPlayer*>(node);
     const auto [rule, first] = m_Limits.Count(player->m_Usage, type, ClockUptime());
     if (rule == nullptr) return false;

@@ -7,8 +7,6 @@
 #include "LobbyClientHandler.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
-#include "LogServerHandler.h"
-#include "QueueServerHandler.h"
 #include "WebServerHandler.h"
 #include "activitySystem/ActivitySystem.h"
 #include "lobby_client_msg.h"
@@ -46,19 +44,11 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
         SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
     } else if (type == CLIENT_CONNECT_NOTICE_C2S) {
         OnLobbyClientConnectNotice(node, data, length);
-    } else if (!OfferToHandlers(node, type, data, length)) {
+    } else if (!m_Links.Take(node, type, data, length) &&
+               !m_lpLobbyClientHandler->OnNetMessage(node, type, data, length)) {
         __log(_ERROR, "LobbyServer::OnNetMessage", "lpPlayerNode[%d]非法消息类型[%0x]",
               static_cast<int>(NodeTag(node)), type);
     }
-}
-
-bool LobbyServer::OfferToHandlers(IPlayerNode* node, unsigned short type, void* data, long length) {
-    return m_lpQueueServerHandler->OnNetMessage(node, type, data, length) ||
-           m_lpDataServerHandler->OnNetMessage(node, type, data, length) ||
-           m_lpCenterServerHandler->OnNetMessage(node, type, data, length) ||
-           m_lpWebServerHandler->OnNetMessage(node, type, data, length) ||
-           m_lpConfigServerHandler->OnNetMessage(node, type, data, length) != 0 ||
-           m_lpLobbyClientHandler->OnNetMessage(node, type, data, length);
 }
 
 void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
@@ -69,7 +59,7 @@ void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
               "lobby server has been closed ! bClosed[%d], node[0x%08x]", bClosed, NodeTag(node));
         // The node is recycled: its next connection is a client's.
         m_lpLobbyServer = nullptr;
-    } else if (OfferClose(node, bClosed)) {
+    } else if (m_Links.TakeClose(node, bClosed)) {
         // A peer that sent a connect notice is in the session list as well.
         if (player->m_cLoginType > 0) m_lpLobbyClientHandler->Unlink(player);
     } else {
@@ -77,15 +67,6 @@ void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
     }
     *player = 0;
     GameProvider::OnClosed(node, bClosed);
-}
-
-bool LobbyServer::OfferClose(IPlayerNode* node, bool bClosed) {
-    return m_lpQueueServerHandler->OnClosed(node, bClosed) ||
-           m_lpDataServerHandler->OnClosed(node, bClosed) ||
-           m_lpCenterServerHandler->OnClosed(node, bClosed) ||
-           m_lpWebServerHandler->OnClosed(node, bClosed) ||
-           m_lpLogServerHandler->OnClosed(node, bClosed) ||
-           m_lpConfigServerHandler->OnClosed(node, bClosed);
 }
 
 void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
@@ -100,7 +81,7 @@ void LobbyServer::OnTimer(long now) {
     if (!m_bTicking.load(std::memory_order_acquire)) return;
     // Further ahead than one period means that the clock was set back.
     if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
-        KeepAliveLinks();
+        m_Links.KeepAlive();
         m_lTimer = ClockNow() + kKeepAliveSeconds;
     }
     RunPeriodicJobs(now);
@@ -108,15 +89,6 @@ void LobbyServer::OnTimer(long now) {
     m_pActivitySystem->OnTimer(now);
     m_lpWebServerHandler->OnTimer(now);
     m_competeConfig.OnTimer(now);
-}
-
-void LobbyServer::KeepAliveLinks() {
-    m_lpCenterServerHandler->KeepAlive();
-    m_lpWebServerHandler->KeepAlive();
-    m_lpLogServerHandler->KeepAlive();
-    m_lpQueueServerHandler->KeepAlive();
-    m_lpDataServerHandler->KeepAlive();
-    m_lpConfigServerHandler->KeepAlive();
 }
 
 void LobbyServer::RunPeriodicJobs(long now) {
