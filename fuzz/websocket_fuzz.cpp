@@ -6,6 +6,7 @@
 #include "FuzzInput.h"
 #include "HandShark.h"
 #include "ProxyHeader.h"
+#include "WebSocketInput.h"
 #include "WebSocketStream.h"
 
 namespace {
@@ -130,13 +131,43 @@ std::string ReadHeader(std::string_view stream, const std::string& splits) {
     return header.Source().Format().text + (":" + std::to_string(header.SourcePort())) + behind;
 }
 
+// What frames come to as their senders mean them: payload, control frames, and how they end.
+std::string ReadInput(std::string_view stream, const std::string& splits) {
+    using Event = WebSocketInput::Event;
+    WebSocketInput input;
+    std::string payload, control;
+    size_t turn = 0;
+    for (size_t at = 0; at < stream.size();) {
+        const size_t split = splits.empty()
+                                 ? stream.size()
+                                 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
+        const std::string_view part = stream.substr(at, split);
+        const std::unique_ptr<char[]> block(new char[part.size()]);
+        part.copy(block.get(), part.size());
+        char *data = block.get(), *piece = nullptr;
+        long length = static_cast<long>(part.size()), size = 0;
+        for (Event event = Event::Payload; event != Event::Nothing;) {
+            event = input.Next(data, length, piece, size);
+            if (event == Event::Fault) return payload + control + std::to_string(input.Status());
+            if (event == Event::Payload) payload.append(piece, static_cast<size_t>(size));
+            if (event != Event::Ping && event != Event::Close) continue;
+            Require(size <= 125, "a control frame is short");
+            control.append(piece, static_cast<size_t>(size)) += ';';
+            if (event == Event::Close) return payload + control;
+        }
+        Require(length == 0, "it takes all it may");
+        at += split;
+    }
+    return payload + control;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Worker worker;  // one serves all connections, as in the process
     worker.carriedLength = 0;
     FuzzInput input(data, size);
-    const uint8_t mode = input.Byte() % 4;
+    const uint8_t mode = input.Byte() % 5;
     if (mode == 0) {
         worker.Upgrade(input.Rest().substr(0, 4096));
         return 0;
@@ -145,6 +176,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (mode == 3) {
         const std::string_view stream = input.Rest();
         Require(ReadHeader(stream, splits) == ReadHeader(stream, ""), "cuts make no difference");
+    } else if (mode == 4) {
+        const std::string_view stream = input.Rest();
+        Require(ReadInput(stream, splits) == ReadInput(stream, ""), "cuts make no difference");
     } else if (mode == 1) {
         WellMade(worker, input, splits);
     } else {

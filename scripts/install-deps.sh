@@ -10,7 +10,8 @@ packages=(build-essential cmake ninja-build pkg-config git ca-certificates procp
           prometheus-cpp-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then
-    packages+=(chromium faketime mmdebstrap tshark haproxy nginx-light socat openssl iproute2)
+    packages+=(chromium firefox-esr python3-websockets python3-websocket python3-aiohttp
+               lintian prometheus faketime mmdebstrap tshark haproxy nginx-light socat openssl iproute2)
 fi
 
 missing=()
@@ -40,7 +41,7 @@ fi
 "${as_root[@]}" apt-get update -qq
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-for service in haproxy nginx redis-server; do
+for service in haproxy nginx prometheus prometheus-node-exporter redis-server; do
     [[ " ${missing[*]} " != *" ${service}"[\ -]* ]] || ! command -v systemctl >/dev/null ||
         "${as_root[@]}" systemctl disable --quiet "$service"
 done

@@ -6,6 +6,7 @@
 #include "Common/IpAddress.h"
 #include "EPOLLConnection.h"
 #include "ProxyHeader.h"
+#include "WebSocketInput.h"
 
 // Adds what the receive path keeps per connection. Thread: message worker, but for m_lRecvCount.
 class EPOLLReceiver : public EPOLLConnection {
@@ -36,6 +37,7 @@ class EPOLLReceiver : public EPOLLConnection {
     bool m_bFirstData = true;    // no data seen: only the first can be an upgrade request
     bool m_bCallClosed = false;  // the close was reported upward
 
+    WebSocketInput m_Input;       // frames, where they are taken as libraries mean them
     bool m_bProxyHeader = false;  // the stream begins with a header that is not read yet
     ProxyHeader m_Proxy;
     CIpAddress m_Client6;  // an IPv6 client behind a proxy; otherwise none

@@ -32,6 +32,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     // True: a record ends the worker's pause at once instead of waiting up to a millisecond for its
     // end. Before Initialize.
     void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
+    // See GameProvider. Before Initialize.
+    void SetWebSocket(bool standard) { m_bWebSocket = standard; }
     // Whose word about clients' addresses is taken. Before Initialize.
     void SetProxyTrust(ProxyTrust trust) { m_Trust = std::move(trust); }
     // interval all ones: no idle list, no sweeps. Main.
@@ -74,6 +76,13 @@ class EPOLLServer : public Epoll, public INetProvider {
     void DispatchData(EPOLLReceiver* receiver, char* data, long length);
     void OnFrames(EPOLLReceiver* receiver, char* data, long length);
     void HandShark(EPOLLReceiver* receiver, const char* request, long length);
+    // WebSocket clients as their libraries expect to be served.
+    bool BeginsRequest(const EPOLLReceiver* receiver, const char* data) const;
+    void TakeRequest(EPOLLReceiver* receiver, char* data, long length);
+    void RefuseRequest(EPOLLReceiver* receiver, const char* reason);
+    void TakeFrames(EPOLLReceiver* receiver, char* data, long length);
+    void Answer(EPOLLReceiver* receiver, uint8_t opcode, const void* data, long length);
+    void EndWebSocket(EPOLLReceiver* receiver, uint16_t status);
     bool IsProxy(const EPOLLReceiver* receiver) const;
     bool TakeProxyHeader(EPOLLReceiver* receiver, char*& data, long& length);
     void TakeForwardedClient(EPOLLReceiver* receiver, const char* request, long length);
@@ -93,6 +102,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
     bool m_bWakeup = false;               // constant after Initialize
+    bool m_bWebSocket = false;            // constant after Initialize
     ProxyTrust m_Trust;                   // constant after Initialize
     sem_t m_semWake;                      // posted when a record comes while the worker pauses
     std::atomic<bool> m_bPausing{false};  // set by the worker

@@ -23,6 +23,10 @@ void FetchHttpInfo(const char* request, long length, HEADER_MAP& headers);
 // "Sec-WebSocket-Key" counts as empty. Thread: message worker.
 long ParseStr(SHA1& sha1, const HEADER_MAP& headers, char (&response)[WEBSOCKET_RESPONSE_SIZE]);
 
+// Has `headers` hold the request's first "Sec-WebSocket-Key", however its name is spelled; false
+// when the request has none. Thread: message worker.
+bool FetchKey(const char* request, long length, HEADER_MAP& headers);
+
 // The address an HTTP proxy states for its client in the `length` bytes of an upgrade request; for
 // requests of trusted proxies only, since anybody can write such lines. False when it states none.
 // The port is 0 unless the proxy names it.

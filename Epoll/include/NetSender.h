@@ -32,6 +32,8 @@ class NetSender : public INetSender {
     bool SendData(IPlayerNode* node, unsigned short type, void* data, long length,
                   long encode) override;
     bool SendData(IPlayerNode* node, void* data, long length) override;
+    bool SendControl(IPlayerNode* node, unsigned char opcode, const void* data,
+                     long length) override;
     // A tagSendBuffer with count references, or null.
     void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
                         long encode) override;

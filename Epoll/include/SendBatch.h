@@ -16,8 +16,9 @@ struct OutgoingFrame {
 
     bool Begun() const { return headSize > 0; }
     long HeadLeft() const { return headSize - headSent; }
-    void Begin(long payload) {
+    void Begin(long payload, uint8_t first = WEBSOCKET_DATA_FRAME) {
         headSize = static_cast<long>(BuildWebSocketHead(static_cast<uint64_t>(payload), head));
+        head[0] = first;
         headSent = 0;
         payloadLeft = payload;
     }

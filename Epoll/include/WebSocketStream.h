@@ -71,6 +71,8 @@ class WebSocketStream {
     char* m_lpFrame = nullptr;  // frame being opened, in m_szWork
 };
 
+// First byte of the frame around a message: final, binary.
+inline constexpr uint8_t WEBSOCKET_DATA_FRAME = 0x82;
 // Longest header of a frame the lobby sends.
 inline constexpr size_t WEBSOCKET_MAX_HEAD = 10;
 

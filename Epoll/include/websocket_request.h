@@ -1,7 +1,12 @@
 // Parser of one WebSocket frame.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+// Unmasks `length` bytes; `to` is `from` or lies before it. Forward, so that no byte is overwritten
+// before it is read. Any thread.
+void UnmaskPayload(char* to, const char* from, size_t length, const uint8_t (&key)[4]);
 
 // Reads a frame's header and opens its payload in place. Never reads past the bytes it is told
 // of. Thread: message worker; one object serves all connections, since it keeps nothing from one

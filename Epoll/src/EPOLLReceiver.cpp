@@ -12,6 +12,7 @@ void EPOLLReceiver::Initialize() {
     m_bListed = false;
     m_bFirstData = true;
     m_bCallClosed = false;
+    m_Input = {};
     m_bProxyHeader = false;
     m_Proxy = {};
     m_Client6 = {};

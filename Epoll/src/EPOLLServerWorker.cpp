@@ -167,10 +167,14 @@ void EPOLLServer::OnData(EPOLLReceiver* receiver, char* data, long length) {
 }
 
 void EPOLLServer::DispatchData(EPOLLReceiver* receiver, char* data, long length) {
+    if (m_bWebSocket && receiver->GetWebStocketStatus() == WEBSOCKET_UPGRADED) {
+        return TakeFrames(receiver, data, length);
+    }
+    if (m_bWebSocket && BeginsRequest(receiver, data)) return TakeRequest(receiver, data, length);
     // Only a client's first bytes can ask for an upgrade: later ones, and those of the back-end
     // servers, may well contain the word.
     const std::string_view bytes(data, static_cast<size_t>(length));
-    if (receiver->m_bFirstData && receiver->m_bAcceptClient &&
+    if (!m_bWebSocket && receiver->m_bFirstData && receiver->m_bAcceptClient &&
         receiver->GetWebStocketStatus() == WEBSOCKET_NONE &&
         bytes.find("Connection") != std::string_view::npos) {
         HandShark(receiver, data, length);
@@ -188,6 +192,11 @@ void EPOLLServer::HandShark(EPOLLReceiver* receiver, const char* request, long l
           receiver->Client().Format().text, receiver->ClientPort(), static_cast<int>(length),
           receiver->GetWebStocketStatus());
     FetchHttpInfo(request, length, m_mapHeader);
+    if (m_bWebSocket && !FetchKey(request, length, m_mapHeader)) {
+        return RefuseRequest(receiver,
+                             "This port speaks WebSocket and the lobby's own protocol. The header "
+                             "Sec-WebSocket-Key, which begins a WebSocket, is missing.");
+    }
     const long size = ParseStr(m_Sha1, m_mapHeader, m_szResponse);
     // Written before the state changes, so that no frame of the send thread can come first. The
     // socket is new and has room; one that has not gets no second attempt from this thread.

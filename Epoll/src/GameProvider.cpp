@@ -54,6 +54,7 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
         m_lpNetMessager = new EPOLLMessager(this, maxSendCount);
         auto* server = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
         server->SetWakeup(m_bWakeup);
+        server->SetWebSocket(m_bWebSocket);
         server->SetProxyTrust(std::move(m_Trust));
         m_lpNetProvider = server;
         m_lpNetSender = new NetSender(m_lpNetProvider, this, maxSendCount);
@@ -99,6 +100,11 @@ bool GameProvider::SendData(IPlayerNode* node, unsigned short type, void* data, 
 
 bool GameProvider::SendData(IPlayerNode* node, void* data, long length) {
     return m_lpNetSender != nullptr && m_lpNetSender->SendData(node, data, length);
+}
+
+bool GameProvider::SendControl(IPlayerNode* node, unsigned char opcode, const void* data,
+                               long length) {
+    return m_lpNetSender != nullptr && m_lpNetSender->SendControl(node, opcode, data, length);
 }
 
 void* GameProvider::AllocMassData(unsigned long count, unsigned short type, void* data, long length,

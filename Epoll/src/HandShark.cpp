@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr const char* kKey = "Sec-WebSocket-Key";
 // Appended to the client's key before hashing (RFC 6455).
 constexpr std::string_view kKeySuffix = "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
 
@@ -113,12 +114,26 @@ long ParseStr(SHA1& sha1, const HEADER_MAP& headers, char (&response)[WEBSOCKET_
     std::string text = "HTTP/1.1 101 Switching Protocols\r\n";
     text += "Connection: upgrade\r\n";
     text += "Sec-WebSocket-Accept: ";
-    text += AcceptKey(sha1, Find(headers, "Sec-WebSocket-Key"));
+    text += AcceptKey(sha1, Find(headers, kKey));
     text += "\r\n";
     text += "Upgrade: websocket\r\n\r\n";
     // Far below the buffer's size whatever the key: its digest has a fixed length.
     std::memset(response, 0, sizeof(response));
     return static_cast<long>(text.copy(response, sizeof(response) - 1));
+}
+
+bool FetchKey(const char* request, long length, HEADER_MAP& headers) {
+    std::string_view rest(request, static_cast<size_t>(length));
+    TakeLine(rest);
+    while (!rest.empty()) {
+        const std::string_view line = TakeLine(rest);
+        const size_t colon = line.find(':');
+        if (colon == std::string_view::npos || !SameName(line.substr(0, colon), kKey)) continue;
+        const std::string_view key = Trim(line.substr(colon + 1));
+        headers.insert_or_assign(kKey, std::string(key));
+        return !key.empty();
+    }
+    return false;
 }
 
 bool FindProxiedClient(const char* request, long length, const CIpNetworks& trusted,

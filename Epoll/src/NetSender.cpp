@@ -32,8 +32,9 @@ tagSendBuffer* TakeBuffer() {
     }
 }
 
-// The number of the first message in a filled buffer.
+// The number of the first message in a filled buffer; 0 for what is none.
 uint16_t TypeOf(const tagSendBuffer* buffer) {
+    if (buffer->ucFrame != WEBSOCKET_DATA_FRAME) return 0;
     tagMsgHeader header;
     std::memcpy(&header, buffer->szSendBuffer, sizeof(header));
     return ntohs(header.type);
@@ -122,6 +123,7 @@ void* NetSender::AllocMassData(unsigned long count, unsigned short type, void* d
     }
     buffer->ulLength = static_cast<uint64_t>(length);
     buffer->ulReferenceCount = count;
+    buffer->ucFrame = WEBSOCKET_DATA_FRAME;
     return buffer;
 }
 
@@ -145,6 +147,7 @@ void* NetSender::AllocMassData(unsigned long count, void* data, long length) {
     if (length > 0) std::memcpy(buffer->szSendBuffer, data, static_cast<size_t>(length));
     buffer->ulLength = static_cast<uint64_t>(length);
     buffer->ulReferenceCount = count;
+    buffer->ucFrame = WEBSOCKET_DATA_FRAME;
     return buffer;
 }
 
@@ -200,6 +203,19 @@ bool NetSender::SendData(IPlayerNode* node, void* data, long length) {
     __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
     Close(node);
     DropReference(buffer);
+    return false;
+}
+
+bool NetSender::SendControl(IPlayerNode* node, unsigned char opcode, const void* data,
+                            long length) {
+    constexpr uint8_t kFinal = 0x80;
+    auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, const_cast<void*>(data), length));
+    if (buffer != nullptr) {
+        buffer->ucFrame = kFinal | opcode;
+        if (AddData(node, buffer)) return true;
+        DropReference(buffer);
+    }
+    Close(node);
     return false;
 }
 

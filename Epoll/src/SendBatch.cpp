@@ -28,7 +28,7 @@ bool SendBatch::Add(tagSendBuffer* entry) {
         if (first && m_lpFrame->Begun()) {
             frame = *m_lpFrame;
         } else {
-            frame.Begin(left);
+            frame.Begin(left, entry->ucFrame);
         }
         AddPart(reinterpret_cast<char*>(frame.head) + frame.headSent, frame.HeadLeft());
         left = frame.payloadLeft;

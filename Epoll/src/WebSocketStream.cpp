@@ -60,7 +60,7 @@ WebSocketStream::Step WebSocketStream::Open(long& carriedLength) {
 
 size_t BuildWebSocketHead(uint64_t payloadLength, uint8_t (&head)[WEBSOCKET_MAX_HEAD]) {
     const size_t width = payloadLength < 126 ? 0 : payloadLength <= 0xFFFF ? 2 : 8;
-    head[0] = 0x82;
+    head[0] = WEBSOCKET_DATA_FRAME;
     head[1] = static_cast<uint8_t>(width == 0 ? payloadLength : width == 2 ? 126 : 127);
     for (size_t i = 0; i < width; ++i) {
         head[2 + i] = static_cast<uint8_t>(payloadLength >> 8 * (width - 1 - i));

@@ -15,8 +15,9 @@ uint32_t ReadNumber(const char* bytes, int width) {
     return value;
 }
 
-// Forward and to a lower address, so that no byte is overwritten before it is read.
-void Unmask(char* to, const char* from, size_t length, const uint8_t (&key)[4]) {
+}  // namespace
+
+void UnmaskPayload(char* to, const char* from, size_t length, const uint8_t (&key)[4]) {
     uint64_t wide = 0;
     std::memcpy(&wide, key, sizeof(key));
     std::memcpy(reinterpret_cast<char*>(&wide) + sizeof(key), key, sizeof(key));
@@ -30,8 +31,6 @@ void Unmask(char* to, const char* from, size_t length, const uint8_t (&key)[4]) 
     for (; i < length; ++i)
         to[i] = static_cast<char>(static_cast<uint8_t>(from[i]) ^ key[i % sizeof(key)]);
 }
-
-}  // namespace
 
 bool Websocket_Request::fetch_websocket_info(const char* frame, long available) {
     reset();
@@ -83,7 +82,7 @@ bool Websocket_Request::has_frame(long available) const {
 void Websocket_Request::fetch_payload(char* frame, int& pos) {
     if (payload_length_ > kMaxPayload) return;
     if (mask_ == 1) {
-        Unmask(frame, frame + pos, payload_length_, masking_key_);
+        UnmaskPayload(frame, frame + pos, payload_length_, masking_key_);
     } else {
         std::memmove(frame, frame + pos, payload_length_);
     }

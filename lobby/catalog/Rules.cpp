@@ -17,6 +17,13 @@ client's frame holds at most 4095 bytes, as may what is carried over of an incom
 with what comes next. A close frame closes the connection without an answer; every other opcode is
 taken for a binary frame, pings too. The lobby sends one frame per message, final and unmasked.
 
+Where the operator has set `websocket=1`, as the shipped sample does, the same port serves WebSocket
+clients as their libraries expect it: a request may come in several reads (of 4096 bytes at most) and
+is answered with 400 in words when it has no `Sec-WebSocket-Key`; a ping is answered by a pong with
+its bytes, a pong is dropped, a close is answered by a close with its status. Data frames may have
+any size and may be fragmented. A text frame closes with status 1003, anything a frame may not be
+with 1002. A client that begins with a capital letter speaks HTTP, every other one plain TCP.
+
 **Encryption** (`encode` 1) is open to every sender, message by message; the lobby sends none. A body
 of n bytes becomes n + 16. The key is 16 bytes: the 12 characters of `LOBBY_AES_KEY` and four times
 0x12. E is AES-128 of one block, V 16 random bytes, + joins, ^ is exclusive or with as many bytes:

@@ -92,6 +92,7 @@ inline constexpr ConfigKey kLobbyServer[] = {
                "proxies that may name their clients' addresses"),
     Int("listen", "proxy_protocol", 0, 0, 2,
         "PROXY header from trusted_proxies; 1: required, 2: optional"),
+    Flag("listen", "websocket", "1 serves WebSocket clients as their libraries expect it"),
     Address("Redis", "redis_server", "registry of players online"),
     Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),

@@ -17,6 +17,7 @@ struct Queue {
             if (!shared || i == 0) buffers.push_back(std::make_unique<tagSendBuffer>());
             tagSendBuffer* entry = buffers.back().get();
             entry->ulLength = sizes[i];
+            entry->ucFrame = i % 5 == 4 ? 0x8A : WEBSOCKET_DATA_FRAME;
             for (size_t k = 0; k < sizes[i]; ++k)
                 entry->szSendBuffer[k] = static_cast<char>('a' + (k + (shared ? 0 : 7 * i)) % 26);
             entries.push_back(entry);
@@ -41,6 +42,7 @@ struct OneByOne : Queue {
                 if (frame.empty()) {
                     uint8_t head[WEBSOCKET_MAX_HEAD];
                     const size_t size = BuildWebSocketHead(left.size(), head);
+                    head[0] = entry->ucFrame;
                     frame = std::string(reinterpret_cast<char*>(head), size) + left;
                 }
                 left = frame;

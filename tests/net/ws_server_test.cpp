@@ -70,3 +70,100 @@ TEST(WebServer, ALongConnectionKeepsItsReceiveLimit) {
         ASSERT_EQ(client.ReadMessage(), Message(2)) << i;
     }
 }
+
+// With the switch on, a server for whatever a library sends by itself; the frame after the end is
+// what the client still reads.
+struct StandardServer : TestServer {
+    StandardServer() {
+        SetWebSocket(true);
+        Listen();
+    }
+};
+
+TEST(StandardWebServer, ControlFramesStandBesideTheMessages) {
+    StandardServer server;
+    WebClient client(server.port);
+    const std::string message = Message(7, std::string(3000, 'm'));
+    const std::string wide =
+        Bytes({0x82, 127, 0, 0, 0, 0, 0, 0, message.size() >> 8, message.size()}) + message;
+    // A ping inside a message, one without bytes, a pong nobody asked for, an empty frame.
+    const std::string stream = Frame(message.substr(0, 9), 0x02) + Frame("", 0x89) +
+                               Frame(message.substr(9), 0x80) + Frame("", 0x82) +
+                               Frame("late", 0x8A) + wide + Frame(std::string(125, 'p'), 0x89);
+    const std::string head = Bytes({0x82, 126, message.size() >> 8, message.size()});
+    const std::string answer = Bytes({0x8A, 0}) + head + message + head + message +
+                               Bytes({0x8A, 125}) + std::string(125, 'p');
+    for (const size_t cut : {1u, 2u, 7u, 4096u}) {
+        for (size_t at = 0; at < stream.size(); at += cut)
+            client.Send(stream.substr(at, cut));
+        EXPECT_TRUE(client.Read(answer.size()) == answer) << cut;
+    }
+    // More in one write than one read takes, in frames of any size.
+    std::string many, echoed;
+    for (int i = 0; i < 40; ++i) {
+        many += message;
+        echoed += head + message;
+    }
+    const std::string body =
+        Frame(many.substr(0, 60000)) + Frame(many.substr(60000, 30000)) + Frame(many.substr(90000));
+    std::thread writer([&] { client.Send(body); });
+    EXPECT_TRUE(client.Read(echoed.size()) == echoed);
+    writer.join();
+}
+
+TEST(StandardWebServer, EveryEndIsSaid) {
+    StandardServer server;
+    WebClient bystander(server.port);
+    const std::pair<std::string, std::string> cases[] = {
+        {Frame(std::string("\x03\xE9") + "leaving", 0x88), std::string("\x88\x02\x03\xE9")},
+        {Frame("", 0x88), Bytes({0x88, 0})},
+        {Frame("text", 0x81), std::string("\x88\x02\x03\xEB")},
+        {Frame("", 0x80), std::string("\x88\x02\x03\xEA")},  // continues nothing
+        {Frame("", 0x02) + Frame("", 0x82), std::string("\x88\x02\x03\xEA")},
+        {Frame("", 0x83), std::string("\x88\x02\x03\xEA")},  // an opcode of nobody
+        {Frame("", 0xC2), std::string("\x88\x02\x03\xEA")},  // an extension
+        {Frame("", 0x09), std::string("\x88\x02\x03\xEA")},  // a ping in pieces
+        {Frame(std::string(126, 'p'), 0x89), std::string("\x88\x02\x03\xEA")},
+        {Bytes({0x82, 127, 255, 0, 0, 0, 0, 0, 0, 0}), std::string("\x88\x02\x03\xEA")},
+    };
+    for (const auto& [bytes, end] : cases) {
+        WebClient client(server.port);
+        client.Send(Frame(Message(1)) + bytes);
+        EXPECT_EQ(client.ReadMessage(), Message(1));
+        EXPECT_EQ(client.Read(end.size() + 1), end) << bytes[0];
+    }
+    EXPECT_TRUE(bystander.Echoes());
+}
+
+TEST(StandardWebServer, RequestsComeInPiecesAndAreRefusedInWords) {
+    StandardServer server;
+    std::string lower = kRequest;
+    for (char& c : lower)
+        c = static_cast<char>(c == 'S' ? 's' : c == 'K' ? 'k' : c == 'W' ? 'w' : c);
+    for (const std::string& request : {kRequest, lower}) {
+        WebClient client(server.port, 0, [&](Client& to) {
+            for (const char byte : request)
+                to.Send(std::string(1, byte));
+        });
+        EXPECT_TRUE(client.response.starts_with("HTTP/1.1 101 ")) << request;
+        EXPECT_TRUE(client.Echoes());
+    }
+    // What comes behind the request in one read is its first frame.
+    WebClient eager(server.port, 0,
+                    [](Client& to) { to.Send(kRequest + Frame(Message(5, "early"))); });
+    EXPECT_EQ(eager.ReadMessage(), Message(5, "early"));
+    Client plain(server.port);
+    EXPECT_EQ(plain.Ask(Message(2, "Connection: Upgrade")), Message(2, "Connection: Upgrade"));
+    const std::pair<std::string, std::string> refused[] = {
+        {"GET /healthz HTTP/1.0\r\n\r\n",
+         "Sec-WebSocket-Key, which begins a WebSocket, is missing"},
+        {"GET / HTTP/1.1\r\nConnection: Upgrade\r\nSec-WebSocket-Key:  \r\n\r\n", "is missing"},
+        {"GET /" + std::string(5000, 'a'), "The request is too long"}};
+    for (const auto& [request, words] : refused) {
+        Client client(server.port);
+        client.Send(request);
+        const std::string answer = client.Read(1000);
+        EXPECT_TRUE(answer.starts_with("HTTP/1.1 400 Bad Request\r\n")) << answer;
+        EXPECT_NE(answer.find(words), std::string::npos) << answer;
+    }
+}

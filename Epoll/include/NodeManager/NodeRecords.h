@@ -15,6 +15,7 @@ struct tagSendBuffer {
     uint64_t ulReferenceCount;       // connections that still hold it; see DropReference
     uint64_t ulLength;               // bytes still to send; consumer only, once queued
     char szSendBuffer[SEND_BUFFER];  // the message, header first
+    uint8_t ucFrame;                 // first byte of its frame, where the receiver takes frames
     tagSendBuffer* __p_next;
 };
 

@@ -64,6 +64,12 @@ class INetSender : public IObject {
     virtual bool SendMassData(IPlayerNode* node, void* massData) = 0;
     virtual void Close(IPlayerNode* node) = 0;
     virtual void OnClosed(IPlayerNode* node) = 0;
+    // A WebSocket control frame behind what is queued already, for a connection that takes frames.
+    // False: not queued, and the connection is closed.
+    virtual bool SendControl(IPlayerNode* /*node*/, unsigned char /*opcode*/, const void* /*data*/,
+                             long /*length*/) {
+        return false;
+    }
 };
 
 // The sweep for silent clients takes so many of them for a damaged list and suspends the message
@@ -95,6 +101,10 @@ class GameProvider : public IGameProvider {
     // The proxies that may name the address of their client, which then is the remote address of
     // its connection; none by default. Before Initialize.
     void SetProxyTrust(ProxyTrust trust) { m_Trust = std::move(trust); }
+    // True: WebSocket clients are served as their libraries expect it: pings are answered, a close
+    // is answered by a close, frames may have any size, a request may come in pieces and is refused
+    // in words. False, the default: every frame but a close counts as data. Before Initialize.
+    void SetWebSocket(bool standard) { m_bWebSocket = standard; }
     // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
     // threads one poll thread per processor. interval and timeout are seconds.
     bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
@@ -118,6 +128,8 @@ class GameProvider : public IGameProvider {
     bool SendData(IPlayerNode* node, unsigned short type, void* data, long length, long encode);
     // Bytes that already form whole messages.
     bool SendData(IPlayerNode* node, void* data, long length);
+    // See INetSender.
+    bool SendControl(IPlayerNode* node, unsigned char opcode, const void* data, long length);
     // One buffer for count receivers. A partial send on one of them shortens it for the others:
     // not for messages that must arrive whole at every receiver.
     void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
@@ -149,5 +161,6 @@ class GameProvider : public IGameProvider {
     INetProvider* m_lpNetProvider = nullptr;  // owned
     INetSender* m_lpNetSender = nullptr;      // owned
     bool m_bWakeup = false;                   // constant after Initialize
+    bool m_bWebSocket = false;                // constant after Initialize
     ProxyTrust m_Trust;                       // moved on by Initialize
 };

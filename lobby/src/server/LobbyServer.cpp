@@ -103,6 +103,7 @@ void LobbyServer::InitializeNetwork() {
     const int sendCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_SEND_COUNT"));
     const int recvCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_RECV_COUNT"));
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
+    SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
     m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",
