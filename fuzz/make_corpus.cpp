@@ -109,6 +109,10 @@ void WebSocketSeeds(const fs::path& folder) {
     Write(folder / "lengths", "\2" + Text("\3") + std::string("\x82\x7E\1\0", 4) + Message(1, 256) +
                                   std::string("\x82\x88\1\2\3\4", 6) + Message(2, 8) +
                                   std::string("\x82\x7F\0\0\x10\0", 6));
+    // A ping inside a message, a length in 8 bytes, a close.
+    Write(folder / "standard", "\4" + Text("\3\1") + "\x02\x01m\x89\x81keys!\x80\x01n" +
+                                   std::string("\x82\x7F\0\0\0\0\0\0\0\2op", 12) +
+                                   "\x88\x02\x03\xE8");
     // TCP over IPv4 and IPv6 with something behind, and a proxy's health check.
     const std::string signature("\r\n\r\n\0\r\nQUIT\n", 12);
     Write(folder / "proxy4", "\3" + Text("\2\5") + signature + std::string("\x21\x11\0\x10", 4) +
