@@ -40,6 +40,9 @@ class EPOLLConnection : public EPOLLContext {
     // Begins closing, once: nothing more is read, and the close is reported by the poll thread
     // (at once when the connection was never registered). What is queued for sending still goes.
     void CloseContext() override;
+    // As CloseContext of this class, but what the peer sent before is still read and delivered: for
+    // a connection that failed while sending. Any thread.
+    void CloseAfterReading();
     bool IsClosed() override { return m_bClosed.load(std::memory_order_acquire); }
     long setsockopt(long level, long name, const char* value, long length) override;
     long getsockopt(long level, long name, char* value, long* length) override;
@@ -88,6 +91,7 @@ class EPOLLConnection : public EPOLLContext {
     bool m_bRecvData = false;               // guarded by m_Lock; false in the pool
     bool m_bReported = false;               // closed, by a poll thread; guarded by m_Lock
     std::atomic<bool> m_bReadToEnd{false};  // more than data came: a short read is not the end
+    std::atomic<bool> m_bReadOut{false};    // closed, but read once more before that is reported
     std::atomic<unsigned> m_ulEvents{0};    // since a poll thread began to read
     bool m_bAcceptClient = false;           // constant once allocated
     bool m_bBind = false;                   // constant once allocated

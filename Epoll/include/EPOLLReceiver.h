@@ -15,7 +15,8 @@ class EPOLLReceiver : public EPOLLConnection {
     // Also ends the delivery of what was read already.
     void CloseContext() override;
     // Closed on purpose: no further message of it may reach the application. A connection that is
-    // closed because it outran the worker still has delivered what was queued. Any thread.
+    // closed because it outran the worker, or because sending on it failed, still has delivered
+    // what came before. Any thread.
     bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
 
     // Who the client is: the peer, unless a trusted proxy named somebody else.

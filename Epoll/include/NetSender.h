@@ -59,6 +59,9 @@ class NetSender : public INetSender {
 
     // Any thread.
     bool AddData(IPlayerNode* node, tagSendBuffer* buffer);
+    void CloseFailed(IPlayerNode* node);  // not asked for: what the peer sent is still delivered
+    // Accepts no further sends; the node's context unless there is none. closed: nor did it before.
+    EPOLLBuffer* EndSending(IPlayerNode* node, bool& closed);
     void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
     void HandOver(EPOLLBuffer* context);   // the context's m_lockSend is held
     void LinkReady(EPOLLBuffer* context);  // by whoever has the idle ring, or the consumer

@@ -64,6 +64,11 @@ void EPOLLConnection::CloseContext() {
     if (!m_bRecvData) m_lpEPOLLNet->OnConnectionClosed(this, true, &m_addrLocal);
 }
 
+void EPOLLConnection::CloseAfterReading() {
+    m_bReadOut = true;
+    EPOLLConnection::CloseContext();
+}
+
 void EPOLLConnection::CloseSocket() {
     Guard guard(m_Lock);
     if (m_socket >= 0) {
@@ -81,6 +86,7 @@ void EPOLLConnection::CloseSocket() {
     m_bRecvData = false;
     m_bReported = false;
     m_bReadToEnd = false;
+    m_bReadOut = false;
     SetWebSocketStatus(WEBSOCKET_NONE);
     std::memset(m_szBuffer, 0, static_cast<size_t>(m_lLength));
     m_lLength = 0;

@@ -23,6 +23,9 @@ using Guard = std::lock_guard<CMutex>;
 constexpr unsigned kPauseUs = 1000;
 constexpr int kBacklog = 2147483647;
 constexpr int kBufferSize = 4096;
+// So long may what a link has sent go without an acknowledgement. With a message every 25 s a peer
+// whose machine is gone is noticed within a minute; the kernel alone takes a quarter of an hour.
+constexpr int kDeadPeerMs = 30000;
 
 bool SetOption(int socket, int level, int name, int value) {
     return ::setsockopt(socket, level, name, &value, sizeof(value)) == 0;
@@ -31,6 +34,25 @@ bool SetOption(int socket, int level, int name, int value) {
 bool SetNonBlocking(int socket) {
     const int flags = ::fcntl(socket, F_GETFL);
     return flags >= 0 && ::fcntl(socket, F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+// A connect to a free port of the ephemeral range may be given that very port to come from, and then
+// has met itself: it would count as connected for ever.
+bool IsOwnEnd(int socket) {
+    sockaddr_in local{}, remote{};
+    socklen_t localSize = sizeof(local), remoteSize = sizeof(remote);
+    return ::getsockname(socket, reinterpret_cast<sockaddr*>(&local), &localSize) == 0 &&
+           ::getpeername(socket, reinterpret_cast<sockaddr*>(&remote), &remoteSize) == 0 &&
+           local.sin_port == remote.sin_port && local.sin_addr.s_addr == remote.sin_addr.s_addr;
+}
+
+bool RefuseOwnEnd(int socket) {
+    if (!IsOwnEnd(socket)) return false;
+    // Without a reset the port would stay taken when its server comes.
+    const linger reset{1, 0};
+    ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));
+    errno = ECONNREFUSED;
+    return true;
 }
 
 // Closes without losing the error that led here.
@@ -141,8 +163,12 @@ EPOLLContext* Epoll::Create(bool listen, const char* host, unsigned short port,
     sockaddr_in addr{};
     addr.sin_family = static_cast<sa_family_t>(family);
     addr.sin_port = htons(port);
-    addr.sin_addr.s_addr =
-        host != nullptr ? static_cast<in_addr_t>(dns2ip(host)) : htonl(INADDR_ANY);
+    const unsigned long address = host != nullptr ? dns2ip(host) : htonl(INADDR_ANY);
+    if (address == ~0UL) {
+        errno = NET_UNRESOLVED;
+        return nullptr;
+    }
+    addr.sin_addr.s_addr = static_cast<in_addr_t>(address);
     return Create(listen, addr, connectTimeoutMs, maxConnections, family, type, protocol);
 }
 
@@ -163,7 +189,8 @@ EPOLLContext* Epoll::Create(bool listen, sockaddr_in& addr, unsigned long connec
         opened = ::bind(socket, to, sizeof(addr)) == 0 &&
                  (protocol != IPPROTO_TCP || ::listen(socket, kBacklog) == 0);
     } else if (protocol == IPPROTO_TCP) {
-        opened = Connect(socket, addr, connectTimeoutMs);
+        opened = Connect(socket, addr, connectTimeoutMs) && !RefuseOwnEnd(socket);
+        SetOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, kDeadPeerMs);
     }
     if (!opened || !SetNonBlocking(socket)) {
         CloseKeepingErrno(socket);

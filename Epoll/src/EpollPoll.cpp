@@ -200,9 +200,10 @@ void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
 }
 
 // Reads what is there, within bounds, and adds up the bytes. A context that is closed is read no
-// further, whatever the kernel still holds for it.
+// further, whatever the kernel still holds for it, unless its sending failed: the bounds are above
+// what a socket of the framework can hold, so what had come by then is delivered.
 Epoll::Reading Epoll::ReadSome(EPOLLConnection* context, long& bytes) {
-    for (int i = 0; i < kStepsPerEvent && !context->m_bClosed; ++i) {
+    for (int i = 0; i < kStepsPerEvent && (!context->m_bClosed || context->m_bReadOut); ++i) {
         void* buffer = m_lpEpollBuffer->AllocateBuffer();
         const ssize_t length = ::recvfrom(context->m_socket, buffer, EPOLLBufferManager::kBlockSize,
                                           MSG_DONTWAIT, nullptr, nullptr);

@@ -173,13 +173,13 @@ bool NetSender::SendData(IPlayerNode* node, unsigned short type, void* data, lon
     if (buffer == nullptr) {
         __log(_ALL, kTag, "node[%08x], type[%x], lpData = NULL, AllocMassData() error",
               PtrTag(node), static_cast<unsigned>(type));
-        Close(node);
+        CloseFailed(node);
         return false;
     }
     if (AddData(node, buffer)) return true;
     __log(_ALL, kTag, "node[%08x], type[%x], AddData() error", PtrTag(node),
           static_cast<unsigned>(type));
-    Close(node);
+    CloseFailed(node);
     DropReference(buffer);
     return false;
 }
@@ -189,19 +189,19 @@ bool NetSender::SendData(IPlayerNode* node, void* data, long length) {
     if (length > SEND_BUFFER) {
         __log(_ALL, kTag, "node[%08x], SEND_BUFFER[%d] < len[%d]", PtrTag(node),
               static_cast<int>(SEND_BUFFER), static_cast<int>(length));
-        Close(node);
+        CloseFailed(node);
         return false;
     }
     auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, data, length));
     if (buffer == nullptr) {
         __log(_ALL, kTag, "node[%08x], lpData = NULL, g_SendFactory.CreateNode() error",
               PtrTag(node));
-        Close(node);
+        CloseFailed(node);
         return false;
     }
     if (AddData(node, buffer)) return true;
     __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
-    Close(node);
+    CloseFailed(node);
     DropReference(buffer);
     return false;
 }
@@ -269,19 +269,31 @@ void NetSender::LinkReady(EPOLLBuffer* context) {
 }
 
 void NetSender::Close(IPlayerNode* node) {
+    bool closed = false;
+    // Also when sending had failed before: from now on nothing is delivered any more.
+    if (EPOLLBuffer* context = EndSending(node, closed)) context->CloseContext();
+}
+
+void NetSender::CloseFailed(IPlayerNode* node) {
+    bool closed = false;
+    EPOLLBuffer* context = EndSending(node, closed);
+    if (context != nullptr && !closed) context->CloseAfterReading();
+}
+
+EPOLLBuffer* NetSender::EndSending(IPlayerNode* node, bool& closed) {
     constexpr const char* kTag = "NetSender::Close";
     if (node == nullptr) {
         __log(_ALL, kTag, "node[%08x], NULL == lpPlayerNode", PtrTag(node));
-        return;
+        return nullptr;
     }
     EPOLLBuffer* context = ContextOf(node);
     if (context == nullptr) {
         __log(_ALL, kTag, "node[%08x], NULL == lpContext", PtrTag(node));
-        return;
+        return nullptr;
     }
-    const bool closed = context->m_bClosed.exchange(true);
+    closed = context->m_bClosed.exchange(true);
     __log(_ALL, kTag, "node[%08x], m_bClosed[%d]", PtrTag(node), closed);
-    if (!closed) context->CloseContext();
+    return context;
 }
 
 void NetSender::OnClosed(IPlayerNode* node) {

@@ -125,7 +125,7 @@ void NetSender::Drain(EPOLLBuffer* context, bool whole) {
         }
         if (progress == Progress::Failed) {
             context->Shutdown(SHUT_WR);
-            context->CloseContext();
+            context->CloseAfterReading();
         }
     }
 }

@@ -8,7 +8,9 @@ const char* Rules() {
 
 **TCP.** Messages follow each other without anything between them. Bytes that are no message (another
 identity, a length out of range, a body that does not decipher) close the connection; nothing is
-ever answered to a fault. `version` and `reserve` are not looked at.
+ever answered to a fault. `version` and `reserve` are not looked at. When the lobby closes a
+connection on purpose, what its peer sent before and is not handled yet is dropped; when the peer
+hangs up, or can be sent nothing more, what it sent before is handled still.
 
 **WebSocket**, on the same port. A client whose first bytes contain "Connection" is upgraded by the
 standard handshake; its request must come in one read, and its path and origin do not matter. From

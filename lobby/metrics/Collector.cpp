@@ -6,6 +6,7 @@
 
 #include "Catalog.h"
 #include "Common/Clock.h"
+#include "Common/Log.h"
 #include "Family.h"
 
 using Families = std::vector<prometheus::MetricFamily>;
@@ -133,6 +134,9 @@ Families Collector::Collect() const {
     AddWorker(all);
     AddLinks(all);
     AddRedis(all);
+    CounterFamily(all, "lobby_console_lines_dropped_total",
+                  "Lines that whoever reads the console did not take.")
+        .Add(g_ConsoleDropped);
     AddProcessFigures(all, static_cast<double>(m_startTime));
     return all;
 }

@@ -67,6 +67,7 @@ int main(int, char** argv) {
     const sigset_t set = StopSignals();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);  // inherited by every thread started from here on
     std::signal(SIGPIPE, SIG_IGN);
+    UnblockConsole();
     InitializeLog("LobbyServer.cfg", nullptr);
     __log(_DEBUG, "main", "**************** starting %s v4.0.1.0 ****************\r\n",
           "LobbyServer");

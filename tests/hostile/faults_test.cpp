@@ -1,4 +1,7 @@
 // Faults of the surroundings while the lobby serves, and SIGTERM at any moment.
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include "HostileTest.h"
 
 class FaultTest : public UnderAttack {
@@ -52,6 +55,73 @@ TEST_F(FaultTest, AFullDiskUnderTheLogStopsNothing) {
               AT_ONCE);
     lobby.Terminate();
     EXPECT_EQ(lobby.AwaitEnd(5), 0);
+}
+
+TEST_F(FaultTest, AConsoleThatNobodyReadsStopsNothing) {
+    const auto console = lobby.Directory() / "stdout";
+    ASSERT_EQ(mkfifo(console.c_str(), 0600), 0);
+    const int pipe = open(console.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    LobbySettings settings = AttackSettings();
+    settings["log"] = {{"level", "ALL"}};
+    ServeQuietly(settings);
+    char text[4096] = {};
+    const auto fill = [&] {
+        while (write(pipe, text, sizeof(text)) > 0) {
+        }
+    };
+    fill();
+    EXPECT_LT(SlowestDuring([&] { ExpectServed(); }), AT_ONCE);
+    EXPECT_NE(lobby.LogFile("test.log").find("userid[10002]"), std::string::npos);
+    std::string seen;
+    EXPECT_TRUE(Eventually([&] {
+        bystander->KeepAlive();  // prints lines
+        for (ssize_t n; (n = read(pipe, text, sizeof(text))) > 0;)
+            seen.append(text, static_cast<size_t>(n));
+        return seen.find("] lines were not taken by the console\r\n") != std::string::npos;
+    }));
+    EXPECT_EQ(seen.find("userid[10002]"), std::string::npos) << "the pipe was not full";
+    fill();
+    lobby.Terminate();
+    EXPECT_EQ(lobby.AwaitEnd(5), 0);
+    close(pipe);
+}
+
+TEST_F(FaultTest, ABackEndThatHangsUpIsTriedOnceASecond) {
+    tcp::acceptor logs(platform.Io(), {boost::asio::ip::address_v4::loopback(), 0});
+    LobbySettings settings = AttackSettings();
+    settings["connect"]["log_server"] = "127.0.0.1:" + std::to_string(logs.local_endpoint().port());
+    auto first = std::async(std::launch::async, [&] { return logs.accept(); });
+    ServeQuietly(settings);
+    first.get().close();
+    EXPECT_GE(Seconds([&] {
+                  for (int i = 0; i < 3; ++i)
+                      logs.accept().close();
+              }),
+              1.9);
+    auto longer = logs.accept();
+    std::this_thread::sleep_for(milliseconds(1100));
+    longer.close();
+    EXPECT_LT(Seconds([&] { longer = logs.accept(); }), 0.9 * SLOWER) << "not at once, as ever";
+}
+
+TEST_F(FaultTest, ANameThatCannotBeResolvedEndsTheStart) {
+    static constexpr struct {
+        const char *section, *key, *what;
+    } kCases[] = {
+        {"listen", "addr", "the name cannot be resolved\n"},
+        {"connect", "queue_server",
+         "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n"}};
+    for (const auto& [section, key, what] : kCases) {
+        LobbyProcess process;
+        LobbySettings settings = AttackSettings();
+        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
+        settings[section][key] = "no-such.invalid:7";
+        process.Configure(settings);
+        process.Start();
+        EXPECT_EQ(process.AwaitEnd(15), 0) << key;
+        EXPECT_EQ(process.Errors(), std::string("LobbyServer.cfg: section [") + section +
+                                        "], key \"" + key + "\": " + what);
+    }
 }
 
 // Before main has run the signal's own effect ends the process; afterwards it ends in order.

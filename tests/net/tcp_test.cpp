@@ -10,6 +10,7 @@
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
 #include "NetFixture.h"
+#include "WriteHold.h"
 
 // In the C library's place, to count.
 static std::atomic<int> g_lookUps{0};
@@ -218,6 +219,42 @@ TEST(Tcp, NothingIsDeliveredBehindAClose) {
     EXPECT_EQ(server.messages, 3);
     EXPECT_EQ(server.closes, 1);
     EXPECT_TRUE(server.lastFlag);
+}
+
+// Answers of a back-end were lost when the lobby had something to send just after it hung up.
+TEST(Tcp, WhatThePeerSentBeforeSendingFailedIsDelivered) {
+    enum class End { FullRing, HungUp, HungUpAndClosed };
+    for (const bool wakeup : {false, true}) {
+        for (const End end : {End::FullRing, End::HungUp, End::HungUpAndClosed}) {
+            TestServer server;
+            std::atomic<bool> sent{false};
+            server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
+                if (type != 1) return;
+                EXPECT_TRUE(WaitFor([&] { return sent.load(); }));
+                if (end == End::FullRing) return server.Flood(node);
+                EPOLLContext* context = nullptr;
+                node->GetContext(&context);
+                EXPECT_TRUE(WaitFor([&] {  // the first is answered by a reset
+                    server.SendData(node, 1, nullptr, 0, ENCODE_NONE);
+                    if (auto* hold = WriteHold::Mine()) hold->Flush();
+                    return context->IsClosed();
+                }));
+                if (end == End::HungUpAndClosed) server.Close(node);
+            };
+            server.SetWakeup(wakeup);
+            server.Listen();
+            auto client = std::make_unique<Client>(server.port, 4096);
+            for (uint16_t type = 1; type <= 6; ++type) {
+                client->Send(Message(type, "answer"));
+                if (type == 1) WaitFor([&] { return server.messages == 1; });
+            }
+            if (end != End::FullRing) client.reset();
+            sent = true;
+            EXPECT_TRUE(server.AwaitClosed(1));
+            EXPECT_EQ(server.messages, end == End::HungUpAndClosed ? 1 : 6)
+                << wakeup << static_cast<int>(end);
+        }
+    }
 }
 
 TEST(Tcp, TooManyUnhandledBuffersCloseTheConnection) {

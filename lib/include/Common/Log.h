@@ -3,6 +3,8 @@
 
 #include <cstdarg>
 
+#include "Common/Metrics.h"
+
 enum LOG_LEVEL : int { _ALL = 0, _DEBUG = 1, _WARN = 2, _ERROR = 3 };
 
 // Sets up the one log of the process: makes the executable's directory the working directory,
@@ -13,6 +15,11 @@ enum LOG_LEVEL : int { _ALL = 0, _DEBUG = 1, _WARN = 2, _ERROR = 3 };
 // only) or the log is already open. A SIGPIPE nobody handles is ignored from then on: a console
 // that went away must not end the process. Thread: main, before others log.
 int InitializeLog(const char* configFile, const char* fileName);
+
+// From now on nothing waits for whoever reads standard output or standard error: what is not taken
+// at once is dropped, and said when it is taken again. Thread: main, once, before InitializeLog.
+void UnblockConsole();
+inline Counter g_ConsoleDropped;  // lines
 
 // Back to the state before InitializeLog: the file is closed and nothing is written. For tests,
 // which set the log up again elsewhere. Any thread.

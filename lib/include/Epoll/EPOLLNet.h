@@ -3,6 +3,8 @@
 
 #include <netinet/in.h>
 
+#include <cerrno>
+
 class IObject {
   public:
     virtual ~IObject() = default;
@@ -32,6 +34,9 @@ class EPOLLContext {
     virtual void Release() = 0;
     virtual ~EPOLLContext() = default;
 };
+
+// The errno of a Create whose host name has no address; no socket call of it ever fails with this.
+inline constexpr int NET_UNRESOLVED = EDESTADDRREQ;
 
 class EPOLLNet : public IObject {
   public:

@@ -115,7 +115,9 @@ class GameProvider : public IGameProvider {
     // Makes every connect in progress, and every later one, fail at once. Any thread.
     void CancelConnects();
 
-    // Opens a listener or an outbound link; the node of the new context, or null (errno is set).
+    // Opens a listener or an outbound link; the node of the new context, or null with errno set:
+    // NET_UNRESOLVED when the host name has no address. A link whose peer acknowledges nothing for
+    // half a minute is closed.
     IPlayerNode* Create(bool listen, const char* host, unsigned short port,
                         unsigned long connectTimeoutMs, unsigned long maxConnections, long family,
                         long type, long protocol);

@@ -37,6 +37,10 @@ void RaiseDescriptorLimit(int maxConnection) {
     ComplainConfig("listen", "maxconnection", what);
 }
 
+const char* ErrorText(int error) {
+    return error == NET_UNRESOLVED ? "the name cannot be resolved" : strerror(error);
+}
+
 constexpr int kIPv4 = 2, kStream = 1, kTcp = 6;
 constexpr unsigned long kConnectTimeoutMs = 5000, kLinkConnections = 2000;
 
@@ -53,6 +57,8 @@ LinkMetrics* LinkMetricsOf(const char* key) {
 int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
                                    const std::function<void()>& onUp) {
     if (node != nullptr) return 0;
+    // Who accepts and hangs up would be dialled hundreds of times a second.
+    if (node.WasUpJustNow()) return -1;
     Endpoint endpoint;
     if (!ReadEndpoint("connect", name, endpoint)) {
         __log(_ERROR, "LobbyServer::ConnectServer", "m_ConfigFile.GetValueStr() '%s' error !",
@@ -82,11 +88,11 @@ void LobbyServer::ReportCreateFailure(const char* name, const Endpoint& endpoint
     if (m_lpLobbyServer != nullptr) return;
     __log(_ERROR, "LobbyServer::ConnectServer",
           "Create() error, '%s', host[%s], port[%d], errno[%d], info[%s] !", name, endpoint.host,
-          endpoint.port, error, strerror(error));
+          endpoint.port, error, ErrorText(error));
     if (error == ECANCELED) return;  // the process is ending
     char what[160];
     std::snprintf(what, sizeof(what), "cannot connect to %s:%d (%s)", endpoint.host, endpoint.port,
-                  strerror(error));
+                  ErrorText(error));
     ComplainConfig("connect", name, what);
 }
 
@@ -146,8 +152,8 @@ int64_t LobbyServer::StartLobbyService() {
         const int error = errno;
         __log(_ERROR, "LobbyServer::StartLoginService",
               "GameProvider::Create() error, host[%s], port[%d], errno[%d], info[%s] !",
-              endpoint.host, endpoint.port, error, strerror(error));
-        ComplainConfig("listen", "addr", strerror(error));
+              endpoint.host, endpoint.port, error, ErrorText(error));
+        ComplainConfig("listen", "addr", ErrorText(error));
         return -1;
     }
     int64_t result = -1;
