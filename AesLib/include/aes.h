@@ -57,9 +57,9 @@ int decbuf(const void* input, int n, void* output, const aes_ctx* context, int* 
 unsigned char* aes_enc(const void* input, int n, const void* key, int keyLength, int* outLength);
 unsigned char* aes_dec(const void* input, int n, const void* key, int keyLength, int* outLength);
 
-// Into the caller's buffer. *outLength holds the capacity of output on entry and the length
-// written on success. 0 on success; -1, with nothing written, when the result would not fit, n is
-// negative or libcrypto fails. aes_dec_r prints a line and returns -1 when n is below 16.
+// Into the caller's buffer, which must hold n + 16 bytes for aes_enc_r and n - 16 for aes_dec_r:
+// that is the caller's to check. *outLength is what was written. 0 on success; -1, with nothing
+// written, when n is out of range or libcrypto fails. aes_dec_r prints a line when n is below 16.
 int aes_enc_r(const void* input, int n, const void* key, int keyLength, void* output,
               int* outLength);
 int aes_dec_r(const void* input, int n, const void* key, int keyLength, void* output,

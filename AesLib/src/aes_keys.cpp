@@ -77,7 +77,7 @@ unsigned char* aes_dec(const void* input, int n, const void*, int keyLength, int
 }
 
 int aes_enc_r(const void* input, int n, const void*, int keyLength, void* output, int* outLength) {
-    if (n < 0 || *outLength < kBlock || n > *outLength - kBlock) return -1;
+    if (n < 0 || n > INT_MAX - kBlock) return -1;
     const aes_ctx* context = EncContext(keyLength);
     return context == nullptr ? -1 : encbuf(input, n, output, context, outLength);
 }
@@ -87,7 +87,6 @@ int aes_dec_r(const void* input, int n, const void*, int keyLength, void* output
         std::printf("aes_dec_r inlen error[%d]", n);
         return -1;
     }
-    if (n - kBlock > *outLength) return -1;
     const aes_ctx* context = DecContext(keyLength);
     return context == nullptr ? -1 : decbuf(input, n, output, context, outLength);
 }

@@ -59,7 +59,7 @@ int CIniFile::SetValueStr(const char* section, const char* key, const char* valu
                           int length) {
     if (m_szFileName[0] == '\0' || section == nullptr || key == nullptr) return 0;
     const std::string text = value == nullptr ? std::string()
-                             : length == -1   ? std::string(value)
+                             : length < 0     ? std::string(value)
                                               : std::string(value, static_cast<size_t>(length));
     const std::string entry = std::string(spaced ? " = " : "").append(text);
     const char* const first = m_lpLink ? m_lpLink->begin : nullptr;

@@ -20,10 +20,13 @@ EPOLLContext* ContextOf(IPlayerNode* node) {
 
 using Cipher = int (*)(const void*, int, const void*, int, void*, int*);
 
-// What Encode and Decode have in common; codec 0 never gets here in regular use.
-long Transform(Cipher cipher, const char* src, long length, long encode, char* dst, long capacity) {
+// What Encode and Decode have in common; codec 0 never gets here in regular use. The cipher writes
+// `growth` bytes more than it reads and does not look at the capacity itself.
+long Transform(Cipher cipher, long growth, const char* src, long length, long encode, char* dst,
+               long capacity) {
     if (length == 0) return 0;
-    if (src == nullptr || length < 0 || dst == nullptr || capacity <= 0 || encode != ENCODE_AES) {
+    if (src == nullptr || length < 0 || dst == nullptr || capacity <= 0 || encode != ENCODE_AES ||
+        length + growth > capacity) {
         return -1;
     }
     int written = static_cast<int>(capacity);
@@ -163,9 +166,9 @@ const char* GameProvider::GetEncodeName(long encode) {
 }
 
 long GameProvider::Encode(char* src, long length, long encode, char* dst, long capacity) {
-    return Transform(aes_enc_r, src, length, encode, dst, capacity);
+    return Transform(aes_enc_r, AES_BLOCK_BYTES, src, length, encode, dst, capacity);
 }
 
 long GameProvider::Decode(char* src, long length, long encode, char* dst, long capacity) {
-    return Transform(aes_dec_r, src, length, encode, dst, capacity);
+    return Transform(aes_dec_r, -AES_BLOCK_BYTES, src, length, encode, dst, capacity);
 }

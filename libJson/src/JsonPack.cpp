@@ -11,7 +11,8 @@ CJsonPack::CJsonPack(CJsonPack* parent) : m_pRoot(cJSON_CreateObject()), m_pPare
 
 CJsonPack::CJsonPack(cJSON* item) : m_pRoot(item) {}
 
-CJsonPack::CJsonPack(cJSON* item, CJsonPack* parent) : m_pRoot(item), m_pParent(parent) {}
+CJsonPack::CJsonPack(cJSON* item, CJsonPack* parent)
+    : m_pRoot(item), m_pParent(parent), m_bAdded(true) {}
 
 CJsonPack::CJsonPack(const char* text) : CJsonPack(text, text ? std::strlen(text) : 0) {}
 
@@ -36,7 +37,7 @@ CJsonPack::CJsonPack(const CJsonPack& source) : m_pRoot(cJSON_CreateObject()) {
 }
 
 CJsonPack::~CJsonPack() {
-    if (m_pRoot != nullptr && m_pParent == nullptr) cJSON_Delete(m_pRoot);
+    if (m_pRoot != nullptr && !m_bAdded) cJSON_Delete(m_pRoot);
     std::free(m_szJson);
 }
 
@@ -75,9 +76,10 @@ void CJsonPack::AddJsonItem(const char* key, CJsonPack* child) {
         std::printf("m_pRoot is nil");
         return;
     }
-    if (child == this || child->m_pParent != nullptr || child->m_pRoot == nullptr) return;
+    if (child == this || child->m_bAdded || child->m_pRoot == nullptr) return;
     if (m_pRoot->child == nullptr) m_pRoot->type &= ~cJSON_IsReference;
-    if (cJSON_AddItemToObject(m_pRoot, key, child->m_pRoot)) child->m_pParent = this;
+    child->m_bAdded = cJSON_AddItemToObject(m_pRoot, key, child->m_pRoot);
+    if (child->m_bAdded) child->m_pParent = this;
 }
 
 void CJsonPack::AddJsonItem(const char* key, CJsonPack& child) {
@@ -159,6 +161,7 @@ int CJsonPack::GetJsonArray(std::vector<CJsonPack*>& elements) {
         std::printf("root is nil");
         return 0;
     }
+    if (!cJSON_IsArray(m_pRoot)) return 0;  // an object's members are no elements
     for (cJSON* item = m_pRoot->child; item != nullptr; item = item->next)
         elements.push_back(ViewOf(item));
     return m_pRoot->child != nullptr ? 1 : 0;

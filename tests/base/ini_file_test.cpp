@@ -87,6 +87,7 @@ TEST(IniFile, WritingBack) {
     using Edit = int (*)(CIniFile&);
     const Edit set = [](CIniFile& ini) { return ini.SetValueStr("S", "key", "newer", true, 3); };
     const Edit join = [](CIniFile& ini) { return ini.SetValueStr("S", "key", "newer", false, 3); };
+    const Edit measure = [](CIniFile& ini) { return ini.SetValueStr("s", "key", "n", true, -2); };
     const Edit number = [](CIniFile& ini) { return ini.SetValueInt("s", "key", -42); };
     const Edit clear = [](CIniFile& ini) { return ini.SetValueStr("s", "key", nullptr, true); };
     const Edit drop = [](CIniFile& ini) { return ini.DeleteKey("S", "KEY"); };
@@ -102,6 +103,7 @@ TEST(IniFile, WritingBack) {
         {set, "[s]\na=1", "[s]\na=1\r\nkey = new"},
         {set, "[t]\na=1\n", "[t]\na=1\n[S]\r\nkey = new"},
         {set, "  [s]\n key=old\n", "[s]\n key = new\n"},
+        {measure, "[s]\nkey=old\n", "[s]\nkey = n\n"},
         {number, "[s]\nkey=1\n", "[s]\nkey = -42\n"},
         {clear, "[s]\nkey=1\n", "[s]\nkey = \n"},
         {drop, "[s]\nkey=1\ny=2\n[b]\nz=3\n", "[s]\ny=2\n[b]\nz=3\n"},

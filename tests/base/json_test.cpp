@@ -21,9 +21,9 @@ std::vector<View> Elements(CJsonPack& pack) {
 }
 
 TEST(Json, ReadsValues) {
-    CJsonPack pack(R"({"i":7,"d":2.75,"s":"text","big":1e20})");
+    CJsonPack pack(R"({"i":7,"d":2.75,"s":"text","big":1e20,"t":true,"n":null})");
     for (const auto& [key, expected] :
-         {std::pair("i", 7), {"d", 2}, {"s", 0}, {"big", 2147483647}}) {
+         {std::pair("i", 7), {"d", 2}, {"s", 0}, {"big", 2147483647}, {"t", 1}, {"n", 0}}) {
         int value = -1;
         EXPECT_EQ(pack.GetValueInt(key, value), 1);
         EXPECT_EQ(value, expected) << key;
@@ -87,8 +87,14 @@ TEST(Json, BuildsAndPrints) {
         document.AddJsonItem("o", child);
         document.AddJsonItem("again", child);  // refused: it belongs to the document already
         document.AddJsonItem("self", document);
+        CJsonPack known(&document), lost(&document);  // a parent named is not yet a parent
+        known.AddNumber("k", 3);
+        lost.AddNumber("k", 4);
+        for (int i = 0; i < 2; ++i)
+            document.AddJsonItem("p", &known);
     }
-    EXPECT_STREQ(document.ToUnfmtString(), R"({"s":"x\"y","n":1.5,"b":false,"o":{"k":2}})");
+    EXPECT_STREQ(document.ToUnfmtString(),
+                 R"({"s":"x\"y","n":1.5,"b":false,"o":{"k":2},"p":{"k":3}})");
     EXPECT_EQ(std::string(document.ToString()).substr(0, 4), "{\n\t\"");
 }
 
@@ -101,6 +107,7 @@ TEST(Json, ViewsMayGoBeforeOrAfterTheDocument) {
     EXPECT_EQ(kept[1]->GetValueInt("v", value), 1);
     EXPECT_EQ(value, 2);
     EXPECT_TRUE(Elements(*Member(*document, "empty")).empty());
+    EXPECT_TRUE(Elements(*document).empty());  // an object
     EXPECT_STREQ(document->ToUnfmtString(), text);
     document.reset();
 }

@@ -70,7 +70,8 @@ TEST(Tcp, OpensAndSealsEncodedBodies) {
     }
     // A header alone is delivered without a look at its codec.
     EXPECT_EQ(client.Ask(Message(9, "", 7)).size(), 8u);
-    EXPECT_EQ(server.Encode(body, 4088, ENCODE_AES, body, 4088), -1);  // would not fit
+    EXPECT_EQ(server.Encode(body, 4073, ENCODE_AES, body, 4088), -1);  // would not fit
+    EXPECT_EQ(server.Decode(body, 33, ENCODE_AES, body, 16), -1);
     EXPECT_EQ(server.Encode(body, 4, 2, body, 4088), -1);
 }
 

@@ -51,8 +51,8 @@ class CIniFile {
     //
     // Replaces the value of an existing key, or adds the key at the end of its section, or the
     // section at the end of the file. spaced puts " = " between key and value, otherwise nothing
-    // stands there. length -1 measures the value; a null value is empty. Blanks ahead of the
-    // file's first line are lost.
+    // stands there. A negative length measures the value; a null value is empty. Blanks ahead of
+    // the file's first line are lost.
     int SetValueStr(const char* section, const char* key, const char* value, bool spaced,
                     int length = -1);
     int SetValueInt(const char* section, const char* key, int value);

@@ -18,9 +18,9 @@ bool JsonDepthAllowed(const char* text, size_t length);
 
 // One item of a JSON document: builds objects key by key, prints them, reads typed values.
 //
-// Who deletes what. A wrapper without a parent owns its item and deletes the whole tree below it.
-// A wrapper with a parent is a view: its item belongs to the document it was added to or read
-// from, and destroying the view never touches the item. Therefore:
+// Who deletes what. A wrapper owns its item and deletes the whole tree below it, until the item
+// becomes part of another wrapper's document: from then on the wrapper is a view, and destroying
+// it never touches the item. Therefore:
 //   - a wrapper given to AddJsonItem becomes a view of the receiving document;
 //   - the wrappers handed out by GetJsonObj and GetJsonArray are views; the caller deletes the
 //     wrapper objects (std::unique_ptr does), before or after any other, and nothing is released
@@ -33,8 +33,8 @@ bool JsonDepthAllowed(const char* text, size_t length);
 // parsing, reading and printing fit a framework thread's stack.
 class CJsonPack {
   public:
-    // A new empty object. With a parent given the wrapper does not delete its item: add it to
-    // that parent.
+    // A new empty object. A parent given here is only remembered: AddJsonItem makes the object part
+    // of a document.
     explicit CJsonPack(CJsonPack* parent = nullptr);
     // Takes the item over.
     explicit CJsonPack(cJSON* item);
@@ -65,7 +65,7 @@ class CJsonPack {
     // ASCII case, as cJSON looks them up.
     //
     // The integer as cJSON holds it: beyond the int range the nearest limit, fractions cut off,
-    // 0 for what is no number.
+    // 1 for true, 0 for everything else that is no number.
     int GetValueInt(const char* key, int& value) const;
     int GetValueDouble(const char* key, double& value) const;
     // Copies at most size - 1 characters and NO terminator: pass a zero-filled buffer. 0 for a
@@ -73,7 +73,7 @@ class CJsonPack {
     int GetValueStr(const char* key, char* buf, int size) const;
     // Hands out a view of the member, see above.
     int GetJsonObj(const char* key, CJsonPack*& object);
-    // Appends a view of each element; 1 when there was at least one.
+    // Appends a view of each element; 1 when there was at least one. 0 for what is no array.
     int GetJsonArray(std::vector<CJsonPack*>& elements);
 
   private:
@@ -84,6 +84,7 @@ class CJsonPack {
     CJsonPack* ViewOf(cJSON* item);
 
     cJSON* m_pRoot = nullptr;
-    CJsonPack* m_pParent = nullptr;  // only ever compared with null; may be gone already
+    CJsonPack* m_pParent = nullptr;  // never followed; may be gone already
     char* m_szJson = nullptr;        // last printed text, from malloc
+    bool m_bAdded = false;           // a view
 };
