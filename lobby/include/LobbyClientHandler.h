@@ -71,7 +71,8 @@ class LobbyClientHandler {
     // Not reachable from the network: no client request has this message number.
     void HandleModifyFaceFrameReq(IPlayerNode* node, void* data, unsigned short length);
 
-    // Coin notices of the web server, and refresh. Notices for absent players are dropped.
+    // Coin notices of the web server, and refresh. Notices for absent players are dropped, and
+    // everything is while there is no lobby.
     void HandleRechargeSucessNotice(void* data, long length);
     void HandleConsumeSucessNotice(void* data, long length);
     // Takes the gains of a consume notice's JSON text into the session.
@@ -91,6 +92,8 @@ class LobbyClientHandler {
     // Farm subscriptions; an empty key drops all of the player's.
     void subscribe(IPlayerNode* node, void* data, long length);
     void unsubscribe(IPlayerNode* node, const std::string& key);
+    // Forgets what a closing player subscribed to before his connect notice named him.
+    void DropEarlySubscriptions(const LobbyPlayer& player);
 
   private:
     // Table entries whose work has another signature or a preamble.

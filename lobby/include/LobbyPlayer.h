@@ -66,7 +66,8 @@ class LobbyPlayer : public PlayerNode {
     char szOutAccount[64] = {};
     char szReserve3[64] = {};
     time_t m_tLastExchangeCoinTime = 0;
-    MessageLimits::Usage m_Usage;  // counts for the configured limits
+    MessageLimits::Usage m_Usage;     // counts for the configured limits
+    bool m_bEarlySubscriber = false;  // subscribed to a farm key while m_iUserID was 0
 };
 
 enum LOGINTYPE : int8_t { LOGIN_LOBBY = 1, LOGIN_GAME = 2 };

@@ -22,6 +22,7 @@
 #include "MessageLimits.h"
 #include "PublisherMsg.h"
 #include "ReconnectService.h"
+#include "RewardAccount.h"
 #include "config_server_msg.h"
 
 class ActivitySystem;
@@ -140,6 +141,9 @@ class LobbyServer : public GameProvider {
                                     int type);
     void UpdateActivityUserPropInfo(int userId, int siteId, int activityId, int sourceId, int value,
                                     int type, int clientSiteType);
+    // The same for a session that is gone.
+    void BookReward(const RewardAccount& account, int activityId, int sourceId, int value,
+                    int type);
 
     CenterServerHandler* GetCenterServerHandler() { return m_lpCenterServerHandler; }
     LobbyClientHandler* GetLobbyClientHandler() { return m_lpLobbyClientHandler.get(); }
@@ -168,6 +172,7 @@ class LobbyServer : public GameProvider {
     std::map<std::string, std::vector<PublishPlayer>> m_mapStrKeyToPlayer;
     std::map<int32_t, std::vector<std::string>> m_mapPlayerToStrKey;
     std::list<WebFarmSubscribeKeyInfo> m_lSubscribeKeyInfo;
+    ClosedAccounts m_closedAccounts;
 
   private:
     void CreateHandlers();

@@ -58,10 +58,8 @@ template <size_t N> std::string TextStr(const char (&field)[N]) {
     return std::string(TextOf(field));
 }
 
-// Copies a text field into another, cut to its size and zero-filled; terminated unless it fills
-// the target.
-template <size_t N, size_t M> void CopyText(char (&to)[N], const char (&from)[M]) {
-    const size_t n = strnlen(from, std::min(N, M));
-    std::memcpy(to, from, n);
-    std::memset(to + n, 0, N - n);
+// Copies a text field whole: what stands behind its terminator, too.
+template <size_t N>
+void CopyText(char (&to)[N], const char (&from)[N]) {
+    std::memcpy(to, from, N);
 }

@@ -214,6 +214,7 @@ TEST_F(ActivityTest, ClientRequestsNeedTheExactLengthAnOpenActivityAndARecord) {
     GiveProgress(player, {});
     Ask(ExampleActivity::kShow, 31);
     Ask(ExampleActivity::kShow, 33);
+    system->HandleActivityMessage(kId, CLIENT_USER_PROGRESS_REQ, Zeros(33).data(), 33, player);
     example->m_bPaused = true;
     Ask(ExampleActivity::kShow);
     EXPECT_TRUE(Received(player).empty());
@@ -283,6 +284,34 @@ TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
         ASSERT_EQ(booked.size(), 2u) << c.name;
         EXPECT_EQ(booked[0].As<tagDBUpdateUserPropInfo>().iUserID, c.user) << c.name;
         EXPECT_EQ(booked[1].As<tagDBUpdateUserPropInfo>().iType, 2) << c.name;
+    }
+}
+
+TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
+    static const tagDBUpdateUserPropInfo booking{{}, 10002, 0, 0,     0, kId, 1,
+                                                 10, 77,    4, "out", 5, 6,   7};
+    const auto setAccount = [](LobbyPlayer* of, int least, const char* out) {
+        of->iAccountsourceid = least;
+        of->iTeamTag = least + 1;
+        of->iLianyunFlag = least + 2;
+        of->usRegisterType = static_cast<uint16_t>(least + 3);
+        std::strcpy(of->szOutAccount, out);
+    };
+    LobbyPlayer* const leaver = Login(10002);
+    setAccount(leaver, 4, "out");
+    LobbyActivitySingleProgressUpdateRes result{
+        {}, 0, 0, 0, 0, 10, 77, 0, 0, Record(), NodeHandle(leaver), *leaver};
+    result.progress.iUserId = 10002;
+    net.Hangup(leaver);
+    for (const int user : {10003, 10002}) {  // on the same node
+        LobbyPlayer* const next = Login(user);
+        ASSERT_EQ(next, leaver);
+        setAccount(next, 40, "other");
+        Received(Link(QUEUE));
+        EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
+                        "ClientType[4] outaccount[out]"));
+        EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
+        net.Hangup(next);
     }
 }
 

@@ -84,7 +84,12 @@ TEST_F(CoinsTest, ConsumeTextsOfEveryKind) {
         {"{", 1, "get wsGainList error"},
         {"{}", 2, "get wsGainList error"},
         {R"({"wsGainList":[]})", 17, "GetJsonArray error!"},
+        // Whose members are no elements.
+        {R"({"wsGainList":{"x":{"type":4,"number":3}}})", 42, "GetJsonArray error!"},
         {R"({"wsGainList":5})", 16, "GetJsonArray error!"},
+        {R"({"wsGainList":"x"})", 18, "GetJsonArray error!"},
+        {R"({"wsGainList":null})", 19, "GetJsonArray error!"},
+        {R"({"wsGainList":[[{"type":4,"number":3}]]})", 40, "get type or value error"},
         {R"({"wsGainList":[1,[],"a",null]})", 30, "vecsize[4]"},
         {deep, static_cast<int32_t>(deep.size()), "get wsGainList error"},
         {huge, static_cast<int32_t>(huge.size()), "get wsGainList error"},
@@ -103,6 +108,21 @@ TEST_F(CoinsTest, ConsumeTextsOfEveryKind) {
     }
     EXPECT_TRUE(Has(SendConsume("", 5), "length[24] <= ConsumeSucessNotice[24]!!"));
     EXPECT_TRUE(Nothing(player));
+}
+
+TEST(CoinNotices, AreDroppedWithoutALobby) {
+    LobbyClientHandler handler(nullptr);
+    LobbyPlayer player;
+    char notice[32] = {};
+    const std::string log = FolderTest::LogOf([&] {
+        handler.HandleRechargeSucessNotice(notice, 28);
+        handler.HandleConsumeSucessNotice(notice, 25);
+        handler.HandleSychUserDataMsg(notice, 28);
+        handler.HandleSychUserDataMsg(&player, notice, 28);
+        handler.HandleRechargeRefreshCoinReq(&player, notice, 12);
+    });
+    EXPECT_EQ(log, "");
+    EXPECT_EQ(player.iLastRefreshCoinTime, 0);
 }
 
 TEST_F(CoinsTest, UserDataSyncIsForwardedUnchanged) {

@@ -1,5 +1,6 @@
 // The machine's clock is stepped by an hour, back or forwards, while players are in the lobby.
 #include "DirectoryWorld.h"
+#include "activitySystem/ActivitySystem.h"
 #include "config_server_msg.h"
 
 // A clock set back by an hour silenced the lobby for that hour: no keep-alive went to any link, so
@@ -30,5 +31,40 @@ TEST_F(DirectoryTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
         EXPECT_FALSE(net.IsClosed(player));
         net.Deliver(player, MSG_KEEP_ALIVE, Zeros(8));
         EXPECT_EQ(Got(player).size(), 1u);
+    }
+}
+
+// The rarer jobs, which rested for as long as the clock was set back.
+TEST_F(DirectoryTest, RareJobsStartTheirPeriodAnewWhenTheClockIsSetBack) {
+    Write("compete_info.cfg", "[compete_info]\nday_open_hour=5\n");
+    LobbyPlayer* const player = Login(10001);
+    auto* const web = lobby->GetWebServerHandler();
+    auto& schedule = lobby->m_competeConfig;
+    const struct {
+        const char* name;
+        long period;
+        std::function<void(long)> tick;
+        std::function<bool()> ran;  // since it was last asked
+    } jobs[] = {
+        {"activities", 1800, [](long now) { ActivitySystem::getInstance()->OnTimer(now); },
+         [&] { return !Received(Link(DATA)).empty(); }},
+        {"bulletins", 30, [&](long now) { web->OnTimer(now); },
+         [&] {
+             WinCoinBulletinNotice_2 item{};
+             web->PushIntoBulletinNotice(item);
+             return !Received(player).empty();
+         }},
+        {"schedule", 900, [&](long now) { schedule.OnTimer(now); },
+         [&] { return std::exchange(schedule.m_iDayOpenHour, 0) == 5; }},
+    };
+    for (const auto& job : jobs) {
+        job.tick(g_testNow);
+        job.ran();
+        const long back = g_testNow - 7200;
+        for (const auto& [now, runs] :
+             {std::pair(back, false), {back + job.period - 1, false}, {back + job.period, true}}) {
+            job.tick(now);
+            EXPECT_EQ(job.ran(), runs) << job.name << " " << now - back;
+        }
     }
 }

@@ -9,10 +9,11 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     notice.iUserID = 10001;
     notice.iLobbySiteID = 3;
     std::memset(notice.szToken, 't', sizeof(notice.szToken));  // not terminated
+    notice.szToken[20] = 0;
     net.Deliver(node, 0xA1, notice);
     const Sent ask = Only(Link(QUEUE));
     EXPECT_EQ(ask.type, 0xA001);
-    std::string asked = BytesOf(notice).substr(0, 12) + std::string(33, 't');
+    std::string asked = BytesOf(notice).substr(0, 12) + BytesOf(notice.szToken);
     asked.resize(64);
     PutSession(asked, 48, player);
     EXPECT_EQ(Body(ask.bytes), Body(asked));
@@ -25,7 +26,10 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     EXPECT_TRUE(Nothing(Link(DATA)));
     EXPECT_FALSE(net.IsClosed(node));
 
-    net.Deliver(Link(QUEUE), 0xA002, InfoFor(player));
+    info = InfoFor(player);
+    info.szReserve1[0] = info.szReserve1[63] = '1';
+    info.szReserve3[1] = info.szReserve3[63] = '3';
+    net.Deliver(Link(QUEUE), 0xA002, info);
     const Sent answer = Only(node);
     EXPECT_EQ(answer.type, 0xA6);
     LobbyAuthenRes expected{};
@@ -33,6 +37,8 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     expected.iReserve2 = 12;
     expected.iReserve3 = 0xFFF3;
     std::memset(expected.szReserve2, 'o', 64);
+    std::memcpy(expected.szReserve1, info.szReserve1, 64);
+    std::memcpy(expected.szReserve3, info.szReserve3, 64);
     EXPECT_EQ(Body(answer.bytes), Body(BytesOf(expected)));
     EXPECT_EQ(Only(Link(DATA)).type, 0xD012);
     EXPECT_EQ(player->llGameCoin, 1000);
@@ -86,6 +92,7 @@ TEST_F(LobbyTest, LoginAnswersOfTheWrongLengthOrForNobodyChangeNothing) {
 // everybody else.
 TEST_F(LobbyTest, CloseOfARefusedSessionLeavesTheListWhole) {
     Login(0);  // nobody is there to be closed
+    EXPECT_EQ(net.closedNobody, 1);
     LobbyPlayer* a = Online(1);
     LobbyPlayer* b = Online(2);
     LobbyPlayer* c = Online(3);

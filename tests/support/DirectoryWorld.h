@@ -42,6 +42,14 @@ inline bool Has(const std::string& log, const std::string& text) {
 
 // A working directory of its own, the clock, and the log captured from standard output.
 class FolderTest : public ::testing::Test {
+  public:
+    template <class Work>
+    static std::string LogOf(Work work) {
+        ::testing::internal::CaptureStdout();
+        work();
+        return ::testing::internal::GetCapturedStdout();
+    }
+
   protected:
     FolderTest() {
         static const int logReady = InitializeLog("none.cfg", "directories_test.log");
@@ -61,12 +69,6 @@ class FolderTest : public ::testing::Test {
 
     static void Write(const char* name, const std::string& text) {
         std::ofstream(name, std::ios::binary) << text;
-    }
-    template <class Work>
-    static std::string LogOf(Work work) {
-        ::testing::internal::CaptureStdout();
-        work();
-        return ::testing::internal::GetCapturedStdout();
     }
 
   private:
@@ -102,8 +104,8 @@ class DirectoryTest : public FolderTest {
         return messages;
     }
 
-    LobbyPlayer* Login(int userId, int siteId = 1) {
-        IPlayerNode* const node = net.Connect();
+    LobbyPlayer* Login(int userId, int siteId = 1) { return Notice(net.Connect(), userId, siteId); }
+    LobbyPlayer* Notice(IPlayerNode* node, int userId, int siteId = 1) {
         tagLobbyClientConnectNotice msg{};
         msg.iUserID = userId;
         msg.iLobbySiteID = siteId;

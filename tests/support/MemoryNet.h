@@ -123,6 +123,7 @@ class MemoryNet {
     std::atomic<int> failCreatePort{0};                         // refuses connects to this port
     std::atomic<int> failRecvPort{0};                           // refuses RecvData of this port
     unsigned long interval = 0, timeout = 0;
+    int closedNobody = 0;  // closes of a null node, which the framework logs
 
   private:
     struct Context : EPOLLContext {
@@ -255,6 +256,7 @@ class MemoryNet {
     }
 
     void Close(IPlayerNode* node) {
+        closedNobody += node == nullptr;
         if (node == nullptr || ContextOf(node)->closed.exchange(true)) return;
         std::lock_guard lock(m_lock);
         m_closing.push_back(node);

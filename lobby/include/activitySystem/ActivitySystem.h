@@ -4,6 +4,7 @@
 #include <map>
 
 #include "Common/IniFile.h"
+#include "RewardAccount.h"
 #include "activitySystem/ActivityHandler.h"
 #include "activitySystem/Activity_Data_Msg.h"
 
@@ -77,7 +78,10 @@ class ActivitySystem {
     void HandleUserProgressReq(unsigned short type, void* data, long length, LobbyPlayer* player);
     void DeliverToHandler(IActivityHandler* handler, unsigned short type, void* data, long length,
                           LobbyPlayer* player);
-    void BookRewards(const LobbyActivitySingleProgressUpdateRes& result, LobbyPlayer* player);
+    static bool IsRequestWhole(unsigned short type, long length);
+    RewardAccount AccountOf(const LobbyActivitySingleProgressUpdateRes& result,
+                            const LobbyPlayer* player);
+    void BookRewards(const LobbyActivitySingleProgressUpdateRes& result, const LobbyPlayer* player);
     void SendProgressBatch(int count);
 
     std::map<int, tagDBActivityConfigData> m_mapActivityConfig;

@@ -8,11 +8,12 @@
 #include "DataServerHandler.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
+#include "Period.h"
 #include "activitySystem/ActivityClientMsg.h"
 
 namespace {
 
-constexpr long kReloadSeconds = 1799;
+constexpr long kReloadSeconds = 1800;
 constexpr int kMaxBatch = (BUFFER_SIZE - sizeof(tagUserActivityProgressUpdate)) /
                           sizeof(tagDBUserActivityProgressData);
 static_assert(kMaxBatch == 46);
@@ -73,8 +74,7 @@ CIniFile* ActivitySystem::getActivityCfg() {
 
 void ActivitySystem::OnTimer(long now) {
     if (m_lTimerStamp == 0) m_lTimerStamp = ClockNow();
-    if (now - m_lTimerStamp <= kReloadSeconds) return;
-    m_lTimerStamp = now;
+    if (!PeriodPassed(m_lTimerStamp, now, kReloadSeconds)) return;
     getActivityCfg();
     if (m_pGameProvider == nullptr) return;
     if (DataServerHandler* const handler = m_pGameProvider->GetDataServerHandler()) {
@@ -218,14 +218,18 @@ void ActivitySystem::DeliverToHandler(IActivityHandler* handler, unsigned short 
     }
 }
 
+// Other types have no length of their own.
+bool ActivitySystem::IsRequestWhole(unsigned short type, long length) {
+    constexpr int kSize = sizeof(UserProgressReq);
+    if (type != CLIENT_USER_PROGRESS_REQ || length == kSize) return true;
+    __log(_ERROR, "ActivitySystem::HandleActivityMessage",
+          "buffer length is not match ! length[%lld] != sizeof(%d)", static_cast<long long>(length),
+          kSize);
+    return false;
+}
+
 void ActivitySystem::HandleUserProgressReq(unsigned short type, void* data, long length,
                                            LobbyPlayer* player) {
-    if (length != static_cast<long>(sizeof(UserProgressReq))) {
-        __log(_ERROR, "ActivitySystem::HandleActivityMessage",
-              "buffer length is not match ! length[%lld] != sizeof(%d)",
-              static_cast<long long>(length), static_cast<int>(sizeof(UserProgressReq)));
-        return;
-    }
     const auto request = ReadMsg<UserProgressReq>(data, length);
     if (IActivityHandler* const handler = FindHandler(request.iActivityId)) {
         DeliverToHandler(handler, type, data, length, player);
@@ -234,7 +238,7 @@ void ActivitySystem::HandleUserProgressReq(unsigned short type, void* data, long
 
 void ActivitySystem::HandleActivityMessage(unsigned short type, void* data, long length,
                                            IPlayerNode* player) {
-    if (player == nullptr) return;
+    if (player == nullptr || !IsRequestWhole(type, length)) return;
     if (type == CLIENT_USER_PROGRESS_REQ) {
         HandleUserProgressReq(type, data, length, PlayerOf(player));
         return;
@@ -247,7 +251,7 @@ void ActivitySystem::HandleActivityMessage(unsigned short type, void* data, long
 void ActivitySystem::HandleActivityMessage(int activityId, unsigned short type, void* data,
                                            long length, IPlayerNode* player) {
     IActivityHandler* const handler = FindHandler(activityId);
-    if (handler == nullptr || player == nullptr) return;
+    if (handler == nullptr || player == nullptr || !IsRequestWhole(type, length)) return;
     DeliverToHandler(handler, type, data, length, PlayerOf(player));
 }
 
@@ -332,21 +336,34 @@ void ActivitySystem::UpdateLobbyActivityProgressRes(unsigned short type, void* d
 }
 
 // The data server has granted the reward, so it is booked even when the session that asked is
-// gone. The handle may be forged or stand for somebody else by now: then the reward goes to the
-// user the record names, with the data of that user's session if one is in this lobby.
+// gone, with what was known of that session. A forged handle may stand for anybody: then the reward
+// goes to the user the record names, with the data of his session if one is in this lobby.
+RewardAccount ActivitySystem::AccountOf(const LobbyActivitySingleProgressUpdateRes& result,
+                                        const LobbyPlayer* player) {
+    if (player != nullptr) return RewardAccount(*player);
+    const RewardAccount* const closed =
+        m_pGameProvider->m_closedAccounts.Find(result.ulPlayerNode, result.ulPlayerNodeId);
+    if (closed != nullptr) return *closed;
+    const int userId = result.progress.iUserId;
+    if (const LobbyPlayer* const here = m_pGameProvider->GetPlayerByUserID(userId)) {
+        return RewardAccount(*here);
+    }
+    RewardAccount unknown;
+    unknown.iUserID = userId;
+    return unknown;
+}
+
 void ActivitySystem::BookRewards(const LobbyActivitySingleProgressUpdateRes& result,
-                                 LobbyPlayer* player) {
-    const tagDBUserActivityProgressData& record = result.progress;
-    if (player == nullptr) player = m_pGameProvider->GetPlayerByUserID(record.iUserId);
-    const auto book = [&](int sourceId, int value, int type) {
-        if (player != nullptr) {
-            m_pGameProvider->UpdateActivityUserPropInfo(player, record.iActivityId, sourceId,
-                                                        value, type);
-        } else {
-            m_pGameProvider->UpdateActivityUserPropInfo(record.iUserId, 0, record.iActivityId,
-                                                        sourceId, value, type, 0);
-        }
-    };
-    if (result.iGameCoin > 0) book(result.iGameCoinSourceId, result.iGameCoin, 1);
-    if (result.iYuanBaoNum >= 1) book(result.iYuanBaoNumSourceId, result.iYuanBaoNum, 2);
+                                 const LobbyPlayer* player) {
+    if (result.iGameCoin <= 0 && result.iYuanBaoNum < 1) return;
+    const RewardAccount account = AccountOf(result, player);
+    const int activityId = result.progress.iActivityId;
+    if (result.iGameCoin > 0) {
+        m_pGameProvider->BookReward(account, activityId, result.iGameCoinSourceId, result.iGameCoin,
+                                    1);
+    }
+    if (result.iYuanBaoNum >= 1) {
+        m_pGameProvider->BookReward(account, activityId, result.iYuanBaoNumSourceId,
+                                    result.iYuanBaoNum, 2);
+    }
 }

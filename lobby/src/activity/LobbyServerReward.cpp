@@ -8,17 +8,21 @@ namespace {
 
 constexpr const char* kTag = "LobbyServer::UpdateActivityUserPropInfo";
 
-tagDBUpdateUserPropInfo MakeBooking(int userId, int siteId, int activityId, int sourceId, int value,
-                                    int type, int clientSiteType) {
+tagDBUpdateUserPropInfo MakeBooking(const RewardAccount& account, int activityId, int sourceId,
+                                    int value, int type) {
     tagDBUpdateUserPropInfo booking;
     ZeroMsg(booking);
-    booking.iUserID = userId;
-    booking.iSiteID = siteId;
+    booking.iUserID = account.iUserID;
+    booking.iSiteID = account.iSiteID;
     booking.iActivityID = activityId;
     booking.iType = type;
     booking.iValue = value;
     booking.iSourceID = sourceId;
-    booking.iClientSiteType = clientSiteType;
+    booking.iClientSiteType = account.iClientSiteType;
+    CopyText(booking.szOutAccount, account.szOutAccount);
+    booking.iTeamTag = account.iTeamTag;
+    booking.iLianyunFlag = account.iLianyunFlag;
+    booking.usRegisterType = account.usRegisterType;
     return booking;
 }
 
@@ -30,12 +34,12 @@ void LobbyServer::UpdateActivityUserPropInfo(LobbyPlayer* player, int activityId
         __log(_ERROR, "UpdateUserRedpacket", "PlayerNode is Null");
         return;
     }
-    auto booking = MakeBooking(player->m_iUserID, player->m_iSiteID, activityId, sourceId, value,
-                               type, player->iAccountsourceid);
-    CopyText(booking.szOutAccount, player->szOutAccount);
-    booking.iTeamTag = player->iTeamTag;
-    booking.iLianyunFlag = player->iLianyunFlag;
-    booking.usRegisterType = player->usRegisterType;
+    BookReward(RewardAccount(*player), activityId, sourceId, value, type);
+}
+
+void LobbyServer::BookReward(const RewardAccount& account, int activityId, int sourceId, int value,
+                             int type) {
+    auto booking = MakeBooking(account, activityId, sourceId, value, type);
     const bool sent = SendData(m_lpQueueServerHandler->m_lpQueueServer, ACT_UPDATE_USER_PROP,
                                &booking, sizeof(booking), ENCODE_NONE);
     __log(sent ? _DEBUG : _ERROR, kTag,
@@ -47,8 +51,11 @@ void LobbyServer::UpdateActivityUserPropInfo(LobbyPlayer* player, int activityId
 
 void LobbyServer::UpdateActivityUserPropInfo(int userId, int siteId, int activityId, int sourceId,
                                              int value, int type, int clientSiteType) {
-    auto booking =
-        MakeBooking(userId, siteId, activityId, sourceId, value, type, clientSiteType);
+    RewardAccount account;
+    account.iUserID = userId;
+    account.iSiteID = siteId;
+    account.iClientSiteType = clientSiteType;
+    auto booking = MakeBooking(account, activityId, sourceId, value, type);
     if (SendData(m_lpQueueServerHandler->m_lpQueueServer, ACT_UPDATE_USER_PROP, &booking,
                  sizeof(booking), ENCODE_NONE)) {
         return;

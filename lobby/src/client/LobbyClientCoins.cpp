@@ -45,6 +45,7 @@ void TakeGain(LobbyPlayer* player, CJsonPack& gain) {
 }  // namespace
 
 void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
+    if (m_lpLobbyServer == nullptr) return;
     constexpr const char* tag = "LobbyClientHandler::HandleRechargeSucessNotice";
     if (length != sizeof(RechargeSucessNotice)) {
         __log(_ERROR, tag, "length[%d] != RechargeSucessNoticeDef[%d]!!", static_cast<int>(length),
@@ -65,6 +66,7 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
 
 void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data,
                                                       unsigned short length) {
+    if (m_lpLobbyServer == nullptr) return;
     constexpr const char* tag = "LobbyClientHandler::HandleRechargeRefreshCoinReq:";
     auto* player = static_cast<LobbyPlayer*>(node);
     if (player == nullptr) {
@@ -103,6 +105,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
 }
 
 void LobbyClientHandler::HandleConsumeSucessNotice(void* data, long length) {
+    if (m_lpLobbyServer == nullptr) return;
     constexpr const char* tag = "LobbyClientHandler::HandleConsumeSucessNotice";
     if (length <= static_cast<long>(sizeof(ConsumeSucessNotice))) {
         __log(_ERROR, tag, "length[%d] <= ConsumeSucessNotice[%d]!!", static_cast<int>(length),
@@ -157,6 +160,7 @@ void LobbyClientHandler::CallBackRechargeSuccess(LobbyPlayer* player, const char
 }
 
 void LobbyClientHandler::HandleSychUserDataMsg(void* data, long length) {
+    if (m_lpLobbyServer == nullptr) return;
     constexpr const char* tag = "LobbyClientHandler::HandleSychUserDataMsg";
     if (length != sizeof(SychUserLobbyData)) {
         __log(_ERROR, tag, "length[%ld] <= SychUserLobbyData[%d]!!", length,
@@ -174,6 +178,7 @@ void LobbyClientHandler::HandleSychUserDataMsg(void* data, long length) {
 }
 
 void LobbyClientHandler::HandleSychUserDataMsg(IPlayerNode* node, void* data, long length) {
+    if (m_lpLobbyServer == nullptr) return;
     if (length != sizeof(SychUserLobbyData) || node == nullptr || data == nullptr) {
         __log(_ERROR, "LobbyClientHandler::HandleSychUserDataMsg",
               "length[%ld] <= SychUserLobbyData[%d]!!", length,

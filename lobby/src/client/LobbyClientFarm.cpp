@@ -30,33 +30,36 @@ void AddSubscriber(std::vector<PublishPlayer>& subscribers, LobbyPlayer& player,
           static_cast<int>(entry.ulPlayerNodeId), key.c_str());
 }
 
-// Removes every entry of the user, on whichever connection it was made: when the old connection
-// of a user who came back closes, the subscriptions of the new one go with it.
-void RemoveSubscriber(std::vector<PublishPlayer>& subscribers, const LobbyPlayer& player) {
+// A line per subscriber of the key, and one per entry that is to go.
+void LogRemoval(const std::vector<PublishPlayer>& subscribers, const LobbyPlayer& player) {
     static constexpr char tag[] = "LobbyClientHandler::unsubscribe";
-    if (LogEnabled(_DEBUG)) {
-        for (const PublishPlayer& s : subscribers) {
-            __log(_DEBUG, tag, "userid[%d, %d] ulPlayerNodeId[%d, %d]", player.m_iUserID, s.iUserID,
-                  static_cast<int>(NodeIdOf(player)), static_cast<int>(s.ulPlayerNodeId));
-        }
+    if (!LogEnabled(_DEBUG)) return;
+    for (const PublishPlayer& s : subscribers) {
+        __log(_DEBUG, tag, "userid[%d, %d] ulPlayerNodeId[%d, %d]", player.m_iUserID, s.iUserID,
+              static_cast<int>(NodeIdOf(player)), static_cast<int>(s.ulPlayerNodeId));
     }
-    std::erase_if(subscribers, [&player](const PublishPlayer& s) {
-        if (s.iUserID != player.m_iUserID) return false;
+    for (const PublishPlayer& s : subscribers) {
+        if (s.iUserID != player.m_iUserID) continue;
         __log(_DEBUG, tag, "userid[%d] ulPlayerNodeId[%d]", s.iUserID,
               static_cast<int>(s.ulPlayerNodeId));
-        return true;
-    });
+    }
 }
 
-// A key keeps its subscriber list when the last one goes.
-void RemoveFromKey(LobbyServer& server, const LobbyPlayer& player, const std::string& key) {
+// Removes every entry of the user, on whichever connection it was made: when the old connection
+// of a user who came back closes, the subscriptions of the new one go with it. A key keeps its
+// subscriber list when the last one goes. Each entry leaves its lines for one key alone (each): a
+// player who closes would write one for every other subscriber of all of his keys.
+void RemoveFromKey(LobbyServer& server, const LobbyPlayer& player, const std::string& key,
+                   bool each) {
     const auto it = server.m_mapStrKeyToPlayer.find(key);
     if (it == server.m_mapStrKeyToPlayer.end()) {
         __log(_ERROR, "LobbyClientHandler::unsubscribe",
               "userid[%d] m_mapStrKeyToPlayer not find key[%s]", player.m_iUserID, key.c_str());
         return;
     }
-    RemoveSubscriber(it->second, player);
+    if (each) LogRemoval(it->second, player);
+    std::erase_if(it->second,
+                  [&player](const PublishPlayer& s) { return s.iUserID == player.m_iUserID; });
 }
 
 }  // namespace
@@ -83,6 +86,7 @@ void LobbyClientHandler::subscribe(IPlayerNode* node, void* data, long length) {
           static_cast<int>(NodeIdOf(player)), key.c_str());
     if (key.empty()) return;  // an empty key means every key when unsubscribing
 
+    if (player.m_iUserID == 0) player.m_bEarlySubscriber = true;
     AddSubscriber(m_lpLobbyServer->m_mapStrKeyToPlayer[key], player, key);
     auto& keys = m_lpLobbyServer->m_mapPlayerToStrKey[player.m_iUserID];
     if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(key);
@@ -96,7 +100,7 @@ void LobbyClientHandler::unsubscribe(IPlayerNode* node, const std::string& key) 
     }
     const LobbyPlayer& player = *static_cast<LobbyPlayer*>(node);
     if (!key.empty()) {
-        RemoveFromKey(*m_lpLobbyServer, player, key);
+        RemoveFromKey(*m_lpLobbyServer, player, key, true);
         __log(_DEBUG, tag, "userid[%d] key[%s] unsubscribe success", player.m_iUserID, key.c_str());
     }
     auto& keysOfUser = m_lpLobbyServer->m_mapPlayerToStrKey;
@@ -112,8 +116,24 @@ void LobbyClientHandler::unsubscribe(IPlayerNode* node, const std::string& key) 
         return;
     }
     for (const std::string& each : it->second)
-        RemoveFromKey(*m_lpLobbyServer, player, each);
+        RemoveFromKey(*m_lpLobbyServer, player, each, false);
     keysOfUser.erase(it);
     __log(_DEBUG, tag, "userid[%d] ulPlayerNodeId[%d] all key unsubscribe success",
           player.m_iUserID, static_cast<int>(NodeIdOf(player)));
+}
+
+void LobbyClientHandler::DropEarlySubscriptions(const LobbyPlayer& player) {
+    auto& keysOfUser = m_lpLobbyServer->m_mapPlayerToStrKey;
+    const auto nobody = keysOfUser.find(0);
+    if (!player.m_bEarlySubscriber || nobody == keysOfUser.end()) return;
+    // A key stays while another connection without a notice has it.
+    std::erase_if(nobody->second, [&](const std::string& key) {
+        auto& subscribers = m_lpLobbyServer->m_mapStrKeyToPlayer[key];
+        std::erase_if(subscribers, [&player](const PublishPlayer& s) {
+            return s.iUserID == 0 && s.ulPlayerNodeId == NodeIdOf(player);
+        });
+        return std::none_of(subscribers.begin(), subscribers.end(),
+                            [](const PublishPlayer& s) { return s.iUserID == 0; });
+    });
+    if (nobody->second.empty()) keysOfUser.erase(nobody);
 }

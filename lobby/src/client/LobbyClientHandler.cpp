@@ -107,7 +107,8 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
               player->m_iUserID);
         CountRefusal(Refusal::BadUser);
         // Required: it is the newest listed session that is closed, not the refused one.
-        if (m_lpLobbyPlayer != nullptr) m_lpLobbyServer->Close(m_lpLobbyPlayer);
+        // With nobody listed it is nobody, which leaves the framework's line.
+        m_lpLobbyServer->Close(m_lpLobbyPlayer);
         return;
     }
     player->m_lpNext = m_lpLobbyPlayer;

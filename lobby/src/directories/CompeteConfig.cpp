@@ -5,11 +5,12 @@
 #include "Common/IniFile.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"
+#include "Period.h"
 #include "Tools.h"
 
 namespace {
 
-constexpr long kReadInterval = 899;  // seconds; the schedule is read when more have passed
+constexpr long kReadSeconds = 900;
 constexpr char kSection[] = "compete_info";
 
 // Reads "a,b,c", prints it under the heading and returns the number of entries.
@@ -35,10 +36,7 @@ int32_t MinutesOfDay(int hour, int minute) {
 }  // namespace
 
 void CompeteConfig::OnTimer(long now) {
-    if (now < m_lLastRead) m_lLastRead = now;  // the clock was set back
-    if (now - m_lLastRead <= kReadInterval) return;
-    ReadConfig();
-    m_lLastRead = now;
+    if (PeriodPassed(m_lLastRead, now, kReadSeconds)) ReadConfig();
 }
 
 void CompeteConfig::ReadConfig() {

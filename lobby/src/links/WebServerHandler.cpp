@@ -7,6 +7,7 @@
 #include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
+#include "Period.h"
 
 namespace {
 
@@ -58,9 +59,8 @@ bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data
 void WebServerHandler::OnTimer(long now) {
     // The first tick starts the pace by the clock, not by its argument.
     if (!m_lLastSend) m_lLastSend = static_cast<long>(ClockNow());
-    if (now < *m_lLastSend) m_lLastSend = now;  // the clock was set back
-    if (now - *m_lLastSend < m_lpLobbyServer->m_iSendBulletinTime) return;
-    m_lLastSend = now;  // also when nothing is queued
+    // Also when nothing is queued.
+    if (!PeriodPassed(*m_lLastSend, now, m_lpLobbyServer->m_iSendBulletinTime)) return;
 
     std::memset(m_sendBuffer, 0, sizeof(m_sendBuffer));
     uint16_t count = 0;

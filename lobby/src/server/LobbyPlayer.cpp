@@ -51,5 +51,6 @@ void LobbyPlayer::Initialize() {
     std::memset(szReserve3, 0, sizeof(szReserve3));
     m_tLastExchangeCoinTime = 0;
     m_Usage = {};
+    m_bEarlySubscriber = false;
     m_ulPlayerNodeId.store(NextNodeId(), std::memory_order_release);
 }

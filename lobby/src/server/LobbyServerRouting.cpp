@@ -7,6 +7,7 @@
 #include "LobbyClientHandler.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
+#include "Period.h"
 #include "WebServerHandler.h"
 #include "activitySystem/ActivitySystem.h"
 #include "lobby_client_msg.h"
@@ -19,13 +20,10 @@ constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
 constexpr long kSubscribeKeySeconds = 180;
 
-// True, with the stamp renewed, once every `period` seconds; the first call only sets the stamp,
-// and so does the first after the clock was set back.
+// As PeriodPassed; the first call only sets the stamp.
 bool IsDue(std::optional<long>& stamp, long now, long period) {
-    if (!stamp || now < *stamp) stamp = now;
-    if (now - *stamp < period) return false;
-    stamp = now;
-    return true;
+    if (!stamp) stamp = now;
+    return PeriodPassed(*stamp, now, period);
 }
 
 }  // namespace
@@ -74,6 +72,8 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
     __log(_DEBUG, "LobbyServer::OnClosed", "lobby client userid[%d] node[0x%08x]",
           player->m_iUserID, NodeTag(player));
     if (player->m_bDelOnline) m_LobbyRedisServer.DelLobbyOnline(player->m_iUserID);
+    m_lpLobbyClientHandler->DropEarlySubscriptions(*player);
+    m_closedAccounts.Keep(*player);
     m_lpLobbyClientHandler->OnClosed(player, bClosed);
 }
 
@@ -108,8 +108,7 @@ void LobbyServer::RunPeriodicJobs(long now) {
 // Starts from zero, not from the first tick: that tick sets the stamp, and the first request
 // follows a whole period later.
 void LobbyServer::RequestKeysWhenDue(long now) {
-    if (now < m_lSubscribeKeyTime) m_lSubscribeKeyTime = now;
-    if (now - m_lSubscribeKeyTime < kSubscribeKeySeconds) return;
-    if (m_lSubscribeKeyTime != 0) RequestSubscribeKeyCfg();
-    m_lSubscribeKeyTime = now;
+    const bool started = m_lSubscribeKeyTime != 0;
+    if (PeriodPassed(m_lSubscribeKeyTime, now, kSubscribeKeySeconds) && started)
+        RequestSubscribeKeyCfg();
 }
