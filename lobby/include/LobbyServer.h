@@ -15,6 +15,8 @@
 
 #include "Common/IniFile.h"
 #include "CompeteConfig.h"
+#include "DisabledUsers.h"
+#include "ForbiddenNames.h"
 #include "Game/NetGame.h"
 #include "LinkList.h"
 #include "LobbyPlayer.h"
@@ -165,9 +167,11 @@ class LobbyServer : public GameProvider {
     int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
     int32_t m_iSendBulletinTime = 30;  // seconds
     std::atomic<int64_t> m_lTimer{0};  // epoch seconds of the next keep-alive; main sets it too
-    std::vector<std::string> m_vecStrSensitiveName;
+    ForbiddenNames m_ForbiddenNames;
+    const std::vector<std::string>& m_vecStrSensitiveName = m_ForbiddenNames.Fragments();
     ActivitySystem* m_pActivitySystem = nullptr;  // the registry; not owned
-    std::vector<int32_t> m_vcDisconnnetUserID;
+    DisabledUsers m_DisabledUsers;
+    const std::vector<int32_t>& m_vcDisconnnetUserID = m_DisabledUsers.List();
     std::atomic<int32_t> m_iPort{0};  // of the listener; set by Start
     std::map<std::string, std::vector<PublishPlayer>> m_mapStrKeyToPlayer;
     std::map<int32_t, std::vector<std::string>> m_mapPlayerToStrKey;
@@ -187,7 +191,6 @@ class LobbyServer : public GameProvider {
     void CloseClient(LobbyPlayer* player, bool bClosed);
     void RunPeriodicJobs(long now);
     void RequestKeysWhenDue(long now);
-    bool IsDisabled(int userID) const;
     // Counts a client's message; true when it is beyond its limit and must not be handled. The
     // back-end links have no limits.
     bool IsOverLimit(IPlayerNode* node, unsigned short type);
@@ -195,8 +198,6 @@ class LobbyServer : public GameProvider {
     void ReadProxies();
     void WarnOfSweepGuard(int maxConnection) const;
     void SendKickOut(LobbyPlayer* player, bool bStopSwitch);
-    void LoadSensitiveNames();
-    void LoadDisabledUsers();
 
     LinkNode m_lpLobbyServer;  // the listening node; null until the lobby listens
     LinkList m_Links;
@@ -218,7 +219,6 @@ class LobbyServer : public GameProvider {
     // tick, so that nothing runs at once.
     std::optional<long> m_lShowListTime, m_lStopSwitchTime, m_lKickOutTime;
     long m_lSubscribeKeyTime = 0;
-    std::vector<char> m_bufSensitiveName;  // made once: far too large for the worker's stack
 
     // A link is stored, registered and greeted under this lock, and taken down under it, so that
     // a greeting never goes to a node that was recycled meanwhile.

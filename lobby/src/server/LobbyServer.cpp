@@ -45,7 +45,6 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
     if (m_ConfigFile.InitFile("LobbyServer.cfg") == 0) {
         std::fprintf(stderr, "LobbyServer.cfg: cannot be read, or is empty\n");
     }
-    m_vcDisconnnetUserID.clear();
     loadSensitiveNameCfg();
     ReadLimits();
     ReadProxies();

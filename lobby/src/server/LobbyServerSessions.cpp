@@ -1,11 +1,8 @@
 // Logins, kick-outs and the checks on users and names.
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
+#include <vector>
 
 #include "CenterServerHandler.h"
 #include "Common/Log.h"
-#include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
@@ -14,12 +11,6 @@
 #include "MsgView.h"
 #include "center_server_msg.h"
 #include "lobby_client_msg.h"
-
-namespace {
-
-constexpr size_t kSensitiveNameSize = KeyOf("config", "SensitiveName").most + 1;
-
-}  // namespace
 
 void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length) {
     constexpr const char* tag = "LobbyServer::OnLobbyClientConnectNotice";
@@ -46,7 +37,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
         return;
     }
     const auto notice = ReadMsg<tagLobbyClientConnectNotice>(data, length);
-    if (IsDisabled(notice.iUserID)) {
+    if (m_DisabledUsers.Contains(notice.iUserID)) {
         __log(_DEBUG, tag, "node[%x],iUserID = [%d] ---禁用账号!", NodeTag(node), notice.iUserID);
         CountRefusal(Refusal::DisabledUser);
         Close(node);
@@ -132,51 +123,20 @@ void LobbyServer::SendKickOutNoticeToCenter(int userID) {
     }
 }
 
-bool LobbyServer::IsDisabled(int userID) const {
-    return std::find(m_vcDisconnnetUserID.begin(), m_vcDisconnnetUserID.end(), userID) !=
-           m_vcDisconnnetUserID.end();
-}
-
 void LobbyServer::loadSensitiveNameCfg() {
-    LoadSensitiveNames();
-    LoadDisabledUsers();
-}
-
-void LobbyServer::LoadSensitiveNames() {
     m_ConfigSensitiveNameCfg.InitFile("SensitiveName.cfg");
-    m_bufSensitiveName.assign(kSensitiveNameSize, '\0');
-    m_ConfigSensitiveNameCfg.GetValueStr("config", "SensitiveName", m_bufSensitiveName.data(),
-                                         static_cast<int>(m_bufSensitiveName.size()));
-    m_vecStrSensitiveName.clear();
-    std::string_view rest(m_bufSensitiveName.data());
-    while (!rest.empty()) {
-        const std::string_view piece = rest.substr(0, rest.find(','));
-        if (!piece.empty()) m_vecStrSensitiveName.emplace_back(piece);
-        rest.remove_prefix(std::min(piece.size() + 1, rest.size()));
-    }
-}
-
-void LobbyServer::LoadDisabledUsers() {
+    m_ForbiddenNames.Load(m_ConfigSensitiveNameCfg);
     m_ConfigFileDiscUserID.InitFile("disconnectuserid.cfg");
-    const int count = ReadInt(m_ConfigFileDiscUserID, KeyOf("disconnectcount", "usernum"));
-    for (int i = 0; i < count; ++i) {
-        char key[32];
-        std::snprintf(key, sizeof(key), "user%d", i);
-        const int userID = m_ConfigFileDiscUserID.GetValueInt("disconnect", key, 0);
-        m_vcDisconnnetUserID.push_back(userID);
-        std::printf("userid = [%d]", userID);
-    }
+    const int count = m_DisabledUsers.Load(m_ConfigFileDiscUserID);
     __log(_WARN, "LobbyServer::loadSensitiveNameCfg", "iCount = [%d],m_vcDisconnnetUserID = [%d]",
           count, static_cast<int>(m_vcDisconnnetUserID.size()));
 }
 
 int LobbyServer::isContainSensitiveName(const char* name) {
-    for (const std::string& fragment : m_vecStrSensitiveName) {
-        if (strstr(name, fragment.c_str()) == nullptr) continue;
-        __log(_ERROR, "LobbyServer::isContainSensitiveName", "包含敏感字[%s]", fragment.c_str());
-        return 1;
-    }
-    return 0;
+    const std::string* fragment = m_ForbiddenNames.FindIn(name);
+    if (fragment == nullptr) return 0;
+    __log(_ERROR, "LobbyServer::isContainSensitiveName", "包含敏感字[%s]", fragment->c_str());
+    return 1;
 }
 
 int LobbyServer::GetVipLevel(int value) {
