@@ -37,6 +37,8 @@ install(FILES "${PROJECT_BINARY_DIR}/package/log" DESTINATION ${LOBBY_HOME} COMP
         EXCLUDE_FROM_ALL)
 install(FILES deploy/systemd/lobby-server.service DESTINATION /lib/systemd/system COMPONENT debian
         EXCLUDE_FROM_ALL)
+install(FILES deploy/systemd/tmpfiles.conf DESTINATION /usr/lib/tmpfiles.d
+        RENAME lobby-server.conf COMPONENT debian EXCLUDE_FROM_ALL)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME lobby-server)

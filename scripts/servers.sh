@@ -63,11 +63,12 @@ sim() {
 }
 
 # set_addresses FILE ADDRESS LEVEL [SED-EXPRESSION...]: a lobby's configuration with these servers,
-# that log level and what the expressions change.
+# that log level, below WARN with every line, and what the expressions change.
 set_addresses() {
     local file=$1 address=$2 level=$3 expressions=() expression
     shift 3
     for expression in "$@"; do expressions+=(-e "$expression"); done
+    [ "$level" = WARN ] || expressions+=(-e 's/^most_lines=.*/most_lines=0/')
     sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
         -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
         -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \

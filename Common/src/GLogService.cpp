@@ -83,6 +83,52 @@ void BuildFormat(char* format, const LevelLook& look, const tm& now, const char*
     if (length >= static_cast<int>(kLineSize)) EndCutFormat(format);
 }
 
+std::string_view TextOf(const LineBuffers& buffers, size_t size) {
+    return {buffers.line + kPrefix, size - kPrefix - kResetLength};
+}
+
+bool IsControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+// Bytes of line breaks that the format itself ends with, with the blanks among them. They are the
+// writer's own, what stands before them may be a peer's.
+size_t TailOf(const char* format) {
+    std::string_view text(format);
+    text.remove_suffix(kResetLength);
+    return text.size() - (text.find_last_not_of("\r\n ") + 1);
+}
+
+// Writes "\x1b" for a control character of the line, so that no peer's text makes a line of its own
+// or talks to the terminal of whoever reads the log. The last `tail` bytes of the text stay. A line
+// that grows beyond its buffer is cut. In place; returns the new size. The format, which has been
+// used, lends its room.
+size_t EscapeControls(LineBuffers& buffers, size_t size, size_t tail) {
+    std::string_view text = TextOf(buffers, size);
+    const std::string_view rest(buffers.line + size - kResetLength - tail, tail + kResetLength);
+    text.remove_suffix(tail);
+    if (std::none_of(text.begin(), text.end(), IsControl)) return size;
+    constexpr size_t kEscape = 4;
+    char* out = buffers.format;
+    const char* const room = buffers.format + kLineSize - kPrefix - kEscape - rest.size();
+    for (const char c : text) {
+        if (out > room) break;
+        if (IsControl(c)) {
+            static constexpr char kDigits[] = "0123456789abcdef";
+            *out++ = '\\';
+            *out++ = 'x';
+            *out++ = kDigits[c >> 4];
+            *out++ = kDigits[c & 15];
+        } else {
+            *out++ = c;
+        }
+    }
+    std::memcpy(out, rest.data(), rest.size());
+    const size_t length = static_cast<size_t>(out - buffers.format) + rest.size();
+    std::memcpy(buffers.line + kPrefix, buffers.format, length);
+    return kPrefix + length;
+}
+
 // The finished text is read as a format once more on its way to the console, with no arguments:
 // "%%" becomes "%". Every other directive prints as it stands, for the text may be a peer's.
 // In place; returns the new length.
@@ -108,31 +154,54 @@ void PrintToConsole(char* line, size_t length) {
 void GLogService::__log(int level, const char* tag, const char* format, va_list arguments) {
     if (!Enabled(level)) return;
     const int error = errno;
-    LineBuffers& buffers = Buffers();
-    if (tag == nullptr) tag = "";
-    const LevelLook look = LookOf(level);
-    const tm now = LocalDate(ClockNow());
-    BuildFormat(buffers.format, look, now, tag, format ? format : "");
+    TellLeftOut();
+    const time_t now = ClockNow();
     errno = error;  // for %m
+    if (m_Budget.Admit(level, now)) {
+        Write(level, now, tag ? tag : "", format ? format : "", arguments);
+    }
+    errno = error;
+}
+
+// The line is the first of its second, for which there is room.
+void GLogService::TellLeftOut() {
+    LogBudget::LeftOut lines{};
+    if (!m_Budget.Collect(ClockNow(), lines)) return;
+    ::__log(_ERROR, "GLogService::TellLeftOut",
+            "lines left out in a second: ALL[%u], DEBUG[%u], WARN[%u], ERROR[%u]", lines[_ALL],
+            lines[_DEBUG], lines[_WARN], lines[_ERROR]);
+}
+
+void GLogService::Write(int level, time_t now, const char* tag, const char* format,
+                        va_list arguments) {
+    const int error = errno;
+    LineBuffers& buffers = Buffers();
+    const LevelLook look = LookOf(level);
+    const tm date = LocalDate(now);
+    BuildFormat(buffers.format, look, date, tag, format);
+    size_t tail = TailOf(buffers.format);
+    errno = error;
     int length = std::vsnprintf(buffers.line, kLineSize, buffers.format, arguments);
     if (length >= static_cast<int>(kLineSize)) {
         length = static_cast<int>(kLineSize) - 1;
         std::memcpy(buffers.line + length - kResetLength, kReset, sizeof(kReset));
+        tail = 0;
     }
-    if (length >= static_cast<int>(kPrefix + kResetLength)) {
-        const size_t size = static_cast<size_t>(length);
-        const std::string_view text(buffers.line + kPrefix, size - kPrefix - kResetLength);
-        _log_2(text.data(), static_cast<long>(text.size()));
-        if (m_bJson.load(std::memory_order_acquire)) {
-            // The text begins with "[level] [tag] ".
-            const size_t skip = std::strlen(look.text) + std::strlen(tag) + 6;
-            const std::string_view line =
-                Json().Build(now, look.text, tag, text.substr(std::min(skip, text.size())));
-            m_Json._log_2(line.data(), static_cast<long>(line.size()));
-        }
-        PrintToConsole(buffers.line, size);
+    if (length < static_cast<int>(kPrefix + kResetLength)) return;
+    auto size = static_cast<size_t>(length);
+    if (m_bJson.load(std::memory_order_acquire)) {  // it has escapes of its own
+        // The text begins with "[level] [tag] ".
+        const std::string_view text = TextOf(buffers, size);
+        const size_t skip = std::strlen(look.text) + std::strlen(tag) + 6;
+        const std::string_view line =
+            Json().Build(date, look.text, tag, text.substr(std::min(skip, text.size())));
+        m_Json._log_2(line.data(), static_cast<long>(line.size()));
     }
-    errno = error;
+    size = EscapeControls(buffers, size, tail);
+    const std::string_view text = TextOf(buffers, size);
+    m_Budget.Charge(text.size());
+    _log_2(text.data(), static_cast<long>(text.size()));
+    PrintToConsole(buffers.line, size);
 }
 
 bool GLogService::OpenJson(const char* path) {

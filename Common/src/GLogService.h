@@ -4,10 +4,12 @@
 #include <atomic>
 #include <cstdarg>
 
+#include "LogBudget.h"
 #include "LogCls.h"
 
-// Adds the level filter, the coloured console copy and, on request, a second file of JSON lines to
-// the log file. Thread: any.
+// Adds the level filter, the bound on lines a second, the coloured console copy and, on request, a
+// second file of JSON lines to the log file. Whatever a line's arguments hold, it stays one line
+// and says nothing to a terminal: control characters are written escaped. Thread: any.
 class GLogService : public CLogCls {
   public:
     // Writes nothing unless SetLevel allowed it. The caller's format becomes part of the line's
@@ -27,8 +29,18 @@ class GLogService : public CLogCls {
         return lowest != -1 && lowest <= level;
     }
 
+    // At most so many lines a second; 0 for any number. What is left out is told, by level, in a
+    // line of its own: with the first line of a later second, or by TellLeftOut when there is none.
+    void SetMost(int lines) { m_Budget.SetMost(lines); }
+    void TellLeftOut();
+
   private:
+    // One line, beyond level and bound.
+    void Write(int level, time_t now, const char* tag, const char* format, va_list arguments)
+        __attribute__((format(printf, 5, 0)));
+
     std::atomic<int> m_level{-1};
+    LogBudget m_Budget;
     CLogCls m_Json;
     std::atomic<bool> m_bJson{false};
 };

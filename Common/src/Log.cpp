@@ -53,6 +53,7 @@ int InitializeLog(const char* configFile, const char* fileName) {
     IgnoreBrokenPipes();
     const CIniFile config(configFile);
     g_log.SetLevel(ConfiguredLevel(config));
+    g_log.SetMost(config.GetValueInt("log", "most_lines", 0));
     mkdir("log", 0777);
 
     char configured[512] = {};
@@ -66,6 +67,10 @@ int InitializeLog(const char* configFile, const char* fileName) {
         std::fprintf(stderr, "%s: section [log], key \"json\": the file cannot be opened\n",
                      configFile);
     return g_log.InitLog(path, false, false, true) ? 1 : 0;
+}
+
+void TellLeftOutLines() {
+    g_log.TellLeftOut();
 }
 
 void ShutdownLog() {

@@ -100,6 +100,7 @@ inline constexpr ConfigKey kLobbyServer[] = {
     OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"),
     Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
     Flag("log", "json", "1 writes every line also as JSON to a file beside"),
+    Int("log", "most_lines", 0, 0, 1'000'000, "most lines written in a second; 0: any number"),
     Flag("log", "warnings", "1 warns at start when maxconnection reaches the sweep's guard"),
     Address("metrics", "addr", "where figures are served over HTTP; missing or empty: nowhere",
             false),

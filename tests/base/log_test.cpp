@@ -180,6 +180,76 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
     EXPECT_EQ(File(".json").find('\n'), File(".json").size() - 1);
 }
 
+// A key of a request with a line break and an escape sequence in it made a line of its own in the
+// log, and had the terminal of whoever read it do as told.
+TEST_F(LogTest, PeersMakeNoLinesAndTalkToNoTerminal) {
+    ASSERT_EQ(Start("json=1\n"), 1);
+    const struct {
+        const char* format;
+        std::string text, line, json;
+    } kCases[] = {
+        {"key[%s]", "a\r\n[ERROR] [x] y\x1b[2J", R"(key[a\x0d\x0a[ERROR] [x] y\x1b[2J])",
+         R"(key[a\r\n[ERROR] [x] y\u001b[2J])"},
+        {"%s%c|", "\x7f\t\x01", R"(\x7f\x09\x01\x00|)", R"(\u007f\t\u0001\u0000|)"},
+        {"%s\r\n", "end\r\n", "end\\x0d\\x0a\r\n", R"(end\r\n\r\n)"},
+        {"%s\n\n", "own", "own\n\n", R"(own\n\n)"},
+        {"%s", "玩家 \\x1b 100%", "玩家 \\x1b 100%", R"(玩家 \\x1b 100%)"},
+    };
+    std::string file, json;
+    for (const auto& row : kCases) {
+        const std::string console =
+            Printed([&] { __log(_ALL, "t", row.format, row.text.c_str(), 0); });
+        const std::string body = "2026-11-14 13:05:09 [ALL] [t] " + row.line;
+        EXPECT_EQ(console, "\x1b[00m" + body + "\x1b[0m\r\n");
+        file += body + "\r\n";
+        json += "\"text\":\"" + row.json + "\"}\n";
+    }
+    EXPECT_EQ(File(".log"), file);
+    std::string texts = File(".json");
+    for (size_t at; (at = texts.find("{\"time\"")) != std::string::npos;)
+        texts.erase(at, texts.find("\"text\"", at) - at);
+    EXPECT_EQ(texts, json);
+    const std::string cut =
+        Printed([] { __log(_ALL, "t", "%s", std::string(2000, '\x1b').c_str()); });
+    EXPECT_TRUE(cut.size() > 2040 && cut.size() <= 2047 + 2) << cut.size();
+    EXPECT_TRUE(cut.ends_with("\\x1b\x1b[0m\r\n"));
+}
+
+TEST_F(LogTest, LinesBeyondTheBoundAreCountedAndToldOnce) {
+    ASSERT_EQ(Start("level=DEBUG\nmost_lines=2\n"), 1);
+    const std::string console = Printed([] {
+        for (int i = 0; i < 4; ++i) {
+            __log(_ALL, "t", "below the level");
+            __log(_WARN, "t", "warn %d", i);
+            __log(_ERROR, "t", "error %d", i);
+        }
+        TellLeftOutLines();  // the second is not over
+        g_time += 1;
+        TellLeftOutLines();
+        __log(_WARN, "t", "next");
+        for (int i = 0; i < 3; ++i)
+            __log(_DEBUG, "t", "debug %d", i);
+        g_time += 60;
+        __log(_WARN, "t", "last");
+        TellLeftOutLines();
+    });
+    const std::string told = " [ERROR] [GLogService::TellLeftOut] lines left out in a second: ";
+    const std::string first = "2026-11-14 13:05:09", second = "2026-11-14 13:05:10",
+                      last = "2026-11-14 13:06:10";
+    EXPECT_EQ(File(".log"), first + " [WARN] [t] warn 0\r\n" + first + " [ERROR] [t] error 0\r\n" +
+                                second + told + "ALL[0], DEBUG[0], WARN[3], ERROR[3]\r\n" + second +
+                                " [WARN] [t] next\r\n" + last + told +
+                                "ALL[0], DEBUG[3], WARN[0], ERROR[0]\r\n" + last +
+                                " [WARN] [t] last\r\n");
+    EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 6);
+    g_time += 1;
+    Printed([] {  // two lines' worth of bytes in one
+        __log(_WARN, "t", "%s", std::string(300, 'x').c_str());
+        __log(_WARN, "t", "too much");
+    });
+    EXPECT_TRUE(File(".log").ends_with("xx\r\n"));
+}
+
 TEST_F(LogTest, NameOfTheJsonFile) {
     const struct {
         const char *config, *name, *json;  // null: none

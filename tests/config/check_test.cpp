@@ -71,6 +71,11 @@ TEST_F(Check, OneFaultOneProblem) {
         {"interval=20", "interval=20 ; s", "not a whole number: \"20 ; s\""},
         {"interval=20", "interval=", "not a whole number"},
         {"interval=20", "interval=-2", "-2 is out of range: -1 to 86400"},
+        {"interval=20", "interval=0", "0 searches without a pause"},
+        {"MAX_SEND_COUNT=8192", "MAX_SEND_COUNT=2", "2 closes every connection at once"},
+        {"MAX_RECV_COUNT=8192", "MAX_RECV_COUNT=1", "1 closes every connection at once"},
+        {";trusted_proxies=10.0.0.0/8,", "trusted_proxies=10.0.0.0/8,0.0.0.0/0,",
+         "trusts everybody"},
         {"timeout=120", "timeout=99999999999999999999", "not a whole number"},
         {"wakeup=0", "wakeup=2", "key \"wakeup\": 2 is out of range: 0 to 1"},
         {"maxconnection=4900", "maxconnection=4999", "4999 is too much: at 5000"},
@@ -129,6 +134,24 @@ TEST_F(Check, OneFaultOneProblem) {
     EXPECT_THAT(Problems(), ElementsAre(HasSubstr("[inti]: unknown section"),
                                         HasSubstr("[iNit]: repeated; only the first"),
                                         HasSubstr("[init]: repeated; only the first")));
+}
+
+// A usernum with a few digits too many printed a million lines before every start.
+TEST_F(Check, AProblemOfManyLinesIsToldByTheFirstTwenty) {
+    Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=1000000\n[disconnect]\nuser3=7\n");
+    auto problems = Problems();
+    ASSERT_EQ(problems.size(), 21u);
+    EXPECT_THAT(problems[19], HasSubstr("key \"user20\": missing, for usernum is 1000000"));
+    EXPECT_EQ(problems[20],
+              "disconnectuserid.cfg: section [disconnect]: 999979 more of a kind: missing, for "
+              "usernum is ");
+    std::string users = "[disconnectcount]\nusernum=100\n[disconnect]\n";
+    for (int i = 0; i < 100; ++i)
+        users += "user" + std::to_string(i) + "=x" + std::to_string(i) + "\n";
+    Write("disconnectuserid.cfg", users);
+    problems = Problems();
+    ASSERT_EQ(problems.size(), 21u);
+    EXPECT_THAT(problems[20], HasSubstr("80 more of a kind: not a whole number"));
 }
 
 // What the lobby reads as meant is no problem.

@@ -107,6 +107,16 @@ check_installed() {
     in_root lobby_client --help >/dev/null
 }
 
+# What systemd does once a day.
+check_old_logs_go() {
+    local logs=$root/var/log/lobby-server
+    touch -d '13 days ago' "$logs/Lobby13.log"
+    touch -d '15 days ago' "$logs/Lobby15.log" "$logs/Lobby15.json"
+    in_root systemd-tmpfiles --clean lobby-server.conf || fail "systemd-tmpfiles"
+    expect "logs after two weeks" Lobby13.log "$(ls "$logs")"
+    rm "$logs/Lobby13.log"
+}
+
 start_platform() {
     start_redis
     pids+=("$redis_pid")
@@ -174,6 +184,7 @@ apt_in_root install --no-install-recommends /tmp/lobby.deb ||
     fail "installation"
 check_unit
 check_installed
+check_old_logs_go
 step "serve a player"
 start_platform
 edit_configuration

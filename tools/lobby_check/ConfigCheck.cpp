@@ -20,6 +20,8 @@ namespace check {
 
 namespace {
 
+constexpr long kMostOfAKind = 20;
+
 bool Same(const std::string& a, const char* b) {
     return strcasecmp(a.c_str(), b) == 0;
 }
@@ -78,13 +80,35 @@ class FileCheck {
         OwnAddresses();
         ProxyHeader();
         DisabledUsers();
+        TellTheRest();
     }
 
   private:
     enum class Place { BeforeSections, Known, Ignored };
 
-    void Report(int line, const std::string& section, const std::string& key, std::string reason) {
+    // A long list with the same fault on every line is told by its first ones.
+    // count: for so many lines.
+    void Report(int line, const std::string& section, const std::string& key, std::string reason,
+                long count = 1) {
+        if ((m_kinds[section + "\n " + KindOf(reason)] += count) > kMostOfAKind) return;
         m_problems.push_back({m_file.name, line, section, key, std::move(reason)});
+    }
+
+    // The reason without what differs from line to line.
+    static std::string KindOf(const std::string& reason) {
+        std::string kind = reason.substr(0, reason.find_first_of("\":"));
+        std::erase_if(kind, [](char c) { return c >= '0' && c <= '9'; });
+        return kind;
+    }
+
+    void TellTheRest() {
+        for (const auto& [kind, count] : m_kinds) {
+            if (count <= kMostOfAKind) continue;
+            const std::string section = kind.substr(0, kind.find('\n'));
+            m_problems.push_back({m_file.name, 0, section, "",
+                                  std::to_string(count - kMostOfAKind) +
+                                      " more of a kind:" + kind.substr(section.size() + 1)});
+        }
     }
 
     void Section(const IniEntry& entry) {
@@ -220,11 +244,12 @@ class FileCheck {
                 Report(value.line, "disconnect", key, "is not read" + because);
             }
         }
-        for (long i = 0; i < users && read < users; ++i) {
+        for (long i = 0, told = 0; i < users && read < users; ++i) {
             const std::string key = "user" + std::to_string(i);
             if (Has("disconnect", key)) continue;
-            ++read;
-            Report(0, "disconnect", key, "missing" + because);
+            const long count = told++ < kMostOfAKind ? 1 : users - read;
+            read += count;
+            Report(0, "disconnect", key, "missing" + because, count);
         }
     }
 
@@ -238,6 +263,7 @@ class FileCheck {
     std::string m_section;
     Place m_place = Place::BeforeSections;
     MessageLimits m_limits;
+    std::map<std::string, long> m_kinds;    // "section\n kind": how many
     std::set<std::string> m_sections;       // lower case
     std::map<std::string, Value> m_values;  // lower case "section/key"
 };

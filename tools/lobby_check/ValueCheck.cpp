@@ -64,6 +64,32 @@ std::string IntegerFault(std::string_view text, int least, int most) {
            std::to_string(most);
 }
 
+// Values in range that no lobby can live with.
+struct Unfit {
+    const ConfigKey& key;
+    int from, to;
+    const char* reason;
+};
+
+constexpr const char* kAtOnce = " closes every connection at once; 0 means 100";
+constexpr Unfit kUnfit[] = {
+    {KeyOf("network", "interval"), 0, 0,
+     " searches without a pause, which takes a core; -1: never"},
+    {KeyOf("network", "MAX_SEND_COUNT"), 1, 2, kAtOnce},
+    {KeyOf("network", "MAX_RECV_COUNT"), 1, 2, kAtOnce},
+};
+
+std::string NumberFault(const ConfigKey& key, std::string_view text) {
+    std::string fault = IntegerFault(text, key.least, key.most);
+    if (!fault.empty()) return fault;
+    const long long value = *WholeNumber(text);
+    for (const Unfit& unfit : kUnfit) {
+        if (&unfit.key == &key && value >= unfit.from && value <= unfit.to)
+            return std::to_string(value) + unfit.reason;
+    }
+    return "";
+}
+
 std::string HostFault(std::string_view host) {
     const std::string name(host);
     if (host.find_first_not_of("0123456789.") == std::string_view::npos) {
@@ -131,6 +157,9 @@ std::string NetworksFault(std::string_view value) {
     CIpNetworks networks;
     for (const std::string_view piece : Split(value, ',')) {
         if (!networks.Add(piece)) return "not a network such as 10.0.0.0/8: " + Quoted(piece);
+        const size_t slash = piece.find('/');
+        if (slash != std::string_view::npos && WholeNumber(piece.substr(slash + 1)) == 0)
+            return "trusts everybody, players too: " + Quoted(piece);
     }
     return "";
 }
@@ -138,7 +167,7 @@ std::string NetworksFault(std::string_view value) {
 }  // namespace
 
 std::string FaultOf(const ConfigKey& key, const std::string& value) {
-    if (key.kind == ConfigKind::Integer) return IntegerFault(value, key.least, key.most);
+    if (key.kind == ConfigKind::Integer) return NumberFault(key, value);
     if (key.kind == ConfigKind::Endpoint) {
         return value.empty() && !key.required ? "" : EndpointFault(value);
     }

@@ -78,6 +78,7 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
 }
 
 void LobbyServer::OnTimer(long now) {
+    TellLeftOutLines();
     if (!m_bTicking.load(std::memory_order_acquire)) return;
     // Further ahead than one period means that the clock was set back.
     if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
