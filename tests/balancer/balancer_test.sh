@@ -96,8 +96,8 @@ kicked() {
 # The players' addresses that lobby3 was told: with a port by haproxy, without by nginx.
 told() {
     local by_haproxy by_nginx
-    by_haproxy=$(grep -acE ' is the proxy of 127\.0\.0\.9:[1-9]' "$work/lobby3.log") || true
-    by_nginx=$(grep -acE ' is the proxy of 127\.0\.0\.9:0' "$work/lobby3.log") || true
+    by_haproxy=$(grep -acE ' is the proxy of 127\.0\.[1-8]\.9:[1-9]' "$work/lobby3.log") || true
+    by_nginx=$(grep -acE ' is the proxy of 127\.0\.[1-8]\.9:0' "$work/lobby3.log") || true
     [ "$by_nginx" -gt 0 ] && [ $((by_haproxy + by_nginx)) -ge "$(on lobby3)" ] &&
         ! grep -aq 'sends no PROXY header' "$work/lobby3.log"
 }
@@ -136,6 +136,15 @@ players enter $first $last
 settled "600 players log in, 200 of them by wss"
 
 told || fail "lobby3 was not told where its players are"
+
+players flood 600
+read -r by_tcp by_wss <<<"$answer"
+{ [ "$by_tcp" -gt 0 ] && [ "$by_tcp" -le 200 ] && [ "$by_wss" -gt 0 ] && [ "$by_wss" -le 200 ]; } ||
+    fail "of 600 connects from one address $by_tcp got in by TCP, $by_wss by wss"
+settled "a flood from one address: $by_tcp and $by_wss of 600 in"
+players calm
+players origins
+[ "$answer" = "101 403" ] || fail "pages of this site and of another got $answer"
 
 players again $first $last 7
 wait_for 30 kicked || fail "$moved moved, $received kick-outs came through the center"

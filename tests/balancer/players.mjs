@@ -1,26 +1,28 @@
 // The players of balancer_test.sh: a command a line on standard input, a line of answer for each,
 // "ok ..." or "error ...". Two of three players connect by plain TCP, the third by wss://, and
-// without a TCP_URL all do; all from an address that no proxy has.
+// without a TCP_URL all do; from eight addresses that no proxy has. A flood comes from a ninth.
 import fs from 'node:fs';
 import net from 'node:net';
 import readline from 'node:readline';
-import { FROM_LOBBY, KEEP_ALIVE, LobbyClient } from '../../web/lobby-protocol.js';
+import { encode, FROM_LOBBY, KEEP_ALIVE, LobbyClient } from '../../web/lobby-protocol.js';
 import { WebSocket } from '../web/support/modules.mjs';
 
 const { TCP_URL, WSS_URL, WSS_CERTIFICATE } = process.env;
 const ca = fs.readFileSync(WSS_CERTIFICATE);
 const TIMEOUT_MS = 30000;
 const AT_ONCE = 50;
-const localAddress = '127.0.0.9';
+const FLOOD_ADDRESS = '127.0.9.9';
+let turn = 0;
+const nextAddress = () => `127.0.${1 + (turn++ % 8)}.9`;
 
 class SecureSocket extends WebSocket {
-  constructor(url) { super(url, { ca, localAddress }); }
+  constructor(url, localAddress = nextAddress()) { super(url, { ca, localAddress }); }
 }
 
 // A plain connection in the shape of a WebSocket.
 class TcpSocket {
   #socket;
-  constructor(url) {
+  constructor(url, localAddress = nextAddress()) {
     const { hostname, port } = new URL(url);
     this.#socket = net.connect({ port, host: hostname, localAddress }, () => this.onopen())
       .on('data', (data) => this.onmessage({ data: new Uint8Array(data).buffer }))
@@ -92,6 +94,33 @@ async function until(test) {
   }
 }
 
+let flooders = [];
+
+// Connects that many at once from one address and keeps those who get in; how many do.
+async function flood(Socket, url, count) {
+  const one = () => new Promise((resolve) => {
+    const socket = new Socket(url, FLOOD_ADDRESS);
+    flooders.push(socket);
+    socket.onopen = () => socket.send(encode(KEEP_ALIVE));
+    socket.onmessage = () => resolve(1);
+    socket.onerror = () => resolve(0);
+    socket.onclose = () => resolve(0);
+  });
+  const inside = await Promise.all(Array.from({ length: count }, one));
+  return inside.reduce((sum, each) => sum + each, 0);
+}
+
+// The status that a page of that origin gets for its upgrade.
+const upgrade = (origin) => new Promise((resolve) => {
+  const socket = new WebSocket(WSS_URL, { ca, origin, localAddress: nextAddress() });
+  socket.on('unexpected-response', (request, { statusCode }) => {
+    request.destroy();
+    resolve(statusCode);
+  });
+  socket.on('open', () => { socket.close(); resolve(101); });
+  socket.on('error', () => {});
+});
+
 const range = (first, last, step) =>
   Array.from({ length: Math.floor((last - first) / step) + 1 }, (_, i) => first + i * step);
 
@@ -108,6 +137,15 @@ const commands = {
     returning = [];
     return took;
   },
+  async flood(count) {
+    return [await flood(TcpSocket, TCP_URL, count), await flood(SecureSocket, WSS_URL, count)]
+      .join(' ');
+  },
+  calm() {
+    flooders.splice(0).forEach((socket) => socket.close());
+  },
+  origins: async () => [await upgrade('https://localhost'), await upgrade('https://evil.example')]
+    .join(' '),
   // Everybody's lobby answers.
   alive: () => forEach([...online], echo),
   online: () => [...online.keys()].sort().join(' '),
