@@ -159,6 +159,8 @@ void GLogService::__log(int level, const char* tag, const char* format, va_list 
     errno = error;  // for %m
     if (m_Budget.Admit(level, now)) {
         Write(level, now, tag ? tag : "", format ? format : "", arguments);
+    } else {
+        g_LogLeftOut.Add();
     }
     errno = error;
 }

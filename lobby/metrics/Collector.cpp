@@ -134,6 +134,8 @@ Families Collector::Collect() const {
     AddWorker(all);
     AddLinks(all);
     AddRedis(all);
+    CounterFamily(all, "lobby_log_lines_left_out_total", "Lines beyond the log's most_lines")
+        .Add(g_LogLeftOut);
     CounterFamily(all, "lobby_console_lines_dropped_total",
                   "Lines that whoever reads the console did not take.")
         .Add(g_ConsoleDropped);

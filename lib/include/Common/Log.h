@@ -26,6 +26,7 @@ inline Counter g_ConsoleDropped;  // lines
 // Writes how many lines an earlier second left out, unless a later line has done so already. To be
 // called now and then by whoever has a timer. Any thread.
 void TellLeftOutLines();
+inline Counter g_LogLeftOut;  // lines
 
 // Back to the state before InitializeLog: the file is closed and nothing is written. For tests,
 // which set the log up again elsewhere. Any thread.
