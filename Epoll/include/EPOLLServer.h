@@ -19,6 +19,10 @@ class INetMessager;
 
 // Turns every reactor event into a record, hands the records to one message worker in the order
 // they came, and there keeps the idle list, upgrades WebSockets and feeds the messager.
+// On purpose: only the first data of an accepted client may ask for an upgrade, as later data and a
+// link's may well contain the word; a record is taken off the connection's receive count once, when
+// it is done, however many frames it held; after the application's Close nothing more of the
+// connection is delivered, not even the rest of the same record.
 // Owns the record queue and its recycler; points at messager and provider.
 // Thread: the reactor hooks on poll threads (or where a close arose); the private functions on the
 // message worker unless marked.

@@ -55,6 +55,8 @@ class NetSender : public INetSender {
   private:
     enum class Progress { Sent, Blocked, Failed };
 
+    // So many entries in a row, and a ring rests for ten seconds. Only that ring: the thread serves
+    // every other connection, too.
     static constexpr int kPassGuard = 5000;
 
     // Any thread.
