@@ -3,18 +3,17 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
-#include <vector>
 
 #include "Game/NetGame.h"
 #include "LobbyPlayer.h"
+#include "SessionList.h"
 
 class LobbyServer;
 struct tagModifyPassWordReq;
 
 // Checks client requests against the sender's session, answers what the lobby can answer itself
-// and relays the rest to the queue server. Keeps the sessions of accepted connect notices in a
-// doubly linked list, newest first. Owned by LobbyServer; owns no session.
+// and relays the rest to the queue server. Keeps the list of the sessions. Owned by
+// LobbyServer; owns no session.
 //
 // Request handlers take the whole message with its header. Where checks of similar requests
 // differ in order or outcome (answer, silence, close), the difference is required.
@@ -36,19 +35,15 @@ class LobbyClientHandler {
     // Lists the session and asks the queue server for its account; a user id below 1 closes the
     // newest listed session instead.
     void OnLobbyClientConnectNotice(LobbyPlayer* player);
-    // Takes the session out of the list; nothing for one that was never linked, which has no
-    // predecessor either and must not be taken for the head.
+    // Takes the session out of the list; nothing for one that was never in it.
     void Unlink(LobbyPlayer* player);
     // Logs when no listed session has the user id of the closing node; changes nothing.
     void DealDisconnect(IPlayerNode* node);
 
     // The newest session of the user, or null.
     LobbyPlayer* GetPlayerByUserID(int userID);
-    // The newest session of the user that is not `except`, or null; without GetPlayerByUserID's
-    // log line. The same session a walk of the list from its head would meet first.
-    LobbyPlayer* FindSession(int userID, const LobbyPlayer* except = nullptr) const;
     // Head of the session list.
-    LobbyPlayer* GetClientLobbyPlayer() { return m_lpLobbyPlayer; }
+    LobbyPlayer* GetClientLobbyPlayer() { return m_Sessions.Head(); }
     void SendMsgToPlayerByID(int userID, unsigned short type, void* data, long length);
     // One send buffer per session: a shared one would be shortened for everybody by the first
     // receiver that takes only part of it.
@@ -95,6 +90,9 @@ class LobbyClientHandler {
     // Forgets what a closing player subscribed to before his connect notice named him.
     void DropEarlySubscriptions(const LobbyPlayer& player);
 
+    SessionList m_Sessions;
+    LobbyPlayer* const& m_lpLobbyPlayer = m_Sessions.Head();  // head of the list
+
   private:
     // Table entries whose work has another signature or a preamble.
     void HandleSubscribe(IPlayerNode* node, void* data, unsigned short length);
@@ -120,7 +118,4 @@ class LobbyClientHandler {
     static const Route kRoutes[];
 
     LobbyServer* m_lpLobbyServer;
-    LobbyPlayer* m_lpLobbyPlayer = nullptr;  // head of the session list
-    // The listed sessions by user, oldest first; mostly one each.
-    std::unordered_map<int32_t, std::vector<LobbyPlayer*>> m_mapUserSessions;
 };

@@ -8,40 +8,20 @@
 #include "Game/PlayerNode.h"
 #include "MessageLimits.h"
 
-// The session of one connection: who the player is after the connect notice, the account data the
-// queue server returned, and the time stamps that throttle requests.
-// Created by LobbyServer::OnCreatePlayer, owned by the connection context it is bound to and
-// recycled with it; freed only when the framework is shut down.
-// Thread: message worker, except Initialize (poll thread or the creating thread, before the
-// connection is announced) and the node id (atomic).
-class LobbyPlayer : public PlayerNode {
-  public:
-    virtual LobbyPlayer* operator->() { return this; }
-    // Prepares the record for a new connection: a fresh node id, everything else zero but
-    // m_szToken and m_szChannelID, which keep what they held.
-    void Initialize() override;
-    ~LobbyPlayer() override = default;
+class LobbyPlayer;
 
-    // The node id; 0 once the connection is closed.
-    operator unsigned long() const { return m_ulPlayerNodeId.load(std::memory_order_acquire); }
-    LobbyPlayer& operator=(unsigned long id) {
-        m_ulPlayerNodeId.store(id, std::memory_order_release);
-        return *this;
-    }
-
+// What a session knows of its player: who he is after the connect notice, the account data the
+// queue server returned, and the time stamps that throttle requests. A new connection starts with
+// the values below, all of them: nothing passes from one player to the next.
+struct PlayerSession {
     uint64_t m_ulQueueCount = 0;
     int32_t m_iUserID = 0;
     int32_t m_iSiteID = 0;
-    char m_szToken[33] = {};
-    LobbyPlayer* m_lpNext = nullptr;   // session list of LobbyClientHandler
+    LobbyPlayer* m_lpNext = nullptr;   // SessionList
     LobbyPlayer* m_lpPrior = nullptr;  // null at the head and in sessions never linked
     int8_t m_cLoginType = 0;           // LOGINTYPE; 0 until the connect notice is accepted
     int32_t m_iLoginSiteID = 0;
-    char m_szChannelID[64] = {};
     uint64_t m_uGameID = 0;
-    // Process-unique id of this incarnation of the node; lets a late answer of a back-end server
-    // be recognised. Stored last by Initialize, so that whoever reads it sees the rest.
-    std::atomic<uint64_t> m_ulPlayerNodeId{0};
     time_t iLastBankLoginTime = 0;
     time_t iLastGetCoinTime = 0;
     time_t iLastSaveCoinTime = 0;
@@ -68,6 +48,33 @@ class LobbyPlayer : public PlayerNode {
     time_t m_tLastExchangeCoinTime = 0;
     MessageLimits::Usage m_Usage;     // counts for the configured limits
     bool m_bEarlySubscriber = false;  // subscribed to a farm key while m_iUserID was 0
+};
+
+// The session of one connection.
+// Created by LobbyServer::OnCreatePlayer, owned by the connection context it is bound to and
+// recycled with it; freed only when the framework is shut down.
+// Thread: message worker, except Initialize (poll thread or the creating thread, before the
+// connection is announced) and the node id (atomic).
+class LobbyPlayer : public PlayerNode, public PlayerSession {
+  public:
+    virtual LobbyPlayer* operator->() { return this; }
+    // Prepares the record for a new connection: a fresh node id and a fresh PlayerSession.
+    void Initialize() override;
+    ~LobbyPlayer() override = default;
+
+    // The node id; 0 once the connection is closed.
+    operator unsigned long() const { return m_ulPlayerNodeId.load(std::memory_order_acquire); }
+    LobbyPlayer& operator=(unsigned long id) {
+        m_ulPlayerNodeId.store(id, std::memory_order_release);
+        return *this;
+    }
+
+    // These two keep what they held until the next player fills them.
+    char m_szToken[33] = {};
+    char m_szChannelID[64] = {};
+    // Process-unique id of this incarnation of the node; lets a late answer of a back-end server
+    // be recognised. Stored last by Initialize, so that whoever reads it sees the rest.
+    std::atomic<uint64_t> m_ulPlayerNodeId{0};
 };
 
 enum LOGINTYPE : int8_t { LOGIN_LOBBY = 1, LOGIN_GAME = 2 };

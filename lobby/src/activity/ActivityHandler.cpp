@@ -21,7 +21,8 @@ IActivityHandler::IActivityHandler(int activityId, GameProvider* provider)
 }
 
 IActivityHandler::~IActivityHandler() {
-    for (EventListener* listener : m_vecEventListener) delete listener;
+    for (EventListener* listener : m_vecEventListener)
+        delete listener;
 }
 
 void IActivityHandler::init() {
@@ -78,9 +79,13 @@ bool IActivityHandler::isWithinWindow() const {
     return withinDay || row.iDayBegin == row.iDayEnd;
 }
 
-void IActivityHandler::updateIsOpen() { m_isOpen = isWithinWindow(); }
+void IActivityHandler::updateIsOpen() {
+    m_isOpen = isWithinWindow();
+}
 
-bool IActivityHandler::isOpen() { return m_isOpen && checkIsOpen(); }
+bool IActivityHandler::isOpen() {
+    return m_isOpen && checkIsOpen();
+}
 
 void IActivityHandler::setActivityConfig(DBSiteActivityConfig config) {
     const bool wasOpen = isOpen();

@@ -56,7 +56,7 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
     __log(_DEBUG, tag, "收到玩家[%d]充值类型[%d]获得[%ld]成功消息,gameid[%d],serverid[%d]!!!",
           notice.userId, notice.rechargeType, static_cast<long>(notice.rechargeCount),
           notice.gameId, notice.serverId);
-    LobbyPlayer* player = FindSession(notice.userId);
+    LobbyPlayer* player = m_Sessions.Find(notice.userId);
     if (player == nullptr) return;
     RechargeReFreshCoinReq req;
     ZeroMsg(req);
@@ -123,7 +123,7 @@ void LobbyClientHandler::HandleConsumeSucessNotice(void* data, long length) {
           "收到玩家[%d],gameid[%d], serverid[%d], 消耗道具成功消息szConsumeNotice[%.*s]!!!",
           notice.userId, notice.gameId, notice.serverId, static_cast<int>(text.size()),
           text.data());
-    LobbyPlayer* player = FindSession(notice.userId);
+    LobbyPlayer* player = m_Sessions.Find(notice.userId);
     if (player == nullptr) return;
     CallBackRechargeSuccess(player, text.data(), static_cast<int>(text.size()));
     std::printf("ConsumeSucessNotice userid:%d!!!\n", notice.userId);
@@ -170,7 +170,7 @@ void LobbyClientHandler::HandleSychUserDataMsg(void* data, long length) {
     const auto msg = ReadMsg<SychUserLobbyData>(data, length);
     __log(_DEBUG, tag, "收到玩家[%d],gameid[%d], serverid[%d], type[%d], value[%d]", msg.userId,
           msg.gameId, msg.serverId, msg.dataType, msg.dataValue);
-    LobbyPlayer* player = FindSession(msg.userId);
+    LobbyPlayer* player = m_Sessions.Find(msg.userId);
     if (player == nullptr) return;
     // The consume notice's text, on purpose.
     std::printf("ConsumeSucessNotice userid:%d!!!\n", msg.userId);

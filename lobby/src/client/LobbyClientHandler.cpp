@@ -111,10 +111,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
         m_lpLobbyServer->Close(m_lpLobbyPlayer);
         return;
     }
-    player->m_lpNext = m_lpLobbyPlayer;
-    if (m_lpLobbyPlayer != nullptr) m_lpLobbyPlayer->m_lpPrior = player;
-    m_lpLobbyPlayer = player;
-    m_mapUserSessions[player->m_iUserID].push_back(player);
+    m_Sessions.Insert(player);
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Add();
 
     UserInfoReq req;
@@ -143,39 +140,18 @@ bool LobbyClientHandler::OnClosed(IPlayerNode* node, bool bClosed) {
 }
 
 void LobbyClientHandler::Unlink(LobbyPlayer* player) {
-    if (player->m_lpPrior != nullptr) {
-        player->m_lpPrior->m_lpNext = player->m_lpNext;
-    } else if (m_lpLobbyPlayer == player) {
-        m_lpLobbyPlayer = player->m_lpNext;
-    }
-    if (player->m_lpNext != nullptr) player->m_lpNext->m_lpPrior = player->m_lpPrior;
-    player->m_lpNext = nullptr;
-    player->m_lpPrior = nullptr;
-
-    const auto entry = m_mapUserSessions.find(player->m_iUserID);
-    if (entry == m_mapUserSessions.end()) return;
-    const auto erased = std::erase(entry->second, player);
-    if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Take(erased);
-    if (entry->second.empty()) m_mapUserSessions.erase(entry);
-}
-
-LobbyPlayer* LobbyClientHandler::FindSession(int userID, const LobbyPlayer* except) const {
-    const auto entry = m_mapUserSessions.find(userID);
-    if (entry == m_mapUserSessions.end()) return nullptr;
-    const std::vector<LobbyPlayer*>& sessions = entry->second;
-    const auto found = std::find_if(sessions.rbegin(), sessions.rend(),
-                                    [&](const LobbyPlayer* player) { return player != except; });
-    return found != sessions.rend() ? *found : nullptr;
+    if (!m_Sessions.Remove(player)) return;
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Take();
 }
 
 void LobbyClientHandler::DealDisconnect(IPlayerNode* node) {
     const int userID = static_cast<LobbyPlayer*>(node)->m_iUserID;
-    if (FindSession(userID) != nullptr) return;
+    if (m_Sessions.Find(userID) != nullptr) return;
     __log(_ERROR, "LobbyClientHandler::DealDisconnect", "userid[%d],引用计数【%d】!!!!", userID, 0);
 }
 
 LobbyPlayer* LobbyClientHandler::GetPlayerByUserID(int userID) {
-    LobbyPlayer* player = FindSession(userID);
+    LobbyPlayer* player = m_Sessions.Find(userID);
     if (player != nullptr)
         __log(_DEBUG, "LobbyClientHandler::GetPlayerByUserID", "userid[%d] found", userID);
     return player;
@@ -188,7 +164,7 @@ void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, vo
         __log(_ERROR, tag, "userid[%d]", userID);
         return;
     }
-    if (LobbyPlayer* player = FindSession(userID)) {
+    if (LobbyPlayer* player = m_Sessions.Find(userID)) {
         m_lpLobbyServer->SendData(player, type, data, length, ENCODE_NONE);
         __log(_DEBUG, tag, "userid[%d] found! msg type[0x%0x]", userID, type);
         return;
@@ -197,13 +173,11 @@ void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, vo
 }
 
 void LobbyClientHandler::SendMsgToAllLobbyClent(unsigned short type, void* data, long length) {
-    LobbyPlayer* next = nullptr;
-    for (LobbyPlayer* p = m_lpLobbyPlayer; p != nullptr; p = next) {
-        next = p->m_lpNext;  // taken first: a failed send closes its session
-        const bool sent = m_lpLobbyServer->SendData(p, type, data, length, ENCODE_NONE);
+    m_Sessions.ForEach([&](LobbyPlayer* player) {
+        const bool sent = m_lpLobbyServer->SendData(player, type, data, length, ENCODE_NONE);
         __log(sent ? _DEBUG : _WARN, "LobbyClientHandler::SendMsgToAllLobbyClent",
-              "userid[%d], type[0x%0x]", p->m_iUserID, type);
-    }
+              "userid[%d], type[0x%0x]", player->m_iUserID, type);
+    });
 }
 
 bool LobbyClientHandler::SendToQueue(uint16_t type, void* msg, long length) {

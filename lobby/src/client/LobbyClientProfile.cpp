@@ -192,7 +192,7 @@ void LobbyClientHandler::HandleModifyFaceFrameReq(IPlayerNode* node, void* data,
               player->m_iUserID);
         return;
     }
-    const auto& frames = m_lpLobbyServer->m_mapConfigVipFrame;
+    const auto& frames = m_lpLobbyServer->Vip().m_mapConfigVipFrame;
     const auto frame = frames.find(req.iFrameId);
     if (frame == frames.end() ||
         m_lpLobbyServer->GetVipLevel(player->iAllYuanBaoAmount) < frame->second.iLimitLv) {

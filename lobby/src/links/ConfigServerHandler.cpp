@@ -97,24 +97,27 @@ void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {
     static constexpr TableTexts texts{"ConfigServerHandler::OnVipLevelConfigRes",
                                       "config_server return vip_level Success!",
                                       "vip level[%d], recharge[%d]"};
-    LoadTable<tagVipLevelConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipLevel,
-                                    m_lpLobbyServer->m_mapConfigVipLevel1);
+    VipTables& vip = m_lpLobbyServer->Vip();
+    LoadTable<tagVipLevelConfigRes>(texts, data, length, vip.m_mapConfigVipLevel,
+                                    vip.m_mapConfigVipLevel1);
 }
 
 void ConfigServerHandler::OnVipPhotoConfigRes(void* data, long length) {
     static constexpr TableTexts texts{"ConfigServerHandler::OnVipPhotoConfigRes",
                                       "config_server return vip_photo Success!",
                                       "vip photo_id[%d], open_level[%d]"};
-    LoadTable<tagVipPhotoConfigRes>(texts, data, length, m_lpLobbyServer->m_mapConfigVipPhoto,
-                                    m_lpLobbyServer->m_mapConfigVipPhoto1);
+    VipTables& vip = m_lpLobbyServer->Vip();
+    LoadTable<tagVipPhotoConfigRes>(texts, data, length, vip.m_mapConfigVipPhoto,
+                                    vip.m_mapConfigVipPhoto1);
 }
 
 void ConfigServerHandler::OnVipFrameConfigRes(void* data, long length) {
     static constexpr TableTexts texts{"ConfigServerHandler::OnVipFrameConfigRes",
                                       "config_server return vip_frame Success!",
                                       "vip frame_id[%d], open_level[%d]"};
-    LoadTable<tagVipFrameConfig>(texts, data, length, m_lpLobbyServer->m_mapConfigVipFrame,
-                                 m_lpLobbyServer->m_mapConfigVipFrame1);
+    VipTables& vip = m_lpLobbyServer->Vip();
+    LoadTable<tagVipFrameConfig>(texts, data, length, vip.m_mapConfigVipFrame,
+                                 vip.m_mapConfigVipFrame1);
 }
 
 void ConfigServerHandler::OnConfigLobbySwitchRes(void* data, long length) {
@@ -133,13 +136,13 @@ void ConfigServerHandler::OnSubscribeKeyRes(void* data, long length) {
     }
     const auto msg = ReadMsg<WebFarmSubscribeKeyRes>(data, length);
     __log(_DEBUG, tag, "init[%d] count[%d]", msg.bInit, msg.iCount);
-    auto& keys = m_lpLobbyServer->m_lSubscribeKeyInfo;
-    if (msg.bInit != 0) keys.clear();
+    FarmKeys& keys = m_lpLobbyServer->Farm();
+    if (msg.bInit != 0) keys.Forget();
     const size_t count = ItemsWithin<WebFarmSubscribeKeyInfo>(
         length, sizeof(msg), static_cast<size_t>(std::max(msg.iCount, 0)));
     for (size_t i = 0; i < count; ++i) {
         const auto key = ReadItem<WebFarmSubscribeKeyInfo>(data, length, sizeof(msg), i);
         __log(_DEBUG, tag, "init[%d] key[%s]", msg.bInit, TextStr(key.szKey).c_str());
-        keys.push_back(key);
+        keys.Allow(key);
     }
 }

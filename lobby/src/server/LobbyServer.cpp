@@ -9,20 +9,16 @@
 #include "ConfigKeys.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
-#include "Endpoint.h"
 #include "LobbyClientHandler.h"
 #include "LogServerHandler.h"
 #include "MetricsEndpoint.h"
 #include "QueueServerHandler.h"
+#include "Settings.h"
 #include "WebServerHandler.h"
 #include "activityHandler/Activity20171211.h"
 #include "activityHandler/Activity20180901.h"
 #include "activitySystem/ActivitySystem.h"
 #include "eventSystem/EventDispatcher.h"
-
-CIniFile m_ConfigFile;
-CIniFile m_ConfigSensitiveNameCfg;
-CIniFile m_ConfigFileDiscUserID;
 
 namespace {
 
@@ -46,8 +42,8 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
         std::fprintf(stderr, "LobbyServer.cfg: cannot be read, or is empty\n");
     }
     loadSensitiveNameCfg();
-    ReadLimits();
-    ReadProxies();
+    m_Limits = ReadLimits();
+    SetProxyTrust(ReadProxies());
     OpenMetrics();
     InitializeNetwork();
 }
@@ -59,13 +55,14 @@ LobbyServer::~LobbyServer() {
     Shutdown();
     UnregisterActivities();
     m_Links.Clear();
-    m_lpLobbyClientHandler.reset();
+    m_Clients.reset();
     // The data server's handler stays, on purpose.
 }
 
 // The links in the order of the start.
 void LobbyServer::CreateHandlers() {
-    m_lpLobbyClientHandler = std::make_unique<LobbyClientHandler>(this);
+    m_Clients = std::make_unique<LobbyClientHandler>(this);
+    m_lpLobbyClientHandler = m_Clients.get();
     m_lpCenterServerHandler = m_Links.Add(std::make_shared<CenterServerHandler>(this));
     m_lpWebServerHandler = m_Links.Add(std::make_shared<WebServerHandler>(this));
     m_lpQueueServerHandler = m_Links.Add(std::make_shared<QueueServerHandler>(this));
@@ -117,6 +114,11 @@ void LobbyServer::InitializeNetwork() {
     }
 }
 
+void LobbyServer::CancelConnects() {
+    GameProvider::CancelConnects();
+    m_LobbyRedisServer.CancelConnects();
+}
+
 long LobbyServer::Start() {
     RegisterActivities();
     m_bTicking.store(true, std::memory_order_release);
@@ -145,20 +147,14 @@ void LobbyServer::UnregisterActivities() {
 
 IPlayerNode* LobbyServer::OnCreatePlayer() {
     auto* player = new LobbyPlayer;
-    std::lock_guard lock(m_lockNodes);
-    m_setNodes.insert(NodeHandle(player));
+    m_Nodes.Add(player);
     return player;
 }
 
 LobbyPlayer* LobbyServer::FindNodeByHandle(uint64_t handle) {
-    std::lock_guard lock(m_lockNodes);
-    if (!m_setNodes.contains(handle)) return nullptr;
-    return static_cast<LobbyPlayer*>(reinterpret_cast<IPlayerNode*>(handle));
+    return m_Nodes.Find(handle);
 }
 
 LobbyPlayer* LobbyServer::FindPlayerByHandle(uint64_t handle, uint64_t nodeId) {
-    if (nodeId == 0) return nullptr;
-    LobbyPlayer* player = FindNodeByHandle(handle);
-    if (player == nullptr || *player != nodeId) return nullptr;
-    return player;
+    return m_Nodes.Find(handle, nodeId);
 }

@@ -10,20 +10,13 @@
 #include "log_server_msg.h"
 
 bool LobbyServer::IsExistSubscribeKey(const std::string& key) {
-    if (key.empty()) {
-        __log(_ERROR, "LobbyServer::IsExistSubscribeKey", "szKey is nullptr.");
-        return false;
-    }
-    return std::any_of(
-        m_lSubscribeKeyInfo.begin(), m_lSubscribeKeyInfo.end(),
-        [&key](const WebFarmSubscribeKeyInfo& info) { return TextOf(info.szKey) == key; });
+    return m_Farm.IsAllowed(key);
 }
 
 void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice& notice) {
     static constexpr char tag[] = "LobbyServer::publish";
-    // A key that lost its last subscriber keeps its empty list and does not leave this line.
-    const auto it = m_mapStrKeyToPlayer.find(key);
-    if (it == m_mapStrKeyToPlayer.end()) {
+    const auto* const subscribers = m_Farm.SubscribersOf(key);
+    if (subscribers == nullptr) {
         __log(_DEBUG, tag, "no plyaer subscribe msg key[%s]", key.c_str());
         return;
     }
@@ -33,7 +26,7 @@ void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice&
     msg.iSubID = notice.iSubID;
     std::memcpy(msg.szKey, key.data(), std::min(key.size(), sizeof(msg.szKey)));
     std::memcpy(msg.szMsgContent, notice.szMsgContent, sizeof(msg.szMsgContent));
-    for (const PublishPlayer& subscriber : it->second) {
+    for (const PublishPlayer& subscriber : *subscribers) {
         __log(_DEBUG, tag, "user_id[%d] ulPlayerNode[%d] key[%s] publish", subscriber.iUserID,
               static_cast<int>(subscriber.ulPlayerNode), key.c_str());
         // A node closed or reused since it subscribed gets nothing.

@@ -8,9 +8,9 @@
 
 #include "Common/Log.h"
 #include "ConfigKeys.h"
-#include "Endpoint.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
+#include "Settings.h"
 
 namespace {
 
@@ -41,8 +41,52 @@ const char* ErrorText(int error) {
     return error == NET_UNRESOLVED ? "the name cannot be resolved" : strerror(error);
 }
 
+void WarnOfSweepGuard(int maxConnection) {
+    if (ReadInt(m_ConfigFile, KeyOf("log", "warnings")) == 0) return;
+    const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
+    // The listener admits one client more than its limit; without sweeps nothing is visited.
+    if (interval == -1 || maxConnection + 1L < SWEEP_GUARD) return;
+    __log(_WARN, "LobbyServer::StartLobbyService",
+          "maxconnection[%d] reaches the guard of the sweep: with [%ld] clients it suspends the "
+          "message worker, nobody is served until a signal comes",
+          maxConnection, SWEEP_GUARD);
+}
+
 constexpr int kIPv4 = 2, kStream = 1, kTcp = 6;
 constexpr unsigned long kConnectTimeoutMs = 5000, kLinkConnections = 2000;
+
+void ReportCreateFailure(const char* name, const Endpoint& endpoint, int error) {
+    __log(_ERROR, "LobbyServer::ConnectServer",
+          "Create() error, '%s', host[%s], port[%d], errno[%d], info[%s] !", name, endpoint.host,
+          endpoint.port, error, ErrorText(error));
+    if (error == ECANCELED) return;  // the process is ending
+    char what[160];
+    std::snprintf(what, sizeof(what), "cannot connect to %s:%d (%s)", endpoint.host, endpoint.port,
+                  ErrorText(error));
+    ComplainConfig("connect", name, what);
+}
+
+// The node is stored before anything can be reported on it. It stays stored when receiving fails:
+// its close is then recognised as the link's and re-opens it.
+bool BringUp(LobbyServer& server, const char* name, const Endpoint& endpoint, LinkNode& link,
+             IPlayerNode* node) {
+    link = node;
+    if (!server.RecvData(node)) {
+        __log(_ERROR, "LobbyServer::ConnectServer",
+              "connect '%s', host[%s], port[%d], RecvData() error !, node = %08x", name,
+              endpoint.host, endpoint.port, NodeTag(node));
+        server.Close(node);
+        return false;
+    }
+    __log(_DEBUG, "LobbyServer::ConnectServer",
+          "connect '%s' success, host[%s], port[%d], node = %08x !", name, endpoint.host,
+          endpoint.port, NodeTag(node));
+    if (auto* metrics = LinkMetricsOf(name)) {
+        metrics->connects.Add();
+        metrics->up = true;
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -69,7 +113,8 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
     IPlayerNode* created = Create(false, endpoint.host, static_cast<unsigned short>(endpoint.port),
                                   kConnectTimeoutMs, kLinkConnections, kIPv4, kStream, kTcp);
     if (created == nullptr) {
-        ReportCreateFailure(name, endpoint, errno);
+        // Silent once the lobby listens: the keeper tries every second while a peer is away.
+        if (m_lpLobbyServer == nullptr) ReportCreateFailure(name, endpoint, errno);
         if (auto* metrics = LinkMetricsOf(name)) metrics->failures.Add();
         return -1;
     }
@@ -78,44 +123,9 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
         Close(created);
         return 0;
     }
-    if (!BringUp(name, endpoint, node, created)) return -1;
+    if (!BringUp(*this, name, endpoint, node, created)) return -1;
     if (onUp) onUp();
     return 0;
-}
-
-// Silent once the lobby listens: the keeper tries every second while a peer is away.
-void LobbyServer::ReportCreateFailure(const char* name, const Endpoint& endpoint, int error) const {
-    if (m_lpLobbyServer != nullptr) return;
-    __log(_ERROR, "LobbyServer::ConnectServer",
-          "Create() error, '%s', host[%s], port[%d], errno[%d], info[%s] !", name, endpoint.host,
-          endpoint.port, error, ErrorText(error));
-    if (error == ECANCELED) return;  // the process is ending
-    char what[160];
-    std::snprintf(what, sizeof(what), "cannot connect to %s:%d (%s)", endpoint.host, endpoint.port,
-                  ErrorText(error));
-    ComplainConfig("connect", name, what);
-}
-
-// The node is stored before anything can be reported on it. It stays stored when receiving fails:
-// its close is then recognised as the link's and re-opens it.
-bool LobbyServer::BringUp(const char* name, const Endpoint& endpoint, LinkNode& link,
-                          IPlayerNode* node) {
-    link = node;
-    if (!RecvData(node)) {
-        __log(_ERROR, "LobbyServer::ConnectServer",
-              "connect '%s', host[%s], port[%d], RecvData() error !, node = %08x", name,
-              endpoint.host, endpoint.port, NodeTag(node));
-        Close(node);
-        return false;
-    }
-    __log(_DEBUG, "LobbyServer::ConnectServer",
-          "connect '%s' success, host[%s], port[%d], node = %08x !", name, endpoint.host,
-          endpoint.port, NodeTag(node));
-    if (auto* metrics = LinkMetricsOf(name)) {
-        metrics->connects.Add();
-        metrics->up = true;
-    }
-    return true;
 }
 
 bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row) {

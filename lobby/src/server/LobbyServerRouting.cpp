@@ -49,6 +49,23 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
     }
 }
 
+bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
+    if (m_Links.IsLink(node)) return false;
+    auto* player = static_cast<LobbyPlayer*>(node);
+    const auto [rule, first] = m_Limits.Count(player->m_Usage, type, ClockUptime());
+    if (rule == nullptr) return false;
+    CountRateLimited(type);
+    const bool close = rule->action == MessageLimits::Action::Close;
+    if (first) {
+        __log(_WARN, "LobbyServer::OnNetMessage",
+              "node[0x%08x], userid[%d], type[0x%x] more than count[%d] in seconds[%d], %s",
+              NodeTag(node), player->m_iUserID, type, static_cast<int>(rule->count),
+              static_cast<int>(rule->seconds), close ? "closed" : "dropped");
+    }
+    if (close) Close(node);
+    return true;
+}
+
 void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
     if (node == nullptr) return;
     auto* player = static_cast<LobbyPlayer*>(node);

@@ -9,6 +9,7 @@
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
+#include "Settings.h"
 #include "center_server_msg.h"
 #include "lobby_client_msg.h"
 
@@ -96,7 +97,7 @@ int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
         __log(_ERROR, "LobbyServer::KickOutLobbyPlayer", "userid[%d] kickout error", userID);
         return 0;
     }
-    LobbyPlayer* player = m_lpLobbyClientHandler->FindSession(userID, except);
+    LobbyPlayer* player = m_lpLobbyClientHandler->m_Sessions.Find(userID, except);
     if (player == nullptr) return 0;
     SendKickOut(player, false);
     return 1;
@@ -105,9 +106,7 @@ int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
 void LobbyServer::KickOutAllLobbyPlayer() {
     // A copy: closing unlinks sessions.
     std::vector<LobbyPlayer*> players;
-    for (LobbyPlayer* p = GetClientLobbyPlayer(); p != nullptr; p = p->m_lpNext) {
-        players.push_back(p);
-    }
+    m_lpLobbyClientHandler->m_Sessions.ForEach([&](LobbyPlayer* p) { players.push_back(p); });
     for (LobbyPlayer* player : players)
         SendKickOut(player, true);
 }
@@ -140,14 +139,7 @@ int LobbyServer::isContainSensitiveName(const char* name) {
 }
 
 int LobbyServer::GetVipLevel(int value) {
-    auto& levels = m_mapConfigVipLevel;
-    // Past the largest level nothing can follow; with levels below 1 in the table the number of
-    // entries would stay ahead of i for ever.
-    const int last = levels.empty() ? 0 : levels.rbegin()->first;
-    for (int i = 1; i <= last && static_cast<size_t>(i) <= levels.size(); ++i) {
-        if (value < levels[i]) return i - 1;
-    }
-    return 0;
+    return m_Vip.Level(value);
 }
 
 int LobbyServer::SendMsgToDataServer(int type, void* data, long length) {

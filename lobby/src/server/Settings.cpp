@@ -1,17 +1,18 @@
-// The keys that switch extras on. Without them nothing here has an effect.
+#include "Settings.h"
+
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "Common/Clock.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"
-#include "Endpoint.h"
-#include "LobbyMetrics.h"
-#include "LobbyServer.h"
+
+CIniFile m_ConfigFile;
+CIniFile m_ConfigSensitiveNameCfg;
+CIniFile m_ConfigFileDiscUserID;
 
 namespace {
 
@@ -34,15 +35,35 @@ void IgnoreValue(const char* section, const char* key, const char* value, const 
 
 }  // namespace
 
-void LobbyServer::ReadLimits() {
-    ForEachKey("limits", [this](const char* key) {
-        char value[64] = {};
-        if (m_ConfigFile.GetValueStr("limits", key, value, sizeof(value)) == 0) return;
-        if (const char* fault = m_Limits.Add(key, value)) IgnoreValue("limits", key, value, fault);
-    });
+void ComplainConfig(const char* section, const char* key, const char* what) {
+    std::fprintf(stderr, "LobbyServer.cfg: section [%s], key \"%s\": %s\n", section, key, what);
 }
 
-void LobbyServer::ReadProxies() {
+bool ReadEndpoint(const char* section, const char* key, Endpoint& endpoint) {
+    const int size = m_ConfigFile.GetValueStr(section, key, nullptr, 0);
+    if (size == 0) {
+        ComplainConfig(section, key, "missing; a host:port is needed");
+        return false;
+    }
+    std::string value(static_cast<size_t>(size), '\0');
+    m_ConfigFile.GetValueStr(section, key, value.data(), size);
+    value.pop_back();
+    const char* fault = ParseEndpoint(value, endpoint);
+    if (fault != nullptr) ComplainConfig(section, key, fault);
+    return fault == nullptr;
+}
+
+MessageLimits ReadLimits() {
+    MessageLimits limits;
+    ForEachKey("limits", [&limits](const char* key) {
+        char value[64] = {};
+        if (m_ConfigFile.GetValueStr("limits", key, value, sizeof(value)) == 0) return;
+        if (const char* fault = limits.Add(key, value)) IgnoreValue("limits", key, value, fault);
+    });
+    return limits;
+}
+
+ProxyTrust ReadProxies() {
     char list[1024] = {};
     constexpr const char* kKey = KeyOf("listen", "trusted_proxies").name;
     if (m_ConfigFile.GetValueStr("listen", kKey, list, sizeof(list)) > int{sizeof(list)}) {
@@ -67,33 +88,5 @@ void LobbyServer::ReadProxies() {
     } else {
         trust.header = static_cast<ProxyTrust::Header>(header);
     }
-    SetProxyTrust(std::move(trust));
-}
-
-bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
-    if (m_Links.IsLink(node)) return false;
-    auto* player = static_cast<LobbyPlayer*>(node);
-    const auto [rule, first] = m_Limits.Count(player->m_Usage, type, ClockUptime());
-    if (rule == nullptr) return false;
-    CountRateLimited(type);
-    const bool close = rule->action == MessageLimits::Action::Close;
-    if (first) {
-        __log(_WARN, "LobbyServer::OnNetMessage",
-              "node[0x%08x], userid[%d], type[0x%x] more than count[%d] in seconds[%d], %s",
-              NodeTag(node), player->m_iUserID, type, static_cast<int>(rule->count),
-              static_cast<int>(rule->seconds), close ? "closed" : "dropped");
-    }
-    if (close) Close(node);
-    return true;
-}
-
-void LobbyServer::WarnOfSweepGuard(int maxConnection) const {
-    if (ReadInt(m_ConfigFile, KeyOf("log", "warnings")) == 0) return;
-    const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
-    // The listener admits one client more than its limit; without sweeps nothing is visited.
-    if (interval == -1 || maxConnection + 1L < SWEEP_GUARD) return;
-    __log(_WARN, "LobbyServer::StartLobbyService",
-          "maxconnection[%d] reaches the guard of the sweep: with [%ld] clients it suspends the "
-          "message worker, nobody is served until a signal comes",
-          maxConnection, SWEEP_GUARD);
+    return trust;
 }
