@@ -30,7 +30,7 @@ endif()
 
 add_library(lobby_options INTERFACE)
 target_compile_options(lobby_options INTERFACE
-    -Wall -Wextra -Wshadow -Wformat=2 -Wno-format-nonliteral -Wnon-virtual-dtor -Woverloaded-virtual
+    -Wall -Wextra -Wshadow -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual
     -Wcast-align -Wundef -Werror
     # GCC 12 reports std::string's own copies.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)

@@ -13,7 +13,7 @@ std::string Single(std::string_view text) {
 }
 
 std::string Hex(uint16_t type) {
-    return HexText(type, "0x%04x");
+    return HexText(type, "0123456789abcdef");
 }
 
 std::string KeyValue(const char* name, const std::string& value) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -17,9 +16,11 @@ inline std::string Quoted(std::string_view text, char quote = '"') {
     return out + quote;
 }
 
-inline std::string HexText(uint16_t type, const char* format = "0x%04X") {
-    char text[8];
-    std::snprintf(text, sizeof(text), format, static_cast<unsigned>(type));
+// Of a message type: 0x00A1, or 0x00a1.
+inline std::string HexText(uint16_t type, std::string_view digits = "0123456789ABCDEF") {
+    std::string text = "0x";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        text += digits[type >> shift & 0xF];
     return text;
 }
 

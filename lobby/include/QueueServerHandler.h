@@ -6,6 +6,7 @@
 #include "Game/NetGame.h"
 #include "LinkHandler.h"
 #include "LobbyPlayer.h"
+#include "LogText.h"
 
 class LobbyServer;
 struct QueueExchangeCoinRes;
@@ -55,7 +56,8 @@ class QueueServerHandler : public LinkHandler {
     template <class Trans, class Row>
     void RelayResult(const Row& row, void* data, long length);
     // The session an answer belongs to; logs and returns null when it is gone.
-    LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag, const char* text);
+    LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,
+                           LogText<int, int> text);
     void EnterRegistry(LobbyPlayer* player);
     void BookExchange(LobbyPlayer* giver, const QueueExchangeCoinRes& msg);
 };

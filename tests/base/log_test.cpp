@@ -12,6 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Formats made at run time are what some cases are about.
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
 std::atomic<time_t> g_time{0};
 
 // 14 November 2026, 13:05:09 local time.

@@ -8,6 +8,7 @@
 #include "LobbyClientHandler.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
+#include "LogText.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
 
@@ -28,14 +29,14 @@ struct BankRequest {
     uint16_t resultType;  // of an answer the lobby itself gives
     time_t LobbyPlayer::*stamp;
     bool answerTooSoon;
-    const char* tooSoonText;    // args: user, gap, now, stamp
-    const char* announceText;   // args: length; null: nothing is printed
-    const char* sizeText;       // args: length, size
-    int64_t Req::*amount;       // null: none
-    const char* amountText;     // args: user, amount
-    const char* otherUserText;  // args: user of the request, of the session
-    const char* sentText;       // args: user, team tag, account; null: silent
-    const char* failText;       // the same
+    LogText<int, int, int, int> tooSoonText;  // user, gap, now, stamp
+    LogText<int> announceText;                // length; printed
+    LogText<int, int> sizeText;               // length, size
+    int64_t Req::*amount;                     // null: none
+    LogText<int, int> amountText;             // user, amount
+    LogText<int, int> otherUserText;          // user of the request, of the session
+    LogText<int, int, const char*> sentText;  // user, team tag, account
+    LogText<int, int, const char*> failText;  // the same
 };
 
 // The session's part of a wrapped request; only coin movements carry account data.
@@ -122,8 +123,7 @@ constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBank
 }  // namespace
 
 // The order of the checks is required: the stamp moves before the length is looked at, and
-// without a queue link neither amount nor user is judged. Texts with fewer conversions than
-// arguments leave the rest out.
+// without a queue link neither amount nor user is judged.
 template <class Op>
 void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* data,
                                       unsigned short length) {
@@ -141,27 +141,27 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
     const time_t now = ClockNow();
     const time_t gap = now - player->*op.stamp;
     if (gap < kBankGapSeconds) {
-        __log(_ERROR, op.tag, op.tooSoonText, player->m_iUserID, static_cast<int>(gap),
-              static_cast<int>(now), static_cast<int>(player->*op.stamp));
+        op.tooSoonText.Log(_ERROR, op.tag, player->m_iUserID, static_cast<int>(gap),
+                           static_cast<int>(now), static_cast<int>(player->*op.stamp));
         CountThrottled(op.clientType);
         if (op.answerTooSoon) answer(BANK_RESULT_TOO_SOON);
         return;
     }
     player->*op.stamp = now;
-    if (op.announceText != nullptr) std::printf(op.announceText, length);
+    op.announceText.Print(length);
     if (length != sizeof(typename Op::Req)) {
-        __log(_ERROR, op.tag, op.sizeText, length, static_cast<int>(sizeof(typename Op::Req)));
+        op.sizeText.Log(_ERROR, op.tag, length, static_cast<int>(sizeof(typename Op::Req)));
         return;
     }
     if (m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer == nullptr) return;
     const auto req = ReadMsg<typename Op::Req>(data, length);
     if (op.amount != nullptr && req.*op.amount < 1) {
-        __log(_ERROR, op.tag, op.amountText, player->m_iUserID, static_cast<int>(req.*op.amount));
+        op.amountText.Log(_ERROR, op.tag, player->m_iUserID, static_cast<int>(req.*op.amount));
         answer(BANK_RESULT_BAD_VALUE);
         return;
     }
     if (req.iUserID != player->m_iUserID) {
-        __log(_ERROR, op.tag, op.otherUserText, req.iUserID, player->m_iUserID);
+        op.otherUserText.Log(_ERROR, op.tag, req.iUserID, player->m_iUserID);
         answer(BANK_RESULT_OTHER_USER);
         return;
     }
@@ -170,11 +170,11 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
     msg.base = req;
     FillSession(msg, player);
     const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));
-    const char* text = sent ? op.sentText : op.failText;
+    const auto& text = sent ? op.sentText : op.failText;
     const LOG_LEVEL level = sent ? _WARN : _ERROR;
-    if (text != nullptr && LogEnabled(level)) {
-        __log(level, op.tag, text, player->m_iUserID, player->iTeamTag,
-              TextStr(player->szOutAccount).c_str());
+    if (text && LogEnabled(level)) {
+        text.Log(level, op.tag, player->m_iUserID, player->iTeamTag,
+                 TextStr(player->szOutAccount).c_str());
     }
 }
 

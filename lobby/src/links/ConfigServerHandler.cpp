@@ -6,6 +6,7 @@
 #include "Common/Log.h"
 #include "DispatchTable.h"
 #include "LobbyServer.h"
+#include "LogText.h"
 #include "MsgView.h"
 
 namespace {
@@ -34,7 +35,7 @@ bool CheckLength(const char* tag, long length, size_t expected) {
 struct TableTexts {
     const char* tag;
     const char* success;
-    const char* item;  // key, number
+    LogText<int, int> item;  // key, number
 };
 
 // Stores one message of a table in the staging table and, when it is the transfer's last, makes
@@ -53,7 +54,7 @@ void LoadTable(const TableTexts& texts, const void* data, long length, Map& live
         } else {
             staging[key] = msg.item[i];
         }
-        __log(_DEBUG, texts.tag, texts.item, key, number);
+        texts.item.Log(_DEBUG, texts.tag, key, number);
     }
     if (msg.isFinished == 0) return;
     // Whatever the staging table holds becomes the table, nothing at all included.

@@ -121,12 +121,12 @@ void QueueServerHandler::EnterRegistry(LobbyPlayer* player) {
 }
 
 LobbyPlayer* QueueServerHandler::SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,
-                                           const char* text) {
+                                           LogText<int, int> text) {
     LobbyPlayer* player = m_lpLobbyServer->FindPlayerByHandle(handle, nodeId);
     if (player != nullptr) return player;
     // Of a node that is closed or another player's by now, only the id may be read.
     const LobbyPlayer* other = m_lpLobbyServer->FindNodeByHandle(handle);
     const auto current = other == nullptr ? 0 : other->m_ulPlayerNodeId.load();
-    __log(_ERROR, tag, text, static_cast<int>(nodeId), static_cast<int>(current));
+    text.Log(_ERROR, tag, static_cast<int>(nodeId), static_cast<int>(current));
     return nullptr;
 }

@@ -4,6 +4,7 @@
 #include "BankInfoDef_Trans.h"
 #include "Common/Log.h"
 #include "LobbyServer.h"
+#include "LogText.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
 #include "queue_server_msg.h"
@@ -15,13 +16,13 @@ namespace {
 struct ResultRow {
     uint16_t clientType;
     const char* tag;
-    const char* sizeTag;     // of the wrong-size line
-    const char* outcomeTag;  // of the outcome lines
-    const char* sizeText;    // args: size, length
+    const char* sizeTag;         // of the wrong-size line
+    const char* outcomeTag;      // of the outcome lines
+    LogText<int, int> sizeText;  // size, length
     LOG_LEVEL okLevel;
-    const char* okText;          // args: user, code; null: silent
-    const char* failText;        // args: code; null: silent
-    bool failNamesUser = false;  // args of failText: user, code
+    LogText<int, int> okText;                  // user, code
+    LogText<int> failText;                     // code
+    LogText<int, int> failUserText = nullptr;  // user, code
 };
 
 int CodeOf(const auto& base) {
@@ -34,11 +35,10 @@ int CodeOf(const auto& base) {
 
 void LogOutcome(const ResultRow& row, int userID, int code) {
     if (code == 0) {
-        if (row.okText != nullptr) __log(row.okLevel, row.outcomeTag, row.okText, userID, code);
-    } else if (row.failText != nullptr && row.failNamesUser) {
-        __log(_ERROR, row.outcomeTag, row.failText, userID, code);
-    } else if (row.failText != nullptr) {
-        __log(_ERROR, row.outcomeTag, row.failText, code);
+        row.okText.Log(row.okLevel, row.outcomeTag, userID, code);
+    } else {
+        row.failText.Log(_ERROR, row.outcomeTag, code);
+        row.failUserText.Log(_ERROR, row.outcomeTag, userID, code);
     }
 }
 
@@ -90,7 +90,7 @@ constexpr ResultRow kSignatureRow = {
 constexpr ResultRow kFaceIdRow = {
     MODIFY_FACE_ID_S2C, kFaceId, kFaceId, kFaceId,
     "sizeof(ModifyFaceIdRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改头像操作成功.... [%d]", "userid[%d]修改头像操作失败.... [%d]", true};
+    "userid[%d]修改头像操作成功.... [%d]", nullptr, "userid[%d]修改头像操作失败.... [%d]"};
 constexpr ResultRow kMobileRow = {
     BINDING_MOBILE_S2C, kMobile, kMobile, kMobile,
     "sizeof(BindingMobileRes_trans) %d !=  length %d", _DEBUG,
@@ -111,8 +111,8 @@ constexpr ResultRow kFaceFrameRow = {
 template <class Trans, class Row>
 void QueueServerHandler::RelayResult(const Row& row, void* data, long length) {
     if (length != sizeof(Trans)) {
-        __log(_ERROR, row.sizeTag, row.sizeText, static_cast<int>(sizeof(Trans)),
-              static_cast<int>(length));
+        row.sizeText.Log(_ERROR, row.sizeTag, static_cast<int>(sizeof(Trans)),
+                         static_cast<int>(length));
         return;
     }
     const auto msg = ReadMsg<Trans>(data, length);
