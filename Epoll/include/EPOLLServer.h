@@ -1,8 +1,6 @@
 // The network provider: the reactor plus the message worker.
 #pragma once
 
-#include <semaphore.h>
-
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -24,8 +22,13 @@ class INetMessager;
 // it is done, however many frames it held; after the application's Close nothing more of the
 // connection is delivered, not even the rest of the same record.
 // Owns the record queue and its recycler; points at messager and provider.
-// Thread: the reactor hooks on poll threads (or where a close arose); the private functions on the
-// message worker unless marked.
+//
+// Order with a worker that reads for itself: its own records wait in a list of its own, which is
+// handled before the queue, and it reads only when both are empty, under m_lockLead. So what it
+// reads is younger than what was queued, and what a poll thread queues later is younger still.
+//
+// Thread: the reactor hooks on the thread that reads (or where a close arose); the private
+// functions on the message worker unless marked.
 class EPOLLServer : public Epoll, public INetProvider {
   public:
     // Without a messager a context is a bare EPOLLReceiver, released as soon as it is closed.
@@ -33,8 +36,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     EPOLLServer(GameProvider* provider, INetMessager* messager, unsigned long maxRecvCount);
     ~EPOLLServer() override;
 
-    // True: a record ends the worker's pause at once instead of waiting up to a millisecond for its
-    // end. Before Initialize.
+    // True: the worker reads for itself, and data ends its pause at once; false: it looks every
+    // millisecond at what the poll threads read. Before Initialize.
     void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
     // See GameProvider. Before Initialize.
     void SetWebSocket(bool standard) { m_bWebSocket = standard; }
@@ -56,6 +59,10 @@ class EPOLLServer : public Epoll, public INetProvider {
     void OnReadCompleted(EPOLLContext* context, void* buffer, long length,
                          sockaddr_in* addr) override;
     void OnConnectionClosed(EPOLLContext* context, bool closed, sockaddr_in* addr) override;
+    bool WorkerReads() const override { return m_bWakeup; }
+    unsigned long WorkerProgress() const override {
+        return m_ulProgress.load(std::memory_order_relaxed);
+    }
     long GatherTime() const override;
     unsigned long CloseGrace() const override { return m_ulTimeout; }
     // Not without a worker: nobody would hear of the connection.
@@ -68,11 +75,16 @@ class EPOLLServer : public Epoll, public INetProvider {
   private:
     static void* ThreadProc(void* self);
     void StopWorker();                                                   // main
-    void QueueRecord(EPOLLContext* context, void* buffer, long length);  // poll threads
+    void QueueRecord(EPOLLContext* context, void* buffer, long length);  // any thread
     void DiscardRecords();
 
     void DoNetMsg();
     DataBuffer* NextRecord();
+    DataBuffer* NextQueued();
+    DataBuffer* ReadRecord();
+    void AppendOwn(DataBuffer* record);
+    bool TakeBatch();
+    bool MoreAtHand() const;
     void MeasurePass();
     void HandleRecord(const DataBuffer& record);
     void OnEstablished(EPOLLReceiver* receiver);
@@ -102,15 +114,23 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     // One wake of the worker takes so many records off the queue in one go.
     static constexpr long kBatch = 64;
+    // A worker that reads for itself takes so many events at once, and of each connection so many
+    // blocks: more would let a flood wait in memory, and others behind it.
+    static constexpr int kEvents = 256;
+    static constexpr int kOwnBlocks = 1;
+
+    // Set on the worker's thread.
+    static constinit thread_local const EPOLLServer* t_lpWorkerOf;
 
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
-    bool m_bWakeup = false;               // constant after Initialize
-    bool m_bWebSocket = false;            // constant after Initialize
-    ProxyTrust m_Trust;                   // constant after Initialize
-    sem_t m_semWake;                      // posted when a record comes while the worker pauses
-    std::atomic<bool> m_bPausing{false};  // set by the worker
-    std::atomic<long> m_lPauseEnd{0};     // CLOCK_MONOTONIC, microseconds; set by the worker
+    bool m_bWakeup = false;                      // constant after Initialize
+    bool m_bWebSocket = false;                   // constant after Initialize
+    ProxyTrust m_Trust;                          // constant after Initialize
+    std::atomic<unsigned long> m_ulProgress{0};  // set by the worker
+    // For the poll threads that read while it pauses; set by the worker.
+    std::atomic<bool> m_bPausing{false};
+    std::atomic<long> m_lPauseEnd{0};  // CLOCK_MONOTONIC, microseconds
     std::atomic<bool> m_bExit{false};
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lEstablished{0};
@@ -129,9 +149,13 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lSweepTime = 0;       // seconds since boot
     uint64_t m_ulPassBegin = 0;  // nanoseconds; 0: not begun, or not measured
     bool m_bShutdownSwept = false;
+    long m_lUnflushed = 0;  // passes since the last flush
     DataBuffer* m_lpBatch[kBatch];
     long m_lBatchCount = 0;
     long m_lBatchPos = 0;
+    DataBuffer* m_lpOwn = nullptr;  // records of what it read itself, oldest first
+    DataBuffer* m_lpOwnTail = nullptr;
+    std::unique_ptr<TakenEvents> m_lpEvents;  // with m_bWakeup
     HEADER_MAP m_mapHeader;
     Websocket_Request m_Request;
     WebSocketStream m_Stream{m_Request};

@@ -7,20 +7,30 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "Common/Thread.h"
 #include "EPOLLManagers.h"
 #include "Epoll/EPOLLNet.h"
+#include "LightLock.h"
 
 class EPOLLConnection;
 struct epoll_event;
 
 // Opens sockets, accepts clients, reads what arrives and hands each filled block to a hook.
 // Owns the epoll instance and, through the two managers, every context and receive block.
-// Lock order: m_ContextLock before a context's m_Lock. Thread: see each function; the hooks run
-// on poll threads, or where the event arose.
+//
+// Who reads: by default the poll threads, whatever the worker does. With WorkerReads the worker
+// takes events and serves them one by one, each when what the last one brought is handled: what
+// nobody has time for stays in its sender's socket. One poll thread watches then. It stands in,
+// accepting and reading, only while the worker makes no progress for some milliseconds, and
+// m_lockLead keeps the two apart.
+//
+// Reading from one connection can be paused in ServeConnection, before it reads: who leaves a
+// socket unread there arms it again (Arm) when reading may go on, which reports what is there.
+//
+// Lock order: m_lockLead, m_ContextLock, a context's m_Lock. Thread: see each function; the hooks
+// run on the thread that reads, or where the event arose.
 class Epoll : public virtual EPOLLNet {
   public:
     Epoll() { ::sem_init(&m_semHelp, 0, 0); }
@@ -49,8 +59,12 @@ class Epoll : public virtual EPOLLNet {
     virtual EPOLLContext* OnCreateConnection();
     virtual void OnMaxLimitConnection(EPOLLContext*, sockaddr_in*, bool& /*accept*/) {}
     virtual void OnConnectionEstablished(EPOLLContext*, sockaddr_in*) {}
+    // The message worker serves the events itself. Constant after Initialize.
+    virtual bool WorkerReads() const { return false; }
+    // Another number after every piece of the worker's work. Any thread.
+    virtual unsigned long WorkerProgress() const { return 0; }
     // Microseconds in which nobody looks at what is read, so that the poll threads may let more
-    // come together instead of waking for every message; 0: none.
+    // come together instead of waking for every message; 0: none. Without WorkerReads.
     virtual long GatherTime() const { return 0; }
     // Seconds a closed connection may keep its unsent data waiting for a peer that does not read.
     virtual unsigned long CloseGrace() const { return ~0UL; }
@@ -75,6 +89,48 @@ class Epoll : public virtual EPOLLNet {
 
     EPOLLBufferManager* Buffers() { return m_lpEpollBuffer.get(); }
 
+    // Listeners that wait for descriptors with the thread that serves them, and until when.
+    struct Paused {
+        std::vector<EPOLLConnection*> listeners;
+        std::chrono::steady_clock::time_point until;
+    };
+    // What one thread took from the epoll instance, and how it serves that.
+    struct TakenEvents {
+        TakenEvents(int most, int blocks);
+        ~TakenEvents();
+        bool Left() const { return next < count; }
+
+        const int room;
+        const int blocksPerTurn;  // of one connection, before the next one's turn
+        std::unique_ptr<epoll_event[]> events;
+        int count = 0;
+        int next = 0;
+        Paused paused;
+    };
+    bool Started() const { return m_bStart; }
+    // All with m_lockLead held, by a worker that reads or who stands in for it. The first replaces
+    // what is left, the second serves one of them, if there is one.
+    void TakeEvents(TakenEvents& taken, int timeoutMs);
+    void ServeNext(TakenEvents& taken);
+    void ResumeListeners(Paused& paused);
+    LightLock m_lockLead;  // of the thread that waits at m_iPoll; with WorkerReads: or reads
+    // A worker that reads takes the lock with this: who stands in for it then goes, though the
+    // worker makes no progress while it waits for the lock.
+    class Lead {
+      public:
+        explicit Lead(Epoll& epoll) : m_epoll(epoll) {
+            m_epoll.m_bLeadWanted.store(true, std::memory_order_relaxed);
+            m_epoll.m_lockLead.lock();
+            m_epoll.m_bLeadWanted.store(false, std::memory_order_relaxed);
+        }
+        ~Lead() { m_epoll.m_lockLead.unlock(); }
+        Lead(const Lead&) = delete;
+        Lead& operator=(const Lead&) = delete;
+
+      private:
+        Epoll& m_epoll;
+    };
+
   private:
     enum class Accepting { Rearm, Pause, Closed };
     enum class Reading { Emptied, Left, Ended };
@@ -82,25 +138,28 @@ class Epoll : public virtual EPOLLNet {
     // In an event's data beside the listener's address: a late event must be told apart without
     // looking at its context.
     static constexpr uint64_t kListenerTag = 1;
-    // Listeners of one poll thread that wait for descriptors, and until when.
-    struct Paused {
-        std::vector<EPOLLConnection*> listeners;
-        std::chrono::steady_clock::time_point until;
-    };
+    // How long a listener waits when descriptors have run out.
+    static constexpr std::chrono::milliseconds kStarvedPause{50};
 
+    // The poll threads, by default.
     static void* PollRoutine(void* self);
     void PollWait();
-    int WaitForEvents(epoll_event* events, const Paused& paused);
+    void WaitForEvents(TakenEvents& taken);
+    void Gather(bool stream);
+    // The poll thread beside a worker that reads.
+    void WatchWorker();
+    void WatchPause(long milliseconds);
+    void StandIn(TakenEvents& taken, unsigned long progress);
+
+    // Whoever serves an event.
     void ServeListener(EPOLLConnection* listener, Paused& paused);
     Accepting AcceptClients(EPOLLConnection* listener);
     Accepting OnAcceptError(EPOLLConnection* listener, int error);
     void AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener);
-    void ResumeListeners(Paused& paused);
-    void Gather(bool stream);
     // Both: true when a connection had much to read.
-    bool OnEvent(const epoll_event& event, Paused& paused);
-    bool ServeConnection(EPOLLConnection* context);
-    Reading ReadSome(EPOLLConnection* context, long& bytes);
+    bool OnEvent(const epoll_event& event, TakenEvents& taken);
+    bool ServeConnection(EPOLLConnection* context, int blocks);
+    Reading ReadSome(EPOLLConnection* context, int blocks, long& bytes);
     void ReportClosed(EPOLLConnection* context, bool closed);
 
     int OpenSocket(long family, long type, long protocol);
@@ -112,10 +171,11 @@ class Epoll : public virtual EPOLLNet {
     std::atomic<bool> m_bCancelConnects{false};
     std::atomic<bool> m_bStarved{false};  // out of descriptors; one log line per episode
     int m_iPoll = -1;
-    int m_iWake = -1;                       // becomes ready at shutdown
-    std::mutex m_lockLead;                  // of the poll thread that waits at m_iPoll
-    sem_t m_semHelp;                        // the others wait here
-    unsigned long m_ulConnectionCount = 0;  // guarded by m_ContextLock
+    int m_iWake = -1;  // becomes ready at shutdown
+    sem_t m_semHelp;   // the poll threads not at m_iPoll wait here
+    std::atomic<bool> m_bStopWatch{false};
+    std::atomic<bool> m_bLeadWanted{false};  // set by the worker
+    unsigned long m_ulConnectionCount = 0;   // guarded by m_ContextLock
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lCreating{0};  // calls of Create in progress
     std::unique_ptr<EPOLLContextManager> m_lpEpollContext;

@@ -11,6 +11,10 @@ class LightLock {
         int expected = kFree;
         if (!m_state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire)) Wait();
     }
+    bool try_lock() {
+        int expected = kFree;
+        return m_state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire);
+    }
     void unlock() {
         if (m_state.exchange(kFree, std::memory_order_release) == kContended) m_state.notify_one();
     }

@@ -15,20 +15,19 @@ constexpr unsigned kPauseUs = 1000;
 
 }  // namespace
 
+constinit thread_local const EPOLLServer* EPOLLServer::t_lpWorkerOf = nullptr;
+
 EPOLLServer::EPOLLServer(GameProvider* provider, INetMessager* messager, unsigned long maxRecvCount)
     : m_lpNode(NodeManager<DataBuffer>::CreateInstance(NODE_LINK, 0)),
       m_lpFactory(NodeFactory<DataBuffer>::CreateInstance()),
       m_ulMaxRecvCount(static_cast<long>(maxRecvCount != 0 ? maxRecvCount : kDefaultRecvCount)),
       m_lpNetMessager(messager),
-      m_lpGameProvider(provider) {
-    ::sem_init(&m_semWake, 0, 0);
-}
+      m_lpGameProvider(provider) {}
 
 EPOLLServer::~EPOLLServer() {
     EPOLLServer::Shutdown();
     StopWorker();  // it may run without the reactor ever having started
     DiscardRecords();
-    ::sem_destroy(&m_semWake);
 }
 
 bool EPOLLServer::Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
@@ -39,6 +38,7 @@ bool EPOLLServer::Initialize(unsigned long interval, unsigned long timeout, unsi
         m_ulInterval = interval;
         m_ulTimeout = timeout;
         m_lSweepTime = ClockUptime();
+        if (m_bWakeup) m_lpEvents = std::make_unique<TakenEvents>(kEvents, kOwnBlocks);
         ++m_lThreadCount;
         if (!CreateThread(nullptr, 0, ThreadProc, this)) {
             --m_lThreadCount;
@@ -67,7 +67,7 @@ void EPOLLServer::StopWorker() {
 
 // Gives back what nobody will handle any more. No other thread may be running.
 void EPOLLServer::DiscardRecords() {
-    while (DataBuffer* record = NextRecord()) {
+    while (DataBuffer* record = NextQueued()) {
         if (record->buffer != nullptr && Buffers() != nullptr)
             Buffers()->FreeBuffer(record->buffer);
         m_lpFactory->FreeNode(record);
@@ -116,6 +116,6 @@ void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) 
     record->buffer = buffer;
     record->lLength = length;
     if (auto* metrics = g_NetMetrics.Get()) metrics->recordsQueued.Add();
+    if (m_bWakeup && t_lpWorkerOf == this) return AppendOwn(record);
     m_lpNode->SetNode(&record, 1);
-    if (m_bWakeup && m_bPausing.load() && m_bPausing.exchange(false)) ::sem_post(&m_semWake);
 }

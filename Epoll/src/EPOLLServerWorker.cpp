@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <ctime>
 #include <string_view>
+#include <utility>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
@@ -46,7 +47,10 @@ void* EPOLLServer::ThreadProc(void* self) {
 void EPOLLServer::DoNetMsg() {
     // What the callbacks send is written in between them, here if the send thread is asleep.
     auto hold = std::make_unique<WriteHold>();
+    t_lpWorkerOf = this;
     while (!m_bExit) {
+        m_ulProgress.store(m_ulProgress.load(std::memory_order_relaxed) + 1,
+                           std::memory_order_relaxed);
         DataBuffer* record = NextRecord();
         // For every record: what a handler takes its time for is not the silence of those behind
         // it.
@@ -58,9 +62,10 @@ void EPOLLServer::DoNetMsg() {
         // On every pass; the application paces itself.
         if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
         const bool swept = SweepIfDue(record == nullptr);
-        if (m_lBatchPos == m_lBatchCount) MeasurePass();
-        const bool more = m_lBatchPos < m_lBatchCount;
-        if (more && m_lBatchPos % kFlushEvery != 0 && !hold->IsFull()) continue;
+        const bool more = MoreAtHand();
+        if (!more) MeasurePass();
+        if (more && ++m_lUnflushed < kFlushEvery && !hold->IsFull()) continue;
+        m_lUnflushed = 0;
         hold->Flush();
         if (!swept && record == nullptr) Pause();
     }
@@ -68,21 +73,18 @@ void EPOLLServer::DoNetMsg() {
     --m_lThreadCount;
 }
 
+// Until there may be something to do, at most a millisecond.
 void EPOLLServer::Pause() {
     m_ulPassBegin = 0;
-    m_bPausing.store(true);
-    if (!m_bWakeup) {
-        m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);
-        ::usleep(kIdleUs);
-    } else if (m_lpNode->GetNode(nullptr, 0) == 0) {
-        // Looked at behind the flag: what comes from now on posts.
-        timespec end{};
-        ::clock_gettime(CLOCK_MONOTONIC, &end);
-        end.tv_nsec += kIdleUs * 1000L;
-        end.tv_sec += end.tv_nsec / kNanos;
-        end.tv_nsec %= kNanos;
-        ::sem_clockwait(&m_semWake, CLOCK_MONOTONIC, &end);
+    if (m_bWakeup && Started()) {
+        const Lead lead(*this);
+        ResumeListeners(m_lpEvents->paused);
+        if (m_lpNode->GetNode(nullptr, 0) == 0) TakeEvents(*m_lpEvents, kIdleUs / 1000);
+        return;
     }
+    m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);
+    m_bPausing.store(true);
+    ::usleep(kIdleUs);
     m_bPausing.store(false);
 }
 
@@ -90,22 +92,51 @@ long EPOLLServer::GatherTime() const {
     constexpr long kBusyUs = 100;
     // The poll threads are to be back before the pause is over.
     constexpr long kEarlyUs = 150;
-    if (m_bWakeup) return 0;
     if (!m_bPausing) return kBusyUs;
     return m_lPauseEnd.load(std::memory_order_relaxed) - MonotonicMicros() - kEarlyUs;
 }
 
-// One record at a time, though several are taken off the queue under one lock.
 DataBuffer* EPOLLServer::NextRecord() {
-    if (m_lBatchPos == m_lBatchCount) {
-        m_lBatchPos = 0;
-        m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
-        auto* metrics = g_NetMetrics.Get();
-        if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
-        if (metrics != nullptr && m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();
-        if (m_lBatchCount == 0) return nullptr;
+    if (DataBuffer* record = NextQueued()) return record;
+    return m_lpEvents != nullptr && m_lpEvents->Left() ? ReadRecord() : nullptr;
+}
+
+// One record at a time, though several are taken off the queue under one lock.
+DataBuffer* EPOLLServer::NextQueued() {
+    if (m_lpOwn != nullptr) return std::exchange(m_lpOwn, m_lpOwn->__p_next);
+    return m_lBatchPos < m_lBatchCount || TakeBatch() ? m_lpBatch[m_lBatchPos++] : nullptr;
+}
+
+// Serves events until one has brought something. What a poll thread queued meanwhile is older.
+DataBuffer* EPOLLServer::ReadRecord() {
+    const Lead lead(*this);
+    while (m_lpOwn == nullptr && m_lpEvents->Left() && !TakeBatch())
+        ServeNext(*m_lpEvents);
+    return NextQueued();
+}
+
+void EPOLLServer::AppendOwn(DataBuffer* record) {
+    if (m_lpOwn == nullptr) {
+        m_lpOwn = record;
+    } else {
+        m_lpOwnTail->__p_next = record;
     }
-    return m_lpBatch[m_lBatchPos++];
+    m_lpOwnTail = record;
+    if (auto* metrics = g_NetMetrics.Get()) metrics->recordsTaken.Add();
+}
+
+bool EPOLLServer::TakeBatch() {
+    m_lBatchPos = 0;
+    m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
+    if (metrics != nullptr && m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();
+    return m_lBatchCount > 0;
+}
+
+bool EPOLLServer::MoreAtHand() const {
+    return m_lpOwn != nullptr || m_lBatchPos < m_lBatchCount ||
+           (m_lpEvents != nullptr && m_lpEvents->Left());
 }
 
 // Once per look at the queue, not per record: reading the clock for each would cost too much. The

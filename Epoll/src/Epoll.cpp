@@ -36,8 +36,8 @@ bool SetNonBlocking(int socket) {
     return flags >= 0 && ::fcntl(socket, F_SETFL, flags | O_NONBLOCK) == 0;
 }
 
-// A connect to a free port of the ephemeral range may be given that very port to come from, and then
-// has met itself: it would count as connected for ever.
+// A connect to a free port of the ephemeral range may be given that very port to come from, and
+// then has met itself: it would count as connected for ever.
 bool IsOwnEnd(int socket) {
     sockaddr_in local{}, remote{};
     socklen_t localSize = sizeof(local), remoteSize = sizeof(remote);
@@ -96,7 +96,7 @@ bool Epoll::Initialize(unsigned long threads, unsigned long /*contexts*/,
     // The threads read both from the start.
     m_lpEpollContext = std::make_unique<EPOLLContextManager>(this);
     m_lpEpollBuffer = std::make_unique<EPOLLBufferManager>();
-    for (unsigned long i = PollThreadCount(threads); i > 0; --i) {
+    for (unsigned long i = WorkerReads() ? 1 : PollThreadCount(threads); i > 0; --i) {
         ++m_lThreadCount;
         if (!CreateThread(nullptr, 0, PollRoutine, this)) --m_lThreadCount;
     }
@@ -124,6 +124,8 @@ bool Epoll::BeginShutdown() {
 }
 
 void Epoll::StopPolling() {
+    m_bStopWatch = true;
+    ::sem_post(&m_semHelp);
     epoll_event event{};
     event.events = EPOLLOUT;  // level-triggered: wakes every thread, one after the other
     if (::epoll_ctl(m_iPoll, EPOLL_CTL_ADD, m_iWake, &event) != 0) {

@@ -220,6 +220,9 @@ void Collector::AddWorker(Families& all) const {
     HistogramFamily(all, "lobby_worker_pass_seconds",
                     "Time the message worker spends on what one look at its queue brings.")
         .Add(net.pass);
+    CounterFamily(all, "lobby_worker_stand_ins_total",
+                  "Times a poll thread read for a message worker that was held up.")
+        .Add(net.standIns);
 }
 
 void Collector::AddLinks(Families& all) const {

@@ -25,7 +25,8 @@ class UnderAttack : public SystemTest {
         settings["network"] = {{"interval", "1"},
                                {"timeout", "3"},
                                {"MAX_SEND_COUNT", "200"},
-                               {"MAX_RECV_COUNT", "100"}};
+                               {"MAX_RECV_COUNT", "100"},
+                               {"wakeup", WakeupUnderTest()}};
         settings["listen"]["maxconnection"] = "2300";
         settings["log"] = {{"level", "ERROR"}};
         return settings;

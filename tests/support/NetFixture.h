@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -213,6 +214,12 @@ class TestNode : public PlayerNode {
     std::atomic<int> initialized{0}, released{0}, closed{0}, afterClose{0};
 };
 
+// Both values of the key are tested: ctest runs these programs once with each.
+inline bool WakeupUnderTest() {
+    const char* value = std::getenv("LOBBY_TEST_WAKEUP");
+    return value == nullptr || *value != '0';
+}
+
 inline constexpr uint16_t kFlood = 1000;
 
 // Echoes by default; counts every callback.
@@ -227,6 +234,7 @@ class TestServer : public GameProvider {
     };
     void Listen() { Listen(Limits()); }
     void Listen(const Limits& limits) {
+        SetWakeup(WakeupUnderTest());
         ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout, 0, 0, 0));
         // All ones, as from a limit of -1, is no limit.
         IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, ~0UL, 2, 1, 6);

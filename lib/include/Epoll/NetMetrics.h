@@ -34,6 +34,7 @@ struct NetMetrics {
     // Poll threads.
     alignas(64) Counter recordsQueued;  // events handed to the worker
     std::array<Counter, NET_CLOSES> closes;
+    Counter standIns;  // a poll thread read instead of a worker that made no progress
 
     // Message worker.
     alignas(64) Counter recordsTaken;  // ... and taken by it
