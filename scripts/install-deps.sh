@@ -6,7 +6,7 @@ set -euo pipefail
 mode=${1:-run}
 packages=(build-essential cmake ninja-build pkg-config git ca-certificates procps
           libhiredis-dev libcjson-dev libboost-dev libssl-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libwebsockets-dev
+          libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libuv1-dev libwebsockets-dev
           prometheus-cpp-dev
           redis-server redis-tools)
 if [ "$mode" = test ]; then

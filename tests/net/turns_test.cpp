@@ -3,7 +3,7 @@
 #include <random>
 
 #include "Epoll/NetMetrics.h"
-#include "net_fixture.h"
+#include "NetFixture.h"
 
 namespace {
 

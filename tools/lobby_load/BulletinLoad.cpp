@@ -16,6 +16,8 @@ namespace {
 
 constexpr uint16_t kBulletins = 5;
 
+// A slow reader takes 512 bytes each time: less than five bulletins a second are.
+constexpr Nanos kSlowPause = kSecond / 5;
 constexpr Nanos kQuiet = 30 * kSecond;  // a lobby closes who is silent for long
 
 // True when the server answered every command before it closed.
@@ -50,6 +52,17 @@ void Announce(uint16_t port, uint32_t round) {
 
 }  // namespace
 
+BulletinLoad::BulletinLoad(const Settings& settings) : PlayerLoad(settings) {
+    for (const auto& link : m_links) {
+        if (IsSlow(link->Index())) link->ReadSlowly();
+    }
+    if (settings.slow > 0) After(Loop::Now(), kSlow);
+}
+
+bool BulletinLoad::IsSlow(size_t player) const {
+    return m_settings.slow > 0 && player % m_settings.slow == 0;
+}
+
 void BulletinLoad::OnAllTried() {
     m_got.resize(m_links.size());
     Stay();
@@ -58,9 +71,17 @@ void BulletinLoad::OnAllTried() {
 
 void BulletinLoad::OnOwnTimer(uint64_t token, Nanos due) {
     if (token == kStay) return Stay();
+    if (token == kSlow) {
+        for (const auto& link : m_links) {
+            if (IsSlow(link->Index())) link->ReadOn();
+        }
+        return After(Loop::Now() + kSlowPause, kSlow);
+    }
     if (token != kRound) return PlayerLoad::OnOwnTimer(token, due);
     if (!Measuring()) return;
-    m_awaited = m_links.size();
+    m_awaited = 0;
+    for (size_t i = 0; i < m_links.size(); ++i)
+        m_awaited += IsSlow(i) ? 0 : 1;
     m_first = 0;
     Announce(m_settings.control, ++m_round);
 }
@@ -81,7 +102,9 @@ void BulletinLoad::OnPush(Link& link, uint16_t type, std::string_view message) {
     if (count != kBulletins || message.size() != sizeof(WinBulletinNotice)) {
         return Fail("bulletins not whole");
     }
-    if (++m_got[link.Index()] != m_round) return Fail("bulletins out of turn");
+    const uint32_t got = ++m_got[link.Index()];
+    if (IsSlow(link.Index())) return;
+    if (got != m_round) return Fail("bulletins out of turn");
     if (m_first == 0) m_first = Loop::Now();
     if (--m_awaited > 0) return;
     Complete("bulletins", m_first);

@@ -36,6 +36,7 @@ void EchoLoad::OnAllTried() {
     }
     if (m_open.empty()) return Stop();
     if (m_settings.stopped) m_stopped.emplace(m_settings.host, m_settings.port);
+    if (m_settings.flooder) m_flooder.emplace(m_settings.host, m_settings.port);
     BeginMeasuring();
     m_sendBegin = Loop::Now();
     if (m_settings.rate > 0) return SendDue();
@@ -83,6 +84,10 @@ void EchoLoad::OnDrained(Link& link) {
 }
 
 void EchoLoad::OnMeasureEnd(Result& result) {
+    if (m_flooder) {
+        if (m_flooder->Lost()) Fail("the flooder was closed");
+        result.Add("flooder_messages", static_cast<double>(m_flooder->Messages()));
+    }
     if (!m_stopped) return;
     const size_t held = m_stopped->HeldByServer();
     if (held == 0) Fail("the stopped reader held nothing up");

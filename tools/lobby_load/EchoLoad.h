@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "Flooder.h"
 #include "Load.h"
 #include "StoppedReader.h"
 
@@ -48,6 +49,7 @@ class EchoLoad : public Load {
     std::vector<Line> m_lines;
     std::vector<Link*> m_open;  // open loop: those in turn
     std::optional<StoppedReader> m_stopped;
+    std::optional<Flooder> m_flooder;
     size_t m_turn = 0;
     Nanos m_sendBegin = 0;
     uint64_t m_sendCount = 0;

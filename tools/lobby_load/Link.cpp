@@ -41,6 +41,8 @@ void Link::Open(const Source& source, uint64_t number) {
     m_fd = source.Connect(number);
     if (m_fd < 0) return m_owner.OnLost(*this, errno == EMFILE ? "no descriptor" : "connect");
     m_state = State::Connecting;
+    const int window = 4096;
+    if (m_slow) setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &window, sizeof(window));
     if (!m_loop.Watch(m_fd, EPOLLOUT, this)) Lose("epoll");
 }
 
@@ -86,12 +88,17 @@ void Link::Flush() {
     m_loop.Change(m_fd, EPOLLIN | EPOLLOUT, this);
 }
 
+void Link::ReadOn() {
+    if (m_fd >= 0)
+        m_loop.Change(m_fd, m_waitsForRoom ? EPOLLIN | EPOLLOUT : uint32_t{EPOLLIN}, this);
+}
+
 void Link::OnReady(uint32_t events) {
     if (m_state == State::Closed) return;
     if (m_state == State::Connecting) return OnConnected();
     if ((events & EPOLLOUT) != 0 && m_waitsForRoom) {
         m_waitsForRoom = false;
-        m_loop.Change(m_fd, EPOLLIN, this);
+        m_loop.Change(m_fd, m_slow ? 0 : uint32_t{EPOLLIN}, this);
         Flush();
     }
     if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0) Read();
@@ -113,7 +120,10 @@ void Link::OnConnected() {
 }
 
 void Link::Read() {
-    const ssize_t got = recv(m_fd, s_readBuffer.data(), s_readBuffer.size(), 0);
+    constexpr size_t kSlowPiece = 512;
+    const ssize_t got =
+        recv(m_fd, s_readBuffer.data(), m_slow ? kSlowPiece : s_readBuffer.size(), 0);
+    if (m_slow && got > 0) m_loop.Change(m_fd, m_waitsForRoom ? uint32_t{EPOLLOUT} : 0, this);
     if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (got <= 0) return Lose(got == 0 ? "closed by server" : "reset");
     OnBytes({s_readBuffer.data(), static_cast<size_t>(got)});

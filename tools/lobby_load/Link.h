@@ -50,6 +50,10 @@ class Link final : private Loop::Handler {
     // Appends finished messages. Over WebSocket: exactly one.
     void Append(std::string_view message);
     void Flush();
+    // From now on, or from its opening on: reads one small piece for each ReadOn, through a window
+    // as small.
+    void ReadSlowly() { m_slow = true; }
+    void ReadOn();
 
   private:
     enum class State : uint8_t { Closed, Connecting, Upgrading, Open };
@@ -75,6 +79,7 @@ class Link final : private Loop::Handler {
     State m_state = State::Closed;
     const bool m_webSocket;
     bool m_waitsForRoom = false;
+    bool m_slow = false;
 };
 
 // Writes the header of a message of `size` bytes over its first 8 bytes.

@@ -24,6 +24,7 @@ struct Settings {
     double rate = 0;        // messages or operations per second over all; 0: closed loop
     uint32_t rounds = 20;   // broadcasts
     bool stopped = false;   // beside a WebSocket client that does not read
+    bool flooder = false;   // beside a client that sends as fast as the server takes it
 
     // Players.
     int32_t firstUser = 20001;
@@ -34,4 +35,5 @@ struct Settings {
     double timeout = 10;  // for every answer
     uint32_t seed = 1;
     uint16_t control = 0;  // the simulator's control port, for bulletins
+    uint32_t slow = 0;     // every so many-th player reads slowly; 0: none
 };

@@ -64,6 +64,7 @@ void DeclareModes(CLI::App& app, Settings& settings) {
         ->capture_default_str();
     echo->add_option("--rate", settings.rate, "messages per second over all connections");
     echo->add_flag("--stopped", settings.stopped, "beside a WebSocket client that does not read");
+    echo->add_flag("--flooder", settings.flooder, "beside a client that floods the server");
     DeclareEcho(*app.add_subcommand("cycle", "connect, one echo, close"), settings);
     DeclareEcho(*app.add_subcommand("idle", "connections that do nothing"), settings);
     app.add_subcommand("broadcast", "one message to all (lobby_echo only)")
@@ -82,6 +83,7 @@ void DeclareModes(CLI::App& app, Settings& settings) {
     bulletins->add_option("--control", settings.control, "the simulator's control port")
         ->required();
     bulletins->add_option("--rounds", settings.rounds)->capture_default_str();
+    bulletins->add_option("--slow", settings.slow, "every so many-th player reads slowly");
 }
 
 std::unique_ptr<Load> Make(const Settings& settings) {
