@@ -2,7 +2,7 @@
 import { byId, element, prepend } from './dom.js';
 import { LobbyClient } from './lobby-protocol.js';
 import { MessageLog } from './message-log.js';
-import { closeText, failureText, formatCoins, resultText } from './texts.js';
+import { closeText, failureText, formatCoins } from './texts.js';
 import { notice, NOTICES, serverRow, tournamentFacts } from './views.js';
 
 const MOST_NOTICES = 50;
@@ -52,10 +52,6 @@ function onSubmit(formId, operation, action) {
   });
 }
 
-function expectSuccess(operation, code) {
-  if (code !== 0) throw new Error(resultText(operation, code));
-}
-
 function showCoins(hand, bank) {
   if (hand !== undefined) byId('coins-hand').textContent = formatCoins(hand);
   if (bank !== undefined) byId('coins-bank').textContent = formatCoins(bank);
@@ -65,8 +61,7 @@ async function refreshCoins() {
   const wait = lastRefresh + REFRESH_GAP_MS - Date.now();
   if (wait > 0) await new Promise((resolve) => { setTimeout(resolve, wait); });
   lastRefresh = Date.now();
-  const { iError, llCurGameCoin, llBankCoin } = await lobby.refreshCoin();
-  expectSuccess('refresh', iError);
+  const { llCurGameCoin, llBankCoin } = await lobby.refresh();
   showCoins(llCurGameCoin, llBankCoin);
 }
 
@@ -106,9 +101,9 @@ async function openConnection(url) {
   setState('connecting …', 'muted');
   try {
     await lobby.connect(url);
-  } catch {
+  } catch (error) {
     setState('not connected', 'muted');
-    throw new Error('The lobby cannot be reached. Is the address right and the lobby running?');
+    throw error;
   }
 }
 
@@ -118,8 +113,7 @@ onSubmit('login-form', 'login', async () => {
   const site = wholeNumber('site', 'The site');
   await openConnection(value('server-url'));
   try {
-    const { ucErrNo } = await lobby.login(user, value('token'), site);
-    expectSuccess('login', ucErrNo);
+    await lobby.login(user, value('token'), site);
   } catch (error) {
     lobby.close();  // a connection logs in once only
     banner('');     // the form says what happened
@@ -132,7 +126,6 @@ onSubmit('refresh-form', 'refresh', refreshCoins);
 
 onSubmit('bank-login-form', 'bankLogin', async () => {
   const result = await lobby.bankLogin(typed('bank-password'));
-  expectSuccess('bankLogin', result.ucResultType);
   showCoins(result.llGameCoin, result.llBankCoin);
   return 'The bank is open.';
 });
@@ -140,16 +133,13 @@ onSubmit('bank-login-form', 'bankLogin', async () => {
 onSubmit('bank-move-form', 'bank', async (button) => {
   const amount = wholeNumber('bank-amount', 'The amount', BigInt);
   const isTake = button?.value !== 'save';
-  const { ucResultType } = isTake ? await lobby.take(amount, typed('bank-password'))
-    : await lobby.save(amount);
-  expectSuccess('bank', ucResultType);
+  await (isTake ? lobby.take(amount, typed('bank-password')) : lobby.save(amount));
   refreshQuietly();
   return `${formatCoins(amount)} coins ${isTake ? 'taken out' : 'put in'}.`;
 });
 
 onSubmit('bank-password-form', 'bankPassword', async () => {
-  const result = await lobby.bankPassword(typed('bank-old'), typed('bank-new'), value('bank-code'));
-  expectSuccess('bankPassword', result.ucResultType);
+  await lobby.bankPassword(typed('bank-old'), typed('bank-new'), value('bank-code'));
   return 'The bank password is changed.';
 });
 
@@ -157,14 +147,12 @@ onSubmit('exchange-form', 'exchange', async () => {
   const to = wholeNumber('exchange-to', 'The player number');
   const amount = wholeNumber('exchange-amount', 'The amount', BigInt);
   const result = await lobby.exchange(to, amount);
-  expectSuccess('exchange', result.iErrorCode);
   showCoins(result.llFirstMoney);
   return `${formatCoins(amount)} coins sent to player ${to}.`;
 });
 
-onSubmit('password-form', 'loginPassword', async () => {
-  const result = await lobby.loginPassword(typed('password-old'), typed('password-new'));
-  expectSuccess('loginPassword', result.ucResultType);
+onSubmit('login-password-form', 'loginPassword', async () => {
+  await lobby.loginPassword(typed('password-old'), typed('password-new'));
   return 'The login password is changed.';
 });
 
@@ -174,7 +162,7 @@ const PROFILE = [
   ['signature-form', 'signature', () => lobby.signature(value('signature')),
     'Your signature is saved.'],
   ['gender-form', 'gender', () => lobby.gender(Number(value('gender'))), 'Saved.'],
-  ['face-form', 'faceId', () => lobby.faceId(wholeNumber('face-id', 'The picture')),
+  ['face-form', 'face', () => lobby.face(wholeNumber('face-id', 'The picture')),
     'Your picture is saved.'],
   ['mobile-form', 'mobile', () => lobby.mobile(value('mobile')), 'Your mobile number is bound.'],
   ['real-name-form', 'realName', () => lobby.realName(value('real-name'), value('identity')),
@@ -182,12 +170,12 @@ const PROFILE = [
 ];
 for (const [form, operation, ask, done] of PROFILE) {
   onSubmit(form, operation, async () => {
-    expectSuccess(operation, (await ask()).iError);
+    await ask();
     return done;
   });
 }
 
-onSubmit('servers-form', 'serverList', async () => {
+onSubmit('server-list-form', 'serverList', async () => {
   const servers = await lobby.serverList();
   byId('server-rows').replaceChildren(...servers.map(serverRow));
   document.querySelector('.table-frame').hidden = servers.length === 0;
@@ -196,7 +184,6 @@ onSubmit('servers-form', 'serverList', async () => {
 
 onSubmit('tournament-form', 'tournament', async () => {
   const info = await lobby.tournament();
-  expectSuccess('tournament', info.usErrorCode);
   byId('tournament').replaceChildren(tournamentFacts(info));
 });
 

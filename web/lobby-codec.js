@@ -2,8 +2,8 @@
 // messages. No sockets and no clocks here.
 //
 // Values: integers up to 32 bits are Numbers; 64-bit integers are BigInt when decoded and may be
-// given as BigInt or as a safe Number; texts are strings (UTF-8 on the wire); `bool` is a boolean;
-// lists are arrays of records.
+// given as BigInt or as a safe Number; any integer may be given as a decimal text; texts are strings
+// (UTF-8 on the wire); `bool` is a boolean; lists are arrays of records.
 
 import { FROM_LOBBY, HEADER_SIZE, layoutByName, layoutOf, TO_LOBBY } from './lobby-layouts.js';
 
@@ -59,6 +59,9 @@ const SCALARS = {
 
 function checked(field, scalar, value) {
   const isWide = typeof scalar.min === 'bigint';
+  if (typeof value === 'string' && /^-?\d{1,20}$/.test(value)) {
+    return checked(field, scalar, isWide ? BigInt(value) : Number(value));
+  }
   if (isWide && Number.isSafeInteger(value)) return checked(field, scalar, BigInt(value));
   const isInteger = isWide ? typeof value === 'bigint' : Number.isInteger(value);
   if (!isInteger || value < scalar.min || value > scalar.max) {
@@ -173,6 +176,7 @@ export function decode(bytes, direction = FROM_LOBBY) {
   return {
     direction, type, known: Boolean(layout), name: layout?.name ?? 'unknown',
     length: bytes.length, fields: layout ? readFields(view, 0, layout.fields) : {},
+    ...(layout ? {} : { bytes }),
   };
 }
 

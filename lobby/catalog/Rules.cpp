@@ -87,7 +87,8 @@ request of a kind under way. What comes without having been asked for, at any ti
 should not all come back in the same second. From 0.5 to 1 s at first, twice as long after each
 failure, up to 30 s; after maintenance begin with the longest. Not after a kick-out for another
 login: the two would put each other out for ever. Then log in anew and subscribe anew: the lobby keeps
-nothing of a closed session. `web/lobby-protocol.js` speaks the whole of this document, for browsers and node.
+nothing of a closed session. `web/lobby-protocol.js` does all of this by itself (`reconnect: true`) and speaks the whole of this
+document, for browsers and node: [how to use it](../web/README.md).
 
 ## Back-ends
 

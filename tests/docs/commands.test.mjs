@@ -74,7 +74,7 @@ test('options of the tools exist', () => {
 
 // A command in a block without a mark would go unrun unnoticed.
 test('blocks of commands are marked as such', () => {
-  const known = ['sh', 'sh norun', 'ini', 'yaml', 'text', 'json', 'js', 'cpp', ''];
+  const known = ['sh', 'sh norun', 'ini', 'yaml', 'text', 'json', 'js', 'html', 'cpp', ''];
   const isCommand =
     /^(\$ |sudo |apt|dpkg|systemctl|cmake|ctest|\.\/\w+\.sh|redis-cli|tshark|lobby_\w+ -)/m;
   const wrong = blocks.filter(({ info, text }) =>

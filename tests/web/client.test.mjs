@@ -34,7 +34,7 @@ async function connected(options = {}) {
   await opening;
   lobby.userId = 7;
   const events = [];
-  for (const name of ['bulletins', 'kickOut', 'coins', 'close']) {
+  for (const name of ['bulletins', 'kickOut', 'coins', 'close', 'activity', 'unknown']) {
     lobby.on(name, (fields) => events.push([name, fields]));
   }
   return { lobby, socket, events };
@@ -57,15 +57,16 @@ test('requests of one kind go out one at a time, others beside them', async (t) 
   assert.equal((await first).llGetCoinNum, 1n);
   assert.equal((await nick).szNickName, '名');
   assert.equal(socket.sent.at(-1).fields.llGetNum, 2n);
-  socket.receive(['GetCoinResult', { ucResultType: 156 }]);
-  assert.equal((await second).ucResultType, 156);
+  socket.receive(['GetCoinResult', { ucResultType: 156, llGetCoinNum: 4n }]);
+  await assert.rejects(second, ({ code, result, message, fields }) => code === 'refused'
+    && result === 156 && message.startsWith('Too soon') && fields.llGetCoinNum === 4n);
 });
 
 // That they carry the right values is seen with the real lobby, but for what it does not look at.
 test('requests carry the session; each that has an answer has a time-out', async (t) => {
   const { lobby, socket } = await connected({ timeoutMs: 20 });
   t.after(() => lobby.close());
-  lobby.login(7, 'token', 3).catch(() => {});
+  lobby.login('7', 'token', '3').catch(() => {});
   const cases = [
     [() => lobby.take(5, 'pw'), { iUserID: 7, iSiteID: 3, llGetNum: 5n, szBankerPwd: 'pw' }],
     [() => lobby.save(6), { iUserID: 7, iSiteID: 3, llSaveCoinNum: 6n, llGameWinCoinNum: 0n }],
@@ -122,10 +123,15 @@ test('what nobody asked for is an event; a failing listener harms nobody', async
   t.mock.method(console, 'error', () => {});
   lobby.on('bulletins', () => { throw new Error('listener'); });
   socket.receive(['WinBulletinNotice', { usBulletNum: 1, bulletinItem: [{ szContent: 'news' }] }],
-    ['RechargeReFreshCoinRes', { llCurGameCoin: 3n }]);
+    ['RechargeReFreshCoinRes', { llCurGameCoin: 3n }], ['UserProgressReq', { iOther1: 6 }]);
+  const unknown = Uint8Array.of(5, 0, 0, 9, 3, 0, 0x77, 0x78, 42);
+  socket.onmessage({ data: unknown.buffer });
+  assert.equal(events.splice(2, 1)[0][1].iOther1, 6);
+  assert.deepEqual(events.pop(), ['unknown', { type: 0x7778, bytes: unknown }]);
+  assert.throws(() => lobby.on('bulletin', () => {}), /no event 'bulletin'/);
   assert.equal(events[0][1].bulletinItem[0].szContent, 'news');
   assert.equal(events[1][1].llCurGameCoin, 3n);
-  const refresh = lobby.refreshCoin();
+  const refresh = lobby.refresh();
   socket.receive(['RechargeReFreshCoinRes', { llCurGameCoin: 4n }]);
   assert.equal((await refresh).llCurGameCoin, 4n);
   assert.equal(events.length, 2);
@@ -151,7 +157,7 @@ test('the end of a connection rejects what is open and says why', async () => {
     const open = [session.lobby.take(1, 'pw'), session.lobby.take(2, 'pw')];
     end(session);
     for (const request of open) await assert.rejects(request, isClosed(reason), reason);
-    assert.deepEqual(session.events.at(-1), ['close', { reason }]);
+    assert.deepEqual(session.events.at(-1), ['close', { reason, willReconnect: false }]);
     assert.equal(session.lobby.connected, false);
     await assert.rejects(session.lobby.tournament(), { code: 'not-connected' });
   }
@@ -166,17 +172,18 @@ test('a keep-alive goes out on time, its echo is not echoed, a missing echo ends
   });
   await new Promise((resolve) => { lobby.on('close', resolve); });
   assert.deepEqual(socket.names, ['KeepAlive', 'KeepAlive', 'KeepAlive']);
-  assert.deepEqual(events.at(-1), ['close', { reason: 'silent' }]);
+  assert.deepEqual(events.at(-1), ['close', { reason: 'silent', willReconnect: false }]);
   assert.ok(socket.isClosed);
 });
 
 test('a lobby that cannot be reached, or not in time, rejects connect', async () => {
   const lobby = new LobbyClient({ WebSocket: FakeSocket, timeoutMs: 10 });
-  await assert.rejects(lobby.connect('ws://lobby'), isClosed('lost'));
+  await assert.rejects(lobby.connect('ws://lobby'), isTimeout);
   const refused = lobby.connect('ws://lobby');
-  FakeSocket.last.onerror(new Error('refused'));
+  const error = new Error('refused');
+  FakeSocket.last.onerror({ error });
   FakeSocket.last.onclose();
-  await assert.rejects(refused, isClosed('lost'));
+  await assert.rejects(refused, ({ code, cause }) => code === 'unreachable' && cause === error);
   const replaced = lobby.connect('ws://one');
   const old = FakeSocket.last;
   const second = lobby.connect('ws://two');
@@ -186,4 +193,56 @@ test('a lobby that cannot be reached, or not in time, rejects connect', async ()
   await second;
   assert.ok(lobby.connected);
   lobby.close();
+});
+
+// Every lobby's players lose it in the same moment; without a random wait they all came back in one.
+test('a lost connection is opened anew after a random, growing wait, logged in and subscribed', async (t) => {
+  const { lobby, socket, events } = await connected({ reconnect: { minMs: 8, maxMs: 32 } });
+  t.after(() => lobby.close());
+  const told = [];
+  for (const name of ['reconnecting', 'reconnected', 'givenUp']) {
+    lobby.on(name, (event) => told.push([name, event]));
+  }
+  const until = async (test) => {
+    while (!test()) await new Promise((resolve) => { setTimeout(resolve, 1); });
+    return FakeSocket.last;
+  };
+  const next = (old) => until(() => FakeSocket.last !== old);
+  const login = lobby.login(7, 'token', 3);
+  socket.receive(['LobbyAuthenRes', {}]);
+  await login;
+  lobby.subscribe('harvest', 3, 100);
+  lobby.subscribe('gone');
+  lobby.unsubscribe('gone');
+  socket.onclose();
+  let last = socket;
+  for (let failures = 0; failures < 4; failures += 1) {  // not reached, or lost before the login
+    last = await next(last);
+    if (failures % 2) last.onopen();
+    last.onclose();
+  }
+  last = await next(last);
+  last.onopen();
+  await until(() => last.sent.length === 1);
+  last.receive(['LobbyAuthenRes', { iReserve1: 5 }]);
+  await until(() => told.at(-1)[0] === 'reconnected');
+  assert.deepEqual(last.sent.map(({ fields }) => fields.szToken ?? fields.szKey), ['token', 'harvest']);
+  const limits = [8, 16, 32, 32, 32];
+  told.slice(0, -1).forEach(([, { attempt, waitMs }], i) => {
+    assert.equal(attempt, i + 1);
+    assert.ok(waitMs >= limits[i] / 2 && waitMs <= limits[i], `${waitMs}`);
+  });
+  assert.equal(told.at(-1)[1].iReserve1, 5);
+  assert.deepEqual(events, [['close', { reason: 'lost', willReconnect: true }]]);
+  last.receive(['LobbyKickOutNotice', { bStopSwitch: true }]);
+  last.onclose();
+  await until(() => told.at(-1)[0] === 'reconnecting');
+  assert.ok(told.at(-1)[1].waitMs >= 16, 'maintenance waits long');
+  last = await next(last);
+  last.onopen();
+  await until(() => last.sent.length === 1);
+  last.receive(['LobbyAuthenRes', { ucErrNo: 2 }]);
+  await until(() => told.at(-1)[0] === 'givenUp');
+  assert.match(told.at(-1)[1].error.message, /token is wrong/);
+  assert.equal(lobby.connected, false);
 });

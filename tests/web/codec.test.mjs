@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import {
-  cutText, decode, encode, FROM_LOBBY, MessageStream, ProtocolError,
+  cutText, decode, encode, FROM_LOBBY, MessageStream, ProtocolError, TO_LOBBY,
 } from '../../web/lobby-protocol.js';
 
 const coins = (amount) => encode('GetCoinResult', { llGetCoinNum: amount }, FROM_LOBBY);
@@ -12,11 +12,13 @@ test('wide numbers keep every digit, and numbers that do not fit are refused', (
     assert.equal(decode(coins(amount)).fields.llGetCoinNum, amount);
   }
   assert.equal(decode(coins(12)).fields.llGetCoinNum, 12n);
-  for (const bad of [2n ** 63n, -(2n ** 63n) - 1n, 2 ** 53, 0.5, '7', NaN]) {
+  assert.equal(decode(coins('9007199254740993')).fields.llGetCoinNum, 2n ** 53n + 1n);
+  for (const bad of [2n ** 63n, -(2n ** 63n) - 1n, 2 ** 53, 0.5, '7x', '', NaN]) {
     assert.throws(() => coins(bad), RangeError, String(bad));
   }
   const gender = (iGender) => encode('ModifyGenderReq', { iGender });
-  for (const bad of [2 ** 31, -(2 ** 31) - 1, 1.5, 1n]) {
+  assert.equal(decode(gender('-2'), TO_LOBBY).fields.iGender, -2);
+  for (const bad of [2 ** 31, -(2 ** 31) - 1, 1.5, 1n, '2147483648', '1e3']) {
     assert.throws(() => gender(bad), RangeError, String(bad));
   }
 });

@@ -1,8 +1,13 @@
 // Real players on the real lobby: the library over the npm package `ws`, and the page in Chromium.
 import assert from 'node:assert/strict';
+import { execFile } from 'node:child_process';
+import fs from 'node:fs';
+import path from 'node:path';
 import { after, before, test } from 'node:test';
+import { promisify } from 'node:util';
 import { LobbyClient } from '../../web/lobby-protocol.js';
 import { launch, openPage, PHONE, picture } from './support/browser.mjs';
+import { codeBlock, installed } from './support/library.mjs';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
@@ -22,8 +27,7 @@ after(async () => {
 async function player(userId, options = {}) {
   const lobby = new LobbyClient({ WebSocket, timeoutMs: 5000, ...options });
   await lobby.connect(system.url);
-  const { ucErrNo } = await lobby.login(userId, TOKEN, 1);
-  assert.equal(ucErrNo, 0);
+  await lobby.login(userId, TOKEN, 1);
   return lobby;
 }
 
@@ -36,7 +40,7 @@ test('a second login ends the first', async () => {
   const first = await player(10003);
   const ended = new Promise((resolve) => { first.on('close', resolve); });
   const second = await player(10003);
-  assert.deepEqual(await ended, { reason: 'kicked' });
+  assert.deepEqual(await ended, { reason: 'kicked', willReconnect: false });
   second.close();
 });
 
@@ -51,7 +55,7 @@ test('every request of the library is understood', async () => {
     [lobby.nickname('the admin'), { iError: 1, szNickName: '' }],
     [lobby.gender(2), { iError: 0, iGender: 2 }],
     [lobby.signature('good luck'), { iError: 0, szPersonalSignature: 'good luck' }],
-    [lobby.faceId(7), { iError: 0, iFaceId: 7 }],
+    [lobby.face(7), { iError: 0, iFaceId: 7 }],
     [lobby.mobile('13800138000'), { iError: 0, szMobileNumber: '13800138000' }],
     [lobby.realName('王小明', '11010519491231002X'),
       { iError: 0, szRealName: '王小明', szIdentity: '11010519491231002X' }],
@@ -60,7 +64,8 @@ test('every request of the library is understood', async () => {
     [lobby.loginPassword('654321', '123456'), { ucResultType: 4 }],
     [lobby.exchange(10005, 1n), { iErrorCode: 4, llExhangeCoin: 1n }],
   ];
-  for (const [asked, expected] of cases) {
+  const answers = cases.map(([asked, expected]) => [asked.catch(({ fields }) => fields), expected]);
+  for (const [asked, expected] of answers) {
     const answer = await asked;
     assert.deepEqual({ ...answer, ...expected }, answer);
   }
@@ -72,6 +77,13 @@ test('every request of the library is understood', async () => {
   assert.match(await system.command('player 10005'),
     /nickname="新名字".*gender=2 face=7 mobile="13800138000" signature="good luck" bank_password="999999" password="654321"/);
   lobby.close();
+});
+
+test('the client of the README runs as it stands there', async () => {
+  const { folder } = installed();
+  fs.writeFileSync(path.join(folder, 'client.js'), codeBlock('README.md', 'js'));
+  const { stdout } = await promisify(execFile)(process.execPath, ['client.js', system.url], { cwd: folder });
+  assert.match(stdout, /in the bank: \d+n\nrefused 157 The amount must be at least 1\.\nclosed: asked/);
 });
 
 // The page.
@@ -145,7 +157,7 @@ test('rooms, tournament, subscription, profile and transfer', async () => {
   await open(10004);
   await logIn();
   await page.click('#servers');
-  await hasText('#servers-form .result', 'rooms');
+  await hasText('#server-list-form .result', 'rooms');
   assert.ok(await page.locator('#server-rows tr').count() > 45);
   await page.click('#tournament-show');
   await hasText('#tournament', ' → ');
@@ -205,7 +217,7 @@ test('the page fits a phone, light and dark', async () => {
     await fits(`page-login-${colorScheme}`, PHONE);
     await logIn();
     await page.click('#servers');
-    await hasText('#servers-form .result', 'rooms');
+    await hasText('#server-list-form .result', 'rooms');
     await page.click('#tournament-show');
     await system.command(`bulletin sys ${'x'.repeat(200)}`);
     await hasText('#notices', 'xxx');
