@@ -92,8 +92,9 @@ document, for browsers and node: [how to use it](../web/README.md).
 
 ## Back-ends
 
-The lobby connects to each, sends 0xF0F1 every 25 seconds and echoes those it gets. What it asks by
-itself:
+The lobby connects to each, sends 0xF0F1 every 25 seconds and echoes those it gets. A back-end must
+not answer 0xF0F1 with 0xF0F1: each would be echoed, and the two would never stop. What the lobby
+asks by itself:
 
 | Server | When the link is up | Then |
 |---|---|---|

@@ -150,6 +150,18 @@ test('the lines to alert on are written, at that level and under that tag', () =
   assert.ok(rows.length > 20);
 });
 
+test('what the security document says of clients names tests and attacks that exist', () => {
+  const text = read('docs/security.md');
+  const code = sources.filter((file) => /^tests\//.test(file)).map(read).join('\n');
+  const names = [...text.matchAll(/`([A-Z]\w+)\.([A-Z]\w+)`/g)];
+  const unknown = names.filter(([, suite, name]) =>
+    !new RegExp(`TEST(_[FP])?\\(\\s*${suite},\\s*${name}\\)`).test(code));
+  assert.deepEqual(unknown.map(([name]) => name), []);
+  assert.ok(names.length > 20);
+  const attacks = [...text.matchAll(/(?<!\*)\*([a-z][^*]+)\*(?!\*)/g)].map(([, name]) => name.replace(/\s+/g, ' '));
+  assert.deepEqual(attacks.filter((name) => !code.includes(`{"${name}",`)), []);
+});
+
 test('includes keep to the layers that the architecture document allows', () => {
   const heading = '## Folders and what may include what';
   const layers = rowsOf(sectionOf(read('docs/architecture.md'), heading))
