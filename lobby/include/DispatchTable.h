@@ -1,32 +1,57 @@
 // Message dispatch as a table: one row per message type.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
-// A message type, its name for tools and the handler that takes it (whole message and length).
-template <class Handler>
+class IPlayerNode;
+
+// A message type and the member function that takes it.
+template <class Handler, class... Args>
 struct DispatchRow {
     uint16_t type;
-    const char* name;
-    void (Handler::*handle)(void* data, long length);
+    void (Handler::*handle)(Args... args);
 };
 
-// The row of a type, or null.
-template <class Handler, size_t N>
-constexpr const DispatchRow<Handler>* FindRow(const DispatchRow<Handler> (&rows)[N],
-                                              uint16_t type) {
-    for (const auto& row : rows) {
-        if (row.type == type) return &row;
+// The rows of one handler. A second row of a type, which would never be reached, does not compile.
+// Thread: any; all of it is constant.
+template <size_t N, class Handler, class... Args>
+class DispatchTable {
+  public:
+    using Row = DispatchRow<Handler, Args...>;
+
+    consteval explicit DispatchTable(const Row (&rows)[N]) {
+        for (size_t i = 0; i < N; ++i) {
+            for (size_t before = 0; before < i; ++before)
+                if (rows[before].type == rows[i].type) throw "a second row of this type";
+            m_rows[i] = rows[i];
+        }
     }
-    return nullptr;
+
+    // Has the handler take the message; false when the type has no row.
+    bool Call(Handler& handler, uint16_t type, Args... args) const {
+        for (const Row& row : m_rows) {
+            if (row.type != type) continue;
+            (handler.*row.handle)(args...);
+            return true;
+        }
+        return false;
+    }
+
+  private:
+    std::array<Row, N> m_rows{};
+};
+
+// What a back-end server sends: the whole message and its length.
+template <class Handler, size_t N>
+consteval auto LinkMessages(const DispatchRow<Handler, void*, long> (&rows)[N]) {
+    return DispatchTable<N, Handler, void*, long>(rows);
 }
 
-// For a static_assert below each table: a second row of a type would never be reached.
+// What a client sends: his node, the whole message and its length.
 template <class Handler, size_t N>
-constexpr bool TypesUnique(const DispatchRow<Handler> (&rows)[N]) {
-    for (const auto& row : rows) {
-        if (FindRow(rows, row.type) != &row) return false;
-    }
-    return true;
+consteval auto ClientRequests(
+    const DispatchRow<Handler, IPlayerNode*, void*, unsigned short> (&rows)[N]) {
+    return DispatchTable<N, Handler, IPlayerNode*, void*, unsigned short>(rows);
 }

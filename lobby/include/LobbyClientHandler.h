@@ -113,9 +113,7 @@ class LobbyClientHandler {
 
     // The result code of a transfer the lobby refuses, or 0.
     int32_t DecideExchange(const LobbyPlayer* player, int32_t receiver, int64_t amount, time_t now);
-    // One table row: a client message number and its handler.
-    struct Route;
-    static const Route kRoutes[];
+    struct Requests;  // the dispatch table
 
     LobbyServer* m_lpLobbyServer;
 };

@@ -27,6 +27,7 @@ class QueueServerHandler : public LinkHandler {
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
 
     // The last step of a login.
+    void OnUserInfoRes(void* data, long length);
     void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
 
     // Bank.

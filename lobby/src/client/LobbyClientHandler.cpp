@@ -5,6 +5,7 @@
 
 #include "BankInfoDef.h"
 #include "Common/Log.h"
+#include "DispatchTable.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
@@ -16,59 +17,38 @@
 #include "compete_msg.h"
 #include "queue_server_msg.h"
 
-struct LobbyClientHandler::Route {
-    uint16_t type;
-    void (LobbyClientHandler::*handle)(IPlayerNode* node, void* data, unsigned short length);
+// A class of its own, because some of the handlers are private.
+struct LobbyClientHandler::Requests {
+    using Self = LobbyClientHandler;
 
-    static constexpr const Route* Find(uint16_t type);
-    static constexpr bool Unique();
+    // clang-format off
+    static constexpr auto kDispatch = ClientRequests<Self>({
+        {EXCHANGE_COIN_C2S,          &Self::HandleClientExchangeCoinReq},
+        {BANK_LOGIN_C2S,             &Self::HandleBankLoginReq},
+        {BANK_GET_COIN_C2S,          &Self::HandleGetCoinReq},
+        {BANK_SAVE_COIN_C2S,         &Self::HandleSaveCoinReq},
+        {BANK_MODIFY_PASSWD_C2S,     &Self::HandleModifyBankPasswdReq},
+        {MODIFY_PASSWORD_C2S,        &Self::HandleModifyPassWordReq},
+        {MODIFY_NICKNAME_C2S,        &Self::HandleModifyNickName},
+        {MODIFY_GENDER_C2S,          &Self::HandleModifyGender},
+        {MODIFY_SIGNATURE_C2S,       &Self::HandleModifyPersonalSignature},
+        {MODIFY_FACE_ID_C2S,         &Self::HandleModifyFaceId},
+        {BINDING_MOBILE_C2S,         &Self::HandleBindingMobileReq},
+        {REAL_NAME_C2S,              &Self::HandleRealNameAuthenReq},
+        {REFRESH_COIN_C2S,           &Self::HandleRechargeRefreshCoinReq},
+        {MSG_CLIENT_COMPETE_REQ,     &Self::HandleCompeteInfo},
+        {CLIENT_SUBSCRIBE_MSG_C2S,   &Self::HandleSubscribe},
+        {CLIENT_UNSUBSCRIBE_MSG_C2S, &Self::HandleUnsubscribe},
+        {MSG_CLIENT_SERVER_INFO_REQ, &Self::HandleClientServerInfoReq},
+        {CLIENT_USER_PROGRESS_REQ,   &Self::HandleActivity},
+    });
+    // clang-format on
 };
-
-// clang-format off
-constexpr LobbyClientHandler::Route LobbyClientHandler::kRoutes[] = {
-    {EXCHANGE_COIN_C2S,          &LobbyClientHandler::HandleClientExchangeCoinReq},
-    {BANK_LOGIN_C2S,             &LobbyClientHandler::HandleBankLoginReq},
-    {BANK_GET_COIN_C2S,          &LobbyClientHandler::HandleGetCoinReq},
-    {BANK_SAVE_COIN_C2S,         &LobbyClientHandler::HandleSaveCoinReq},
-    {BANK_MODIFY_PASSWD_C2S,     &LobbyClientHandler::HandleModifyBankPasswdReq},
-    {MODIFY_PASSWORD_C2S,        &LobbyClientHandler::HandleModifyPassWordReq},
-    {MODIFY_NICKNAME_C2S,        &LobbyClientHandler::HandleModifyNickName},
-    {MODIFY_GENDER_C2S,          &LobbyClientHandler::HandleModifyGender},
-    {MODIFY_SIGNATURE_C2S,       &LobbyClientHandler::HandleModifyPersonalSignature},
-    {MODIFY_FACE_ID_C2S,         &LobbyClientHandler::HandleModifyFaceId},
-    {BINDING_MOBILE_C2S,         &LobbyClientHandler::HandleBindingMobileReq},
-    {REAL_NAME_C2S,              &LobbyClientHandler::HandleRealNameAuthenReq},
-    {REFRESH_COIN_C2S,           &LobbyClientHandler::HandleRechargeRefreshCoinReq},
-    {MSG_CLIENT_COMPETE_REQ,     &LobbyClientHandler::HandleCompeteInfo},
-    {CLIENT_SUBSCRIBE_MSG_C2S,   &LobbyClientHandler::HandleSubscribe},
-    {CLIENT_UNSUBSCRIBE_MSG_C2S, &LobbyClientHandler::HandleUnsubscribe},
-    {MSG_CLIENT_SERVER_INFO_REQ, &LobbyClientHandler::HandleClientServerInfoReq},
-    {CLIENT_USER_PROGRESS_REQ,   &LobbyClientHandler::HandleActivity},
-};
-// clang-format on
-
-constexpr const LobbyClientHandler::Route* LobbyClientHandler::Route::Find(uint16_t type) {
-    for (const Route& route : kRoutes) {
-        if (route.type == type) return &route;
-    }
-    return nullptr;
-}
-
-constexpr bool LobbyClientHandler::Route::Unique() {
-    for (const Route& route : kRoutes) {
-        if (Find(route.type) != &route) return false;
-    }
-    return true;
-}
 
 bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
-    static_assert(Route::Unique(), "a second row of a type would never be reached");
     if (node == nullptr) return false;
-    const Route* route = Route::Find(type);
-    if (route != nullptr) {
-        (this->*route->handle)(node, data, static_cast<unsigned short>(length));
-    } else {
+    if (!Requests::kDispatch.Call(*this, type, node, data, static_cast<unsigned short>(length))) {
         __log(_ERROR, "LobbyClientHandler::OnNetMessage",
               "client  response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
         CountRefusal(Refusal::UnknownType);

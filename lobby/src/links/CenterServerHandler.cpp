@@ -11,18 +11,15 @@ namespace {
 
 using Center = CenterServerHandler;
 
-constexpr DispatchRow<Center> kDispatch[] = {
-    {MSG_CENTER_SERVER_INFO, "tagServerInfoNotice", &Center::OnCenterServerInfoNotice},
-    {MSG_CENTER_SERVER_UPDATE, "tagUpdateServerInfo", &Center::OnCenterServerInfoUpdate},
-    {MSG_CENTER_SERVER_TERMINATE, "tagTerminateNotice", &Center::OnCenterTerminateNotice},
-    {MSG_CENTER_SITE_GAME_LIST, "tagLoginMobileCenterSiteGameListMsg",
-     &Center::OnCenterServerGameListNotice},
-    {MSG_CENTER_SITE_GAME_TERMINATE, "tagLoginCenterSiteGameTerminateNotice",
-     &Center::OnCenterSiteGameTerminateNotice},
-    {MSG_CENTER_KICK_OUT, "NoticeLobbyKickOut", &Center::OnCenterNoticeKickOut},
-    {MSG_CENTER_SERVER_CLOSE, "tagServerCloseNotice", &Center::OnCenterServerCloseNotice},
-};
-static_assert(TypesUnique(kDispatch));
+constexpr auto kDispatch = LinkMessages<Center>({
+    {MSG_CENTER_SERVER_INFO, &Center::OnCenterServerInfoNotice},
+    {MSG_CENTER_SERVER_UPDATE, &Center::OnCenterServerInfoUpdate},
+    {MSG_CENTER_SERVER_TERMINATE, &Center::OnCenterTerminateNotice},
+    {MSG_CENTER_SITE_GAME_LIST, &Center::OnCenterServerGameListNotice},
+    {MSG_CENTER_SITE_GAME_TERMINATE, &Center::OnCenterSiteGameTerminateNotice},
+    {MSG_CENTER_KICK_OUT, &Center::OnCenterNoticeKickOut},
+    {MSG_CENTER_SERVER_CLOSE, &Center::OnCenterServerCloseNotice},
+});
 
 constexpr char kNotEqual[] = "buffer length is not match ! length[%d] != sizeof(%d)";
 // Also printed where equality is checked; operators search for it.
@@ -49,7 +46,7 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
 bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (!IsMine(node)) return false;
     // Unknown types are swallowed without a line: the center announces more than lobbies need.
-    if (const auto* row = FindRow(kDispatch, type)) (this->*row->handle)(data, length);
+    kDispatch.Call(*this, type, data, length);
     return true;
 }
 

@@ -13,14 +13,13 @@ namespace {
 
 using Config = ConfigServerHandler;
 
-constexpr DispatchRow<Config> kDispatch[] = {
-    {MSG_CONFIG_VIP_LEVEL_RES, "tagVipLevelConfigRes", &Config::OnVipLevelConfigRes},
-    {MSG_CONFIG_VIP_PHOTO_RES, "tagVipPhotoConfigRes", &Config::OnVipPhotoConfigRes},
-    {MSG_CONFIG_VIP_FRAME_RES, "tagVipFrameConfig", &Config::OnVipFrameConfigRes},
-    {MSG_CONFIG_STOP_SWITCH_RES, "tagLobbyStopSwitchRes", &Config::OnConfigLobbySwitchRes},
-    {MSG_CONFIG_SUBSCRIBE_KEY_RES, "WebFarmSubscribeKeyRes", &Config::OnSubscribeKeyRes},
-};
-static_assert(TypesUnique(kDispatch));
+constexpr auto kDispatch = LinkMessages<Config>({
+    {MSG_CONFIG_VIP_LEVEL_RES, &Config::OnVipLevelConfigRes},
+    {MSG_CONFIG_VIP_PHOTO_RES, &Config::OnVipPhotoConfigRes},
+    {MSG_CONFIG_VIP_FRAME_RES, &Config::OnVipFrameConfigRes},
+    {MSG_CONFIG_STOP_SWITCH_RES, &Config::OnConfigLobbySwitchRes},
+    {MSG_CONFIG_SUBSCRIBE_KEY_RES, &Config::OnSubscribeKeyRes},
+});
 
 // Unlike at the center, a message of the wrong size does not cost the link. The "=" is how the
 // line reads everywhere.
@@ -85,9 +84,7 @@ void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
 int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
                                           long length) {
     if (!IsMine(node)) return 0;
-    if (const auto* row = FindRow(kDispatch, type)) {
-        (this->*row->handle)(data, length);
-    } else {
+    if (!kDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "ConfigServerHandler::OnNetMessage",
               "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
     }

@@ -13,15 +13,13 @@ namespace {
 
 using Data = DataServerHandler;
 
-constexpr DispatchRow<Data> kRoutes[] = {
-    {ACT_ACCOUNT_TYPE_RES, "UserAccountTypeConfig", &Data::HandleAccountTypeRes},
-    {ACT_CONFIG_RES, "tagDBSiteActivityList", &Data::HandleActivityConfigRes},
-    {ACT_PROGRESS_RES, "tagDBActivityProgressList", &Data::HandleActivityProgressRes},
-    {ACT_SINGLE_PROGRESS_RES, "LobbyActivitySingleProgressUpdateRes",
-     &Data::HandleSingleProgressRes},
-    {ACT_UPDATE_ACK, "update acknowledgement", &Data::HandleUpdateActivityProgressRes},
-};
-static_assert(TypesUnique(kRoutes));
+constexpr auto kDispatch = LinkMessages<Data>({
+    {ACT_ACCOUNT_TYPE_RES, &Data::HandleAccountTypeRes},
+    {ACT_CONFIG_RES, &Data::HandleActivityConfigRes},
+    {ACT_PROGRESS_RES, &Data::HandleActivityProgressRes},
+    {ACT_SINGLE_PROGRESS_RES, &Data::HandleSingleProgressRes},
+    {ACT_UPDATE_ACK, &Data::HandleUpdateActivityProgressRes},
+});
 
 // Whether a list of `count` records of `record` bytes behind a head of `head` bytes is exactly as
 // long as the message. Computed in 64 bits: no count wraps around to a length that fits.
@@ -48,9 +46,8 @@ bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, voi
                                      long length) {
     if (!IsMine(node)) return false;
     std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
-    if (const auto* const row = FindRow(kRoutes, type)) {
-        (this->*row->handle)(data, length);
-    } else if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
+    if (kDispatch.Call(*this, type, data, length)) return true;
+    if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
         ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
     } else {
         __log(_ERROR, "DataServerHandler::OnNetMessage",

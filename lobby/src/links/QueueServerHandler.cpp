@@ -14,25 +14,25 @@
 namespace {
 
 // clang-format off
-constexpr DispatchRow<QueueServerHandler> kQueueRows[] = {
-    {BANK_LOGIN_Q2L,                  "LoginBankResult_trans",            &QueueServerHandler::OnBankLoginRes},
-    {BANK_GET_COIN_Q2L,               "GetCoinResult_trans",              &QueueServerHandler::OnGetCoinRes},
-    {BANK_SAVE_COIN_Q2L,              "SaveCoinRes_trans",                &QueueServerHandler::OnSaveCoinRes},
-    {BANK_MODIFY_PASSWD_Q2L,          "ModifyBankPasswdRes_trans",        &QueueServerHandler::OnModifyBankPasswd},
-    {MODIFY_PASSWORD_Q2L,             "ModifyPassWordRes_trans",          &QueueServerHandler::OnModifyPasswd},
-    {MODIFY_NICKNAME_Q2L,             "ModifyNickNameRes_trans",          &QueueServerHandler::OnModifyNickName},
-    {MODIFY_GENDER_Q2L,               "ModifyGenderRes_trans",            &QueueServerHandler::OnModifyGender},
-    {MODIFY_SIGNATURE_Q2L,            "ModifyPersonalSignatureRes_trans", &QueueServerHandler::OnModifyPersonalSignature},
-    {MODIFY_FACE_ID_Q2L,              "ModifyFaceIdRes_trans",            &QueueServerHandler::OnModifyFaceId},
-    {BINDING_MOBILE_Q2L,              "BindingMobileRes_trans",           &QueueServerHandler::OnBindingMobile},
-    {REAL_NAME_Q2L,                   "RealNameAuthenRes_trans",          &QueueServerHandler::OnRealNameAuthen},
-    {MODIFY_FACE_FRAME_Q2L,           "ModifyFaceFrameRes_trans",         &QueueServerHandler::OnModifyFaceFrame},
-    {EXCHANGE_COIN_Q2L,               "QueueExchangeCoinRes",             &QueueServerHandler::OnUserExchangeCoinRes},
-    {REFRESH_COIN_Q2L,                "RechargeRefresRes_trans",          &QueueServerHandler::OnRechargeRefreshCoin},
-    {MSG_QUEUE_COMPETE_USER_INFO_RES, "CompeteLobbyUserInfoRes",          &QueueServerHandler::OnCompeteLobbyUserInfoRes},
-};
+constexpr auto kDispatch = LinkMessages<QueueServerHandler>({
+    {USER_INFO_Q2L,                   &QueueServerHandler::OnUserInfoRes},
+    {BANK_LOGIN_Q2L,                  &QueueServerHandler::OnBankLoginRes},
+    {BANK_GET_COIN_Q2L,               &QueueServerHandler::OnGetCoinRes},
+    {BANK_SAVE_COIN_Q2L,              &QueueServerHandler::OnSaveCoinRes},
+    {BANK_MODIFY_PASSWD_Q2L,          &QueueServerHandler::OnModifyBankPasswd},
+    {MODIFY_PASSWORD_Q2L,             &QueueServerHandler::OnModifyPasswd},
+    {MODIFY_NICKNAME_Q2L,             &QueueServerHandler::OnModifyNickName},
+    {MODIFY_GENDER_Q2L,               &QueueServerHandler::OnModifyGender},
+    {MODIFY_SIGNATURE_Q2L,            &QueueServerHandler::OnModifyPersonalSignature},
+    {MODIFY_FACE_ID_Q2L,              &QueueServerHandler::OnModifyFaceId},
+    {BINDING_MOBILE_Q2L,              &QueueServerHandler::OnBindingMobile},
+    {REAL_NAME_Q2L,                   &QueueServerHandler::OnRealNameAuthen},
+    {MODIFY_FACE_FRAME_Q2L,           &QueueServerHandler::OnModifyFaceFrame},
+    {EXCHANGE_COIN_Q2L,               &QueueServerHandler::OnUserExchangeCoinRes},
+    {REFRESH_COIN_Q2L,                &QueueServerHandler::OnRechargeRefreshCoin},
+    {MSG_QUEUE_COMPETE_USER_INFO_RES, &QueueServerHandler::OnCompeteLobbyUserInfoRes},
+});
 // clang-format on
-static_assert(TypesUnique(kQueueRows) && FindRow(kQueueRows, USER_INFO_Q2L) == nullptr);
 
 // Takes the account over into the session.
 void StoreAccount(LobbyPlayer* player, const UserInfoRes& info) {
@@ -62,16 +62,16 @@ int64_t QueueServerHandler::ConnectServer() {
 bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
     if (!IsMine(node)) return false;
-    if (type == USER_INFO_Q2L) {
-        HandleUserInfoRes(node, type, data, static_cast<int>(length));
-    } else if (const auto* row = FindRow(kQueueRows, type)) {
-        (this->*row->handle)(data, length);
-    } else {
+    if (!kDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "QueueServerHandler::OnNetMessage",
               "databaseserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
               type);
     }
     return true;
+}
+
+void QueueServerHandler::OnUserInfoRes(void* data, long length) {
+    HandleUserInfoRes(m_lpQueueServer, USER_INFO_Q2L, data, static_cast<int>(length));
 }
 
 void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short /*type*/,

@@ -13,15 +13,14 @@ namespace {
 
 using Web = WebServerHandler;
 
-constexpr DispatchRow<Web> kDispatch[] = {
-    {MSG_WEB_RECHARGE_NOTICE, "RechargeSucessNotice", &Web::HandleRechargeSucessNotice},
-    {MSG_WEB_CONSUME_NOTICE, "ConsumeSucessNotice", &Web::HandleConsumeSucessNotice},
-    {MSG_WEB_SYNC_USER_DATA, "SychUserLobbyData", &Web::HandleSychUserDataMsg},
-    {MSG_WEB_WIN_BULLETIN, "WinCoinBulletinNotice", &Web::HandlerWinBulletinNotice},
-    {MSG_WEB_SYS_BULLETIN, "SysBulletinNotice", &Web::HandlerSysBulletinNotice},
-    {MSG_WEB_FARM_TRANSFER, "BulletinTransferFarmNotice", &Web::HandleFarmTransferMsg},
-};
-static_assert(TypesUnique(kDispatch));
+constexpr auto kDispatch = LinkMessages<Web>({
+    {MSG_WEB_RECHARGE_NOTICE, &Web::HandleRechargeSucessNotice},
+    {MSG_WEB_CONSUME_NOTICE, &Web::HandleConsumeSucessNotice},
+    {MSG_WEB_SYNC_USER_DATA, &Web::HandleSychUserDataMsg},
+    {MSG_WEB_WIN_BULLETIN, &Web::HandlerWinBulletinNotice},
+    {MSG_WEB_SYS_BULLETIN, &Web::HandlerSysBulletinNotice},
+    {MSG_WEB_FARM_TRANSFER, &Web::HandleFarmTransferMsg},
+});
 
 constexpr uint16_t kMaxBroadcast = 5;
 
@@ -46,9 +45,7 @@ int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
 
 bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (!IsMine(node)) return false;
-    if (const auto* row = FindRow(kDispatch, type)) {
-        (this->*row->handle)(data, length);
-    } else {
+    if (!kDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "WebServerHandler::OnNetMessage",
               "webserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
               static_cast<unsigned>(type));
