@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "EPOLLBuffer.h"
 #include "Epoll.h"
 #include "Epoll/NetMetrics.h"
@@ -37,6 +38,7 @@ EPOLLContext* EPOLLMessager::OnCreateContext() {
 }
 
 void EPOLLMessager::OnTimer(long now) {
+    static thread_local const WorkerThread worker;  // who calls back is the application's worker
     if (m_lpGameProvider != nullptr) m_lpGameProvider->OnTimer(now);
 }
 

@@ -21,7 +21,8 @@ void ZeroMsg(T& msg) {
 // A received message as a structure of its own: a short message reads as zeros past its end, and
 // nothing outside the received bytes is touched. Handlers never cast a received pointer: it may
 // lie at any offset of a receive block.
-template <class T> T ReadMsg(const void* data, long length) {
+template <class T>
+T ReadMsg(const void* data, long length) {
     T msg;
     ZeroMsg(msg);
     if (data != nullptr && length > 0) {
@@ -49,12 +50,14 @@ size_t ItemsWithin(long length, size_t offset, size_t count) {
 }
 
 // A text field that need not be terminated.
-template <size_t N> std::string_view TextOf(const char (&field)[N]) {
+template <size_t N>
+std::string_view TextOf(const char (&field)[N]) {
     return {field, strnlen(field, N)};
 }
 
 // The same, terminated, for %s.
-template <size_t N> std::string TextStr(const char (&field)[N]) {
+template <size_t N>
+std::string TextStr(const char (&field)[N]) {
     return std::string(TextOf(field));
 }
 

@@ -1,6 +1,6 @@
 // The keys of LobbyServer.cfg that switch extras on.
-#include "MessageLimits.h"
 #include "LobbyWorld.h"
+#include "MessageLimits.h"
 
 TEST(MessageLimits, TakesGoodLinesAndNamesTheFaultOfOthers) {
     const struct {

@@ -1,5 +1,6 @@
-#include "PublisherMsg.h"
 #include "LobbyWorld.h"
+#include "PublisherMsg.h"
+#include "SessionList.h"
 
 TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
     LobbyPlayer* player = Online(1);
@@ -129,6 +130,18 @@ TEST_F(LobbyTest, FailedLinkOrListenerEndsTheStart) {
             EXPECT_EQ(other.OpenedNodes().size(), bad == LISTEN ? 6u : size_t{bad} - CENTER);
         }
     }
+}
+
+TEST(WorkerThreadTest, NobodyElseCallsItsFunctions) {
+    if (!kThreadsChecked) GTEST_SKIP() << "debug and sanitizer builds alone look";
+    SessionList sessions;
+    sessions.Of(1);  // without a worker anybody may
+    const auto callFromElsewhere = [&sessions] {
+        const WorkerThread here;
+        sessions.Of(1);
+        std::thread([&sessions] { sessions.Of(1); }).join();
+    };
+    EXPECT_DEATH(callFromElsewhere(), "Of: called by another thread than the message worker");
 }
 
 TEST(LobbyPlayerTest, InitializeClearsAllButTokenAndChannel) {

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "Common/WorkerThread.h"
 #include "Game/NetGame.h"
 
 // Make one, construct the application with Parts(), Attach() it, then Start() it. Must outlive
@@ -32,7 +33,8 @@ class MemoryNet {
         template <class T>
         T At(size_t offset) const {
             T value{};
-            if (offset < bytes.size()) bytes.copy(reinterpret_cast<char*>(&value), sizeof(T), offset);
+            if (offset < bytes.size())
+                bytes.copy(reinterpret_cast<char*>(&value), sizeof(T), offset);
             return value;
         }
         template <class T>
@@ -79,7 +81,7 @@ class MemoryNet {
         m_application->OnNetMessage(node, type, at, static_cast<long>(message.size()));
     }
     template <class T>
-        requires std::is_trivially_copyable_v<T>
+    requires std::is_trivially_copyable_v<T>
     void Deliver(IPlayerNode* node, uint16_t type, const T& message) {
         Deliver(node, type, std::string_view(reinterpret_cast<const char*>(&message), sizeof(T)));
     }
@@ -281,6 +283,7 @@ class MemoryNet {
         return static_cast<Context*>(context);
     }
 
+    WorkerThread m_worker;  // the thread that made the network plays it
     IGameProvider* m_application = nullptr;
     std::atomic<bool> m_cancelled{false};
     std::mutex m_lock;  // the reconnect keeper opens links while the test thread works

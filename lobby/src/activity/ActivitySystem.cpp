@@ -5,6 +5,7 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "DataServerHandler.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
@@ -14,11 +15,13 @@
 namespace {
 
 constexpr long kReloadSeconds = 1800;
-constexpr int kMaxBatch = (BUFFER_SIZE - sizeof(tagUserActivityProgressUpdate)) /
-                          sizeof(tagDBUserActivityProgressData);
+constexpr int kMaxBatch =
+    (BUFFER_SIZE - sizeof(tagUserActivityProgressUpdate)) / sizeof(tagDBUserActivityProgressData);
 static_assert(kMaxBatch == 46);
 
-LobbyPlayer* PlayerOf(IPlayerNode* node) { return static_cast<LobbyPlayer*>(node); }
+LobbyPlayer* PlayerOf(IPlayerNode* node) {
+    return static_cast<LobbyPlayer*>(node);
+}
 
 void LogRecord(const tagDBUserActivityProgressData& r) {
     __log(_DEBUG, "ActivitySystem::AddActivityProgress",
@@ -50,7 +53,9 @@ void LogStrayResult(const LobbyActivitySingleProgressUpdateRes& r) {
 
 ActivitySystem* ActivitySystem::s_pActivitySystem = nullptr;
 
-ActivitySystem::ActivitySystem() { getActivityCfg(); }
+ActivitySystem::ActivitySystem() {
+    getActivityCfg();
+}
 
 ActivitySystem* ActivitySystem::getInstance() {
     if (s_pActivitySystem == nullptr) s_pActivitySystem = new ActivitySystem;
@@ -73,6 +78,7 @@ CIniFile* ActivitySystem::getActivityCfg() {
 }
 
 void ActivitySystem::OnTimer(long now) {
+    AssertWorker();
     if (m_lTimerStamp == 0) m_lTimerStamp = ClockNow();
     if (!PeriodPassed(m_lTimerStamp, now, kReloadSeconds)) return;
     getActivityCfg();
@@ -105,6 +111,7 @@ bool ActivitySystem::IsForPlayer(IActivityHandler* handler, const LobbyPlayer* p
 }
 
 void ActivitySystem::SetActivityConfig(const tagDBActivityConfigData& row, bool /*finished*/) {
+    AssertWorker();
     __log(_DEBUG, "ActivitySystem::SetActivityConfig", "iActivityId : %d", row.iActivityId);
     m_mapActivityConfig[row.iActivityId] = row;
     if (IActivityHandler* const handler = FindHandler(row.iActivityId)) {
@@ -182,6 +189,7 @@ void ActivitySystem::SendProgressBatch(int count) {
 }
 
 void ActivitySystem::RemoveActivityProgress(LobbyPlayer* player) {
+    AssertWorker();
     if (player == nullptr) return;
     __log(_DEBUG, "ActivitySystem::RemoveActivityProgress", "userid[%d]", player->m_iUserID);
     const auto [begin, end] = m_mapActivityProgress.equal_range(player->m_iUserID);
@@ -195,8 +203,7 @@ void ActivitySystem::RemoveActivityProgress(LobbyPlayer* player) {
             count = 0;
         }
         record.updateTime = ClockNow();
-        std::memcpy(m_updateBuffer + sizeof(tagUserActivityProgressUpdate) +
-                        count * sizeof(record),
+        std::memcpy(m_updateBuffer + sizeof(tagUserActivityProgressUpdate) + count * sizeof(record),
                     &record, sizeof(record));
         ++count;
     }
@@ -311,6 +318,7 @@ int ActivitySystem::GetUserAccountType(int payAmount, int machineIndex, int play
 }
 
 void ActivitySystem::UpdateLobbyActivityProgress(LobbyActivitySingleProgressUpdate& update) {
+    AssertWorker();
     if (m_pGameProvider != nullptr) {
         m_pGameProvider->SendMsgToDataServer(ACT_SINGLE_PROGRESS_UPDATE, &update, sizeof(update));
     }

@@ -5,6 +5,7 @@
 
 #include "BankInfoDef.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "DispatchTable.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
@@ -47,6 +48,7 @@ struct LobbyClientHandler::Requests {
 
 bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
+    AssertWorker();
     if (node == nullptr) return false;
     if (!Requests::kDispatch.Call(*this, type, node, data, static_cast<unsigned short>(length))) {
         __log(_ERROR, "LobbyClientHandler::OnNetMessage",
@@ -82,6 +84,7 @@ void LobbyClientHandler::HandleActivity(IPlayerNode* node, void* data, unsigned 
 }
 
 void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
+    AssertWorker();
     if (player->m_iUserID <= 0) {
         __log(_ERROR, "LobbyClientHandler::OnLobbyClientConnectNotice", "userid [%d] error!!!!",
               player->m_iUserID);
@@ -106,6 +109,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
 }
 
 bool LobbyClientHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    AssertWorker();
     auto* player = static_cast<LobbyPlayer*>(node);
     DealDisconnect(node);
     __log(_WARN, "LobbyClientHandler::OnClosed",
@@ -139,6 +143,7 @@ LobbyPlayer* LobbyClientHandler::GetPlayerByUserID(int userID) {
 
 void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, void* data,
                                              long length) {
+    AssertWorker();
     constexpr const char* tag = "LobbyClientHandler::SendMsgToPlayerByID";
     if (userID == 0 || data == nullptr) {
         __log(_ERROR, tag, "userid[%d]", userID);
@@ -153,6 +158,7 @@ void LobbyClientHandler::SendMsgToPlayerByID(int userID, unsigned short type, vo
 }
 
 void LobbyClientHandler::SendMsgToAllLobbyClent(unsigned short type, void* data, long length) {
+    AssertWorker();
     m_Sessions.ForEach([&](LobbyPlayer* player) {
         const bool sent = m_lpLobbyServer->SendData(player, type, data, length, ENCODE_NONE);
         __log(sent ? _DEBUG : _WARN, "LobbyClientHandler::SendMsgToAllLobbyClent",

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Common/WorkerThread.h"
 #include "LobbyPlayer.h"
 
 LobbyPlayer* SessionList::Next(const LobbyPlayer* player) {
@@ -9,6 +10,7 @@ LobbyPlayer* SessionList::Next(const LobbyPlayer* player) {
 }
 
 void SessionList::Insert(LobbyPlayer* player) {
+    AssertWorker();
     player->m_lpNext = m_lpHead;
     if (m_lpHead != nullptr) m_lpHead->m_lpPrior = player;
     m_lpHead = player;
@@ -16,6 +18,7 @@ void SessionList::Insert(LobbyPlayer* player) {
 }
 
 bool SessionList::Remove(LobbyPlayer* player) {
+    AssertWorker();
     if (player->m_lpPrior != nullptr) {
         player->m_lpPrior->m_lpNext = player->m_lpNext;
     } else if (m_lpHead == player) {
@@ -33,6 +36,7 @@ bool SessionList::Remove(LobbyPlayer* player) {
 }
 
 const std::vector<LobbyPlayer*>& SessionList::Of(int userID) const {
+    AssertWorker();
     static const std::vector<LobbyPlayer*> none;
     const auto entry = m_mapUserSessions.find(userID);
     return entry != m_mapUserSessions.end() ? entry->second : none;

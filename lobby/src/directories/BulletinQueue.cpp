@@ -1,8 +1,11 @@
 #include "BulletinQueue.h"
 
+#include "Common/WorkerThread.h"
+
 #include <algorithm>
 
 void BulletinQueue::Push(const WinCoinBulletinNotice_2& item) {
+    AssertWorker();
     if (m_items.size() < kCapacity) {
         m_items.push_front(item);
         return;
@@ -21,6 +24,7 @@ void BulletinQueue::Push(const WinCoinBulletinNotice_2& item) {
 }
 
 bool BulletinQueue::Take(WinCoinBulletinNotice_2& item) {
+    AssertWorker();
     if (m_items.empty()) return false;
     item = m_items.front();
     m_items.pop_front();

@@ -4,6 +4,7 @@
 
 #include "Common/IniFile.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "ConfigKeys.h"
 #include "Period.h"
 #include "Tools.h"
@@ -36,6 +37,7 @@ int32_t MinutesOfDay(int hour, int minute) {
 }  // namespace
 
 void CompeteConfig::OnTimer(long now) {
+    AssertWorker();
     if (PeriodPassed(m_lLastRead, now, kReadSeconds)) ReadConfig();
 }
 

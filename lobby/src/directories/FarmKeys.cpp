@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "LobbyPlayer.h"
 #include "MsgView.h"
 
@@ -33,6 +34,7 @@ void LogRemoval(const std::vector<PublishPlayer>& subscribers, const LobbyPlayer
 }  // namespace
 
 bool FarmKeys::IsAllowed(const std::string& key) const {
+    AssertWorker();
     if (key.empty()) {
         __log(_ERROR, "LobbyServer::IsExistSubscribeKey", "szKey is nullptr.");
         return false;
@@ -43,6 +45,7 @@ bool FarmKeys::IsAllowed(const std::string& key) const {
 }
 
 void FarmKeys::Subscribe(LobbyPlayer& player, const std::string& key) {
+    AssertWorker();
     AddSubscriber(player, key);
     auto& keys = m_mapPlayerToStrKey[player.m_iUserID];
     if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(key);
@@ -76,6 +79,7 @@ void FarmKeys::RemoveSubscriber(const LobbyPlayer& player, const std::string& ke
 }
 
 void FarmKeys::Unsubscribe(const LobbyPlayer& player, const std::string& key) {
+    AssertWorker();
     if (!key.empty()) {
         RemoveSubscriber(player, key, true);
         __log(_DEBUG, kUnsubscribe, "userid[%d] key[%s] unsubscribe success", player.m_iUserID,
@@ -100,6 +104,7 @@ void FarmKeys::Unsubscribe(const LobbyPlayer& player, const std::string& key) {
 }
 
 void FarmKeys::DropEarly(const LobbyPlayer& player) {
+    AssertWorker();
     const auto nobody = m_mapPlayerToStrKey.find(0);
     if (nobody == m_mapPlayerToStrKey.end()) return;
     // A key stays while another connection without a notice has it.
@@ -115,6 +120,7 @@ void FarmKeys::DropEarly(const LobbyPlayer& player) {
 }
 
 const std::vector<PublishPlayer>* FarmKeys::SubscribersOf(const std::string& key) const {
+    AssertWorker();
     const auto it = m_mapStrKeyToPlayer.find(key);
     return it == m_mapStrKeyToPlayer.end() ? nullptr : &it->second;
 }

@@ -1,9 +1,11 @@
 #include "GameSiteList.h"
 
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "MsgView.h"
 
 int32_t GameSiteList::InsertInfo(tagSiteMobileGameList& entry) {
+    AssertWorker();
     const GameSiteInfo key{entry.iSiteID, entry.iGameID};
     if (m_gameSiteMap.find(key) == m_gameSiteMap.end()) {
         if (LogEnabled(_DEBUG)) {
@@ -22,6 +24,7 @@ int32_t GameSiteList::InsertInfo(tagSiteMobileGameList& entry) {
 }
 
 int32_t GameSiteList::DeleteInfo(TerminateGameSiteInfo& key) {
+    AssertWorker();
     const auto it = m_gameSiteMap.find({key.iSiteID, key.iGameID});
     if (it == m_gameSiteMap.end()) {
         __log(_ERROR, "GameSiteList::DeleteInfo:", "GameID[%d] SiteID[%d] delete fail! ",

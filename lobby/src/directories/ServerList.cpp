@@ -7,6 +7,7 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "LobbyPlayer.h"
 #include "MsgView.h"
 
@@ -85,6 +86,7 @@ void LogShown(int32_t site, const tagServerInfo& i) {
 }  // namespace
 
 int32_t ServerList::InsertInfo(tagServerInfo& info, GameSiteList sites, bool refresh) {
+    AssertWorker();
     if (m_gameServerMap.count(info.usServerID) != 0) {
         // Replaced whole: nothing of the old record survives.
         tagTerminateNotice old{};
@@ -102,6 +104,7 @@ int32_t ServerList::InsertInfo(tagServerInfo& info, GameSiteList sites, bool ref
 }
 
 int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) {
+    AssertWorker();
     const auto it = m_gameServerMap.find(update.usServerID);
     if (it == m_gameServerMap.end()) {
         __log(_ERROR, "ServerList::UpdateInfo", "gameMap find error ! game_id[%d], server_id[%d]",
@@ -120,6 +123,7 @@ int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) 
 }
 
 int32_t ServerList::CloseInfo(tagServerCloseNotice& notice, GameSiteList sites) {
+    AssertWorker();
     const auto it = m_gameServerMap.find(notice.usServerID);
     if (it == m_gameServerMap.end()) {
         __log(_ERROR, "ServerList::CloseInfo", "gameMap find error ! game_id[%d], server_id[%d]",
@@ -135,6 +139,7 @@ int32_t ServerList::CloseInfo(tagServerCloseNotice& notice, GameSiteList sites) 
 }
 
 int32_t ServerList::DeleteInfo(tagTerminateNotice& notice, GameSiteList sites, bool refresh) {
+    AssertWorker();
     if (m_gameServerMap.erase(notice.usServerID) == 0) {
         __log(_ERROR, "ServerList::DeleteInfo:", "GameID[%d] ServerID[%d] delete fail! ",
               notice.usGameID, notice.usServerID);
@@ -147,6 +152,7 @@ int32_t ServerList::DeleteInfo(tagTerminateNotice& notice, GameSiteList sites, b
 // The copy is the interface's: each operation has a list of its own.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ServerList::refreshShowGameList(GameSiteList sites) {
+    AssertWorker();
     RebuildShowLists(sites);
     const time_t now = ClockNow();
     if (now - m_tLastDump < kDumpInterval) return;
@@ -210,6 +216,7 @@ void ServerList::DumpShowLists() {
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ServerList::SendServerList(GameProvider* provider, IPlayerNode* node, GameSiteList) {
+    AssertWorker();
     static constexpr char tag[] = "ServerList::SendServerList";
     std::fputs("ServerList::SendServerList:", stdout);
     if (provider == nullptr || node == nullptr) return;

@@ -1,6 +1,9 @@
 #include "VipTables.h"
 
+#include "Common/WorkerThread.h"
+
 int VipTables::Level(int value) {
+    AssertWorker();
     auto& levels = m_mapConfigVipLevel;
     // Past the largest level nothing can follow; with levels below 1 in the table the number of
     // entries would stay ahead of i for ever.

@@ -1,8 +1,10 @@
 #include "LinkHandler.h"
 
+#include "Common/WorkerThread.h"
 #include "LobbyServer.h"
 
 void LinkHandler::KeepAlive() {
+    AssertWorker();
     IPlayerNode* const node = m_Node;
     if (node != nullptr) {
         m_lpLobbyServer->SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
@@ -10,6 +12,7 @@ void LinkHandler::KeepAlive() {
 }
 
 bool LinkHandler::OnClosed(IPlayerNode* node, bool bClosed) {
+    AssertWorker();
     return m_lpLobbyServer->CloseLink(m_Node, node, bClosed, m_place);
 }
 

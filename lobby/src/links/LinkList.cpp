@@ -1,5 +1,7 @@
 #include "LinkList.h"
 
+#include "Common/WorkerThread.h"
+
 #include <algorithm>
 
 bool LinkList::Connect() {
@@ -13,6 +15,7 @@ bool LinkList::Reconnect(int id) {
 }
 
 bool LinkList::Take(IPlayerNode* node, uint16_t type, void* data, long length) {
+    AssertWorker();
     return std::any_of(m_start.begin(), m_start.end(), [&](const Link* link) {
         return link->take(*link->handler, node, type, data, length);
     });

@@ -1,6 +1,7 @@
 #include "LogServerHandler.h"
 
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "LobbyServer.h"
 
 int64_t LogServerHandler::ConnectServer() {
@@ -13,6 +14,7 @@ bool LogServerHandler::OnNetMessage(IPlayerNode*, uint16_t, void*, long) {
 
 // No queue while the link is down: the line below is all that remains of the record.
 void LogServerHandler::SendMsgToLogServer(uint16_t type, void* data, long length) {
+    AssertWorker();
     if (IPlayerNode* const link = m_lpLogServer) {
         m_lpLobbyServer->SendData(link, type, data, length, ENCODE_NONE);
         return;

@@ -4,6 +4,7 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
@@ -54,6 +55,7 @@ bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data
 }
 
 void WebServerHandler::OnTimer(long now) {
+    AssertWorker();
     // The first tick starts the pace by the clock, not by its argument.
     if (!m_lLastSend) m_lLastSend = static_cast<long>(ClockNow());
     // Also when nothing is queued.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "ConfigServerHandler.h"
 #include "LobbyServer.h"
 #include "LogServerHandler.h"
@@ -14,6 +15,7 @@ bool LobbyServer::IsExistSubscribeKey(const std::string& key) {
 }
 
 void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice& notice) {
+    AssertWorker();
     static constexpr char tag[] = "LobbyServer::publish";
     const auto* const subscribers = m_Farm.SubscribersOf(key);
     if (subscribers == nullptr) {

@@ -2,6 +2,7 @@
 #include "CenterServerHandler.h"
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
@@ -29,6 +30,7 @@ bool IsDue(std::optional<long>& stamp, long now, long period) {
 }  // namespace
 
 void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) {
+    AssertWorker();
     if (node == nullptr) {
         __log(_ERROR, "LobbyServer::OnNetMessage", "OnNetMessage lpPlayerNode == NULL");
     } else if (!m_Limits.Empty() && IsOverLimit(node, type)) {
@@ -67,6 +69,7 @@ bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
 }
 
 void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
+    AssertWorker();
     if (node == nullptr) return;
     auto* player = static_cast<LobbyPlayer*>(node);
     if (m_lpLobbyServer == node) {
@@ -95,6 +98,7 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
 }
 
 void LobbyServer::OnTimer(long now) {
+    AssertWorker();
     TellLeftOutLines();
     if (!m_bTicking.load(std::memory_order_acquire)) return;
     // Further ahead than one period means that the clock was set back.

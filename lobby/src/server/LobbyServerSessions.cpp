@@ -3,6 +3,7 @@
 
 #include "CenterServerHandler.h"
 #include "Common/Log.h"
+#include "Common/WorkerThread.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
@@ -14,6 +15,7 @@
 #include "lobby_client_msg.h"
 
 void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length) {
+    AssertWorker();
     constexpr const char* tag = "LobbyServer::OnLobbyClientConnectNotice";
     auto* player = static_cast<LobbyPlayer*>(node);
     if (player->m_cLoginType != 0) {
@@ -54,6 +56,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
 }
 
 void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result) {
+    AssertWorker();
     if (node == nullptr) return;
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->logins[result].Add();
     const auto* player = static_cast<LobbyPlayer*>(node);
@@ -93,6 +96,7 @@ void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
 }
 
 int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
+    AssertWorker();
     if (userID <= 0) {
         __log(_ERROR, "LobbyServer::KickOutLobbyPlayer", "userid[%d] kickout error", userID);
         return 0;
@@ -104,6 +108,7 @@ int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
 }
 
 void LobbyServer::KickOutAllLobbyPlayer() {
+    AssertWorker();
     // A copy: closing unlinks sessions.
     std::vector<LobbyPlayer*> players;
     m_lpLobbyClientHandler->m_Sessions.ForEach([&](LobbyPlayer* p) { players.push_back(p); });
