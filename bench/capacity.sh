@@ -24,7 +24,7 @@ work=$(mktemp -d)
 . "$root/bench/servers.sh"
 # shellcheck source=../scripts/balancer.sh
 . "$root/scripts/balancer.sh"
-haproxy_pid= nginx_pid= second_pid= crowd_pid=
+haproxy_pid='' nginx_pid='' second_pid='' crowd_pid=''
 finish() {
     set +e
     for pid in "$crowd_pid" "$nginx_pid" "$haproxy_pid" "$second_pid"; do stop_pid "$pid"; done

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by run.sh: from the results in $work to table and plots.
 
 # figure FILE KEY: a number of the figures of a result.

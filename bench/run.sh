@@ -61,7 +61,8 @@ load() {
 # compare NAME "SERVERS" ARGUMENTS...: the same load on each server, alternating, in rounds; each
 # time on a fresh process.
 compare() {
-    local name=$1 servers=($2) round i server
+    local name=$1 round i server servers
+    read -ra servers <<<"$2"
     shift 2
     for round in $(seq "$rounds"); do
         for i in "${!servers[@]}"; do

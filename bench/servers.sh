@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by run.sh: starting and stopping what is put under load. Uses $bin and $work.
 
 server_pid=
@@ -28,7 +29,7 @@ stop_server() {
     server_pid=
 }
 
-redis_pid= sim_pid=
+redis_pid='' sim_pid=''
 
 # The lobby of the build, as its sample configuration has it but for ports, log level and, when they
 # are set, $pace, the seconds between broadcasts, and $metrics, where it serves its figures. It runs
@@ -48,5 +49,5 @@ stop_platform() {
     stop_server
     stop_pid "$sim_pid"
     stop_pid "$redis_pid"
-    sim_pid= redis_pid=
+    sim_pid='' redis_pid=''
 }

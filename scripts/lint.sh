@@ -1,17 +1,20 @@
 #!/usr/bin/env bash
-# Static analysis of the project's own code: clang-tidy by .clang-tidy, and cppcheck.
-# Usage: scripts/lint.sh [tidy|cppcheck|all] [FILES...]      all files by default
-# Ends with 1 when either finds something.
+# The form of the project's own code (clang-format, the length of functions, shellcheck) and its
+# static analysis: clang-tidy by .clang-tidy, and cppcheck.
+# Usage: scripts/lint.sh [form|tidy|cppcheck|all] [FILES...]      all files by default
+# Ends with 1 when one of them finds something.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")/.."
 what=${1:-all}
 [ $# -eq 0 ] || shift
 
 as_root=(); [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-if ! command -v clang-tidy-14 >/dev/null || ! command -v cppcheck >/dev/null; then
+needed=(clang-format-14 clang-tidy-14 cppcheck shellcheck)
+lacks() { for tool in "$@"; do command -v "$tool" >/dev/null || return 0; done; return 1; }
+if lacks "${needed[@]}"; then
     "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends clang-tidy-14 cppcheck >/dev/null
+        apt-get install -y -qq --no-install-recommends "${needed[@]}" >/dev/null
 fi
 
 build=build/release
@@ -21,13 +24,22 @@ files=("$@")
 [ ${#files[@]} -gt 0 ] || mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}" | grep -v '_test\.cpp$')
 
 failed=0
-if [ "$what" != cppcheck ]; then
+if [ "$what" = form ] || [ "$what" = all ]; then
+    git ls-files '*.cpp' '*.h' | xargs clang-format-14 --dry-run -Werror || failed=1
+    # Tables of cases and of messages may be longer.
+    git ls-files '*.cpp' '*.h' | grep -v '^tests/\|^lobby/catalog/' |
+        xargs awk -v most=50 -f scripts/function_length.awk || failed=1
+    git ls-files 'tests/*.cpp' 'tests/*.h' 'lobby/catalog/*' |
+        xargs awk -v most=75 -f scripts/function_length.awk || failed=1
+    git ls-files '*.sh' .ci/run deploy/debian/p* | xargs shellcheck -S warning || failed=1
+fi
+if [ "$what" = tidy ] || [ "$what" = all ]; then
     # gcc's own options are in the compile commands.
     printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 \
         clang-tidy-14 -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option \
         --extra-arg=-Wno-unused-private-field --extra-arg=-Wno-shadow 2>/dev/null || failed=1
 fi
-if [ "$what" != tidy ]; then
+if [ "$what" = cppcheck ] || [ "$what" = all ]; then
     cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
         --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$(nproc)" \
         -I lib/include -I lobby/include -I Epoll/include -I AesLib/include -I xredis/include \

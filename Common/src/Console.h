@@ -33,8 +33,8 @@ class Console {
     void Drop(const char* text, size_t size);
 
     const int m_iDescriptor;
-    int m_iOwn = -1;       // the same file, opened once more: not waiting concerns nobody else
-    struct stat m_what{};  // what the descriptor was when it was looked at last
+    int m_iOwn = -1;          // the same file, opened once more: not waiting concerns nobody else
+    struct stat m_what {};    // what the descriptor was when it was looked at last
     bool m_bMayWait = false;  // the descriptor is one that can keep a writer waiting
     char m_szRest[kPiece];    // of a piece that was taken in part
     size_t m_ulRest = 0;

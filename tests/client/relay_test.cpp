@@ -1,6 +1,6 @@
 // Requests that are wrapped for the queue server, and results unwrapped for their clients.
-#include "config_server_msg.h"
 #include "LobbyWorld.h"
+#include "config_server_msg.h"
 
 namespace {
 

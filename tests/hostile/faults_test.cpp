@@ -107,10 +107,9 @@ TEST_F(FaultTest, ABackEndThatHangsUpIsTriedOnceASecond) {
 TEST_F(FaultTest, ANameThatCannotBeResolvedEndsTheStart) {
     static constexpr struct {
         const char *section, *key, *what;
-    } kCases[] = {
-        {"listen", "addr", "the name cannot be resolved\n"},
-        {"connect", "queue_server",
-         "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n"}};
+    } kCases[] = {{"listen", "addr", "the name cannot be resolved\n"},
+                  {"connect", "queue_server",
+                   "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n"}};
     for (const auto& [section, key, what] : kCases) {
         LobbyProcess process;
         LobbySettings settings = AttackSettings();

@@ -1,8 +1,8 @@
 // Clients behind trusted proxies: what the proxies say, and whom it is taken from.
 #include "Epoll/NetMetrics.h"
 #include "HandShark.h"
-#include "ProxyHeader.h"
 #include "NetFixture.h"
+#include "ProxyHeader.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "HandShark.h"
-#include "WebSocketStream.h"
 #include "NetFixture.h"
+#include "WebSocketStream.h"
 
 namespace {
 

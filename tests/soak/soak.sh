@@ -17,7 +17,7 @@ RANDOM=$seed
 ulimit -n "$(ulimit -Hn)"
 kinds=(queue center config web data log)
 declare -A control pid
-lobby= redis_pid=
+lobby='' redis_pid=''
 
 # Each back-end is a process of its own, so that it can be killed and frozen alone.
 start_kind() {
@@ -63,7 +63,7 @@ make_lobby "$work/lobby" "$lobby_port" ERROR \
 # which also keeps up to 256 MiB of what was freed.
 clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
 slack=8192
-if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock= slack=$((slack + 256 * 1024)); fi
+if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock='' slack=$((slack + 256 * 1024)); fi
 echo +0 >"$work/clock"
 env ${clock:+LD_PRELOAD="$clock" FAKETIME_TIMESTAMP_FILE="$work/clock" FAKETIME_CACHE_DURATION=1
     FAKETIME_DONT_FAKE_MONOTONIC=1 NO_FAKE_STAT=1} \
@@ -185,9 +185,9 @@ check() {  # 0 OR A FAILURE, TEXT
     echo "soak of $minutes minutes, seed $seed, $players players, $(grep -c ' s' "$faults") faults, $(grep -vc '^ ' "$report/hostile.txt") hostile clients"
     check $((alive + status + sanitizer)) "no crash; exit status $status after SIGTERM, $sanitizer sanitizer reports"
     check $left "descriptors: $fds_before before, $fds_after when all had left"
-    check $([ "$late" -le $((early * 5 / 4 + slack)) ]; echo $?) "memory but buffers: $early KiB in the first third, $late KiB at the end; with them $peak KiB"
-    check $([ "$in_use" -le 128 ]; echo $?) "buffers: $in_use in use when all had left, of $made"
-    check $([ -n "$base_before" ] && [ "$base_before" = "$base_after" ]; echo $?) "coins: $base_before before, $base_after after"
+    check "$([ "$late" -le $((early * 5 / 4 + slack)) ]; echo $?)" "memory but buffers: $early KiB in the first third, $late KiB at the end; with them $peak KiB"
+    check "$([ "$in_use" -le 128 ]; echo $?)" "buffers: $in_use in use when all had left, of $made"
+    check "$([ -n "$base_before" ] && [ "$base_before" = "$base_after" ]; echo $?)" "coins: $base_before before, $base_after after"
     check $served "all $players players served afterwards, without an error; worst $(worst "$report/served.json")"
     echo "  worst answer while there were faults: $(worst "$report/tcp.json" "$report/ws.json")"
     echo "  errors seen by players meanwhile (each logged in again):"

@@ -30,7 +30,7 @@ pids+=("$sim_pid")
 make_lobby "$work/lobby" 9100 WARN 's/^sendbulletintime=.*/sendbulletintime=1/'
 "$work/lobby/LobbyServer" >"$work/lobby.log" &
 lobby=$!
-pids+=($lobby)
+pids+=("$lobby")
 wait_for 20 listens 9100
 
 player 10001 login bank-login take 500 save 200 keep-alive

@@ -3,8 +3,9 @@
 
 #include "NodeManager/NodeAllocate.h"
 
-// Writers fill one ring while the reader drains the other; a reader whose ring yields nothing, be it
-// that nothing was asked for, swaps the two. A full ring drops its oldest entries as NodeAllocate does. Thread: any.
+// Writers fill one ring while the reader drains the other; a reader whose ring yields nothing, be
+// it that nothing was asked for, swaps the two. A full ring drops its oldest entries as
+// NodeAllocate does. Thread: any.
 template <class T>
 class NodeDBRound : public NodeManager<T> {
   public:

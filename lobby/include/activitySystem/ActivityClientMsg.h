@@ -4,7 +4,7 @@
 
 #include "Game/NetMessage.h"
 
-inline constexpr uint16_t CLIENT_USER_PROGRESS_REQ = 0xE012;     // client -> lobby
+inline constexpr uint16_t CLIENT_USER_PROGRESS_REQ = 0xE012;      // client -> lobby
 inline constexpr uint16_t CLIENT_ACTIVITY_CLOSE_NOTICE = 0xE014;  // lobby -> client
 
 #pragma pack(push, 4)

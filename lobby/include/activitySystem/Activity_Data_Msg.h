@@ -4,21 +4,21 @@
 
 #include "Game/NetMessage.h"
 
-inline constexpr uint16_t ACT_REGISTER_REQ = 0x00A1;             // lobby -> data
-inline constexpr uint16_t ACT_ACCOUNT_TYPE_REQ = 0xD008;         // lobby -> data, header only
-inline constexpr uint16_t ACT_ACCOUNT_TYPE_RES = 0xD009;         // data -> lobby
-inline constexpr uint16_t ACT_CONFIG_REQ = 0xD010;               // lobby -> data
-inline constexpr uint16_t ACT_CONFIG_RES = 0xD011;               // data -> lobby
-inline constexpr uint16_t ACT_PROGRESS_REQ = 0xD012;             // lobby -> data
-inline constexpr uint16_t ACT_PROGRESS_RES = 0xD013;             // data -> lobby
-inline constexpr uint16_t ACT_PROGRESS_UPDATE = 0xD014;          // lobby -> data
-inline constexpr uint16_t ACT_SINGLE_PROGRESS_UPDATE = 0xD020;   // lobby -> data
-inline constexpr uint16_t ACT_SINGLE_PROGRESS_RES = 0xD021;      // data -> lobby
-inline constexpr uint16_t ACT_UPDATE_ACK = 0xD061;               // data -> lobby, ignored
-inline constexpr uint16_t ACT_GLOBAL_1 = 0xE001;                 // data -> lobby
-inline constexpr uint16_t ACT_GLOBAL_2 = 0xE002;                 // data -> lobby
-inline constexpr uint16_t ACT_GLOBAL_3 = 0xE003;                 // data -> lobby
-inline constexpr uint16_t ACT_UPDATE_USER_PROP = 0xD084;         // lobby -> queue
+inline constexpr uint16_t ACT_REGISTER_REQ = 0x00A1;            // lobby -> data
+inline constexpr uint16_t ACT_ACCOUNT_TYPE_REQ = 0xD008;        // lobby -> data, header only
+inline constexpr uint16_t ACT_ACCOUNT_TYPE_RES = 0xD009;        // data -> lobby
+inline constexpr uint16_t ACT_CONFIG_REQ = 0xD010;              // lobby -> data
+inline constexpr uint16_t ACT_CONFIG_RES = 0xD011;              // data -> lobby
+inline constexpr uint16_t ACT_PROGRESS_REQ = 0xD012;            // lobby -> data
+inline constexpr uint16_t ACT_PROGRESS_RES = 0xD013;            // data -> lobby
+inline constexpr uint16_t ACT_PROGRESS_UPDATE = 0xD014;         // lobby -> data
+inline constexpr uint16_t ACT_SINGLE_PROGRESS_UPDATE = 0xD020;  // lobby -> data
+inline constexpr uint16_t ACT_SINGLE_PROGRESS_RES = 0xD021;     // data -> lobby
+inline constexpr uint16_t ACT_UPDATE_ACK = 0xD061;              // data -> lobby, ignored
+inline constexpr uint16_t ACT_GLOBAL_1 = 0xE001;                // data -> lobby
+inline constexpr uint16_t ACT_GLOBAL_2 = 0xE002;                // data -> lobby
+inline constexpr uint16_t ACT_GLOBAL_3 = 0xE003;                // data -> lobby
+inline constexpr uint16_t ACT_UPDATE_USER_PROP = 0xD084;        // lobby -> queue
 
 #pragma pack(push, 4)
 
@@ -45,9 +45,9 @@ struct tagDBActivityConfigData {
     uint16_t usOpenPlatform;
     uint16_t usActivityType;
     int8_t isMultiGame;
-    int8_t isOpen;       // master switch: non-zero may be open
-    int32_t iDayBegin;   // first hour of the daily window, 0..23
-    int32_t iDayEnd;     // hour at which it ends, exclusive; equal to iDayBegin: no daily window
+    int8_t isOpen;         // master switch: non-zero may be open
+    int32_t iDayBegin;     // first hour of the daily window, 0..23
+    int32_t iDayEnd;       // hour at which it ends, exclusive; equal to iDayBegin: no daily window
     uint64_t ulTimeBegin;  // epoch seconds, 0 no start limit
     uint64_t ulTimeEnd;    // epoch seconds, exclusive, 0 no end limit
 };
