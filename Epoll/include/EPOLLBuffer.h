@@ -24,6 +24,7 @@ class EPOLLBuffer : public EPOLLReceiver {
     void Initialize() override;
     void Release() override;
 
+    long Unsent() const override { return m_lSendCount.load(std::memory_order_relaxed); }
     IPlayerNode* Node() const { return m_lpPlayerNode; }
 
   private:

@@ -19,6 +19,9 @@ class EPOLLReceiver : public EPOLLConnection {
     // what came before. Any thread.
     bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
 
+    // Messages queued for it and not written yet. Any thread.
+    virtual long Unsent() const { return 0; }
+
     // Who the client is: the peer, unless a trusted proxy named somebody else.
     CIpAddress Client() const;
     int ClientPort() const;

@@ -4,9 +4,11 @@
 #include <atomic>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "EPOLLReceiver.h"
 #include "Epoll.h"
+#include "Epoll/NetLimits.h"
 #include "Epoll/ProxyTrust.h"
 #include "HandShark.h"
 #include "NodeManager/NodeRecords.h"
@@ -43,6 +45,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     void SetWebSocket(bool standard) { m_bWebSocket = standard; }
     // Whose word about clients' addresses is taken. Before Initialize.
     void SetProxyTrust(ProxyTrust trust) { m_Trust = std::move(trust); }
+    // Before Initialize.
+    void SetLimits(const NetLimits& limits);
     // interval all ones: no idle list, no sweeps. Main.
     bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
                     unsigned long contexts, unsigned long buffers) override;
@@ -65,6 +69,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     }
     long GatherTime() const override;
     unsigned long CloseGrace() const override { return m_ulTimeout; }
+    bool MayReadClients() const override { return !IsBudgetSpent(); }
     // Not without a worker: nobody would hear of the connection.
     bool CanCreate() const override { return m_lThreadCount > 0 && Epoll::CanCreate(); }
 
@@ -108,6 +113,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     void Unlist(EPOLLReceiver* receiver);
     bool SweepsEnabled() const { return m_ulInterval != ~0UL; }
     void Pause();
+    bool IsBudgetSpent() const;  // any thread
+    void Relieve();
     bool SweepIfDue(bool idle);
     void Sweep(long now);
     void PauseUntilSignal();
@@ -136,6 +143,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     std::atomic<long> m_lEstablished{0};
     std::atomic<long> m_lRelease{0};
     const long m_ulMaxRecvCount;
+    long m_lMaxClientRecvCount;    // constant after Initialize
+    unsigned long m_ulBudget = 0;  // buffers, 0: any number; constant after Initialize
     std::atomic<unsigned long> m_ulTimeout{~0UL};   // seconds
     std::atomic<unsigned long> m_ulInterval{~0UL};  // seconds
     INetMessager* const m_lpNetMessager;            // not owned, may be null
@@ -149,7 +158,9 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lSweepTime = 0;       // seconds since boot
     uint64_t m_ulPassBegin = 0;  // nanoseconds; 0: not begun, or not measured
     bool m_bShutdownSwept = false;
-    long m_lUnflushed = 0;  // passes since the last flush
+    long m_lRelieveTime = 0;                                 // milliseconds: not before
+    std::vector<std::pair<long, EPOLLReceiver*>> m_Holders;  // work space of Relieve
+    long m_lUnflushed = 0;                                   // passes since the last flush
     DataBuffer* m_lpBatch[kBatch];
     long m_lBatchCount = 0;
     long m_lBatchPos = 0;

@@ -66,6 +66,8 @@ class Epoll : public virtual EPOLLNet {
     // Microseconds in which nobody looks at what is read, so that the poll threads may let more
     // come together instead of waking for every message; 0: none. Without WorkerReads.
     virtual long GatherTime() const { return 0; }
+    // False: what clients send is left in their sockets for now.
+    virtual bool MayReadClients() const { return true; }
     // Seconds a closed connection may keep its unsent data waiting for a peer that does not read.
     virtual unsigned long CloseGrace() const { return ~0UL; }
     // Whether Create may open anything now.

@@ -22,7 +22,8 @@ class EPOLLBuffer;
 class NetSender : public INetSender {
   public:
     // maxSendCount 0 means 100; it must be what the contexts were made with.
-    NetSender(INetProvider* netProvider, IGameProvider* gameProvider, unsigned long maxSendCount);
+    NetSender(INetProvider* netProvider, IGameProvider* gameProvider, unsigned long maxSendCount,
+              const NetLimits& limits = {});
     // Ends the send thread.
     ~NetSender() override;
     NetSender(const NetSender&) = delete;
@@ -34,6 +35,8 @@ class NetSender : public INetSender {
     bool SendData(IPlayerNode* node, void* data, long length) override;
     bool SendControl(IPlayerNode* node, unsigned char opcode, const void* data,
                      long length) override;
+    bool SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length, long encode,
+                    long room) override;
     // A tagSendBuffer with count references, or null.
     void* AllocMassData(unsigned long count, unsigned short type, void* data, long length,
                         long encode) override;
@@ -60,7 +63,10 @@ class NetSender : public INetSender {
     static constexpr int kPassGuard = 5000;
 
     // Any thread.
-    bool AddData(IPlayerNode* node, tagSendBuffer* buffer);
+    enum class Adding { Queued, Failed, Refused };  // Refused: the connection is to stay
+    Adding AddData(IPlayerNode* node, tagSendBuffer* buffer, long room = 0);
+    bool SendTyped(IPlayerNode* node, unsigned short type, void* data, long length, long encode,
+                   long room);
     void CloseFailed(IPlayerNode* node);  // not asked for: what the peer sent is still delivered
     // Accepts no further sends; the node's context unless there is none. closed: nor did it before.
     EPOLLBuffer* EndSending(IPlayerNode* node, bool& closed);
@@ -90,6 +96,8 @@ class NetSender : public INetSender {
     IGameProvider* const m_lpGameProvider;  // not owned
     std::atomic<long> m_lThreadCount{0};
     const long m_ulMaxSendCount;
+    const long m_lMaxClientSendCount;
+    const bool m_bKeepFullLinks;
     std::atomic<bool> m_bExit{false};
     int m_iSendPoll = -1;
     Doorbell m_Doorbell;                           // ends the send thread's wait

@@ -21,6 +21,7 @@ EPOLLServer::EPOLLServer(GameProvider* provider, INetMessager* messager, unsigne
     : m_lpNode(NodeManager<DataBuffer>::CreateInstance(NODE_LINK, 0)),
       m_lpFactory(NodeFactory<DataBuffer>::CreateInstance()),
       m_ulMaxRecvCount(static_cast<long>(maxRecvCount != 0 ? maxRecvCount : kDefaultRecvCount)),
+      m_lMaxClientRecvCount(m_ulMaxRecvCount),
       m_lpNetMessager(messager),
       m_lpGameProvider(provider) {}
 
@@ -28,6 +29,14 @@ EPOLLServer::~EPOLLServer() {
     EPOLLServer::Shutdown();
     StopWorker();  // it may run without the reactor ever having started
     DiscardRecords();
+}
+
+void EPOLLServer::SetLimits(const NetLimits& limits) {
+    if (limits.clientRecvCount != 0) {
+        m_lMaxClientRecvCount = static_cast<long>(limits.clientRecvCount);
+    }
+    m_ulBudget = limits.buffers;
+    if (auto* metrics = g_NetMetrics.Get()) metrics->budget.Add(limits.buffers);
 }
 
 bool EPOLLServer::Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
@@ -92,13 +101,14 @@ void EPOLLServer::OnConnectionEstablished(EPOLLContext* context, sockaddr_in*) {
 void EPOLLServer::OnReadCompleted(EPOLLContext* context, void* buffer, long length, sockaddr_in*) {
     auto* receiver = static_cast<EPOLLReceiver*>(context);
     const long queued = ++receiver->m_lRecvCount;
-    if (m_ulMaxRecvCount > queued) {
+    const long most = receiver->m_bAcceptClient ? m_lMaxClientRecvCount : m_ulMaxRecvCount;
+    if (most > queued) {
         QueueRecord(context, buffer, length);
         return;
     }
     __log(_ALL, "EPOLLServer::OnReadCompleted",
           "node[%08x], m_lMaxRecvCount[%d] <= m_lRecvCount[%d]",
-          static_cast<unsigned>(receiver->m_ulAssociate), static_cast<int>(m_ulMaxRecvCount),
+          static_cast<unsigned>(receiver->m_ulAssociate), static_cast<int>(most),
           static_cast<int>(queued));
     --receiver->m_lRecvCount;
     if (auto* metrics = g_NetMetrics.Get()) metrics->CountClose(NetClose::ReceiveRing);

@@ -67,6 +67,7 @@ void EPOLLServer::DoNetMsg() {
         if (more && ++m_lUnflushed < kFlushEvery && !hold->IsFull()) continue;
         m_lUnflushed = 0;
         hold->Flush();
+        if (IsBudgetSpent()) Relieve();
         if (!swept && record == nullptr) Pause();
     }
     hold.reset();

@@ -21,6 +21,7 @@ constexpr int kManyEvents = 64;
 // A poll thread that woke for fewer events lets some more come together when it may.
 constexpr int kFewEvents = 16;
 constexpr long kMaxGatherUs = 1000;
+constexpr unsigned kRefusedUs = 1000;
 constexpr long kStreamGatherUs = 100;
 // A poll thread reads so many blocks of a connection before it goes on to the next.
 constexpr int kBlocksPerTurn = 16;
@@ -47,6 +48,8 @@ void Epoll::PollWait() {
     TakenEvents taken(kMaxEvents, kBlocksPerTurn);
     bool leave = false;
     while (!leave) {
+        // What is left in the sockets is reported over and over.
+        if (!MayReadClients()) ::usleep(kRefusedUs);
         WaitForEvents(taken);
         ResumeListeners(taken.paused);
         bool accepted = false;

@@ -134,6 +134,7 @@ void Epoll::ReportClosed(EPOLLConnection* context, bool closed) {
 // further, whatever the kernel still holds for it, unless its sending failed: the bounds are above
 // what a socket of the framework can hold, so what had come by then is delivered.
 Epoll::Reading Epoll::ReadSome(EPOLLConnection* context, int blocks, long& bytes) {
+    if (context->m_bAcceptClient && !context->m_bClosed && !MayReadClients()) return Reading::Left;
     if (context->m_bReadOut) blocks = kStepsPerEvent;
     for (int i = 0;
          i < kStepsPerEvent && blocks > 0 && (!context->m_bClosed || context->m_bReadOut); ++i) {

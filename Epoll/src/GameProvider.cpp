@@ -1,5 +1,7 @@
 #include "Game/NetGame.h"
 
+#include <algorithm>
+
 #include "EPOLLMessager.h"
 #include "EPOLLServer.h"
 #include "Epoll.h"
@@ -7,6 +9,8 @@
 #include "aes.h"
 
 namespace {
+
+constexpr unsigned long kDefaultRing = 100;
 
 IPlayerNode* NodeOf(EPOLLContext* context) {
     if (context == nullptr) return nullptr;
@@ -16,6 +20,11 @@ IPlayerNode* NodeOf(EPOLLContext* context) {
 EPOLLContext* ContextOf(IPlayerNode* node) {
     EPOLLContext* context = nullptr;
     return node != nullptr && node->GetContext(&context) ? context : nullptr;
+}
+
+// Contexts are recycled among links and clients; 0 is the default, which is less.
+unsigned long LargestRing(unsigned long links, unsigned long clients) {
+    return clients != 0 ? std::max({links, clients, kDefaultRing}) : links;
 }
 
 using Cipher = int (*)(const void*, int, const void*, int, void*, int*);
@@ -54,13 +63,15 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
                               unsigned long interval, unsigned long timeout, unsigned long threads,
                               unsigned long contexts, unsigned long buffers) {
     if (m_lpNetMessager == nullptr && m_lpNetProvider == nullptr && m_lpNetSender == nullptr) {
-        m_lpNetMessager = new EPOLLMessager(this, maxSendCount);
+        m_lpNetMessager =
+            new EPOLLMessager(this, LargestRing(maxSendCount, m_Limits.clientSendCount));
         auto* server = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
         server->SetWakeup(m_bWakeup);
         server->SetWebSocket(m_bWebSocket);
         server->SetProxyTrust(std::move(m_Trust));
+        server->SetLimits(m_Limits);
         m_lpNetProvider = server;
-        m_lpNetSender = new NetSender(m_lpNetProvider, this, maxSendCount);
+        m_lpNetSender = new NetSender(m_lpNetProvider, this, maxSendCount, m_Limits);
     }
     if (m_lpNetSender == nullptr || m_lpNetProvider == nullptr) return false;
     return m_lpNetSender->Initialize() &&
@@ -99,6 +110,12 @@ bool GameProvider::RecvData(IPlayerNode* node) {
 bool GameProvider::SendData(IPlayerNode* node, unsigned short type, void* data, long length,
                             long encode) {
     return m_lpNetSender != nullptr && m_lpNetSender->SendData(node, type, data, length, encode);
+}
+
+bool GameProvider::SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length,
+                              long encode, long room) {
+    return m_lpNetSender != nullptr &&
+           m_lpNetSender->SendIfRoom(node, type, data, length, encode, room);
 }
 
 bool GameProvider::SendData(IPlayerNode* node, void* data, long length) {

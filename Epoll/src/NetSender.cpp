@@ -48,10 +48,13 @@ EPOLLBuffer* ContextOf(IPlayerNode* node) {
 }  // namespace
 
 NetSender::NetSender(INetProvider* netProvider, IGameProvider* gameProvider,
-                     unsigned long maxSendCount)
+                     unsigned long maxSendCount, const NetLimits& limits)
     : m_lpNetProvider(netProvider),
       m_lpGameProvider(gameProvider),
-      m_ulMaxSendCount(static_cast<long>(maxSendCount != 0 ? maxSendCount : kDefaultSendCount)) {}
+      m_ulMaxSendCount(static_cast<long>(maxSendCount != 0 ? maxSendCount : kDefaultSendCount)),
+      m_lMaxClientSendCount(limits.clientSendCount != 0 ? static_cast<long>(limits.clientSendCount)
+                                                        : m_ulMaxSendCount),
+      m_bKeepFullLinks(limits.keepFullLinks) {}
 
 NetSender::~NetSender() {
     m_bExit = true;
@@ -161,13 +164,23 @@ bool NetSender::SendMassData(IPlayerNode* node, void* massData) {
         __log(_ALL, kTag, "node[%08x], lpMassData = NULL", PtrTag(node));
         return false;
     }
-    if (AddData(node, static_cast<tagSendBuffer*>(massData))) return true;
+    if (AddData(node, static_cast<tagSendBuffer*>(massData)) == Adding::Queued) return true;
     __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
     return false;
 }
 
 bool NetSender::SendData(IPlayerNode* node, unsigned short type, void* data, long length,
                          long encode) {
+    return SendTyped(node, type, data, length, encode, 0);
+}
+
+bool NetSender::SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length,
+                           long encode, long room) {
+    return SendTyped(node, type, data, length, encode, room);
+}
+
+bool NetSender::SendTyped(IPlayerNode* node, unsigned short type, void* data, long length,
+                          long encode, long room) {
     constexpr const char* kTag = "NetSender::SendData";
     auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, type, data, length, encode));
     if (buffer == nullptr) {
@@ -176,10 +189,11 @@ bool NetSender::SendData(IPlayerNode* node, unsigned short type, void* data, lon
         CloseFailed(node);
         return false;
     }
-    if (AddData(node, buffer)) return true;
+    const Adding result = AddData(node, buffer, room);
+    if (result == Adding::Queued) return true;
     __log(_ALL, kTag, "node[%08x], type[%x], AddData() error", PtrTag(node),
           static_cast<unsigned>(type));
-    CloseFailed(node);
+    if (result == Adding::Failed) CloseFailed(node);
     DropReference(buffer);
     return false;
 }
@@ -199,9 +213,10 @@ bool NetSender::SendData(IPlayerNode* node, void* data, long length) {
         CloseFailed(node);
         return false;
     }
-    if (AddData(node, buffer)) return true;
+    const Adding result = AddData(node, buffer);
+    if (result == Adding::Queued) return true;
     __log(_ALL, kTag, "node[%08x], AddData() error", PtrTag(node));
-    CloseFailed(node);
+    if (result == Adding::Failed) CloseFailed(node);
     DropReference(buffer);
     return false;
 }
@@ -212,44 +227,47 @@ bool NetSender::SendControl(IPlayerNode* node, unsigned char opcode, const void*
     auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, const_cast<void*>(data), length));
     if (buffer != nullptr) {
         buffer->ucFrame = kFinal | opcode;
-        if (AddData(node, buffer)) return true;
+        if (AddData(node, buffer) == Adding::Queued) return true;
         DropReference(buffer);
     }
     Close(node);
     return false;
 }
 
-bool NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer) {
+NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, long room) {
     constexpr const char* kTag = "NetSender::AddData";
     if (node == nullptr) {
         __log(_ALL, kTag, "lpPlayerNode = NULL");
-        return false;
+        return Adding::Failed;
     }
     EPOLLBuffer* context = ContextOf(node);
     if (context == nullptr) {
         __log(_ALL, kTag, "node[%08x], lpContext = NULL", PtrTag(node));
-        return false;
+        return Adding::Failed;
     }
     const std::lock_guard guard(context->m_lockSend);
     if (context->m_bClosed) {
         __log(_ALL, kTag, "node[%08x], has been closed", PtrTag(node));
-        return false;
+        return Adding::Failed;
     }
     auto* metrics = g_NetMetrics.Get();
+    const bool client = context->m_bAcceptClient;
+    const long most = (client ? m_lMaxClientSendCount : m_ulMaxSendCount) - 1;
     const long pending = context->m_lSendCount;
-    if (pending >= m_ulMaxSendCount - 1) {
+    if (pending + room >= most) {
         __log(_ALL, kTag, "node[%08x], m_lMaxSendCount - 1 [%ld] <= send count[%ld]", PtrTag(node),
-              m_ulMaxSendCount - 1, pending);
+              most, pending);
+        if (room > 0 || (m_bKeepFullLinks && !client)) return Adding::Refused;
         if (metrics != nullptr) metrics->CountClose(NetClose::SendRing);
-        return false;
+        return Adding::Failed;
     }
     // Counted first: the consumer may be done with the buffer before this returns.
-    if (metrics != nullptr) metrics->Of(context->m_bAcceptClient).out.Add(TypeOf(buffer));
+    if (metrics != nullptr) metrics->Of(client).out.Add(TypeOf(buffer));
     context->Append(buffer);
     context->m_bSendData = true;
     if (WriteHold* hold = WriteHold::Mine()) hold->CountQueued();
     if (pending == 0) HandOver(context);  // otherwise the consumer is at it
-    return true;
+    return Adding::Queued;
 }
 
 // Puts a connection whose ring was idle before the consumer. That costs no system call: the send

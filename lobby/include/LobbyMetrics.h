@@ -35,6 +35,7 @@ struct LobbyMetrics {
     std::array<Counter, 256> logins;  // by the code the client was told; 0 is success
     Counter sessions;                 // listed now: a level
     Counter kickOuts;
+    Counter notRelayed;  // messages that a busy link refused
     std::array<Counter, REFUSALS> refusals;
     TypeCounters throttled;                // requests that came too soon after the one before
     TypeCounters rateLimited;              // requests above their configured rate

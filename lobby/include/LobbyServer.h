@@ -56,6 +56,11 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Takes the closed link of that row down and has the keeper open it again; false when node is
     // not the link.
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row);
+    // Sends on a link what a client caused. Where the key link_reserve is set it may be refused,
+    // counted and logged: a request where the link's ring has no more free places than that, a
+    // login where it has half of them. What is the lobby's own is sent as everything else.
+    // Message worker.
+    bool Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login = false);
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
     // Always true: the registry starts without Redis and finds it later. Main.
@@ -120,6 +125,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
   private:
     void CreateHandlers();
     void OpenMetrics();  // nothing unless [metrics] addr is set
+    void SetRingLimits(int sendCount);
     void InitializeNetwork();
     void RegisterActivities();
     void UnregisterActivities();
@@ -137,6 +143,10 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
     std::unique_ptr<MetricsEndpoint> m_lpMetrics;  // null unless configured
     MessageLimits m_Limits;                        // constant once constructed
+    long m_lLinkReserve = 0;                       // constant once constructed
+    uint64_t m_ulNotRelayed = 0;
+    long m_lNotRelayedTime = 0;  // seconds since boot of the line last logged about that
+
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};
     // When each periodic job last ran; message worker only. All but the keys' start at the first

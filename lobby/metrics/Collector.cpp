@@ -15,8 +15,8 @@ namespace {
 
 constexpr double kNanos = 1e9;
 
-constexpr const char* kCloseNames[] = {"send_ring",   "receive_ring", "idle",
-                                       "bad_message", "bad_frame",    "limit"};
+constexpr const char* kCloseNames[] = {"send_ring", "receive_ring", "idle",  "bad_message",
+                                       "bad_frame", "limit",        "budget"};
 static_assert(std::size(kCloseNames) == NET_CLOSES);
 
 constexpr const char* kRefusalNames[] = {"maintenance", "bad_length",     "disabled_user",
@@ -178,6 +178,8 @@ void Collector::AddRequests(Families& all) const {
     Family limited = CounterFamily(all, "lobby_rate_limited_total",
                                    "Client messages above their configured rate.");
     AddTypes(limited, lobby.rateLimited, m_clientIn, {});
+    CounterFamily(all, "lobby_not_relayed_total", "Clients' messages that a busy link refused.")
+        .Add(lobby.notRelayed);
 }
 
 void Collector::AddMessages(Families& all) const {
@@ -217,6 +219,8 @@ void Collector::AddWorker(Families& all) const {
     };
     pool(g_SendBlocks, "send");
     pool(g_ReceiveBlocks, "receive");
+    GaugeFamily(all, "lobby_buffer_budget", "Buffers that may be in use; 0: any number.")
+        .Add(net.budget);
     HistogramFamily(all, "lobby_worker_pass_seconds",
                     "Time the message worker spends on what one look at its queue brings.")
         .Add(net.pass);

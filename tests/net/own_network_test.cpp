@@ -42,6 +42,24 @@ TEST_F(OwnNetwork, ALinkDoesNotMeetItself) {
     }
 }
 
+TEST_F(OwnNetwork, APeerThatTakesNothingForHalfAMinuteLosesItsLink) {
+    TestServer server;
+    server.SetLimits({.keepFullLinks = true});
+    server.Listen();
+    const DeafServer peer;
+    IPlayerNode* link = server.Dial(peer.port);
+    ASSERT_TRUE(link != nullptr && server.RecvData(link));
+    Stopwatch watch;
+    std::string body(4096, 'x');
+    EXPECT_TRUE(WaitFor(
+        [&] {
+            server.SendData(link, 1, body.data(), 4096, ENCODE_NONE);
+            return server.closes == 1;
+        },
+        60000));
+    EXPECT_GE(watch.Lap(), 20s);
+}
+
 TEST_F(OwnNetwork, AGoneHostIsNoticedHalfAMinuteAfterTheNextMessage) {
     TestServer server;
     server.Listen();

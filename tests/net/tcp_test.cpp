@@ -2,6 +2,8 @@
 #include <dlfcn.h>
 #include <netdb.h>
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <memory>
 #include <random>
@@ -88,6 +90,52 @@ TEST(Tcp, AFullRingClosesTheConnection) {
     EXPECT_TRUE(client.AtEnd());
     EXPECT_TRUE(server.AwaitReleased(1));
     EXPECT_TRUE(Client(server.port).Echoes());
+}
+
+TEST(Tcp, AFullRingOfALinkRefusesAndTheLinkStaysWhereThatIsWanted) {
+    const DeafServer peer;
+    TestServer server;
+    server.SetLimits({.clientSendCount = 10, .keepFullLinks = true});
+    server.Listen({.send = 100});
+    IPlayerNode* link = server.Dial(peer.port);
+    ASSERT_TRUE(link != nullptr && server.RecvData(link));
+    std::string body(4096, 'x');
+    const auto fill = [&](long room) {
+        int queued = 0;
+        while (server.SendIfRoom(link, 1, body.data(), 4096, ENCODE_NONE, room))
+            ++queued;
+        return queued;
+    };
+    EXPECT_GE(fill(60), 39);
+    EXPECT_THAT(fill(20), testing::AllOf(testing::Ge(35), testing::Le(45)));
+    EXPECT_THAT(fill(0), testing::AllOf(testing::Ge(15), testing::Le(25)));
+    EXPECT_FALSE(server.SendData(link, 1, body.data(), 4096, ENCODE_NONE));
+    EXPECT_EQ(server.closes, 0);
+    // A client's ring is its own, and it is closed.
+    Client client(server.port, 4096);
+    client.Send(Message(kFlood));
+    EXPECT_TRUE(server.AwaitClosed(1));
+    EXPECT_THAT(server.flooded, testing::AllOf(testing::Ge(9), testing::Le(20)));
+}
+
+TEST(Tcp, ABudgetClosesThoseWhoHoldMostAndNobodyElse) {
+    constexpr unsigned long kBudget = 300;
+    const auto used = [] { return g_SendBlocks.taken.Value() - g_SendBlocks.returned.Value(); };
+    TestServer server;
+    server.flood = 90;
+    server.SetLimits({.buffers = kBudget});
+    server.Listen({.interval = 20, .timeout = 120});
+    Client modest(server.port);
+    std::vector<std::unique_ptr<Client>> deaf;
+    for (int i = 0; i < 12; ++i) {
+        deaf.push_back(std::make_unique<Client>(server.port, 4096));
+        deaf.back()->Send(Message(kFlood));
+        EXPECT_TRUE(modest.Echoes());
+    }
+    EXPECT_TRUE(WaitFor([&] { return server.messages == 24 && used() <= kBudget; }));
+    EXPECT_TRUE(modest.Echoes());
+    EXPECT_GE(server.closes, 8);
+    EXPECT_LE(server.closes, 11);
 }
 
 TEST(Tcp, AMassBufferGoesToEveryReceiver) {

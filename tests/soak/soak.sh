@@ -56,7 +56,7 @@ lobby_port=$(free_port)
 metrics_port=$(free_port)
 make_lobby "$work/lobby" "$lobby_port" ERROR \
     's/^interval=.*/interval=2/' 's/^timeout=.*/timeout=20/' '/^\[Redis\]/,$ s/^timeout=.*/timeout=1/' \
-    's/^MAX_SEND_COUNT=.*/MAX_SEND_COUNT=400/' 's/^MAX_RECV_COUNT=.*/MAX_RECV_COUNT=200/' \
+    's/^CLIENT_SEND_COUNT=.*/CLIENT_SEND_COUNT=400/' 's/^CLIENT_RECV_COUNT=.*/CLIENT_RECV_COUNT=200/' \
     's/^sendbulletintime=.*/sendbulletintime=1/' "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" "s/^maxconnection=.*/maxconnection=$((players + 2600))/"
 
 # A clock that can be stepped, where there is one. It cannot stand before a sanitizer's run-time,

@@ -202,6 +202,28 @@ class WebClient : public Client {
     std::string response;
 };
 
+// Takes connections and reads nothing.
+class DeafServer {
+  public:
+    DeafServer() : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
+        constexpr int kSmall = 4096;
+        ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &kSmall, sizeof(kSmall));
+        sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+        socklen_t size = sizeof(addr);
+        ::bind(m_fd, reinterpret_cast<sockaddr*>(&addr), size);
+        ::listen(m_fd, 8);
+        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
+        port = ntohs(addr.sin_port);
+    }
+    ~DeafServer() { ::close(m_fd); }
+    DeafServer(const DeafServer&) = delete;
+    DeafServer& operator=(const DeafServer&) = delete;
+    uint16_t port = 0;
+
+  private:
+    int m_fd;
+};
+
 class TestNode : public PlayerNode {
   public:
     // Every incarnation was reported closed exactly once, and nothing came behind a close.

@@ -12,8 +12,9 @@ enum class NetClose : uint8_t {
     BadMessage,   // no message header, or a body that cannot be decoded
     BadFrame,     // a WebSocket frame too large, or a close frame
     Limit,        // a client beyond the configured number
+    Budget,       // the buffers of all connections are too many, and this client holds many
 };
-inline constexpr size_t NET_CLOSES = 6;
+inline constexpr size_t NET_CLOSES = 7;
 
 // Messages with the clients or with the back-end servers.
 struct PeerMessages {
@@ -34,6 +35,7 @@ struct NetMetrics {
     // Poll threads.
     alignas(64) Counter recordsQueued;  // events handed to the worker
     std::array<Counter, NET_CLOSES> closes;
+    Counter budget;    // buffers that may be in use, constant; 0: any number
     Counter standIns;  // a poll thread read instead of a worker that made no progress
 
     // Message worker.

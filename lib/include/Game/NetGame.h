@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Epoll/EPOLLNet.h"
+#include "Epoll/NetLimits.h"
 #include "Epoll/ProxyTrust.h"
 #include "Game/NetMessage.h"
 
@@ -70,6 +71,12 @@ class INetSender : public IObject {
                              long /*length*/) {
         return false;
     }
+    // As the first SendData, but refused, and nothing closed, where the ring has no place for the
+    // message and `room` more. A sender without rings takes it for an ordinary one.
+    virtual bool SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length,
+                            long encode, long /*room*/) {
+        return SendData(node, type, data, length, encode);
+    }
 };
 
 // The sweep for silent clients takes so many of them for a damaged list and suspends the message
@@ -105,6 +112,8 @@ class GameProvider : public IGameProvider {
     // is answered by a close, frames may have any size, a request may come in pieces and is refused
     // in words. False, the default: every frame but a close counts as data. Before Initialize.
     void SetWebSocket(bool standard) { m_bWebSocket = standard; }
+    // Before Initialize.
+    void SetLimits(const NetLimits& limits) { m_Limits = limits; }
     // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
     // threads one poll thread per processor. interval and timeout are seconds.
     bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
@@ -128,6 +137,10 @@ class GameProvider : public IGameProvider {
 
     // data starts with 8 bytes of room for the header, counted by length.
     bool SendData(IPlayerNode* node, unsigned short type, void* data, long length, long encode);
+    // As SendData, but refused, and nothing closed, where the connection's ring has no place for
+    // the message and `room` more. For what others must not lose a connection over.
+    bool SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length, long encode,
+                    long room);
     // Bytes that already form whole messages.
     bool SendData(IPlayerNode* node, void* data, long length);
     // See INetSender.
@@ -165,4 +178,5 @@ class GameProvider : public IGameProvider {
     bool m_bWakeup = false;                   // constant after Initialize
     bool m_bWebSocket = false;                // constant after Initialize
     ProxyTrust m_Trust;                       // moved on by Initialize
+    NetLimits m_Limits;                       // constant after Initialize
 };

@@ -62,8 +62,8 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
     IPlayerNode* const queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
     // While the link is down this is a failed send; the client gets no answer.
     const bool sent =
-        queue != nullptr && m_lpLobbyServer->SendData(queue, MSG_QUEUE_COMPETE_USER_INFO_REQ, &req,
-                                                      sizeof(req), ENCODE_NONE);
+        queue != nullptr &&
+        m_lpLobbyServer->Relay(queue, MSG_QUEUE_COMPETE_USER_INFO_REQ, &req, sizeof(req));
     __log(sent ? _DEBUG : _ERROR, tag, "userid[%d] len[%d] size[%d]", msg.iUserID, length,
           static_cast<int>(sizeof(msg)));
 }

@@ -168,5 +168,6 @@ void LobbyClientHandler::SendMsgToAllLobbyClent(unsigned short type, void* data,
 
 bool LobbyClientHandler::SendToQueue(uint16_t type, void* msg, long length) {
     IPlayerNode* queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
-    return queue != nullptr && m_lpLobbyServer->SendData(queue, type, msg, length, ENCODE_NONE);
+    return queue != nullptr &&
+           m_lpLobbyServer->Relay(queue, type, msg, length, type == USER_INFO_L2Q);
 }

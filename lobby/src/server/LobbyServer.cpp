@@ -1,5 +1,6 @@
 #include "LobbyServer.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -23,6 +24,7 @@
 namespace {
 
 constexpr int64_t kKeepAliveSeconds = 25;
+constexpr unsigned long kBuffersPerMiB = 256;
 
 // Holds what is to live until the process ends, reachable and never destroyed.
 std::shared_ptr<DataServerHandler> KeepUntilExit(std::shared_ptr<DataServerHandler> handler) {
@@ -93,6 +95,19 @@ void LobbyServer::OpenMetrics() {
     __log(_DEBUG, tag, "metrics success, host[%s], port[%d] !", endpoint.host, m_lpMetrics->Port());
 }
 
+// A number below 0 counts as 0. A reserve never takes more than three quarters of the places.
+void LobbyServer::SetRingLimits(int sendCount) {
+    const auto read = [](const ConfigKey& key) {
+        return static_cast<unsigned long>(std::max(ReadInt(m_ConfigFile, key), 0));
+    };
+    m_lLinkReserve = static_cast<long>(read(KeyOf("network", "link_reserve")));
+    m_lLinkReserve = std::min(m_lLinkReserve, (sendCount > 0 ? sendCount : 100) * 3L / 4);
+    SetLimits({.clientRecvCount = read(KeyOf("network", "CLIENT_RECV_COUNT")),
+               .clientSendCount = read(KeyOf("network", "CLIENT_SEND_COUNT")),
+               .keepFullLinks = m_lLinkReserve > 0,
+               .buffers = read(KeyOf("network", "buffer_budget")) * kBuffersPerMiB});
+}
+
 void LobbyServer::InitializeNetwork() {
     const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
     const int timeout = ReadInt(m_ConfigFile, KeyOf("network", "timeout"));
@@ -100,6 +115,7 @@ void LobbyServer::InitializeNetwork() {
     const int recvCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_RECV_COUNT"));
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
     SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
+    SetRingLimits(sendCount);
     m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",

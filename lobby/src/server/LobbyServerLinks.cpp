@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Common/Clock.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"
 #include "LobbyMetrics.h"
@@ -141,6 +142,21 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, siz
     }
     m_Reconnect.SetParameter(this, LINK_ROWS[row].id);
     return true;
+}
+
+bool LobbyServer::Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login) {
+    const long room = login ? m_lLinkReserve / 2 : m_lLinkReserve;
+    if (SendIfRoom(link, type, data, length, ENCODE_NONE, room)) return true;
+    if (m_lLinkReserve == 0) return false;
+    ++m_ulNotRelayed;
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->notRelayed.Add();
+    if (const long now = ClockUptime(); now != m_lNotRelayedTime) {
+        m_lNotRelayedTime = now;
+        __log(_WARN, "LobbyServer::Relay",
+              "node[0x%08x], type[0x%x] is not relayed, [%llu] so far, the link does not keep up",
+              NodeTag(link), type, static_cast<unsigned long long>(m_ulNotRelayed));
+    }
+    return false;
 }
 
 int64_t LobbyServer::StartLobbyService() {
