@@ -1,5 +1,5 @@
 // One line: format, file copy, console copy.
-#include "GLogService.h"
+#include "Common/GLogService.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Common/GLogService.h"
 #include "Common/IniFile.h"
-#include "GLogService.h"
 
 GLogService& g_log = *new GLogService;
 

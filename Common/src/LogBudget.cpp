@@ -1,4 +1,4 @@
-#include "LogBudget.h"
+#include "Common/LogBudget.h"
 
 #include <algorithm>
 

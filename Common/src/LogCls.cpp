@@ -1,5 +1,5 @@
 // The log file: opening, roll-over, writing.
-#include "LogCls.h"
+#include "Common/LogCls.h"
 
 #include <unistd.h>
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "LogCls.h"
+#include "Common/LogCls.h"
 
 inline constexpr int kQueuedText = 1024;  // of one queued line, NUL included
 

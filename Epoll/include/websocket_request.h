@@ -1,6 +1,7 @@
 // Parser of one WebSocket frame.
 #pragma once
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,10 +16,19 @@ class Websocket_Request {
   public:
     Websocket_Request() { reset(); }
 
-    // Parses the header of the frame that starts at `frame`, of which `available` bytes came.
-    // True when the header is whole. On false the fields that did arrive are valid (the opcode
-    // with the first byte, an extended length only when complete) and the others are zero.
-    bool fetch_websocket_info(const char* frame, long available);
+    // Parses the header of the frame that starts at `frame`, of which `available` bytes came;
+    // without that number the frame must be known to be whole. True when the header is whole. On
+    // false the fields that did arrive are valid (the opcode with the first byte, an extended
+    // length only when complete) and the others are zero.
+    bool fetch_websocket_info(const char* frame, long available = kWhole);
+
+    // Its steps after a reset, in this order. Each reads at get_pos() and moves it behind what it
+    // read; the two that may need more bytes than came are false then.
+    void fetch_fin(const char* frame);
+    void fetch_opcode(const char* frame);
+    void fetch_mask(const char* frame);
+    bool fetch_payload_length(const char* frame, long available = kWhole);
+    bool fetch_masking_key(const char* frame, long available = kWhole);
 
     // Unmasks the payload of a whole frame to the frame's start, over its header, and moves the
     // position behind the frame. Call it once, after fetch_websocket_info returned true and
@@ -39,12 +49,7 @@ class Websocket_Request {
     void print() const;
 
   private:
-    void fetch_fin(const char* frame);
-    void fetch_opcode(const char* frame);
-    void fetch_mask(const char* frame);
-    // False when the bytes of the length, or of the key, have not all come.
-    bool fetch_payload_length(const char* frame, long available);
-    bool fetch_masking_key(const char* frame, long available);
+    static constexpr long kWhole = LONG_MAX;
 
     uint8_t fin_;
     uint8_t opcode_;

@@ -68,17 +68,17 @@ LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex), FI
        FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin), FIELD(iTeamTag),
        FIELD(iLianyunFlag), FIELD(usRegisterType), FIELD(szReserve1), FIELD(szOutAccount),
        FIELD(szReserve3), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(RechargeRefresReq_trans, RechargeReFreshCoinReq, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT_ON(RechargeRefresRes_trans, RechargeReFreshCoinRes, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
+LAYOUT(RechargeRefresReq_trans, FIELD(iUserId), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT(RechargeRefresRes_trans, FIELD(iUserId), FIELD(iError), FIELD(llCurGameCoin),
+       FIELD(llTotalRechageNum, "all the player ever recharged"), FIELD(llBankCoin),
+       FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT(QueueExchangeCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iGameID),
        FIELD(iServerID), FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
 LAYOUT(QueueExchangeCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iError),
        FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
 LAYOUT_ON(ModifyPassWordReq_trans, tagModifyPassWordReq, FIELD(szClientIP), FIELD(ulPlayerNode),
           FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyPassWordRes_trans, tagModifyPassWordRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
+LAYOUT(ModifyPassWordRes_trans, FIELD(ucResultType), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyNickNameReq_trans, ModifyNickNameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyNickNameRes_trans, ModifyNickNameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
 LAYOUT_ON(ModifyGenderReq_trans, ModifyGenderReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))

@@ -20,7 +20,13 @@ class BulletinQueue {
     void Push(const WinCoinBulletinNotice_2& item);
     // The bulletin at the front, removed; false when the queue is empty.
     bool Take(WinCoinBulletinNotice_2& item);
+    // The bulletins as the list they are, in the order in which they go out.
     size_t Size() const { return m_items.size(); }
+    size_t size() const { return m_items.size(); }
+    bool empty() const { return m_items.empty(); }
+    const WinCoinBulletinNotice_2& front() const { return m_items.front(); }
+    auto begin() const { return m_items.begin(); }
+    auto end() const { return m_items.end(); }
 
   private:
     std::list<WinCoinBulletinNotice_2> m_items;

@@ -51,6 +51,8 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // failure. Main or reconnect keeper.
     int64_t ConnectServer(const char* name, LinkNode& node,
                           const std::function<void()>& onUp = nullptr);
+    // The same for a link that its owner keeps, and takes down himself.
+    int64_t ConnectServer(const char* name, IPlayerNode*& node);
     // Opens the link of the keeper's number again; true when it is up. Keeper.
     bool ReconnectLink(int id) { return m_Links.Reconnect(id); }
     // Takes the closed link of that row down and has the keeper open it again; false when node is
@@ -121,6 +123,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     ActivitySystem* m_pActivitySystem = nullptr;  // the registry; not owned
     std::atomic<int32_t> m_iPort{0};              // of the listener; set by Start
     LinkNode m_lpLobbyServer;                     // the listening node; null until it listens
+    char m_sendBuffer[4096] = {};                 // scratch for a message to be sent
 
   private:
     void CreateHandlers();

@@ -81,6 +81,7 @@ struct WebFarmSubscribeKeyRes {
     tagMsgHeader header;
     uint8_t bInit;  // not 0: a fresh list starts here
     int32_t iCount;
+    WebFarmSubscribeKeyInfo subscribeKeyInfo[];
 };
 
 #pragma pack(pop)

@@ -54,7 +54,7 @@ class QueueServerHandler : public LinkHandler {
     LinkNode& m_lpQueueServer = m_Node;  // null while the link is down
 
   private:
-    template <class Trans, class Row>
+    template <class Trans, class Result, class Row>
     void RelayResult(const Row& row, void* data, long length);
     // The session an answer belongs to; logs and returns null when it is gone.
     LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,

@@ -121,6 +121,7 @@ struct ConsumeSucessNotice {
     int32_t gameId;
     int32_t serverId;
     int32_t iSize;  // may claim more than the message holds
+    char szConsumeNotice[];
 };
 
 struct SychUserLobbyData {

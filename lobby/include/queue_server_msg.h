@@ -67,13 +67,19 @@ struct UserInfoRes {
 };
 
 struct RechargeRefresReq_trans {
-    RechargeReFreshCoinReq base;
+    MsgHeader header;
+    int32_t iUserId;
     uint64_t ulPlayerNode;
     uint64_t ulPlayerNodeId;
 };
 
 struct RechargeRefresRes_trans {
-    RechargeReFreshCoinRes base;
+    MsgHeader header;
+    int32_t iUserId;
+    int32_t iError;
+    int64_t llCurGameCoin;
+    int64_t llTotalRechageNum;
+    int64_t llBankCoin;
     uint64_t ulPlayerNode;
     uint64_t ulPlayerNodeId;
 };
@@ -107,7 +113,8 @@ struct ModifyPassWordReq_trans {
 };
 
 struct ModifyPassWordRes_trans {
-    tagModifyPassWordRes base;
+    MsgHeader header;
+    uint8_t ucResultType;
     uint64_t ulPlayerNode;
     uint64_t ulPlayerNodeId;
 };

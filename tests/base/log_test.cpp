@@ -6,7 +6,7 @@
 
 #include "BaseTest.h"
 #include "Common/Clock.h"
-#include "LogCls.h"
+#include "Common/LogCls.h"
 
 namespace {
 

@@ -49,10 +49,10 @@ TEST_F(CoinsTest, RechargeNoticeAsksForARefreshOncePerSecond) {
 TEST_F(CoinsTest, RefreshResultOverwritesTheSessionWhateverItsCode) {
     LobbyPlayer* player = Online(10001);
     RechargeRefresRes_trans result{};
-    result.base.iError = 9;
-    result.base.llCurGameCoin = 1;
-    result.base.llTotalRechageNum = 2;
-    result.base.llBankCoin = 3;
+    result.iError = 9;
+    result.llCurGameCoin = 1;
+    result.llTotalRechageNum = 2;
+    result.llBankCoin = 3;
     SetSession(result, player);
     net.Deliver(Link(QUEUE), 0xA004, result);
     EXPECT_EQ(player->llGameCoin, 1);

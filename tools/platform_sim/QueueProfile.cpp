@@ -36,7 +36,7 @@ void QueueServer::OnPassword(Link& link, const ModifyPassWordReq_trans& req) {
         player.password = TextOf(req.base.szNewPassWd);
         return OK;
     });
-    res.base.ucResultType = static_cast<uint8_t>(code);
+    res.ucResultType = static_cast<uint8_t>(code);
     link.Send(MODIFY_PASSWORD_Q2L, res);
 }
 

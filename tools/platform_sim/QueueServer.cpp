@@ -131,13 +131,13 @@ void QueueServer::OnBankPassword(Link& link, const ModifyBankPasswdReq_trans& re
 
 void QueueServer::OnRefresh(Link& link, const RechargeRefresReq_trans& req) {
     auto res = AnswerTo<RechargeRefresRes_trans>(req);
-    res.base.iUserId = req.base.iUserId;
-    if (const Player* player = TheWorld().FindPlayer(req.base.iUserId)) {
-        res.base.llCurGameCoin = player->coin;
-        res.base.llTotalRechageNum = player->recharged;
-        res.base.llBankCoin = player->bankCoin;
+    res.iUserId = req.iUserId;
+    if (const Player* player = TheWorld().FindPlayer(req.iUserId)) {
+        res.llCurGameCoin = player->coin;
+        res.llTotalRechageNum = player->recharged;
+        res.llBankCoin = player->bankCoin;
     } else {
-        res.base.iError = UNKNOWN_USER;
+        res.iError = UNKNOWN_USER;
     }
     link.Send(REFRESH_COIN_Q2L, res);
 }

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// In a namespace because qsort, Encode and Decode would clash with the C library and the network
-// framework's codec, and MD5_CTX with libcrypto. Thread: any; no state but the caller's.
+// In a namespace, so that a reader sees which qsort or Encode is meant, and by their bare names
+// (below) for those who know them so. Thread: any; no state but the caller's.
 namespace digest {
 
 // NOT MD5, though built like it: the rounds run on 64-bit words that are never reduced to 32 bits,
@@ -61,3 +61,22 @@ void qsort(int first, int last, void* context, CompareAt compare, SwapAt exchang
 void MergeSort(int first, int last, void* context, CompareAt compare, SwapAt exchange, MoveTo move);
 
 }  // namespace digest
+
+using digest::Decode;
+using digest::Decode7Bit;
+using digest::Encode;
+using digest::Encode7Bit;
+using digest::EncodeXor;
+using digest::md5_hex;
+using digest::md5_str;
+using digest::MD5Final;
+using digest::MD5Init;
+using digest::MD5Transform;
+using digest::MD5Update;
+using digest::MergeSort;
+using digest::qsort;  // beside the C library's, which takes other arguments
+
+// libcrypto has a type of this name: include its <openssl/md5.h> first, and name this one in full.
+#ifndef OPENSSL_MD5_H
+using digest::MD5_CTX;
+#endif

@@ -59,6 +59,8 @@ class IActivityHandler {
     const DBSiteActivityConfig& getConfig() const { return m_sActivityConfig; }
     void update(long) {}
 
+    // Makes the six listeners, once: the constructor calls it.
+    void init();
     // Stores the row, evaluates the window and reports a change from open to closed.
     void setActivityConfig(DBSiteActivityConfig config);
     // Evaluates the row's window with the local time now. Between rows the result stays.
@@ -72,11 +74,13 @@ class IActivityHandler {
   protected:
     GameProvider* provider() const { return m_pGameProvider; }
 
+    DBSiteActivityConfig m_sActivityConfig{};  // all zero until configured
+    GameProvider* m_pGameProvider;             // not owned
+
   private:
     using Hook = void (IActivityHandler::*)(IPlayerNode*, tagDBUserActivityProgressData*, void*,
                                             void*, int);
 
-    void init();
     bool isWithinWindow() const;
     void forwardEvent(Hook hook, void* player, void* argument, int number);
     void callbackInitialize(void* player, void* argument, int number);
@@ -86,8 +90,6 @@ class IActivityHandler {
     void callbackGameEnd(void* player, void* argument, int number);
     void callbackReGame(void* player, void* argument, int number);
 
-    DBSiteActivityConfig m_sActivityConfig{};
-    GameProvider* m_pGameProvider;  // not owned
     int m_iActivityId;
     std::vector<EventListener*> m_vecEventListener;  // owned
     bool m_isOpen = false;

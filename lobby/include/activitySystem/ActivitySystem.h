@@ -25,8 +25,9 @@ class ActivitySystem {
     virtual void OnTimer(long now);
     virtual ~ActivitySystem() = default;
 
-    // The lobby; null takes it away. Also forgets when the timer last ran.
-    void SetGameProvider(LobbyServer* provider);
+    // The lobby; null, or an application that is none, takes it away. Also forgets when the timer
+    // last ran.
+    void SetGameProvider(GameProvider* provider);
     // Loads factoryActivity.cfg again.
     CIniFile* getActivityCfg();
 

@@ -67,8 +67,8 @@ void ActivitySystem::destroyInstance() {
     s_pActivitySystem = nullptr;
 }
 
-void ActivitySystem::SetGameProvider(LobbyServer* provider) {
-    m_pGameProvider = provider;
+void ActivitySystem::SetGameProvider(GameProvider* provider) {
+    m_pGameProvider = dynamic_cast<LobbyServer*>(provider);
     m_lTimerStamp = 0;
 }
 

@@ -97,7 +97,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
     }
     RechargeRefresReq_trans msg;
     ZeroMsg(msg);
-    msg.base.iUserId = req.iUserId;
+    msg.iUserId = req.iUserId;
     SetSession(msg, player);
     if (!SendToQueue(REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserId [%d] ", player->m_iUserID);

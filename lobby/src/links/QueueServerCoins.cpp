@@ -1,4 +1,6 @@
 // Results of coin refresh and coin exchange.
+#include <cstring>
+
 #include "Common/Log.h"
 #include "LobbyServer.h"
 #include "LogServerHandler.h"
@@ -34,7 +36,8 @@ void QueueServerHandler::OnRechargeRefreshCoin(void* data, long length) {
     LobbyPlayer* player = SessionOf(msg.ulPlayerNode, msg.ulPlayerNodeId, tag,
                                     "pMsg->ulPlayerNodeId [%d] != *pPlayerNode[%d]");
     if (player == nullptr) return;
-    RechargeReFreshCoinRes result = msg.base;
+    RechargeReFreshCoinRes result;
+    std::memcpy(&result, &msg, sizeof(result));
     const auto gameCoin = static_cast<long long>(result.llCurGameCoin);
     const auto total = static_cast<long long>(result.llTotalRechageNum);
     const auto bankCoin = static_cast<long long>(result.llBankCoin);

@@ -25,11 +25,11 @@ struct ResultRow {
     LogText<int, int> failUserText = nullptr;  // user, code
 };
 
-int CodeOf(const auto& base) {
-    if constexpr (requires { base.iError; }) {
-        return base.iError;
+int CodeOf(const auto& result) {
+    if constexpr (requires { result.iError; }) {
+        return result.iError;
     } else {
-        return base.ucResultType;
+        return result.ucResultType;
     }
 }
 
@@ -107,8 +107,8 @@ constexpr ResultRow kFaceFrameRow = {
 
 }  // namespace
 
-// The client gets the wrapped part alone.
-template <class Trans, class Row>
+// The client gets the first part alone.
+template <class Trans, class Result, class Row>
 void QueueServerHandler::RelayResult(const Row& row, void* data, long length) {
     if (length != sizeof(Trans)) {
         row.sizeText.Log(_ERROR, row.sizeTag, static_cast<int>(sizeof(Trans)),
@@ -119,61 +119,63 @@ void QueueServerHandler::RelayResult(const Row& row, void* data, long length) {
     LobbyPlayer* player = SessionOf(msg.ulPlayerNode, msg.ulPlayerNodeId, row.tag,
                                     "pMsg->ulPlayerNodeId [%d] != *pPlayerNode[%d]");
     if (player == nullptr) return;
-    const int code = CodeOf(msg.base);
+    Result result;
+    std::memcpy(&result, &msg, sizeof(result));
+    const int code = CodeOf(result);
     if (row.clientType == BANK_LOGIN_S2C && code == BANK_RESULT_LOGIN_RETRY) {
         player->iLastBankLoginTime = 0;
     }
     LogOutcome(row, player->m_iUserID, code);
-    auto result = msg.base;
     if (!m_lpLobbyServer->SendData(player, row.clientType, &result, sizeof(result), ENCODE_NONE)) {
         __log(_ERROR, row.tag, "SendData fail----userid [%d] ", player->m_iUserID);
     }
 }
 
 void QueueServerHandler::OnBankLoginRes(void* data, long length) {
-    RelayResult<LoginBankResult_trans>(kBankLoginRow, data, length);
+    RelayResult<LoginBankResult_trans, LoginBankResult>(kBankLoginRow, data, length);
 }
 
 void QueueServerHandler::OnGetCoinRes(void* data, long length) {
-    RelayResult<GetCoinResult_trans>(kGetCoinRow, data, length);
+    RelayResult<GetCoinResult_trans, GetCoinResult>(kGetCoinRow, data, length);
 }
 
 void QueueServerHandler::OnSaveCoinRes(void* data, long length) {
-    RelayResult<SaveCoinRes_trans>(kSaveCoinRow, data, length);
+    RelayResult<SaveCoinRes_trans, SaveCoinRes>(kSaveCoinRow, data, length);
 }
 
 void QueueServerHandler::OnModifyBankPasswd(void* data, long length) {
-    RelayResult<ModifyBankPasswdRes_trans>(kBankPasswdRow, data, length);
+    RelayResult<ModifyBankPasswdRes_trans, ModifyBankPasswdRes>(kBankPasswdRow, data, length);
 }
 
 void QueueServerHandler::OnModifyPasswd(void* data, long length) {
-    RelayResult<ModifyPassWordRes_trans>(kPasswdRow, data, length);
+    RelayResult<ModifyPassWordRes_trans, tagModifyPassWordRes>(kPasswdRow, data, length);
 }
 
 void QueueServerHandler::OnModifyNickName(void* data, long length) {
-    RelayResult<ModifyNickNameRes_trans>(kNickNameRow, data, length);
+    RelayResult<ModifyNickNameRes_trans, ModifyNickNameRes>(kNickNameRow, data, length);
 }
 
 void QueueServerHandler::OnModifyGender(void* data, long length) {
-    RelayResult<ModifyGenderRes_trans>(kGenderRow, data, length);
+    RelayResult<ModifyGenderRes_trans, ModifyGenderRes>(kGenderRow, data, length);
 }
 
 void QueueServerHandler::OnModifyPersonalSignature(void* data, long length) {
-    RelayResult<ModifyPersonalSignatureRes_trans>(kSignatureRow, data, length);
+    RelayResult<ModifyPersonalSignatureRes_trans, ModifyPersonalSignatureRes>(kSignatureRow, data,
+                                                                              length);
 }
 
 void QueueServerHandler::OnModifyFaceId(void* data, long length) {
-    RelayResult<ModifyFaceIdRes_trans>(kFaceIdRow, data, length);
+    RelayResult<ModifyFaceIdRes_trans, ModifyFaceIdRes>(kFaceIdRow, data, length);
 }
 
 void QueueServerHandler::OnBindingMobile(void* data, long length) {
-    RelayResult<BindingMobileRes_trans>(kMobileRow, data, length);
+    RelayResult<BindingMobileRes_trans, BindingMobileRes>(kMobileRow, data, length);
 }
 
 void QueueServerHandler::OnRealNameAuthen(void* data, long length) {
-    RelayResult<RealNameAuthenRes_trans>(kRealNameRow, data, length);
+    RelayResult<RealNameAuthenRes_trans, RealNameAuthenRes>(kRealNameRow, data, length);
 }
 
 void QueueServerHandler::OnModifyFaceFrame(void* data, long length) {
-    RelayResult<ModifyFaceFrameRes_trans>(kFaceFrameRow, data, length);
+    RelayResult<ModifyFaceFrameRes_trans, ModifyFaceFrameRes>(kFaceFrameRow, data, length);
 }

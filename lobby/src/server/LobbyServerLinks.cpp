@@ -129,6 +129,13 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
     return 0;
 }
 
+int64_t LobbyServer::ConnectServer(const char* name, IPlayerNode*& node) {
+    LinkNode link;
+    const int64_t result = ConnectServer(name, link);
+    node = link;
+    return result;
+}
+
 bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row) {
     std::lock_guard lock(m_lockLink);
     if (node == nullptr || link != node) return false;

@@ -1,4 +1,4 @@
-// Inside the base library: the log file.
+// Public header: a log file.
 #pragma once
 
 #include <atomic>

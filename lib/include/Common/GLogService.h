@@ -1,11 +1,11 @@
-// Inside the base library: levels and the console.
+// Public header: the log with its levels and the console, for who needs more than __log.
 #pragma once
 
 #include <atomic>
 #include <cstdarg>
 
-#include "LogBudget.h"
-#include "LogCls.h"
+#include "Common/LogBudget.h"
+#include "Common/LogCls.h"
 
 // Adds the level filter, the bound on lines a second, the coloured console copy and, on request, a
 // second file of JSON lines to the log file. Whatever a line's arguments hold, it stays one line

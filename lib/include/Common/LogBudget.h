@@ -1,4 +1,4 @@
-// Inside the base library: how many lines a second may be written.
+// Public header: how many lines a second may be written.
 #pragma once
 
 #include <array>
