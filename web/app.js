@@ -22,6 +22,13 @@ function wholeNumber(id, label, convert = Number) {
   return convert(text);
 }
 
+// An id below 1 belongs to nobody, and a lobby that gets one closes somebody else's session.
+function playerNumber(id) {
+  const number = wholeNumber(id, 'The player number');
+  if (number < 1) throw new Error('The player number must be 1 or more.');
+  return number;
+}
+
 const setState = (text, kind) => {
   byId('status').textContent = text;
   byId('status').className = `badge ${kind}`;
@@ -109,7 +116,7 @@ async function openConnection(url) {
 
 onSubmit('login-form', 'login', async () => {
   banner('');
-  const user = wholeNumber('user-id', 'The player number');
+  const user = playerNumber('user-id');
   const site = wholeNumber('site', 'The site');
   await openConnection(value('server-url'));
   try {
@@ -144,7 +151,7 @@ onSubmit('bank-password-form', 'bankPassword', async () => {
 });
 
 onSubmit('exchange-form', 'exchange', async () => {
-  const to = wholeNumber('exchange-to', 'The player number');
+  const to = playerNumber('exchange-to');
   const amount = wholeNumber('exchange-amount', 'The amount', BigInt);
   const result = await lobby.exchange(to, amount);
   showCoins(result.llFirstMoney);
@@ -242,12 +249,19 @@ byId('show-keep-alives').addEventListener('change', (event) => {
   byId('log').classList.toggle('with-keep-alives', event.target.checked);
 });
 
+// A link to the page must not lead a player's token elsewhere: only to a page of this machine it may
+// name a lobby.
+function lobbyOfAddress() {
+  const isOwn = /^(localhost|127(\.\d+){3}|\[::1\])$/.test(location.hostname);
+  return isOwn ? new URLSearchParams(location.search).get('ws') : null;
+}
+
 // The lobby's address comes from the page's own address (?ws=...) or from config.json beside the
 // page, which may also fill in a player to try things with.
 async function loadConfig() {
   const config = await fetch('config.json').then((answer) => (answer.ok ? answer.json() : {}))
     .catch(() => ({}));
-  byId('server-url').value = new URLSearchParams(location.search).get('ws') ?? config.ws ?? '';
+  byId('server-url').value = lobbyOfAddress() ?? config.ws ?? '';
   const { userId, token, siteId, bankPassword } = config.player ?? {};
   const filled = { 'user-id': userId, token, site: siteId, 'bank-password': bankPassword };
   for (const [id, text] of Object.entries(filled)) {

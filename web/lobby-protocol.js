@@ -172,7 +172,9 @@ export class LobbyClient {
   }
 
   // A connection logs in once. After a refusal connect anew to try again.
+  // A userId below 1 is refused here: the lobby would close another player's session for it.
   async login(userId, token, siteId, channelId = '') {
+    if (!(Number(userId) >= 1)) throw new RangeError('A user id is 1 or more.');
     this.userId = Number(userId);
     this.siteId = Number(siteId);
     const fields = { iUserID: userId, iLobbySiteID: siteId, szToken: token, szChannelID: channelId };

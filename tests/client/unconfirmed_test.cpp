@@ -59,8 +59,10 @@ TEST_F(UnconfirmedTest, ARefreshOrATransferFillsItsCoinsAndATransferSendsThem) {
 
 TEST_F(UnconfirmedTest, ItGetsTheUsersPushesAndItsCloseTakesSubscriptionsProgressAndMark) {
     LobbyPlayer* real = Online(10001);
-    net.Deliver(Link(CONFIG), 0xAD29,
-                BytesOf(WebFarmSubscribeKeyRes{{}, true, 1}) + "key" + Zeros(125));
+    WebFarmSubscribeKeyRes keys{};
+    keys.bInit = 1;
+    keys.iCount = 1;
+    net.Deliver(Link(CONFIG), 0xAD29, BytesOf(keys) + "key" + Zeros(125));
     net.Deliver(real, 0xF2, Zeros(16) + "key" + Zeros(125));
     tagDBActivityConfigData row{};
     row.iActivityId = 20180901;

@@ -63,6 +63,16 @@ test('requests of one kind go out one at a time, others beside them', async (t) 
 });
 
 // That they carry the right values is seen with the real lobby, but for what it does not look at.
+// Typing 0 threw another player out.
+test('a user id below 1 is not sent', async (t) => {
+  const { lobby, socket } = await connected();
+  t.after(() => lobby.close());
+  for (const id of [0, -1, '0', '', 'x', undefined]) {
+    await assert.rejects(lobby.login(id, 'token', 3), RangeError, String(id));
+  }
+  assert.deepEqual(socket.sent, []);
+});
+
 test('requests carry the session; each that has an answer has a time-out', async (t) => {
   const { lobby, socket } = await connected({ timeoutMs: 20 });
   t.after(() => lobby.close());

@@ -122,6 +122,22 @@ test('a refused login and a lobby that is not there are told in words', async ()
   await hasText('#login-result', 'The lobby cannot be reached');
 });
 
+test('only a page of this machine takes a lobby from its address, and it speaks to its own only', async () => {
+  const evil = 'ws://evil.example:1';
+  for (const [host, lobby] of [['127.0.0.1', evil], ['localhost', evil], ['player.test', system.url]]) {
+    const other = await openPage(browser, `${system.page.replace('127.0.0.1', host)}?ws=${evil}`);
+    assert.equal(await other.inputValue('#server-url'), lobby, host);
+    assert.equal(await other.evaluate((url) => new Promise((resolve) => {
+      document.addEventListener('securitypolicyviolation', (event) => resolve(event.effectiveDirective));
+      new WebSocket(url).onerror = () => setTimeout(resolve, 1000, 'tried');
+    }), evil), 'connect-src');
+    await other.close();
+  }
+  await open(0);
+  await page.click('#login');
+  await hasText('#login-result', 'The player number must be 1 or more.');
+});
+
 test('a player uses the bank; the message log names every field and hides secrets', async () => {
   const before = await account(10002);
   await open(10002);

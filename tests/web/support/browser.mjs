@@ -9,7 +9,8 @@ export function launch() {
   return chromium.launch({
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
     args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+      '--disable-background-networking',
+      '--host-resolver-rules=MAP player.test 127.0.0.1', '--disable-component-update', '--disable-sync'],
   });
 }
 
