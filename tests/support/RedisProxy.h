@@ -1,0 +1,155 @@
+// Stands between a lobby and its Redis: hands answers on late, kills and freezes connections.
+#pragma once
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+// Answers keep their order and do not wait for one another: each is late by the delay of the moment
+// it came. Requests are handed on at once. Runs on a thread of its own. Thread: any.
+class RedisProxy {
+  public:
+    using tcp = boost::asio::ip::tcp;
+
+    // Listens on a free loopback port.
+    explicit RedisProxy(int redisPort)
+        : m_redis(boost::asio::ip::address_v4::loopback(), static_cast<uint16_t>(redisPort)),
+          m_acceptor(m_io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0)) {
+        Accept();
+        m_thread = std::thread([this] { m_io.run(); });
+    }
+    ~RedisProxy() {
+        m_io.stop();
+        m_thread.join();
+    }
+    RedisProxy(const RedisProxy&) = delete;
+    RedisProxy& operator=(const RedisProxy&) = delete;
+
+    int Port() const { return m_acceptor.local_endpoint().port(); }
+    std::string Address() const { return "127.0.0.1:" + std::to_string(Port()); }
+
+    void SetDelay(std::chrono::microseconds delay) { m_delay = delay; }
+    // The connections that are open, oldest first.
+    size_t Count() {
+        return Do([this] { return Open().size(); });
+    }
+    // Ends the i-th of them towards the lobby, as a reset or a plain end of the stream.
+    void Kill(size_t i, bool reset) {
+        Do([&] {
+            const auto open = Open();
+            if (i < open.size()) open[i]->End(reset);
+            return true;
+        });
+    }
+    // Keeps back whatever comes from Redis on the i-th.
+    void Freeze(size_t i) {
+        Do([&] {
+            const auto open = Open();
+            if (i < open.size()) open[i]->frozen = true;
+            return true;
+        });
+    }
+
+  private:
+    struct Pair : std::enable_shared_from_this<Pair> {
+        Pair(RedisProxy& owner, tcp::socket socket)
+            : proxy(owner), lobby(std::move(socket)), redis(owner.m_io), timer(owner.m_io) {}
+
+        void Start() {
+            boost::system::error_code failed;
+            redis.connect(proxy.m_redis, failed);
+            if (failed) return End(false);
+            lobby.set_option(tcp::no_delay(true));
+            redis.set_option(tcp::no_delay(true));
+            Requests();
+            Answers();
+        }
+        void Requests() {
+            lobby.async_read_some(boost::asio::buffer(up),
+                                  [this, self = shared_from_this()](auto error, size_t size) {
+                                      if (error) return End(false);
+                                      boost::asio::write(redis, boost::asio::buffer(up, size), error);
+                                      return error ? End(false) : Requests();
+                                  });
+        }
+        void Answers() {
+            redis.async_read_some(boost::asio::buffer(down),
+                                  [this, self = shared_from_this()](auto error, size_t size) {
+                                      if (error) return End(false);
+                                      late.emplace_back(Clock::now() + proxy.m_delay.load(),
+                                                        std::string(down.data(), size));
+                                      if (late.size() == 1) HandOn();
+                                      Answers();
+                                  });
+        }
+        void HandOn() {
+            while (!late.empty() && late.front().first <= Clock::now()) {
+                boost::system::error_code error;
+                if (!frozen) boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
+                late.pop_front();
+                if (error) return End(false);
+            }
+            if (late.empty()) return;
+            timer.expires_at(late.front().first);
+            timer.async_wait([this, self = shared_from_this()](auto error) {
+                if (!error) HandOn();
+            });
+        }
+        void End(bool reset) {
+            boost::system::error_code ignored;
+            if (reset) lobby.set_option(boost::asio::socket_base::linger(true, 0), ignored);
+            lobby.close(ignored);
+            redis.close(ignored);
+            timer.cancel();
+            late.clear();
+        }
+
+        using Clock = std::chrono::steady_clock;
+        RedisProxy& proxy;
+        tcp::socket lobby, redis;
+        boost::asio::steady_timer timer;
+        std::array<char, 16384> up, down;
+        std::deque<std::pair<Clock::time_point, std::string>> late;
+        bool frozen = false;
+    };
+
+    void Accept() {
+        m_acceptor.async_accept([this](auto error, tcp::socket socket) {
+            if (error) return;
+            m_pairs.push_back(std::make_shared<Pair>(*this, std::move(socket)));
+            m_pairs.back()->Start();
+            Accept();
+        });
+    }
+    std::vector<std::shared_ptr<Pair>> Open() {
+        std::erase_if(m_pairs, [](const auto& pair) { return !pair->lobby.is_open(); });
+        return m_pairs;
+    }
+    template <class F>
+    std::invoke_result_t<F> Do(F f) {
+        std::packaged_task<std::invoke_result_t<F>()> task(std::move(f));
+        auto result = task.get_future();
+        boost::asio::post(m_io, [&task] { task(); });
+        return result.get();
+    }
+
+    boost::asio::io_context m_io{1};
+    tcp::endpoint m_redis;
+    tcp::acceptor m_acceptor;
+    std::atomic<std::chrono::microseconds> m_delay{std::chrono::microseconds(0)};
+    std::vector<std::shared_ptr<Pair>> m_pairs;
+    std::thread m_thread;
+};
