@@ -1,4 +1,4 @@
-// Waking the send thread without a system call per message.
+// Waking a thread without a system call per message.
 #pragma once
 
 #include <atomic>

@@ -57,6 +57,9 @@ class EPOLLServer : public Epoll, public INetProvider {
     // Any thread; called by the send side once it is done with a closed connection.
     void ReleaseContext(EPOLLContext* context) override;
     void CancelConnects() override { Epoll::CancelConnects(); }
+    // Ends the pause of a worker that reads, or keeps it from the next; another looks every
+    // millisecond anyway.
+    void WakeWorker() override;
 
     EPOLLContext* OnCreateConnection() override;
     void OnConnectionEstablished(EPOLLContext* context, sockaddr_in* addr) override;
@@ -134,6 +137,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     bool m_bWakeup = false;                      // constant after Initialize
     bool m_bWebSocket = false;                   // constant after Initialize
     ProxyTrust m_Trust;                          // constant after Initialize
+    std::atomic<bool> m_bWoken{false};           // by WakeWorker, since the last pause
     std::atomic<unsigned long> m_ulProgress{0};  // set by the worker
     // For the poll threads that read while it pauses; set by the worker.
     std::atomic<bool> m_bPausing{false};

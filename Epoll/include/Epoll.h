@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Common/Thread.h"
+#include "Doorbell.h"
 #include "EPOLLManagers.h"
 #include "Epoll/EPOLLNet.h"
 #include "LightLock.h"
@@ -115,7 +116,8 @@ class Epoll : public virtual EPOLLNet {
     void TakeEvents(TakenEvents& taken, int timeoutMs);
     void ServeNext(TakenEvents& taken);
     void ResumeListeners(Paused& paused);
-    LightLock m_lockLead;  // of the thread that waits at m_iPoll; with WorkerReads: or reads
+    Doorbell m_WorkerBell;  // of a worker that reads: it waits at m_iPoll
+    LightLock m_lockLead;   // of the thread that waits at m_iPoll; with WorkerReads: or reads
     // A worker that reads takes the lock with this: who stands in for it then goes, though the
     // worker makes no progress while it waits for the lock.
     class Lead {

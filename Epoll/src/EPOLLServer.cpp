@@ -129,3 +129,9 @@ void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) 
     if (m_bWakeup && t_lpWorkerOf == this) return AppendOwn(record);
     m_lpNode->SetNode(&record, 1);
 }
+
+void EPOLLServer::WakeWorker() {
+    if (!m_bWakeup) return;
+    m_bWoken.store(true);
+    m_WorkerBell.Ring();
+}

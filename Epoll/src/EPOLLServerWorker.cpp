@@ -80,7 +80,13 @@ void EPOLLServer::Pause() {
     if (m_bWakeup && Started()) {
         const Lead lead(*this);
         ResumeListeners(m_lpEvents->paused);
-        if (m_lpNode->GetNode(nullptr, 0) == 0) TakeEvents(*m_lpEvents, kIdleUs / 1000);
+        m_WorkerBell.BeforeSleep();
+        // Looked at behind the bell: what comes from now on rings.
+        const bool woken = m_bWoken.exchange(false);
+        if (!woken && m_lpNode->GetNode(nullptr, 0) == 0) {
+            TakeEvents(*m_lpEvents, kIdleUs / 1000);
+        }
+        m_WorkerBell.AfterSleep();
         return;
     }
     m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);

@@ -88,7 +88,7 @@ bool Epoll::Initialize(unsigned long threads, unsigned long /*contexts*/,
     m_iPoll = ::epoll_create1(EPOLL_CLOEXEC);
     // Made now: when descriptors have run out by shutdown, the poll threads must still wake.
     m_iWake = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (m_iPoll < 0 || m_iWake < 0) {
+    if (m_iPoll < 0 || m_iWake < 0 || (WorkerReads() && !m_WorkerBell.Open(m_iPoll))) {
         __log(_ERROR, "Epoll::Initialize", "epoll_create() error, %s", std::strerror(errno));
         DestroyPools();
         return false;

@@ -86,6 +86,10 @@ void GameProvider::CancelConnects() {
     if (m_lpNetProvider != nullptr) m_lpNetProvider->CancelConnects();
 }
 
+void GameProvider::WakeWorker() {
+    if (m_lpNetProvider != nullptr) m_lpNetProvider->WakeWorker();
+}
+
 IPlayerNode* GameProvider::Create(bool listen, const char* host, unsigned short port,
                                   unsigned long connectTimeoutMs, unsigned long maxConnections,
                                   long family, long type, long protocol) {

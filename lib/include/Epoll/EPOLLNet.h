@@ -30,6 +30,8 @@ class EPOLLNet : public IObject {
 
 class INetProvider : public virtual EPOLLNet {
   public:
+    // For providers with a worker that pauses: ends its pause.
+    virtual void WakeWorker() {}
     using EPOLLNet::Initialize;
     virtual bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
                             unsigned long contexts, unsigned long buffers) = 0;

@@ -124,6 +124,11 @@ class GameProvider : public IGameProvider {
     // Makes every connect in progress, and every later one, fail at once. Any thread.
     void CancelConnects();
 
+    // Has OnTimer called soon although nothing is received: for an application whose other threads
+    // have something for the message worker, which it fetches in OnTimer. Cheap while the worker is
+    // busy. Any thread.
+    void WakeWorker();
+
     // Opens a listener or an outbound link; the node of the new context, or null with errno set:
     // NET_UNRESOLVED when the host name has no address. A link whose peer acknowledges nothing for
     // half a minute is closed.
