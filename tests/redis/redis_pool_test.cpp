@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "RedisDBSlice.h"
+#include "RedisProxy.h"
 #include "RedisServer.h"
 #include "RedisWait.h"
 #include "xredis/xRedisClient.h"
@@ -133,8 +134,8 @@ TEST_F(RedisPoolTest, EveryConnectionLentMeansFailureAtOnce) {
     EXPECT_LT(Took([&] { none = slice.GetConn(0); }), 250ms);
     EXPECT_FALSE(none);
     EXPECT_EQ(slice.Status(), 2U);
-    slice.FreeConn(std::move(first), true);
-    slice.FreeConn(std::move(second), true);
+    slice.FreeConn(std::move(first), RedisOutcome::Answered);
+    slice.FreeConn(std::move(second), RedisOutcome::Answered);
     EXPECT_EQ(slice.GetConn(0).get(), address);
 }
 
@@ -168,6 +169,56 @@ TEST_F(RedisPoolTest, HungServerCostsOneTimeOutThenNothingUntilItAnswers) {
     client.Keepalive();
     for (int i = 0; i < 8; ++i)
         EXPECT_TRUE(Set());
+}
+
+// One dead connection took all of them out of use until the next ping.
+TEST_F(RedisPoolTest, LostConnectionsCostNothingWhileOthersAreWell) {
+    RedisProxy proxy(server.Port());
+    RedisNode node = Node(server, "", 8);
+    node.port = static_cast<unsigned int>(proxy.Port());
+    ASSERT_TRUE(Connect(node));
+    for (int lost = 0; lost < 7; ++lost) {
+        proxy.Kill(0, lost % 2 == 0);
+        for (int i = 0; i < 8; ++i)
+            EXPECT_TRUE(Set()) << error;
+        EXPECT_EQ(proxy.Count(), static_cast<size_t>(7 - lost));
+    }
+    EXPECT_TRUE(client.WantsKeepalive());
+    EXPECT_FALSE(client.WantsKeepalive());
+    proxy.Kill(0, false);
+    EXPECT_FALSE(Set());
+    client.Keepalive();
+    EXPECT_EQ(proxy.Count(), 8u);
+
+    // Amid a batch: what had no answer yet is asked again on another connection.
+    RedisDBIdx index(&client);
+    ASSERT_TRUE(index.CreateDBIndex("k", FirstChar, 0));
+    std::vector<RedisRequest> batch(100, {.verb = RedisRequest::Verb::Exists, .key = "k"});
+    Set();
+    proxy.SetDelay(50ms);
+    std::thread killer([&] {
+        std::this_thread::sleep_for(20ms);
+        for (size_t i = 7; i > 0; --i)
+            proxy.Kill(i, true);
+    });
+    client.Run(index, batch.data(), batch.size());
+    killer.join();
+    const auto answered = [](const RedisRequest& request) {
+        return request.answered && request.done;
+    };
+    EXPECT_TRUE(std::ranges::all_of(batch, answered)) << index.GetErrInfo();
+
+    // Nothing in time on one: the server may hang. Others are found well as soon as they are
+    // pinged.
+    proxy.SetDelay(0ms);
+    client.Keepalive();
+    for (size_t i = 0; i < 8; ++i)
+        proxy.Freeze(i);
+    EXPECT_FALSE(Set());
+    EXPECT_FALSE(Set());
+    EXPECT_EQ(error, "get connection error");
+    client.Keepalive();
+    EXPECT_TRUE(Set()) << error;
 }
 
 TEST_F(RedisPoolTest, SomeConnectionsRefusedLeaveTheOthersInUse) {

@@ -78,12 +78,12 @@ class RedisProxy {
             Answers();
         }
         void Requests() {
-            lobby.async_read_some(boost::asio::buffer(up),
-                                  [this, self = shared_from_this()](auto error, size_t size) {
-                                      if (error) return End(false);
-                                      boost::asio::write(redis, boost::asio::buffer(up, size), error);
-                                      return error ? End(false) : Requests();
-                                  });
+            lobby.async_read_some(boost::asio::buffer(up), [this, self = shared_from_this()](
+                                                               auto error, size_t size) {
+                if (error) return End(false);
+                boost::asio::write(redis, boost::asio::buffer(up, size), error);
+                return error ? End(false) : Requests();
+            });
         }
         void Answers() {
             redis.async_read_some(boost::asio::buffer(down),
@@ -98,7 +98,8 @@ class RedisProxy {
         void HandOn() {
             while (!late.empty() && late.front().first <= Clock::now()) {
                 boost::system::error_code error;
-                if (!frozen) boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
+                if (!frozen)
+                    boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
                 late.pop_front();
                 if (error) return End(false);
             }

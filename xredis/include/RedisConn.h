@@ -24,11 +24,18 @@ class RedisConn {
     // new one has answered a ping: a hung server still accepts. False when the server is away.
     bool Refresh();
 
-    // Null without a reply; the connection is then unusable until Refresh.
-    RedisReplyPtr Command(int argc, const std::string_view* argv);
+    // Sends all the requests, then notes each reply in its request. They are answered in their
+    // order; unless all were, the connection is unusable until Refresh.
+    RedisOutcome Run(RedisRequest* requests, size_t count);
+
+    // False, and unusable, once the server has ended the connection while it was idle.
+    bool StillOpen();
 
     // The last connect, ping or command was answered. Also read under the lock of the list.
     bool Usable() const { return mConnStatus; }
+
+    // Of the last connect that failed.
+    const RedisConnectError& Error() const { return mError; }
 
     bool IsSlave() const { return mRole != 0; }
     unsigned int SlaveIdx() const { return mSlaveIdx; }
@@ -36,10 +43,11 @@ class RedisConn {
     unsigned int Port() const { return mPort; }
 
   private:
-    // Null when the server cannot be reached or rejects the password.
-    RedisContextPtr Open(std::chrono::milliseconds timeout) const;
+    // Null, and the reason noted, when the server cannot be reached or rejects the password.
+    RedisContextPtr Open(std::chrono::milliseconds timeout);
 
     RedisContextPtr mCtx;
+    std::string mBytes;  // of the commands under way; keeps its room
     const std::string mHost;
     const unsigned int mPort;
     const std::string mPass;
@@ -50,6 +58,7 @@ class RedisConn {
     const unsigned int mRole;
     const unsigned int mSlaveIdx;
     bool mConnStatus = false;
+    RedisConnectError mError;
 };
 
 using RedisConnPtr = std::unique_ptr<RedisConn>;

@@ -1,9 +1,10 @@
-// One command and its reply on a hiredis context.
+// Commands and their replies on a hiredis context.
 #pragma once
 
 #include <hiredis/hiredis.h>
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 struct RedisReplyDeleter {
@@ -16,16 +17,37 @@ struct RedisContextDeleter {
 };
 using RedisContextPtr = std::unique_ptr<redisContext, RedisContextDeleter>;
 
-// Arguments of the longest command.
-inline constexpr int kRedisMaxArguments = 4;
+// What became of a connection while commands were under way.
+enum class RedisOutcome : uint8_t {
+    Answered,
+    Lost,      // it ended, was reset or talked nonsense; the server may be well
+    TimedOut,  // nothing came in time: the server hangs, or the way to it is cut
+};
 
-// Sends the command and waits up to kRedisCommandTimeoutMs for the whole reply. Null when the
-// connection is lost, talks nonsense or is too slow; it must then be given up, for a reply that
-// comes late would be taken for the answer to the next command.
+// Appends a command as it goes over the wire; false without memory.
+bool AppendRedisCommand(std::string& bytes, int argc, const std::string_view* argv);
+
+// Commands that are sent together, and their replies one after the other, all within
+// kRedisCommandTimeoutMs of Send. Unless every reply was Answered the connection must be given up,
+// for a reply that comes late would be taken for the answer to the next command.
 //
 // hiredis formats and parses, but the socket is served here: its own read takes 16 KiB of stack,
-// as much as the message worker has, its time-out starts anew with every byte, and its write
-// raises SIGPIPE.
+// its time-out starts anew with every byte, and its write raises SIGPIPE.
 //
 // Thread: any; one at a time on one context.
-RedisReplyPtr RedisExchange(redisContext& context, int argc, const std::string_view* argv);
+class RedisExchange {
+  public:
+    // The context must outlive it.
+    explicit RedisExchange(redisContext& context);
+
+    RedisOutcome Send(std::string_view bytes);
+    // The reply to the first command that has none yet; set when Answered.
+    RedisOutcome Next(RedisReplyPtr& reply);
+
+  private:
+    redisContext& m_context;
+    const int64_t m_deadline;  // milliseconds of the steady clock
+};
+
+// One command and its reply; null when the connection must be given up.
+RedisReplyPtr AskRedis(redisContext& context, int argc, const std::string_view* argv);

@@ -17,7 +17,7 @@ class RedisCache {
     // False at the first node that cannot be connected or has a dbindex beyond the count; the
     // nodes after it are left to Keepalive.
     bool ConnectNodes(const RedisNode* nodes, unsigned int count,
-                      const std::atomic<bool>& cancelled);
+                      const std::atomic<bool>& cancelled, RedisConnectError& error);
 
     unsigned int HashBase() const;
     // Null beyond the slice count.

@@ -1,21 +1,53 @@
 #include "RedisConn.h"
 
 #include <strings.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "xredis/RedisMetrics.h"
 
 namespace {
 
 RedisReplyPtr Ping(redisContext& context) {
     constexpr std::string_view kPing = "PING";
-    return RedisExchange(context, 1, &kPing);
+    return AskRedis(context, 1, &kPing);
 }
 
-bool Authenticate(redisContext& context, std::string_view passwd) {
+// The reason why not; empty when the password was taken.
+std::string Authenticate(redisContext& context, std::string_view passwd) {
     const std::array<std::string_view, 2> argv{"AUTH", passwd};
-    const RedisReplyPtr reply = RedisExchange(context, static_cast<int>(argv.size()), argv.data());
-    return reply && reply->str != nullptr && strcasecmp(reply->str, "OK") == 0;
+    const RedisReplyPtr reply = AskRedis(context, static_cast<int>(argv.size()), argv.data());
+    if (!reply || reply->str == nullptr) return "no answer to the password";
+    return strcasecmp(reply->str, "OK") == 0 ? "" : reply->str;
+}
+
+bool Append(std::string& bytes, const RedisRequest& request) {
+    char seconds[16];
+    std::snprintf(seconds, sizeof(seconds), "%d", request.seconds);
+    static constexpr std::string_view kNames[] = {"EXISTS", "DEL", "SETEX"};
+    const std::array<std::string_view, 4> argv{kNames[static_cast<size_t>(request.verb)],
+                                               request.key, seconds, request.value};
+    return AppendRedisCommand(bytes, request.verb == RedisRequest::Verb::Setex ? 4 : 2,
+                              argv.data());
+}
+
+bool Succeeded(const redisReply& reply, RedisRequest::Verb verb) {
+    if (reply.type == REDIS_REPLY_NIL || reply.type == REDIS_REPLY_ERROR) return false;
+    if (verb != RedisRequest::Verb::Setex) {
+        return reply.type == REDIS_REPLY_STATUS || reply.integer == 1;
+    }
+    return reply.str != nullptr && strcasecmp(reply.str, "OK") == 0;
+}
+
+void Judge(const redisReply& reply, RedisRequest& request) {
+    request.answered = true;
+    request.done = Succeeded(reply, request.verb);
+    request.refused = reply.type == REDIS_REPLY_ERROR;
+    if (request.refused && reply.str != nullptr) request.error = reply.str;
 }
 
 }  // namespace
@@ -31,7 +63,8 @@ RedisConn::RedisConn(const RedisNode& node, unsigned int type, unsigned int slav
       mRole(node.role),
       mSlaveIdx(slaveIdx) {}
 
-RedisContextPtr RedisConn::Open(std::chrono::milliseconds timeout) const {
+RedisContextPtr RedisConn::Open(std::chrono::milliseconds timeout) {
+    mError = {};
     if (mHost.empty()) return nullptr;  // not configured: nothing to look up
 
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
@@ -39,9 +72,13 @@ RedisContextPtr RedisConn::Open(std::chrono::milliseconds timeout) const {
     const timeval limit{static_cast<time_t>(seconds.count()),
                         static_cast<suseconds_t>(rest.count())};
     RedisContextPtr context(redisConnectWithTimeout(mHost.c_str(), static_cast<int>(mPort), limit));
-    if (!context || context->err != 0) return nullptr;
-    if (!mPass.empty() && !Authenticate(*context, mPass)) return nullptr;
-    return context;
+    if (!context || context->err != 0) {
+        mError.text = context ? context->errstr : "out of memory";
+        return nullptr;
+    }
+    if (mPass.empty()) return context;
+    mError = {Authenticate(*context, mPass), true};
+    return mError.text.empty() ? std::move(context) : nullptr;
 }
 
 // In slices, so that giving up need not wait for a host that swallows connects.
@@ -73,8 +110,33 @@ bool RedisConn::Refresh() {
     return mConnStatus;
 }
 
-RedisReplyPtr RedisConn::Command(int argc, const std::string_view* argv) {
-    RedisReplyPtr reply = RedisExchange(*mCtx, argc, argv);
-    mConnStatus = reply != nullptr;
-    return reply;
+RedisOutcome RedisConn::Run(RedisRequest* requests, size_t count) {
+    using Clock = std::chrono::steady_clock;
+    auto* metrics = g_RedisMetrics.Get();
+    const auto begin = Clock::now();
+    mBytes.clear();
+    bool formatted = true;
+    for (size_t i = 0; i < count; ++i)
+        formatted = Append(mBytes, requests[i]) && formatted;
+
+    RedisExchange exchange(*mCtx);
+    RedisOutcome outcome = formatted ? exchange.Send(mBytes) : RedisOutcome::Lost;
+    for (size_t i = 0; i < count && outcome == RedisOutcome::Answered; ++i) {
+        RedisReplyPtr reply;
+        outcome = exchange.Next(reply);
+        if (reply) Judge(*reply, requests[i]);
+        if (metrics == nullptr) continue;
+        const std::chrono::nanoseconds took = Clock::now() - begin;
+        metrics->latency.Add(static_cast<uint64_t>(took.count()));
+    }
+    mConnStatus = outcome == RedisOutcome::Answered;
+    return outcome;
+}
+
+// Nothing is to be read on an idle connection but its end.
+bool RedisConn::StillOpen() {
+    char byte = 0;
+    const ssize_t seen = recv(mCtx->fd, &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
+    mConnStatus = seen < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+    return mConnStatus;
 }

@@ -27,8 +27,8 @@ RedisConnPtr RedisConnList::Take(bool usable) {
     return conn;
 }
 
-bool RedisDBSlice::AddNode(const RedisNode& node, bool connect,
-                           const std::atomic<bool>& cancelled) {
+bool RedisDBSlice::AddNode(const RedisNode& node, bool connect, const std::atomic<bool>& cancelled,
+                           RedisConnectError* error) {
     RedisConnList* list = &mSliceConn.RedisMasterConn;
     unsigned int slaveIdx = 0;
     if (node.role != 0) {
@@ -42,8 +42,10 @@ bool RedisDBSlice::AddNode(const RedisNode& node, bool connect,
     bool opened = false;
     for (unsigned int i = 0; i < node.poolsize; ++i) {
         auto conn = std::make_unique<RedisConn>(node, mType, slaveIdx);
+        const bool tried = connect;
         connect = connect && conn->Connect(cancelled);
         opened = opened || connect;
+        if (tried && !opened && error != nullptr) *error = conn->Error();
         Add(*list, mutex, std::move(conn));
     }
     return opened;
@@ -62,7 +64,15 @@ RedisConnPtr RedisDBSlice::TakeFrom(RedisConnList& list, std::unique_lock<std::m
     list.returned.wait_for(lock, std::chrono::milliseconds(kRedisCommandTimeoutMs), [&list] {
         return !list.alive || list.pinged == 0 || list.Count(true) > 0;
     });
-    return list.alive ? list.Take(true) : nullptr;
+    RedisConnPtr conn;
+    while (list.alive && (conn = list.Take(true)) && !conn->StillOpen()) {
+        mAiling = true;
+        const RedisConn& lost = *list.idle.emplace_back(std::move(conn));
+        list.alive = !list.AllLost();
+        if (!list.alive) LogAlive(lost, false);
+    }
+    if (conn) ++list.lent;
+    return conn;
 }
 
 RedisConnPtr RedisDBSlice::GetConn(unsigned int ioType) {
@@ -78,7 +88,7 @@ RedisConnPtr RedisDBSlice::GetConn(unsigned int ioType) {
     return conn;
 }
 
-void RedisDBSlice::FreeConn(RedisConnPtr conn, bool replied) {
+void RedisDBSlice::FreeConn(RedisConnPtr conn, RedisOutcome outcome) {
     const RedisConn& returned = *conn;  // stays in the list for good
     bool died = false;
     {
@@ -86,10 +96,14 @@ void RedisDBSlice::FreeConn(RedisConnPtr conn, bool replied) {
         const std::lock_guard lock(mutex);
         RedisConnList& list = conn->IsSlave() ? mSliceConn.RedisSlaveConn[conn->SlaveIdx()]
                                               : mSliceConn.RedisMasterConn;
-        if (!replied) died = std::exchange(list.alive, false);
         list.idle.push_back(std::move(conn));
+        --list.lent;
+        const bool away =
+            outcome == RedisOutcome::TimedOut || (outcome == RedisOutcome::Lost && list.AllLost());
+        if (away) died = std::exchange(list.alive, false);
         list.returned.notify_one();
     }
+    if (outcome != RedisOutcome::Answered) mAiling = true;
     if (died) LogAlive(returned, false);
 }
 
@@ -142,9 +156,9 @@ bool RedisDBSlice::RefreshOne(RedisConnList& list, std::mutex& mutex, bool usabl
         --list.pinged;
         // A broken connection that stays broken says nothing about the others: the server may
         // just be at its connection limit.
-        alive = up || (list.alive && (!usable || answered));
-        changed = std::exchange(list.alive, alive) != alive;
         list.idle.push_back(std::move(conn));
+        alive = up || (list.alive && (!usable || answered) && !list.AllLost());
+        changed = std::exchange(list.alive, alive) != alive;
         list.returned.notify_all();
     }
     if (changed) LogAlive(refreshed, alive);

@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 
@@ -11,52 +10,50 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+int64_t NowMs() {
+    using std::chrono::milliseconds;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<milliseconds>(now).count();
+}
 
-bool WaitFor(int fd, short events, Clock::time_point deadline) {
+RedisOutcome WaitFor(int fd, short events, int64_t deadline) {
     for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        if (left <= 0) return false;
+        const int64_t left = deadline - NowMs();
+        if (left <= 0) return RedisOutcome::TimedOut;
         pollfd entry{fd, events, 0};
         const int ready = poll(&entry, 1, static_cast<int>(left));
-        if (ready > 0) return true;
-        if (ready < 0 && errno != EINTR) return false;
+        if (ready > 0) return RedisOutcome::Answered;
+        if (ready < 0 && errno != EINTR) return RedisOutcome::Lost;
     }
 }
 
-// True when the failed call is to be made again because the socket is ready or was interrupted.
-bool MayRetry(int fd, short events, Clock::time_point deadline) {
-    if (errno == EINTR) return true;
-    return (errno == EAGAIN || errno == EWOULDBLOCK) && WaitFor(fd, events, deadline);
+// Answered when the failed call is to be made again, the socket being ready or the call
+// interrupted.
+RedisOutcome AfterFailure(int fd, short events, int64_t deadline) {
+    if (errno == EINTR) return RedisOutcome::Answered;
+    if (errno != EAGAIN && errno != EWOULDBLOCK) return RedisOutcome::Lost;
+    return WaitFor(fd, events, deadline);
 }
 
-bool SendAll(int fd, std::string_view bytes, Clock::time_point deadline) {
-    while (!bytes.empty()) {
-        const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent >= 0) {
-            bytes.remove_prefix(static_cast<size_t>(sent));
-        } else if (!MayRetry(fd, POLLOUT, deadline)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// Feeds what has arrived to the parser. False when the connection is lost or the time is up.
-bool Receive(redisContext& context, Clock::time_point deadline) {
-    char bytes[512];  // replies are short, and the caller may be the message worker
-    if (!WaitFor(context.fd, POLLIN, deadline)) return false;
+// Feeds what arrives to the parser.
+RedisOutcome Receive(redisContext& context, int64_t deadline) {
+    char bytes[512];  // replies are short, and so may be the caller's stack
+    const RedisOutcome outcome = WaitFor(context.fd, POLLIN, deadline);
+    if (outcome != RedisOutcome::Answered) return outcome;
     const ssize_t received = recv(context.fd, bytes, sizeof(bytes), MSG_DONTWAIT);
-    if (received == 0) return false;
-    if (received < 0) return MayRetry(context.fd, POLLIN, deadline);
-    return redisReaderFeed(context.reader, bytes, static_cast<size_t>(received)) == REDIS_OK;
+    if (received == 0) return RedisOutcome::Lost;
+    if (received < 0) return AfterFailure(context.fd, POLLIN, deadline);
+    const int fed = redisReaderFeed(context.reader, bytes, static_cast<size_t>(received));
+    return fed == REDIS_OK ? RedisOutcome::Answered : RedisOutcome::Lost;
 }
 
-bool SendCommand(redisContext& context, int argc, const std::string_view* argv,
-                 Clock::time_point deadline) {
-    const char* texts[kRedisMaxArguments];
-    size_t lengths[kRedisMaxArguments];
+}  // namespace
+
+bool AppendRedisCommand(std::string& bytes, int argc, const std::string_view* argv) {
+    constexpr int kMaxArguments = 4;  // of the longest command
+    const char* texts[kMaxArguments];
+    size_t lengths[kMaxArguments];
+    if (argc > kMaxArguments) return false;
     for (int i = 0; i < argc; ++i) {
         texts[i] = argv[i].data();
         lengths[i] = argv[i].size();
@@ -64,23 +61,47 @@ bool SendCommand(redisContext& context, int argc, const std::string_view* argv,
     char* command = nullptr;
     const int length = redisFormatCommandArgv(&command, argc, texts, lengths);
     if (length < 0) return false;
-    const bool sent =
-        SendAll(context.fd, std::string_view(command, static_cast<size_t>(length)), deadline);
+    bytes.append(command, static_cast<size_t>(length));
     redisFreeCommand(command);
-    return sent;
+    return true;
 }
 
-}  // namespace
+RedisExchange::RedisExchange(redisContext& context)
+    : m_context(context), m_deadline(NowMs() + kRedisCommandTimeoutMs) {}
 
-RedisReplyPtr RedisExchange(redisContext& context, int argc, const std::string_view* argv) {
-    const Clock::time_point deadline =
-        Clock::now() + std::chrono::milliseconds(kRedisCommandTimeoutMs);
-    if (argc > kRedisMaxArguments || !SendCommand(context, argc, argv, deadline)) return nullptr;
-
-    void* reply = nullptr;
-    while (redisReaderGetReply(context.reader, &reply) == REDIS_OK) {
-        if (reply != nullptr) return RedisReplyPtr(static_cast<redisReply*>(reply));
-        if (!Receive(context, deadline)) return nullptr;
+RedisOutcome RedisExchange::Send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent =
+            send(m_context.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent >= 0) {
+            bytes.remove_prefix(static_cast<size_t>(sent));
+            continue;
+        }
+        const RedisOutcome outcome = AfterFailure(m_context.fd, POLLOUT, m_deadline);
+        if (outcome != RedisOutcome::Answered) return outcome;
     }
-    return nullptr;
+    return RedisOutcome::Answered;
+}
+
+RedisOutcome RedisExchange::Next(RedisReplyPtr& reply) {
+    void* parsed = nullptr;
+    while (redisReaderGetReply(m_context.reader, &parsed) == REDIS_OK) {
+        if (parsed != nullptr) {
+            reply.reset(static_cast<redisReply*>(parsed));
+            return RedisOutcome::Answered;
+        }
+        const RedisOutcome outcome = Receive(m_context, m_deadline);
+        if (outcome != RedisOutcome::Answered) return outcome;
+    }
+    return RedisOutcome::Lost;
+}
+
+RedisReplyPtr AskRedis(redisContext& context, int argc, const std::string_view* argv) {
+    std::string bytes;
+    RedisExchange exchange(context);
+    RedisReplyPtr reply;
+    if (AppendRedisCommand(bytes, argc, argv) && exchange.Send(bytes) == RedisOutcome::Answered) {
+        exchange.Next(reply);
+    }
+    return reply;
 }

@@ -1,7 +1,7 @@
 #include "RedisPool.h"
 
 bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
-                              const std::atomic<bool>& cancelled) {
+                              const std::atomic<bool>& cancelled, RedisConnectError& error) {
     SliceList slices;
     for (unsigned int i = 0; i < count; ++i) {
         slices.push_back(std::make_shared<RedisDBSlice>(mCachetype, i));
@@ -14,8 +14,8 @@ bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
     bool connected = true;
     for (unsigned int i = 0; i < count; ++i) {
         const unsigned int dbindex = nodes[i].dbindex;
-        connected = dbindex < count && slices[dbindex]->AddNode(nodes[i], connected, cancelled) &&
-                    connected;
+        connected = dbindex < count &&
+                    slices[dbindex]->AddNode(nodes[i], connected, cancelled, &error) && connected;
     }
     return connected;
 }

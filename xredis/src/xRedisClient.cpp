@@ -1,10 +1,6 @@
 #include "xredis/xRedisClient.h"
 
-#include <strings.h>
-
-#include <array>
-#include <chrono>
-#include <cstdio>
+#include <utility>
 
 #include "RedisPool.h"
 #include "xredis/RedisMetrics.h"
@@ -17,39 +13,11 @@ void CountFault(RedisFault fault) {
     if (auto* metrics = g_RedisMetrics.Get()) metrics->CountFault(fault);
 }
 
-// The command on that connection, its duration counted.
-RedisReplyPtr Measured(RedisConn& conn, int argc, const std::string_view* argv) {
-    auto* metrics = g_RedisMetrics.Get();
-    if (metrics == nullptr) return conn.Command(argc, argv);
-    using Clock = std::chrono::steady_clock;
-    const auto begin = Clock::now();
-    RedisReplyPtr reply = conn.Command(argc, argv);
-    metrics->latency.Add(
-        static_cast<uint64_t>(std::chrono::nanoseconds(Clock::now() - begin).count()));
-    return reply;
-}
-
-// Leaves the reason in `error` when the reply is none to work with.
-bool CheckReply(const redisReply* reply, std::string& error) {
-    if (reply == nullptr) {
-        error = "redis connection be closed";
-        CountFault(RedisFault::NoReply);
-        return false;
-    }
-    if (reply->type == REDIS_REPLY_NIL || reply->type == REDIS_REPLY_ERROR) {
-        if (reply->type == REDIS_REPLY_ERROR) CountFault(RedisFault::Refused);
-        error = reply->str != nullptr ? reply->str : "";
-        return false;
-    }
-    return true;
-}
-
-bool IsOne(const redisReply& reply) {
-    return reply.type == REDIS_REPLY_STATUS || reply.integer == 1;
-}
-
-bool IsOk(const redisReply& reply) {
-    return reply.str != nullptr && strcasecmp(reply.str, "OK") == 0;
+// Of requests that have their reply.
+void NoteReply(const RedisRequest& request, std::string& error) {
+    if (!request.refused) return;
+    CountFault(RedisFault::Refused);
+    error = request.error;
 }
 
 }  // namespace
@@ -83,7 +51,7 @@ bool xRedisClient::ConnectRedisCache(const RedisNode* nodes, unsigned int count,
                                      unsigned int type) {
     const RedisPool* pool = mRedisPool.load();
     RedisCache* cache = pool != nullptr ? pool->GetCache(type) : nullptr;
-    return cache != nullptr && cache->ConnectNodes(nodes, count, mCancelled);
+    return cache != nullptr && cache->ConnectNodes(nodes, count, mCancelled, mConnectError);
 }
 
 void xRedisClient::Keepalive() {
@@ -91,36 +59,48 @@ void xRedisClient::Keepalive() {
     if (pool != nullptr) pool->Keepalive();
 }
 
-bool xRedisClient::Command(RedisDBIdx& index, int argc, const std::string_view* argv,
-                           JudgeReply judge) {
+void xRedisClient::Run(RedisDBIdx& index, RedisRequest* requests, size_t count) {
+    constexpr int kAttempts = 2;
     const RedisPool* pool = mRedisPool.load();
     const RedisCache* cache = pool != nullptr ? pool->GetCache(index.mType) : nullptr;
     const auto slice = cache != nullptr ? cache->GetSlice(index.mIndex) : nullptr;
-    RedisConnPtr conn = slice ? slice->GetConn(index.mIOFlag ? index.mIOtype : 0) : nullptr;
-    if (!conn) {
-        index.mStrerr = "get connection error";
-        CountFault(RedisFault::NoConnection);
-        return false;
+    size_t replies = 0;
+    RedisFault fault = RedisFault::NoConnection;
+    auto outcome = RedisOutcome::Lost;
+    for (int i = 0; i < kAttempts && outcome == RedisOutcome::Lost && replies < count; ++i) {
+        RedisConnPtr conn = slice ? slice->GetConn(index.mIOFlag ? index.mIOtype : 0) : nullptr;
+        if (!conn) break;
+        fault = RedisFault::NoReply;
+        outcome = conn->Run(requests + replies, count - replies);
+        slice->FreeConn(std::move(conn), outcome);
+        for (; replies < count && requests[replies].answered; ++replies)
+            NoteReply(requests[replies], index.mStrerr);
     }
-    const RedisReplyPtr reply = Measured(*conn, argc, argv);
-    slice->FreeConn(std::move(conn), reply != nullptr);
-    return CheckReply(reply.get(), index.mStrerr) && judge(*reply);
+    const bool ailing = slice && (slice->TakeAiling() || fault == RedisFault::NoConnection);
+    if (ailing) mAiling = true;
+    if (replies == count) return;
+    index.mStrerr =
+        fault == RedisFault::NoReply ? "redis connection be closed" : "get connection error";
+    for (; replies < count; ++replies)
+        CountFault(fault);
+}
+
+bool xRedisClient::RunOne(RedisDBIdx& index, const RedisRequest& request) {
+    RedisRequest copy = request;
+    Run(index, &copy, 1);
+    return copy.done;
 }
 
 bool xRedisClient::exists(RedisDBIdx& index, std::string_view key) {
-    const std::array<std::string_view, 2> argv{"EXISTS", key};
-    return Command(index, static_cast<int>(argv.size()), argv.data(), IsOne);
+    return RunOne(index, {.verb = RedisRequest::Verb::Exists, .key = key});
 }
 
 bool xRedisClient::del(RedisDBIdx& index, std::string_view key) {
-    const std::array<std::string_view, 2> argv{"DEL", key};
-    return Command(index, static_cast<int>(argv.size()), argv.data(), IsOne);
+    return RunOne(index, {.verb = RedisRequest::Verb::Del, .key = key});
 }
 
 bool xRedisClient::setex(RedisDBIdx& index, std::string_view key, int seconds,
                          std::string_view value) {
-    char decimal[16];
-    std::snprintf(decimal, sizeof(decimal), "%d", seconds);
-    const std::array<std::string_view, 4> argv{"SETEX", key, decimal, value};
-    return Command(index, static_cast<int>(argv.size()), argv.data(), IsOk);
+    return RunOne(
+        index, {.verb = RedisRequest::Verb::Setex, .key = key, .seconds = seconds, .value = value});
 }

@@ -2,12 +2,13 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 class RedisPool;
 class xRedisClient;
-struct redisReply;
 
 // One Redis server of a cache.
 struct _REDIS_NODE_ {
@@ -21,8 +22,29 @@ struct _REDIS_NODE_ {
 };
 using RedisNode = _REDIS_NODE_;
 
+// Why a server could not be connected.
+struct RedisConnectError {
+    std::string text;       // hiredis' or the server's reason; empty if none
+    bool password = false;  // it does not take the password
+};
+
 // Spreads keys over the slices of a cache.
 using HASHFUN = unsigned int (*)(const char* key);
+
+// One of several commands that go out together, and what came of it. The texts are the caller's.
+struct RedisRequest {
+    enum class Verb : uint8_t { Exists, Del, Setex };
+
+    Verb verb;
+    std::string_view key;
+    int seconds = 0;  // SETEX
+    std::string_view value{};
+
+    bool answered = false;  // Redis replied, if only with an error
+    bool done = false;      // EXISTS, DEL: the key was there; SETEX: stored
+    bool refused = false;   // the reply was an error
+    std::string error{};    // its text
+};
 
 // Where one request goes, and why it failed. Made per request on the caller's stack.
 // Owns its error text; points at the client, which must outlive it. Thread: one at a time.
@@ -54,9 +76,10 @@ class RedisDBIdx {
 
 // Pools of connections to one or more Redis servers. Owns the pool. Not copyable.
 //
-// A command never connects and never waits longer than kRedisCommandTimeoutMs for its answer. A
-// server that does not answer, or a lost connection, takes its slice out of use: commands then
-// fail at once, without anything being sent, until Keepalive finds the server again.
+// A command never connects and never waits longer than kRedisCommandTimeoutMs for its answer. When
+// its connection is lost meanwhile it is tried once more, on another one. A server that does not
+// answer in time, or the loss of all connections, takes its slice out of use: commands then fail at
+// once, without anything being sent, until Keepalive finds the server again.
 //
 // Thread: any for commands and Keepalive. Init and ConnectRedisCache belong to one thread, which
 // may still be in them while others issue commands; those fail until a connection is up.
@@ -78,6 +101,9 @@ class xRedisClient {
     // Blocks up to the node's time-out where a host swallows connects.
     bool ConnectRedisCache(const RedisNode* nodes, unsigned int count, unsigned int type);
 
+    // Of the last ConnectRedisCache that failed. The thread that called it.
+    const RedisConnectError& ConnectError() const { return mConnectError; }
+
     // Ends a ConnectRedisCache under way, and every later one, within half a second. Any thread.
     void CancelConnects() { mCancelled = true; }
 
@@ -85,6 +111,15 @@ class xRedisClient {
     // seconds on a thread that may block: a pass over a dead list of connections takes up to a
     // second. No lock is held meanwhile, so commands go on.
     void Keepalive();
+
+    // True once after a connection became unusable or a command found none: Keepalive may be called
+    // early. Any thread.
+    bool WantsKeepalive() { return mAiling.load() && mAiling.exchange(false); }
+
+    // Sends the requests together on one connection of the index's slice, so that all wait for one
+    // round trip, and notes what came of each. Redis deals with them in their order. The index
+    // keeps the reason of the last failure.
+    void Run(RedisDBIdx& index, RedisRequest* requests, size_t count);
 
     // EXISTS key: true when the key is there.
     bool exists(RedisDBIdx& index, std::string_view key);
@@ -98,14 +133,13 @@ class xRedisClient {
   private:
     friend class RedisDBIdx;
 
-    using JudgeReply = bool (*)(const redisReply& reply);
-
-    // One command on one connection of the index's slice; the judge sees only proper replies.
-    bool Command(RedisDBIdx& index, int argc, const std::string_view* argv, JudgeReply judge);
+    bool RunOne(RedisDBIdx& index, const RedisRequest& request);
 
     // Published by Init, read by any thread; deleted by the destructor.
     std::atomic<RedisPool*> mRedisPool{nullptr};
     std::atomic<bool> mCancelled{false};
+    std::atomic<bool> mAiling{false};
+    RedisConnectError mConnectError;
 };
 
 // How long a command, an AUTH or a PING waits for its answer.
