@@ -9,6 +9,7 @@
 #include "MessageLimits.h"
 
 class LobbyPlayer;
+struct RegistryJob;
 
 // What a session knows of its player: who he is after the connect notice, the account data the
 // queue server returned, and the time stamps that throttle requests. A new connection starts with
@@ -48,6 +49,11 @@ struct PlayerSession {
     time_t m_tLastExchangeCoinTime = 0;
     MessageLimits::Usage m_Usage;     // counts for the configured limits
     bool m_bEarlySubscriber = false;  // subscribed to a farm key while m_iUserID was 0
+
+    // What OnlineRegistry knows of the session.
+    enum class Mark : uint8_t { None, Set, Failed };  // None: not entered, or not yet
+    Mark m_eMark = Mark::None;
+    RegistryJob* m_lpEntering = nullptr;  // while it is being entered
 };
 
 // The session of one connection.

@@ -19,6 +19,7 @@
 #include "LobbyTables.h"
 #include "MessageLimits.h"
 #include "NodeSet.h"
+#include "OnlineRegistry.h"
 #include "ReconnectService.h"
 
 class ActivitySystem;
@@ -80,6 +81,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Closes the newest session of the user that is not `except`, leaving the online mark to the
     // session that took over; 1 when there was one, else 0.
     int KickOutLobbyPlayer(int userID, LobbyPlayer* except);
+    void KickOutSession(LobbyPlayer* player) { SendKickOut(player, false); }  // one that is known
     void KickOutAllLobbyPlayer();                // maintenance: closes every session
     void SendKickOutNoticeToCenter(int userID);  // has the other lobbies drop the user
     // Reads the forbidden name fragments anew and appends the disabled user ids: the latter are
@@ -117,6 +119,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Message worker only, from here on.
     CompeteConfig m_competeConfig;
     LobbyRedisServer m_LobbyRedisServer;
+    OnlineRegistry m_OnlineRegistry{*this};
     int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
     int32_t m_iSendBulletinTime = 30;  // seconds
     std::atomic<int64_t> m_lTimer{0};  // epoch seconds of the next keep-alive; main sets it too

@@ -26,9 +26,12 @@ class QueueServerHandler : public LinkHandler {
     // Both return whether the node is this link.
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
 
-    // The last step of a login.
+    // The account of a login; it is complete, and answered, once the registry has been asked.
     void OnUserInfoRes(void* data, long length);
     void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
+    // The registry has taken the session in. `online`: there was a mark, which now stands for this
+    // session; older, the session it stood for, is put out, or, when null, looked for elsewhere.
+    void OnEntered(LobbyPlayer* player, bool online, LobbyPlayer* older);
 
     // Bank.
     void OnBankLoginRes(void* data, long length);
@@ -59,6 +62,6 @@ class QueueServerHandler : public LinkHandler {
     // The session an answer belongs to; logs and returns null when it is gone.
     LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,
                            LogText<int, int> text);
-    void EnterRegistry(LobbyPlayer* player);
+    void AnswerLogin(LobbyPlayer* player, uint8_t error);
     void BookExchange(LobbyPlayer* giver, const QueueExchangeCoinRes& msg);
 };

@@ -177,6 +177,7 @@ TEST_F(RedisPoolTest, LostConnectionsCostNothingWhileOthersAreWell) {
     RedisNode node = Node(server, "", 8);
     node.port = static_cast<unsigned int>(proxy.Port());
     ASSERT_TRUE(Connect(node));
+    ASSERT_TRUE(Within(5s, [&] { return proxy.Count() == 8; }));
     for (int lost = 0; lost < 7; ++lost) {
         proxy.Kill(0, lost % 2 == 0);
         for (int i = 0; i < 8; ++i)

@@ -93,6 +93,29 @@ TEST(LobbyRedisServer, WithoutConfigurationEveryOperationFailsAndLogs) {
     EXPECT_EQ(registry.DelLobbyOnline(1), 0);
 }
 
+TEST(LobbyRedisServer, SaysWhyItFoundNoRedisAtTheStart) {
+    RedisServer server("pass"), away("", false);
+    const struct {
+        const char* host;
+        const RedisServer& at;
+        bool password;
+        const char* says;
+    } cases[] = {{"127.0.0.1", away, false, "Connection refused"},
+                 {"127.0.0.1", server, true, "WRONGPASS"},
+                 {"no.such.host.invalid", server, false, "name"}};
+    for (const auto& c : cases) {
+        LobbyRedisServer registry;
+        std::string host = c.host, passwd = c.password ? "wrong" : "";
+        registry.StartRedisServer(host.data(), static_cast<unsigned int>(c.at.Port()),
+                                  passwd.data(), 1);
+        EXPECT_EQ(registry.StartError().password, c.password);
+        EXPECT_THAT(registry.StartError().text, HasSubstr(c.says));
+    }
+    LobbyRedisServer registry;
+    Start(registry, server, "pass");
+    EXPECT_EQ(registry.StartError().text, "");
+}
+
 // Redis comes after the lobby, hangs, restarts, and hangs again while the lobby ends.
 TEST(LobbyRedisServer, NeverStallsWhateverRedisDoes) {
     RedisServer server("pass", false);

@@ -145,6 +145,7 @@ TEST_F(LobbyTest, StartNamesFaultyExtrasAndIgnoresThem) {
             EXPECT_TRUE(Has(log, text)) << row.config << log;
         const size_t ignored = Count(log, "is ignored, ") / 2;  // plain and coloured
         EXPECT_EQ(ignored + Count(log, guard) / 2, row.said.size()) << row.config << log;
-        EXPECT_EQ(Count(errors, "section ["), ignored) << errors;
+        EXPECT_EQ(Count(errors, "section ["), ignored + 1) << errors;
+        EXPECT_TRUE(Has(errors, "[Redis], key \"redis_server\": Connection refused\n"));
     }
 }

@@ -80,13 +80,13 @@ class DirectoryTest : public FolderTest {
     enum Port : unsigned short { CENTER = 9001, WEB, QUEUE, DATA, CONFIG, LOG, LISTEN = 9100 };
 
     void SetUp() override {
-        Write("LobbyServer.cfg",
-              std::string(
-                  "[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
-                  "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
-                  "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
-                  "[listen]\naddr=127.0.0.1:9100\n[Redis]\nredis_server=127.0.0.1:1\ntimeout=1\n") +
-                  extraConfig);
+        Write(
+            "LobbyServer.cfg",
+            std::string("[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
+                        "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
+                        "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
+                        "[listen]\naddr=127.0.0.1:9100\n") +
+                extraConfig);
         lobby = std::make_unique<LobbyServer>(net.Parts());
         net.Attach(lobby.get());
         ASSERT_EQ(lobby->Start(), 0);

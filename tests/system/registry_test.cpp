@@ -3,6 +3,7 @@
 
 #include "RedisProxy.h"
 #include "SystemTest.h"
+#include "activitySystem/Activity_Data_Msg.h"
 
 class RegistryTest : public SystemTest {
   protected:
@@ -17,8 +18,114 @@ class RegistryTest : public SystemTest {
         port = Serve(lobby, settings);
     }
 
+    // These users, all at once; each is answered.
+    std::vector<std::unique_ptr<Player>> LogIn(int32_t first, int count) {
+        std::vector<std::unique_ptr<Player>> players;
+        for (int i = 0; i < count; ++i) {
+            players.push_back(Connect(first + i));
+            players.back()->SendLogin();
+        }
+        for (auto& player : players)
+            EXPECT_EQ(player->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
+        return players;
+    }
+    std::string Marks() const { return redis.Command("DBSIZE"); }
+
     RedisProxy proxy{redis.Port()};
 };
+
+// Closes while an entering is under way: the account was asked for its activities just before.
+TEST_F(RegistryTest, ClosesAmidALoginLeaveTheMarksRight) {
+    ServeBehindProxy();
+    size_t confirmed = 0;
+    const auto enter = [&](int32_t user) {
+        auto player = Connect(user);
+        player->SendLogin();
+        Seen(ServerKind::Data, ACT_PROGRESS_REQ, confirmed++);
+        return player;
+    };
+    // What was handed over before is done when this is answered, for it takes the same way.
+    const auto settle = [&] { enter(20003)->Await(LOBBY_AUTHEN_RES_S2C); };
+    auto older = enter(20001);
+    older->Await(LOBBY_AUTHEN_RES_S2C);
+    proxy.SetDelay(milliseconds(100));
+    enter(20001).reset();
+    settle();
+    older->KeepAlive();
+    EXPECT_EQ(Online(20001), "1") << "of the older session";
+    auto newer = enter(20001);
+    older.reset();
+    newer->Await(LOBBY_AUTHEN_RES_S2C);
+    settle();
+    EXPECT_EQ(Online(20001), "1") << "of the newer session";
+    newer.reset();
+    enter(20005).reset();
+    EXPECT_TRUE(AwaitOffline(20001));
+    EXPECT_TRUE(AwaitOffline(20005));
+}
+
+TEST_F(RegistryTest, LostConnectionsAndAbsencesOfRedisCostNoOtherMarks) {
+    ServeBehindProxy();
+    std::vector<std::unique_ptr<Player>> older, newer;
+    for (auto* players : {&older, &newer}) {
+        for (int i = 0; i < 8; ++i) {
+            std::jthread killer([&] {
+                std::this_thread::sleep_for(milliseconds(i));
+                proxy.Kill(static_cast<size_t>(i), i % 2 == 0);
+            });
+            std::ranges::move(LogIn(20001 + i * 50, 50), std::back_inserter(*players));
+        }
+    }
+    for (auto& player : older)
+        EXPECT_TRUE(Closed(*player));
+    EXPECT_EQ(Marks(), ":400");
+    auto bystander = LoggedIn(20500);
+    for (const bool hangs : {true, false}) {
+        hangs ? redis.Hang() : redis.Stop();
+        for (int i = 0; i < 5; ++i)
+            EXPECT_NO_THROW(LoggedIn(20600)) << "without the registry";
+        bystander->KeepAlive();
+        hangs ? redis.Resume() : redis.Start();
+        // In use again within seconds, and exactly.
+        EXPECT_TRUE(Eventually([&] {
+            auto player = LoggedIn(20601);
+            return Online(20601) == "1";
+        }));
+        auto first = LoggedIn(20602);
+        auto second = LoggedIn(20602);
+        EXPECT_TRUE(Closed(*first));
+        EXPECT_EQ(Online(20602), "1");
+    }
+}
+
+TEST_F(RegistryTest, NobodyWaitsForALateRedisAndTheEndComesInTime) {
+    constexpr int count = 500;
+    ServeBehindProxy();
+    auto bystander = LoggedIn(20999);
+    auto players = LogIn(20001, count);
+    proxy.SetDelay(milliseconds(20));  // 20 s for all of them, one after the other
+    players.clear();
+    const auto longest = [&] {
+        auto slowest = Clock::duration::zero();
+        while (Marks() != ":1") {
+            const auto begin = Clock::now();
+            bystander->KeepAlive();
+            slowest = std::max(slowest, Clock::now() - begin);
+        }
+        return slowest;
+    };
+    EXPECT_LT(longest(), seconds(2 * SLOWER));
+    for (const bool hangs : {false, true}) {
+        if (hangs) ServeBehindProxy();
+        players = LogIn(20001, count);
+        if (hangs) redis.Hang();
+        lobby.Terminate();
+        EXPECT_EQ(lobby.AwaitEnd(5), 0);
+        EXPECT_EQ(lobby.LogHas("500 marks stay in Redis"), hangs);
+        EXPECT_TRUE(hangs || Marks() == ":0");
+    }
+    redis.Resume();
+}
 
 // What the marks must be at the end follows from who was answered and who is still connected.
 class OrderTest : public RegistryTest {
@@ -86,7 +193,7 @@ TEST_F(OrderTest, MarksAreThoseOfTheSessionsWhateverTheOrder) {
     ServeBehindProxy();
     for (const int ms : {0, 3, 0}) {
         proxy.SetDelay(milliseconds(ms));
-        for (int step = 0; step < 1500 && !HasFailure(); ++step)
+        for (int step = 0; step < 1000 && !HasFailure(); ++step)
             Step();
         ExpectMarksOfTheSessions();
     }

@@ -17,10 +17,46 @@ constexpr unsigned int kPoolSize = 8;
 constexpr int kMarkSeconds = 3 * 24 * 3600;
 constexpr std::chrono::seconds kKeepalivePeriod{2};
 
+// Between two passes, at least.
+constexpr std::chrono::milliseconds kKeepalivePause{100};
+constexpr const char* kMark = "1";
+
+void FormatKey(char* key, size_t size, int userId) {
+    std::snprintf(key, size, "Lobby:OnLine:UserID:%d", userId);
+}
+
+void LogOnline(int userId) {
+    __log(_DEBUG, "LobbyRedisServer::IsLobbyOnline", "userid[%d] lobby online", userId);
+}
+
+void LogStored(int userId, bool stored) {
+    const char* tag = "LobbyRedisServer::InsertLobbyOnline";
+    if (stored) {
+        __log(_DEBUG, tag, "insert lobby online info userid[%d] success!", userId);
+    } else {
+        __log(_ERROR, tag, "insert lobby online info userid[%d] failed!", userId);
+    }
+}
+
+// Of a user who leaves; before the deletion, as the line has always stood.
+void LogFound(int userId, const char* key, bool found) {
+    const char* tag = "LobbyRedisServer::DelLobbyOnline";
+    if (found) {
+        __log(_DEBUG, tag, "userid: %d del lobby onlineinfo sucess!", userId);
+    } else {
+        __log(_ERROR, tag, "key: %s 不存在", key);
+    }
+}
+
+void LogNotDeleted(int userId) {
+    __log(_ERROR, "LobbyRedisServer::DelLobbyOnline", "userid: %d del lobby onlineinfo failed!",
+          userId);
+}
+
 // The key of a user, and where it lies.
 struct UserMark {
     UserMark(xRedisClient& redis, int userId) : index(&redis) {
-        std::snprintf(key, sizeof(key), "Lobby:OnLine:UserID:%d", userId);
+        FormatKey(key, sizeof(key), userId);
         // Unplaced before StartRedisServer: the commands then fail, which is logged there.
         index.CreateDBIndex(key, APHashRedis, kCacheType);
     }
@@ -30,6 +66,16 @@ struct UserMark {
 };
 
 }  // namespace
+
+std::thread ThreadWithoutSignals(std::function<void()> run) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    std::thread thread(std::move(run));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return thread;
+}
 
 unsigned int APHashRedis(const char* key) {
     uint32_t hash = 0;
@@ -73,59 +119,109 @@ bool LobbyRedisServer::StartRedisServer(char* host, unsigned int port, char* pas
     return true;  // without Redis too: the lobby starts, the keep-alive thread finds it later
 }
 
-// The thread takes no signals: SIGTERM must wake the main thread.
 void LobbyRedisServer::StartKeepalive() {
     if (m_threadKeepalive.joinable()) return;
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    m_threadKeepalive = std::thread(&LobbyRedisServer::KeepaliveLoop, this);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    m_threadKeepalive = ThreadWithoutSignals([this] { KeepaliveLoop(); });
 }
 
 void LobbyRedisServer::KeepaliveLoop() {
     std::unique_lock lock(m_lockStop);
-    while (!m_condStop.wait_for(lock, kKeepalivePeriod, [this] { return m_bStop; })) {
+    while (!m_condStop.wait_for(lock, kKeepalivePeriod, [this] { return m_bStop || m_bHurry; }) ||
+           !m_bStop) {
+        m_bHurry = false;
         lock.unlock();
         xRedis.Keepalive();
         lock.lock();
+        // However many operations ask for the next.
+        if (m_condStop.wait_for(lock, kKeepalivePause, [this] { return m_bStop; })) return;
     }
+}
+
+// Rather than leave what was lost out of use for a whole period.
+void LobbyRedisServer::HurryKeepalive() {
+    if (!xRedis.WantsKeepalive()) return;
+    {
+        const std::lock_guard lock(m_lockStop);
+        m_bHurry = true;
+    }
+    m_condStop.notify_all();
 }
 
 int32_t LobbyRedisServer::IsLobbyOnline(int userId) {
     UserMark mark(xRedis, userId);
     const bool online = xRedis.exists(mark.index, mark.key);
-    if (online) {
-        __log(_DEBUG, "LobbyRedisServer::IsLobbyOnline", "userid[%d] lobby online", userId);
-    }
+    if (online) LogOnline(userId);
+    HurryKeepalive();
     return online ? 1 : 0;
 }
 
 int32_t LobbyRedisServer::InsertLobbyOnline(int userId) {
-    const char* tag = "LobbyRedisServer::InsertLobbyOnline";
     UserMark mark(xRedis, userId);
-    const bool stored = xRedis.setex(mark.index, mark.key, kMarkSeconds, "1");
-    if (stored) {
-        __log(_DEBUG, tag, "insert lobby online info userid[%d] success!", userId);
-    } else {
-        __log(_ERROR, tag, "insert lobby online info userid[%d] failed!", userId);
-    }
+    const bool stored = xRedis.setex(mark.index, mark.key, kMarkSeconds, kMark);
+    LogStored(userId, stored);
+    HurryKeepalive();
     return stored ? 1 : 0;
 }
 
 int32_t LobbyRedisServer::DelLobbyOnline(int userId) {
-    const char* tag = "LobbyRedisServer::DelLobbyOnline";
     UserMark mark(xRedis, userId);
-    if (!xRedis.exists(mark.index, mark.key)) {
-        __log(_ERROR, tag, "key: %s 不存在", mark.key);
-        return 0;
+    const bool found = xRedis.exists(mark.index, mark.key);
+    LogFound(userId, mark.key, found);
+    const bool deleted = found && xRedis.del(mark.index, mark.key);
+    if (found && !deleted) LogNotDeleted(userId);
+    HurryKeepalive();
+    return deleted ? 1 : 0;
+}
+
+// All keys lie in the one slice there is.
+void LobbyRedisServer::RunRequests(MarkRequests& work) {
+    if (work.requests.empty()) return;
+    RedisDBIdx index(&xRedis);
+    index.CreateDBIndex(work.requests.front().key.data(), APHashRedis, kCacheType);
+    xRedis.Run(index, work.requests.data(), work.requests.size());
+}
+
+void LobbyRedisServer::Run(MarkTask* const* tasks, size_t count, MarkRequests& work) {
+    using Verb = RedisRequest::Verb;
+    work.keys.resize(count);
+    work.requests.clear();
+    for (size_t i = 0; i < count; ++i) {
+        auto& key = work.keys[i];
+        FormatKey(key.data(), key.size(), tasks[i]->userId);
+        work.requests.push_back({.verb = Verb::Exists, .key = key.data()});
     }
-    // Before the deletion, as the line has always stood.
-    __log(_DEBUG, tag, "userid: %d del lobby onlineinfo sucess!", userId);
-    if (!xRedis.del(mark.index, mark.key)) {
-        __log(_ERROR, tag, "userid: %d del lobby onlineinfo failed!", userId);
-        return 0;
+    RunRequests(work);
+    for (size_t i = 0; i < count; ++i) {
+        tasks[i]->online = work.requests[i].done;
+        tasks[i]->stays = !tasks[i]->enters && !work.requests[i].answered;
     }
-    return 1;
+
+    work.requests.clear();
+    work.tasks.clear();
+    for (size_t i = 0; i < count; ++i) {
+        MarkTask& task = *tasks[i];
+        const char* key = work.keys[i].data();
+        if (!task.enters) LogFound(task.userId, key, task.online);
+        if (task.enters && task.online) LogOnline(task.userId);
+        if (task.enters == task.online) continue;
+        work.tasks.push_back(&task);
+        work.requests.push_back({.verb = task.enters ? Verb::Setex : Verb::Del,
+                                 .key = key,
+                                 .seconds = kMarkSeconds,
+                                 .value = kMark});
+    }
+    RunRequests(work);
+    for (size_t i = 0; i < work.tasks.size(); ++i)
+        FinishTask(*work.tasks[i], work.requests[i]);
+    HurryKeepalive();
+}
+
+void LobbyRedisServer::FinishTask(MarkTask& task, const RedisRequest& request) {
+    if (task.enters) {
+        task.stored = request.done;
+        LogStored(task.userId, request.done);
+        return;
+    }
+    task.stays = !request.answered || request.refused;
+    if (!request.done) LogNotDeleted(task.userId);
 }

@@ -93,31 +93,33 @@ void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short
                     player->m_iUserID, info.iFriendPropNum);
         m_lpLobbyServer->GetDataServerHandler()->SendActivityProgressReq(player);
         StoreAccount(player, info);
-        EnterRegistry(player);
-    }
-    __log(_DEBUG, "QueueServerHandler::HandleUserInfoRes:",
-          "error[%d], userid[%d] node[0x%08x] gameCoin[%lld], bankCoin[%lld] controlnum[%lld]",
-          info.cError, player->m_iUserID, NodeTag(player),
-          static_cast<long long>(player->llGameCoin), static_cast<long long>(player->llBankCoin),
-          static_cast<long long>(player->llControlNum));
-    m_lpLobbyServer->CheckforClientIsReady(player, info.cError);
-}
-
-// The session confirmed last stays. A mark that is there already is left as it is, unrenewed: it
-// now stands for this session.
-void QueueServerHandler::EnterRegistry(LobbyPlayer* player) {
-    LobbyRedisServer& registry = m_lpLobbyServer->m_LobbyRedisServer;
-    const int userID = player->m_iUserID;
-    if (registry.IsLobbyOnline(userID) == 0) {
-        registry.InsertLobbyOnline(userID);
+        m_lpLobbyServer->m_OnlineRegistry.Enter(player);
         return;
     }
-    __log(_DEBUG,
-          "QueueServerHandler::HandleUserInfoRes:", "userid[%d] node[0x%08x] has been online",
-          userID, NodeTag(player));
-    if (m_lpLobbyServer->KickOutLobbyPlayer(userID, player) == 0) {
-        m_lpLobbyServer->SendKickOutNoticeToCenter(userID);
+    AnswerLogin(player, info.cError);
+}
+
+void QueueServerHandler::AnswerLogin(LobbyPlayer* player, uint8_t error) {
+    __log(_DEBUG, "QueueServerHandler::HandleUserInfoRes:",
+          "error[%d], userid[%d] node[0x%08x] gameCoin[%lld], bankCoin[%lld] controlnum[%lld]",
+          error, player->m_iUserID, NodeTag(player), static_cast<long long>(player->llGameCoin),
+          static_cast<long long>(player->llBankCoin), static_cast<long long>(player->llControlNum));
+    m_lpLobbyServer->CheckforClientIsReady(player, error);
+}
+
+// The session confirmed last stays. A mark that was there already is left as it is, unrenewed.
+void QueueServerHandler::OnEntered(LobbyPlayer* player, bool online, LobbyPlayer* older) {
+    if (online) {
+        __log(_DEBUG,
+              "QueueServerHandler::HandleUserInfoRes:", "userid[%d] node[0x%08x] has been online",
+              player->m_iUserID, NodeTag(player));
+        if (older != nullptr) {
+            m_lpLobbyServer->KickOutSession(older);
+        } else {
+            m_lpLobbyServer->SendKickOutNoticeToCenter(player->m_iUserID);
+        }
     }
+    AnswerLogin(player, 0);
 }
 
 LobbyPlayer* QueueServerHandler::SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,

@@ -53,8 +53,10 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
 LobbyServer::~LobbyServer() {
     // A connect under way would hold the keeper, and with it the shutdown, for its whole time-out.
     CancelConnects();
+    m_OnlineRegistry.BeginStop();
     m_Reconnect.Stop();
     Shutdown();
+    m_OnlineRegistry.Stop();
     UnregisterActivities();
     m_Links.Clear();
     m_Clients.reset();

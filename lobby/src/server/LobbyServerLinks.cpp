@@ -214,8 +214,14 @@ bool LobbyServer::ConnectRedis() {
     }
     const int timeout = ReadInt(m_ConfigFile, KeyOf("Redis", "timeout"));
     const int queueSize = ReadInt(m_ConfigFile, KeyOf("Redis", "msgque_size"));
+    // First, lest the worker wait for connections that are up while others are being opened.
+    if (endpoint.host[0] != '\0') m_OnlineRegistry.Start();
     const bool result =
         m_LobbyRedisServer.StartRedisServer(endpoint.host, endpoint.port, szPasswd, timeout);
+    const RedisConnectError& error = m_LobbyRedisServer.StartError();
+    if (!error.text.empty()) {
+        ComplainConfig("Redis", error.password ? "szPasswd" : "redis_server", error.text.c_str());
+    }
     __log(_DEBUG, "LobbyServer::ConnectRedis",
           "Create RedisThread Success que_size[%d], ip[%s], port[%d], passwd[%s], timeout[%d] "
           "result[%d]",

@@ -91,7 +91,7 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
     m_lpLobbyClientHandler->unsubscribe(player, std::string());
     __log(_DEBUG, "LobbyServer::OnClosed", "lobby client userid[%d] node[0x%08x]",
           player->m_iUserID, NodeTag(player));
-    if (player->m_bDelOnline) m_LobbyRedisServer.DelLobbyOnline(player->m_iUserID);
+    if (player->m_bDelOnline) m_OnlineRegistry.Leave(player);
     m_lpLobbyClientHandler->DropEarlySubscriptions(*player);
     m_closedAccounts.Keep(*player);
     m_lpLobbyClientHandler->OnClosed(player, bClosed);
@@ -100,6 +100,7 @@ void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
 void LobbyServer::OnTimer(long now) {
     AssertWorker();
     TellLeftOutLines();
+    m_OnlineRegistry.Deliver();
     if (!m_bTicking.load(std::memory_order_acquire)) return;
     // Further ahead than one period means that the clock was set back.
     if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
