@@ -12,9 +12,18 @@ esac
 
 scripts/install-deps.sh run
 echo "Building (the first time takes a few minutes) ..."
-cmake --preset release -Wno-dev >/dev/null
-cmake --build --preset release --target LobbyServer platform_sim lobby_client |
-    { grep -vE '^\[|ninja: ' || true; }
+# What tests would need and is not there is no matter of the demo.
+cmake --preset release -Wno-dev --log-level=ERROR >/dev/null
+# At a terminal ninja shows its progress in one line; elsewhere every fiftieth step is shown.
+build() {
+    NINJA_STATUS='  %f of %t  ' cmake --build --preset release \
+        --target LobbyServer platform_sim lobby_client lobby_load
+}
+if [ -t 1 ]; then
+    build
+else
+    build | awk '!/^  [0-9]+ of / { if (!/^ninja: /) print } /^  [0-9]+ of / && NR % 50 == 0 { print "  " $1, $2, $3; fflush() }'
+fi
 bin=$PWD/build/release/bin
 web=$PWD/web
 
@@ -170,10 +179,13 @@ end_tour() {
     title "Done. ./demo.sh --serve leaves everything running for you to try."
 }
 
-lobby_port=$(free_port)
+# usual_port PORT: that port to stay with, so that the tools' defaults fit; else a free one.
+usual_port() { if [ "$mode" = tour ] || listens "$1"; then free_port; else echo "$1"; fi; }
+
+lobby_port=$(usual_port 9100)
 start_redis
 pids+=("$redis_pid"); disown
-start_simulator --web-root "$web" --lobby-address "ws://127.0.0.1:$lobby_port"
+start_simulator --control-port "$(usual_port 9110)" --players 5000 --web-root "$web" --lobby-address "ws://127.0.0.1:$lobby_port"
 pids+=("$sim_pid"); disown
 start_lobby lobby "$lobby_port"
 
@@ -181,7 +193,9 @@ if [ "$mode" = --serve ]; then
     title "The lobby is running."
     say "In a browser:    http://127.0.0.1:$page_port/"
     say "In a terminal:   build/release/bin/lobby_client --port $lobby_port --user 10001 login bank-login take 500"
-    say "Players 10001 to 10030, token \"token\", bank password \"888888\"."
+    say "                 and without commands it asks for them; help lists them"
+    say "Load:            build/release/bin/lobby_load --port $lobby_port players   (or echo, logins ...; --help-all)"
+    say "Players 10001 to 10030 and 20001 to 25000, token \"token\", bank password \"888888\"."
     say "Platform:        type help into: nc 127.0.0.1 $control_port   (recharge, bulletin, farm, stop ...)"
     say "Redis:           redis-cli -p $redis_port"
     say "Ctrl-C ends all of it."

@@ -109,7 +109,7 @@ measure_players() {
     local think=$1 empty=$2 warmup=$(($1 * 3 / 2 + 3)) pid=$server_pid mix=() before job peak
     local name="$players players, usual mix, one request in $think s each"
     if [ "$think" = 25 ]; then
-        mix=(--mix keepalive=1)
+        mix=(--mix keep-alive=1)
         name="$players players, one keep-alive in $think s each"
     fi
     load "think$think" "$server_port" --pid "$pid" -n "$players" --ramp 1500 --warmup "$warmup" \
@@ -177,7 +177,7 @@ measure_center() {
 
     # Players of the first lobby log in on the second.
     "$bin/lobby_load" -q -p "$server_port" -n "$moved" -d 600 players --think 25 \
-        --mix keepalive=1 >/dev/null 2>&1 &
+        --mix keep-alive=1 >/dev/null 2>&1 &
     crowd_pid=$!
     wait_for 30 eval '[ "$(redis dbsize)" = '$moved' ]'
     local first_before first_after
@@ -269,7 +269,7 @@ measure_nginx() {
 measure_stop() {
     local began job
     "$bin/lobby_load" -q -p "$server_port" -n "$players" -d 600 players --think 25 \
-        --mix keepalive=1 >/dev/null 2>&1 &
+        --mix keep-alive=1 >/dev/null 2>&1 &
     job=$!
     wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
     began=$(date +%s%3N)

@@ -101,10 +101,10 @@ TEST(WebSocket, SentFramesAreMaskedWithTheLengthFormTheirSizeNeeds) {
 TEST(Mix, NamesAndWeights) {
     const auto usual = ParseMix("");
     EXPECT_THAT(usual, testing::Each(testing::Gt(0u)));
-    const auto chosen = ParseMix("take=5,keepalive");
+    const auto chosen = ParseMix("take=5,keep-alive");
     for (size_t i = 0; i < chosen.size(); ++i) {
         const std::string name = Operations()[i].name;
-        EXPECT_EQ(chosen[i], name == "take" ? 5u : name == "keepalive" ? 1u : 0u);
+        EXPECT_EQ(chosen[i], name == "take" ? 5u : name == "keep-alive" ? 1u : 0u);
     }
     for (const char* bad : {"fly=1", "take=", "take=x", "take=1x", "take=0", ","})
         EXPECT_THROW(ParseMix(bad), std::invalid_argument) << bad;

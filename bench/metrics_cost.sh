@@ -59,6 +59,6 @@ start_redis
 start_simulator --quiet --players 200
 printf '%-38s %8s %8s %9s %9s %9s\n' 'instructions per operation' without with more 'user CPU' 'of all'
 compare '100 players, profile changes' -n 100 -d 15 \
-    players --mix keepalive=3,gender=1,face=1,signature=1,tournament=1
+    players --mix keep-alive=3,gender=1,face=1,signature=1,tournament=1
 compare '100 connections, 8 echoes in flight' -n 100 -d 10 \
     echo --size 8 --in-flight 8

@@ -83,7 +83,7 @@ compare cycle "${tcp[*]}" "${short[@]}" -n 64 cycle
 compare cycle16 "${tcp[*]}" "${short[@]}" -n 16 cycle
 compare websocket "${ws[*]}" "${short[@]}" --ws -n 100 echo --in-flight 8
 compare idle "${tcp[*]}" "${short[@]}" -n "$idle" idle
-compare broadcast lobby -d 60 --warmup 0.2 -n "$crowd" broadcast --rounds 10
+compare broadcast lobby -d 60 --warmup 0.2 -n "$crowd" echo --broadcast --rounds 10
 saved=$rounds rounds=1
 for n in "${clients[@]}"; do
     compare "growth$n" "lobby asio" "${long[@]}" -n "$n" echo --rate 10000

@@ -1,6 +1,6 @@
 // The player's page: its forms ask the lobby, and what the lobby tells goes where it belongs.
 import { byId, element, prepend } from './dom.js';
-import { LobbyClient } from './lobby-protocol.js';
+import { cutText, layoutOf, LobbyClient, TO_LOBBY } from './lobby-protocol.js';
 import { MessageLog } from './message-log.js';
 import { closeText, failureText, formatCoins } from './texts.js';
 import { notice, NOTICES, serverRow, tournamentFacts } from './views.js';
@@ -39,22 +39,48 @@ function say(output, text, kind) {
   output.className = `result ${kind}`;
 }
 
+// A field takes as many bytes as the message has room for: what would be cut when it is sent is cut
+// while it is typed. Characters outside ASCII take two bytes and more.
+const LIMITED = {
+  token: [0x00a1, 'szToken'], 'bank-password': [0x00d3, 'szBankPass'], 'bank-old': [0x00d9, 'szOldPassWd'],
+  'bank-new': [0x00d9, 'szNewPassWd'], 'bank-code': [0x00d9, 'szCode'],
+  'password-old': [0x00e1, 'szOldPassWd'], 'password-new': [0x00e1, 'szNewPassWd'],
+  nickname: [0x00e3, 'szNickName'], signature: [0x00e5, 'szPersonalSignature'],
+  mobile: [0x00e7, 'szMobileNumber'], 'real-name': [0x00e8, 'szRealName'],
+  identity: [0x00e8, 'szIdentity'], 'subscribe-key': [0x00f2, 'szKey'],
+};
+for (const [id, [type, name]] of Object.entries(LIMITED)) {
+  const { room } = layoutOf(TO_LOBBY, type).fields.find((field) => field.name === name);
+  const limit = () => {
+    const kept = cutText(byId(id).value, room);
+    const text = new TextDecoder().decode(kept);
+    if (text !== byId(id).value) byId(id).value = text;
+  };
+  // Not while a character is being put together by an input method.
+  byId(id).addEventListener('input', (event) => { if (!event.isComposing) limit(); });
+  byId(id).addEventListener('compositionend', limit);
+}
+
 // Makes a form ask the lobby: `action` gets the pressed button and returns what to say when it
-// went well. The form is not usable while its answer is awaited.
+// went well. The form is not usable while its answer is awaited; its buttons keep the focus, which
+// disabled ones would lose.
 function onSubmit(formId, operation, action) {
   const form = byId(formId);
   const output = form.querySelector('.result');
   form.addEventListener('submit', async (event) => {
     event.preventDefault();
+    if (form.ariaBusy === 'true') return;
     const buttons = form.querySelectorAll('button');
-    buttons.forEach((button) => { button.disabled = true; });
+    form.ariaBusy = 'true';
+    buttons.forEach((button) => { button.ariaDisabled = 'true'; });
     say(output, '…', '');
     try {
       say(output, await action(event.submitter) ?? '', 'good');
     } catch (error) {
       say(output, failureText(operation, error), 'bad');
     } finally {
-      buttons.forEach((button) => { button.disabled = false; });
+      form.ariaBusy = null;
+      buttons.forEach((button) => { button.ariaDisabled = null; });
     }
   });
 }
@@ -76,10 +102,17 @@ async function refreshCoins() {
 // worth an error.
 const refreshQuietly = () => refreshCoins().catch(() => {});
 
+// Who works with the keyboard goes on in what takes the place of what is hidden; a focus that lies
+// elsewhere stays.
 function showLoggedIn(isIn) {
-  byId('login-card').hidden = isIn;
-  byId('dashboard').hidden = !isIn;
+  const [shown, hidden] = isIn ? ['dashboard', 'login-card'] : ['login-card', 'dashboard'];
+  const isLost = [byId(hidden), byId('logout'), document.body]
+    .some((part) => part === document.activeElement || (part !== document.body
+      && part.contains(document.activeElement)));
+  byId(shown).hidden = false;
+  byId(hidden).hidden = true;
   byId('logout').hidden = !isIn;
+  if (isLost) byId(isIn ? 'dashboard' : 'login').focus();
 }
 
 function banner(text) {

@@ -87,5 +87,7 @@ export const NOTICES = {
     [notice('coins', `Player ${iFromUserID} sent you ${formatCoins(llExhangeCoin)} coins`)],
   faceFrame: ({ iError, iFrameId }) => [notice('account', iError === 0
     ? `Your picture frame is now ${iFrameId}` : `Your picture frame was not changed (${iError})`)],
+  activity: ({ iActivityId, iLevel, iProgress }) => [notice('activity',
+    `Activity ${iActivityId}: level ${iLevel}, progress ${iProgress}`)],
   activityClose: ({ iActivity }) => [notice('activity', `Activity ${iActivity} has ended`)],
 };

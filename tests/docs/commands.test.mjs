@@ -6,7 +6,7 @@ import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import test from 'node:test';
-import { documents, parts, read, root, run } from './tree.mjs';
+import { documents, parts, read, root, rowsOf, run, sectionOf, ticked } from './tree.mjs';
 
 const BIN = process.env.BIN;
 
@@ -70,6 +70,14 @@ test('options of the tools exist', () => {
     }
   }
   assert.deepEqual(unknown, []);
+});
+
+test('the commands of the simulator are those it lists', () => {
+  const { stdout } = spawnSync(path.join(BIN, 'platform_sim'), ['--quiet'], { input: 'help\nquit\n' });
+  const listed = [...`${stdout}`.matchAll(/^([a-z]+) /gm)].map(([, name]) => name);
+  const told = rowsOf(sectionOf(read('docs/simulator.md'), '## Commands'))
+    .flatMap(([cell]) => ticked(cell)).map((text) => text.split(' ')[0]);
+  assert.deepEqual([...new Set(told)].sort(), listed.filter((name) => name !== 'ports').sort());
 });
 
 // A command in a block without a mark would go unrun unnoticed.

@@ -148,14 +148,14 @@ TEST_F(MetricsTest, AgreeWithTheLoadTool) {
     load.quiet = true;
     load.warmup = 0;
     load.seconds = 1.5;
-    load.mix = "keepalive=4,gender=2,face=2,tournament=1";
+    load.mix = "keep-alive=4,gender=2,face=2,tournament=1";
     load.timeout = 10 * SLOWER;
     const Result result = PlayerLoad(load).Run();
     EXPECT_TRUE(result.errors.empty()) << result.errors.begin()->first;
 
     // An operation under way at the end is not among those the load tool has seen completed.
     const Scrape scrape = GetWhen("lobby_sessions", 0);  // the last that goes with a client
-    const char* const rows[][3] = {{"keepalive", "0xF0F1", "0xF0F1"},
+    const char* const rows[][3] = {{"keep-alive", "0xF0F1", "0xF0F1"},
                                    {"gender", "0x00E4", "0x00E4"},
                                    {"face", "0x00E6", "0x00E6"},
                                    {"tournament", "0x00F0", "0x00F1"}};

@@ -107,6 +107,7 @@ async function logIn() {
 async function fits(name, size) {
   assert.equal((await picture(page, name, size)).isTooWide, false, name);
 }
+const focus = () => page.evaluate(() => document.activeElement.id);
 
 test('a refused login and a lobby that is not there are told in words', async () => {
   await open(10001);
@@ -171,7 +172,12 @@ test('a player uses the bank; the message log names every field and hides secret
 
 test('rooms, tournament, subscription, profile and transfer', async () => {
   await open(10004);
-  await logIn();
+  await page.locator('#token').press('Enter');
+  await hasText('#status', 'logged in');
+  assert.equal(await focus(), 'dashboard');
+  await page.locator('#servers').press('Enter');
+  await hasText('#server-list-form .result', 'rooms');
+  assert.equal(await focus(), 'servers');
   await page.click('#servers');
   await hasText('#server-list-form .result', 'rooms');
   assert.ok(await page.locator('#server-rows tr').count() > 45);
@@ -184,6 +190,12 @@ test('rooms, tournament, subscription, profile and transfer', async () => {
   await page.click('#subscriptions button');
   assert.equal(await page.locator('#subscriptions li').count(), 0);
   await hasText('#log', 'ClientUnsubscribeMsg');
+  // 16 characters used to become 10, which the page called saved.
+  await page.locator('#nickname').pressSequentially('海'.repeat(16));
+  assert.equal(await page.inputValue('#nickname'), '海'.repeat(10));
+  await page.click('#nickname-form button');
+  await hasText('#nickname-form .result', 'Your nickname is saved.');
+  assert.match(await system.command('player 10004'), new RegExp(`nickname="${'海'.repeat(10)}"`));
   await fill({ nickname: 'the admin' });
   await page.click('#nickname-form button');
   await hasText('#nickname-form .result', 'This nickname is not allowed.');
@@ -246,7 +258,14 @@ test('the page fits a phone, light and dark', async () => {
 test('the end of a session is told in words', async () => {
   const endings = [
     [() => system.command('kick 10002'), 'logged in somewhere else'],
-    [() => system.command('stop 1'), 'maintenance'],
+    [async () => {
+      await page.focus('#take');
+      await system.command('stop 1');
+      await page.waitForSelector('#login-card');
+      assert.equal(await focus(), 'login');
+      await page.click('#login');
+      await hasText('#login-result', 'closed for maintenance');
+    }, ''],
     [() => system.stop(), 'connection to the lobby was lost'],
   ];
   for (const [cause, text] of endings) {
@@ -256,7 +275,7 @@ test('the end of a session is told in words', async () => {
       await page.waitForTimeout(500);
     }
     await cause();
-    await hasText('#banner', text);
+    if (text) await hasText('#banner', text);
     await page.waitForSelector('#login-card');
     await system.command('stop 0').catch(() => {});
   }

@@ -36,7 +36,7 @@ wait_for 20 listens 9100
 player 10001 login bank-login take 500 save 200 keep-alive
 player 10002 --ws login bank-login take 500 server-list tournament
 player 10003 login nickname 明月 gender 1 signature hello face 3 mobile 13800138000 \
-    real-name 王小明 11010519491231002X passwd 888888 999999 login-password 123456 654321
+    real-name 王小明 11010519491231002X bank-password 888888 999999 login-password 123456 654321
 sim keys
 sim vip
 "$bin/lobby_client" --watch --port 9100 --user 10004 login subscribe farm.harvest >"$work/four" &

@@ -6,26 +6,31 @@
 #include <thread>
 
 #include "Catalog.h"
+#include "Console.h"
 
 namespace client {
 namespace {
 
 using Words = std::vector<std::string>;
 
-bool IsNumber(const std::string& word) {
-    int64_t value = 0;
+template <class T>
+bool Fits(const std::string& word, T& value) {
     const auto result = std::from_chars(word.data(), word.data() + word.size(), value);
     return result.ec == std::errc() && result.ptr == word.data() + word.size();
 }
 
-int64_t Number(const std::string& word) {
-    int64_t value = 0;
-    std::from_chars(word.data(), word.data() + word.size(), value);
+// Words of steps have been checked by Parse.
+template <class T>
+T As(const std::string& word) {
+    T value{};
+    Fits(word, value);
     return value;
 }
-
+int64_t Number(const std::string& word) {
+    return As<int64_t>(word);
+}
 int32_t Number32(const std::string& word) {
-    return static_cast<int32_t>(Number(word));
+    return As<int32_t>(word);
 }
 
 void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
@@ -33,7 +38,7 @@ void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
     if (manner.json) {
         std::cout << catalog::DescribeJson(Direction::LobbyToClient, bytes) << std::endl;
     } else {
-        std::printf("%-12s %s\n", label,
+        std::printf("%-14s %s\n", label,
                     catalog::Describe(Direction::LobbyToClient, bytes).c_str());
         std::fflush(stdout);
     }
@@ -79,7 +84,8 @@ bool ServerList(Player& player, const Words&, const Manner& manner) {
 // One row of the command table.
 struct Command {
     const char* name;
-    const char* words;  // their names; a leading # marks a number
+    const char*
+        words;  // their names; # before one marks a number of 32 bits, + one of 64, * a secret
     const char* help;
     bool (*run)(Player&, const Words&, const Manner&);
 };
@@ -97,19 +103,19 @@ constexpr Command COMMANDS[] = {
      [](Player& p, const Words&, const Manner& m) {
          const auto res = p.BankLogin(m.bankPassword);
          return Show("bank-login", BANK_LOGIN_S2C, res, res.ucResultType, m); }},
-    {"take", "#AMOUNT", "take coin from the bank",
+    {"take", "+AMOUNT", "take coins out of the bank",
      [](Player& p, const Words& w, const Manner& m) {
          const auto res = p.Take(Number(w[0]), m.bankPassword);
          return Show("take", BANK_GET_COIN_S2C, res, res.ucResultType, m); }},
-    {"save", "#AMOUNT", "put coin into the bank",
+    {"save", "+AMOUNT", "put coins into the bank",
      [](Player& p, const Words& w, const Manner& m) {
          const auto res = p.Save(Number(w[0]));
          return Show("save", BANK_SAVE_COIN_S2C, res, res.ucResultType, m); }},
-    {"passwd", "OLD NEW", "change the bank password",
+    {"bank-password", "*OLD *NEW", "change the bank password",
      [](Player& p, const Words& w, const Manner& m) {
          const auto res = p.BankPassword(w[0], w[1]);
-         return Show("passwd", BANK_MODIFY_PASSWD_S2C, res, res.ucResultType, m); }},
-    {"login-password", "OLD NEW", "change the login password",
+         return Show("bank-password", BANK_MODIFY_PASSWD_S2C, res, res.ucResultType, m); }},
+    {"login-password", "*OLD *NEW", "change the login password",
      [](Player& p, const Words& w, const Manner& m) {
          const auto res = p.Password(w[0], w[1]);
          return Show("login-password", MODIFY_PASSWORD_S2C, res, res.ucResultType, m); }},
@@ -141,7 +147,7 @@ constexpr Command COMMANDS[] = {
      [](Player& p, const Words&, const Manner& m) {
          const auto res = p.Refresh();
          return Show("refresh", REFRESH_COIN_S2C, res, res.iError, m); }},
-    {"exchange", "#RECEIVER #AMOUNT", "give coins to another player",
+    {"exchange", "#RECEIVER +AMOUNT", "give coins to another player",
      [](Player& p, const Words& w, const Manner& m) {
          const auto res = p.Exchange(Number32(w[0]), Number(w[1]));
          return Show("exchange", EXCHANGE_COIN_S2C, res, res.iErrorCode, m); }},
@@ -154,7 +160,7 @@ constexpr Command COMMANDS[] = {
      [](Player& p, const Words& w, const Manner&) { p.Subscribe(w[0]); p.KeepAlive(); return true; }},
     {"unsubscribe", "KEY", "end a subscription (not answered)",
      [](Player& p, const Words& w, const Manner&) { p.Unsubscribe(w[0]); p.KeepAlive(); return true; }},
-    {"activity", "#ID #LEVEL #PROGRESS", "send an activity request",
+    {"activity", "#ID #LEVEL #PROGRESS", "ask an activity; its answer is a push",
      [](Player& p, const Words& w, const Manner&) {
          p.Activity(Number32(w[0]), Number32(w[1]), Number32(w[2]));
          p.KeepAlive();
@@ -178,7 +184,7 @@ const Command* Find(const std::string& name) {
 // The names of a command's words, as people read them.
 std::string Usage(const Command& command) {
     std::string words = command.words;
-    std::erase(words, '#');
+    std::erase_if(words, [](char c) { return c == '#' || c == '+' || c == '*'; });
     return words;
 }
 
@@ -193,6 +199,17 @@ Words Split(const std::string& text) {
     return words;
 }
 
+// What is wrong with a word, or nothing.
+std::string Check(const std::string& wanted, const std::string& word) {
+    int32_t narrow = 0;
+    int64_t wide = 0;
+    if (wanted[0] == '#' && !Fits(word, narrow)) {
+        return word + " is not a number from -2147483648 to 2147483647";
+    }
+    if (wanted[0] == '+' && !Fits(word, wide)) return word + " is not a number of 64 bits";
+    return "";
+}
+
 }  // namespace
 
 bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
@@ -202,10 +219,11 @@ bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
         const std::string& name = words[at++];
         for (const std::string& wanted : Split(step.command->words)) {
             if (at == words.size()) return error = name + " needs " + Usage(*step.command), false;
-            if (wanted[0] == '#' && !IsNumber(words[at])) {
-                return error = name + ": " + words[at] + " is not a number", false;
-            }
-            step.words.push_back(words[at++]);
+            const std::string wrong = Check(wanted, words[at]);
+            if (!wrong.empty()) return error = name + ": " + wrong, false;
+            const bool isAsked = wanted[0] == '*' && words[at] == "-";
+            step.words.push_back(isAsked ? AskSecret(wanted.substr(1) + " password") : words[at]);
+            ++at;
         }
         steps.push_back(std::move(step));
     }
@@ -221,7 +239,9 @@ void ShowPush(const Message& message, const Manner& manner) {
 }
 
 std::string CommandHelp() {
-    std::string out = "Commands, run in order:\n";
+    std::string out =
+        "Commands, run in order; without any they are read from the terminal or the input.\n"
+        "A password given as - is asked for.\n";
     for (const Command& command : COMMANDS) {
         out += "  " + std::string(command.name) + " " + Usage(command) + "\n        " +
                command.help + "\n";
@@ -229,6 +249,13 @@ std::string CommandHelp() {
     return out +
            "Exit status: 0 all commands succeeded, 1 one was refused, 2 wrong use,\n"
            "3 the lobby cannot be reached, closed the connection or did not answer.\n";
+}
+
+std::vector<std::string> CommandNames() {
+    std::vector<std::string> names{"help", "quit"};
+    for (const Command& command : COMMANDS)
+        names.emplace_back(command.name);
+    return names;
 }
 
 }  // namespace client

@@ -23,7 +23,8 @@ struct Step {
 };
 
 // Cuts the words of the command line into steps. False and a sentence in `error` when a command
-// is unknown or its words are missing.
+// is unknown, its words are missing, or a number does not fit its field. Asks for passwords given
+// as "-".
 bool Parse(const std::vector<std::string>& words, std::vector<Step>& steps, std::string& error);
 
 // Runs one step and prints its answer; true when the answer says success. Throws ConnectionLost,
@@ -35,5 +36,6 @@ void ShowPush(const Message& message, const Manner& manner);
 
 // The commands with their words, one per line.
 std::string CommandHelp();
+std::vector<std::string> CommandNames();
 
 }  // namespace client

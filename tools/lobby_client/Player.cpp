@@ -43,6 +43,12 @@ void Player::Watch(Clock::time_point deadline) {
     }
 }
 
+void Player::Drain() {
+    while (const auto message = m_connection.Poll()) {
+        if (m_push && message->type != MSG_KEEP_ALIVE) m_push(*message);
+    }
+}
+
 void Player::SendLogin(const std::string& token, int32_t site) {
     tagLobbyClientConnectNotice notice{};
     notice.iUserID = m_userId;

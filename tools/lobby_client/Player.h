@@ -61,6 +61,10 @@ class Player {
     Message AwaitPush(uint16_t type) { return Await(type); }
     // Hands every message that comes until the deadline to the push function.
     void Watch(Clock::time_point deadline);
+    // The same with what is there already.
+    void Drain();
+    // Without waiting for its echo.
+    void SendKeepAlive() { m_connection.Send(MSG_KEEP_ALIVE); }
 
   private:
     template <class Res, class Req>

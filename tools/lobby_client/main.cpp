@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "Commands.h"
+#include "Console.h"
 
 namespace {
 
@@ -24,9 +25,10 @@ void Declare(CLI::App& app, Settings& s) {
     app.add_option("--host", s.host, "the lobby's host");
     app.add_option("--port", s.port, "the lobby's port")->required();
     app.add_option("--user", s.user, "user id")->required();
-    app.add_option("--token", s.manner.token, "login token");
+    app.add_option("--token", s.manner.token, "login token; - asks for it")->envname("LOBBY_TOKEN");
     app.add_option("--site", s.manner.site, "lobby site");
-    app.add_option("--bank-password", s.manner.bankPassword, "bank password");
+    app.add_option("--bank-password", s.manner.bankPassword, "bank password; - asks for it")
+        ->envname("LOBBY_BANK_PASSWORD");
     app.add_option("--timeout", s.timeout, "seconds to wait for an answer")
         ->check(CLI::Range(0.001, 86400.0));
     app.add_flag("--ws", s.webSocket, "connect through WebSocket");
@@ -42,6 +44,7 @@ int Play(const Settings& s, const std::vector<client::Step>& steps) {
                           s.webSocket ? client::Transport::WebSocket : client::Transport::Tcp);
     player.OnPush([&](const client::Message& message) { ShowPush(message, s.manner); });
     bool all = true;
+    if (steps.empty() && !s.watch) return client::Interact(player, s.manner);
     for (const client::Step& step : steps)
         all = Run(step, player, s.manner) && all;
     if (s.watch) player.Watch(client::Clock::now() + std::chrono::hours(24 * 365));
@@ -58,6 +61,10 @@ int main(int argc, char** argv) try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    }
+    for (auto* secret : {&settings.manner.token, &settings.manner.bankPassword}) {
+        const bool isToken = secret == &settings.manner.token;
+        if (*secret == "-") *secret = client::AskSecret(isToken ? "Token" : "Bank password");
     }
     std::vector<client::Step> steps;
     std::string error;

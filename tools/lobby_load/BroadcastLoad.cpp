@@ -49,7 +49,9 @@ void BroadcastLoad::OnMessage(Link& link, uint16_t type, std::string_view messag
 }
 
 void BroadcastLoad::OnMeasureEnd(Result& result) {
-    if (m_rounds < m_settings.rounds) Fail("rounds missing");
+    if (!Loop::Interrupted() && m_rounds < m_settings.rounds) {
+        Fail("rounds missing");
+    }
     result.Add("rounds", m_rounds);
     result.Add("bytes_per_client",
                static_cast<double>(m_bytes) / static_cast<double>(m_links.size()));

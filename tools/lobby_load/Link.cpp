@@ -27,6 +27,10 @@ void Keep(std::string& part, std::string_view rest) {
 
 }  // namespace
 
+bool IsEcho(std::string_view message, size_t size) {
+    return message.size() == size || message.size() == sizeof(tagMsgHeader);
+}
+
 void FillHeader(void* message, uint16_t type, size_t size) {
     tagMsgHeader header{};
     header.identity = MSG_IDENTITY;

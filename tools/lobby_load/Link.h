@@ -82,5 +82,7 @@ class Link final : private Loop::Handler {
     bool m_slow = false;
 };
 
+// Whether this may be the echo of a message of `size` bytes: a lobby echoes the header alone.
+bool IsEcho(std::string_view message, size_t size);
 // Writes the header of a message of `size` bytes over its first 8 bytes.
 void FillHeader(void* message, uint16_t type, size_t size);

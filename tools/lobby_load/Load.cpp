@@ -1,5 +1,6 @@
 #include "Load.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -29,7 +30,12 @@ Result Load::Run() {
     m_openTimer = true;
     m_loop.At(m_begin + kSecond, this, kProgress);
     m_loop.Run();
-    if (m_measuring) EndMeasuring();
+    m_result.interrupted = Loop::Interrupted();
+    if (m_measuring) {
+        EndMeasuring();
+    } else if (m_result.interrupted) {
+        OnInterrupted(m_result);
+    }
     return std::move(m_result);
 }
 
@@ -91,17 +97,24 @@ void Load::OnLost(Link& link, const char* why) {
     FinishOpening(link);
 }
 
+void Load::PrintProgress(Nanos due) const {
+    uint64_t errors = 0, refused = 0;
+    for (const auto& [kind, count] : m_result.errors) {
+        const bool isConnect = kind == "refused" || kind == "connect";
+        (isConnect ? refused : errors) += count;
+    }
+    const auto open = std::count_if(m_links.begin(), m_links.end(),
+                                    [](const auto& link) { return link->IsOpen(); });
+    std::fprintf(stderr, "%4.0f s  %6ld open  %6llu refused  %9llu/s  %llu errors%s\n",
+                 static_cast<double>(due - m_begin) / static_cast<double>(kSecond), open,
+                 static_cast<unsigned long long>(refused),
+                 static_cast<unsigned long long>(m_completed - m_completedBefore),
+                 static_cast<unsigned long long>(errors), m_measuring ? "" : "  (warming up)");
+}
+
 void Load::OnProgress(Nanos due) {
     m_loop.At(due + kSecond, this, kProgress);
-    if (!m_settings.quiet) {
-        uint64_t errors = 0;
-        for (const auto& [kind, count] : m_result.errors)
-            errors += count;
-        std::fprintf(stderr, "%4.0f s  %6zu open  %9llu/s  %llu errors%s\n",
-                     static_cast<double>(due - m_begin) / static_cast<double>(kSecond), m_tried,
-                     static_cast<unsigned long long>(m_completed - m_completedBefore),
-                     static_cast<unsigned long long>(errors), m_measuring ? "" : "  (warming up)");
-    }
+    if (!m_settings.quiet) PrintProgress(due);
     m_completedBefore = m_completed;
     if (!m_allTried && Loop::Now() - m_lastTried > kConnectPatience) {
         Fail("connections given up");
@@ -148,6 +161,10 @@ double Load::MeasuredSeconds() const {
 
 void Load::Complete(const char* kind, Nanos intended) {
     ++m_completed;
+    CompleteApart(kind, intended);
+}
+
+void Load::CompleteApart(const char* kind, Nanos intended) {
     if (!m_measuring) return;
     const Nanos now = Loop::Now();
     m_result.latency[kind].Add(now > intended ? now - intended : 0);

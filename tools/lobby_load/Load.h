@@ -26,6 +26,8 @@ class Load : protected LinkOwner, protected Loop::Timed {
     // The measured time begins, or is over; figures are added at its end.
     virtual void OnMeasureBegin() {}
     virtual void OnMeasureEnd(Result&) {}
+    // Interrupted before anything was measured.
+    virtual void OnInterrupted(Result&) {}
 
     void OnOpen(Link& link) override;
     void OnDrained(Link&) override {}
@@ -41,6 +43,8 @@ class Load : protected LinkOwner, protected Loop::Timed {
     void Stop() { m_loop.Stop(); }
     // One answer came, to what should have been sent at `intended`. Counts only while measuring.
     void Complete(const char* kind, Nanos intended);
+    // The same, but not counted among what was completed.
+    void CompleteApart(const char* kind, Nanos intended);
     void Fail(const std::string& kind) { ++m_result.errors[kind]; }
 
     // Timers of derived classes use tokens below this.
@@ -66,6 +70,7 @@ class Load : protected LinkOwner, protected Loop::Timed {
     void OnTimer(uint64_t token, Nanos due) final;
     void OpenMore();
     void OnProgress(Nanos due);
+    void PrintProgress(Nanos due) const;
     void Measure();
 
     ServerProcess m_server;

@@ -66,7 +66,7 @@ void Loop::RunTimers() {
 
 void Loop::Run() {
     m_stop = false;
-    while (!m_stop) {
+    while (!m_stop && !s_interrupted) {
         const int ready = Wait();
         for (int i = 0; i < ready && !m_stop; ++i)
             static_cast<Handler*>(m_events[i].data.ptr)->OnReady(m_events[i].events);

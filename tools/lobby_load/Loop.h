@@ -1,6 +1,7 @@
 // The event loop of the load generator.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <queue>
 #include <vector>
@@ -42,9 +43,12 @@ class Loop {
     // A timer cannot be taken back: its target ignores what it no longer needs.
     void At(Nanos when, Timed* target, uint64_t token) { m_timers.push({when, target, token}); }
 
-    // Until Stop.
+    // Until Stop or Interrupt.
     void Run();
     void Stop() { m_stop = true; }
+    // Ends every loop of the process; for signal handlers.
+    static void Interrupt() { s_interrupted = true; }
+    static bool Interrupted() { return s_interrupted; }
 
   private:
     struct Timer {
@@ -56,6 +60,8 @@ class Loop {
 
     void RunTimers();
     int Wait();
+
+    static inline std::atomic<bool> s_interrupted = false;
 
     int m_epoll;
     bool m_stop = false;

@@ -148,12 +148,12 @@ void Subscribe(Link& link, const PlayerFacts& player) {
 }
 
 constexpr Operation kOperations[] = {
-    {"keepalive", MSG_KEEP_ALIVE, 0, 30, AnswerCode::None, KeepAlive},
+    {"keep-alive", MSG_KEEP_ALIVE, 0, 30, AnswerCode::None, KeepAlive},
     {"bank-login", BANK_LOGIN_S2C, 3, 5, AnswerCode::Byte8, BankLogin},
     {"take", BANK_GET_COIN_S2C, 3, 8, AnswerCode::Int8, Take},
     {"save", BANK_SAVE_COIN_S2C, 3, 8, AnswerCode::Int8, Save},
     {"bank-password", BANK_MODIFY_PASSWD_S2C, 3, 1, AnswerCode::Byte8, BankPassword},
-    {"password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8, Password},
+    {"login-password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8, Password},
     {"refresh", REFRESH_COIN_S2C, 2, 10, AnswerCode::Int12,
      Ask<RechargeReFreshCoinReq, REFRESH_COIN_C2S>},
     {"server-list", MSG_CLIENT_SERVER_INFO_RES, 4, 10, AnswerCode::None,

@@ -105,4 +105,10 @@ void PlayerLoad::OnMeasureEnd(Result& result) {
     AddLoginFigures(result);
     result.Add("pushes", static_cast<double>(m_pushes));
     result.Add("backlog", static_cast<double>(m_backlog.size()));
+    if (m_fillers == 0) return;
+    result.Add("fillers", static_cast<double>(m_fillers));
+    result.remarks.push_back(
+        "the mix ran dry " + std::to_string(m_fillers) +
+        " times: the lobby takes its operations too rarely, so a keep-alive "
+        "went out instead (more players, more think time, or more in the mix)");
 }

@@ -19,6 +19,7 @@ class PlayerLoad : public Load {
   protected:
     void OnAllTried() override;
     void OnMeasureEnd(Result& result) override;
+    void OnInterrupted(Result& result) override { AddLoginFigures(result); }
     void OnOwnTimer(uint64_t token, Nanos due) override;
     // A message that answers nothing the player asked.
     virtual void OnPush(Link&, uint16_t /*type*/, std::string_view /*message*/) { ++m_pushes; }
@@ -30,6 +31,7 @@ class PlayerLoad : public Load {
         PlayerFacts facts;
         State state = State::Offline;
         uint8_t operation = 0;
+        bool filler = false;  // nothing of the mix was allowed yet
         Nanos intended = 0;
         Nanos deadline = 0;
         std::vector<Nanos> notBefore;  // by operation
@@ -49,7 +51,8 @@ class PlayerLoad : public Load {
     void BecomeIdle(size_t index);
     void ServeBacklog();
     void Start(size_t index, Nanos intended);
-    size_t Choose(const Player& player, Nanos now);
+    // False when nothing of the mix is allowed yet.
+    bool Choose(const Player& player, Nanos now, size_t& operation);
     void OnAnswer(Link& link, Player& player, std::string_view message);
     Nanos ThinkTime();
 
@@ -65,6 +68,7 @@ class PlayerLoad : public Load {
     Histogram m_logins;  // from the connect notice to its answer
     bool m_running = false;
     uint64_t m_pushes = 0;
+    uint64_t m_fillers = 0;
 
     // Open loop.
     Nanos m_rateBegin = 0;

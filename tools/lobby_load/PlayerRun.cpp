@@ -42,19 +42,21 @@ void PlayerLoad::ServeBacklog() {
     }
 }
 
-// What the player may not do yet is drawn again, a few times; the keep-alive is always allowed.
-size_t PlayerLoad::Choose(const Player& player, Nanos now) {
+// What the player may not do yet is drawn again, a few times.
+bool PlayerLoad::Choose(const Player& player, Nanos now, size_t& operation) {
     for (int attempt = 0; attempt < 8; ++attempt) {
-        const size_t operation = m_draw(m_random);
-        if (player.notBefore[operation] <= now) return operation;
+        operation = m_draw(m_random);
+        if (player.notBefore[operation] <= now) return true;
     }
-    return 0;
+    return false;
 }
 
 void PlayerLoad::Start(size_t index, Nanos intended) {
     Player& player = m_players[index];
     const Nanos now = Loop::Now();
-    const size_t choice = Choose(player, now);
+    size_t choice = 0;
+    player.filler = !Choose(player, now, choice);
+    if (player.filler) choice = 0;  // the keep-alive is always allowed
     const Operation& operation = Operations()[choice];
     player.state = State::Waiting;
     player.operation = static_cast<uint8_t>(choice);
@@ -74,7 +76,12 @@ void PlayerLoad::OnAnswer(Link& link, Player& player, std::string_view message) 
     } else if (!IsComplete(operation, message)) {
         return;
     }
-    Complete(operation.name, player.intended);
+    if (player.filler) {
+        if (Measuring()) ++m_fillers;
+        CompleteApart("filler", player.intended);
+    } else {
+        Complete(operation.name, player.intended);
+    }
     player.state = State::Idle;
     BecomeIdle(link.Index());
 }

@@ -60,6 +60,9 @@ std::string TextReport(const Settings& settings, const Result& result) {
         text +=
             Format("  error %-22s %14llu\n", kind.c_str(), static_cast<unsigned long long>(count));
     if (result.errors.empty()) text += "  no errors\n";
+    for (const std::string& remark : result.remarks)
+        text += "  " + remark + "\n";
+    if (result.interrupted) text += "  interrupted: the figures are those of the time until then\n";
     return text;
 }
 
@@ -74,5 +77,6 @@ std::string JsonReport(const Settings& settings, const Result& result) {
     return "{\"mode\":" + Quoted(settings.mode) +
            ",\"transport\":" + Quoted(settings.webSocket ? "ws" : "tcp") +
            ",\"connections\":" + std::to_string(settings.connections) + ",\"figures\":{" + figures +
-           "},\"latency\":{" + latency + "},\"errors\":{" + errors + "}}\n";
+           "},\"latency\":{" + latency + "},\"errors\":{" + errors +
+           "},\"interrupted\":" + (result.interrupted ? "true" : "false") + "}\n";
 }

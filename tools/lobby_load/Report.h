@@ -14,6 +14,8 @@ struct Result {
     std::vector<std::pair<std::string, double>> figures;  // in the order of their use
     std::map<std::string, Histogram> latency;             // nanoseconds, by operation
     std::map<std::string, uint64_t> errors;               // by kind
+    std::vector<std::string> remarks;                     // sentences for people
+    bool interrupted = false;
 
     void Add(const std::string& name, double value) { figures.emplace_back(name, value); }
 };

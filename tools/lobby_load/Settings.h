@@ -19,12 +19,13 @@ struct Settings {
     bool quiet = false;
 
     // Echo modes.
-    uint32_t size = 64;     // whole message
-    uint32_t inFlight = 1;  // per connection
-    double rate = 0;        // messages or operations per second over all; 0: closed loop
-    uint32_t rounds = 20;   // broadcasts
-    bool stopped = false;   // beside a WebSocket client that does not read
-    bool flooder = false;   // beside a client that sends as fast as the server takes it
+    uint32_t size = 64;      // whole message
+    uint32_t inFlight = 1;   // per connection
+    double rate = 0;         // messages or operations per second over all; 0: closed loop
+    uint32_t rounds = 20;    // broadcasts
+    bool stopped = false;    // beside a WebSocket client that does not read
+    bool flooder = false;    // beside a client that sends as fast as the server takes it
+    bool broadcast = false;  // one message to all instead; lobby_echo only
 
     // Players.
     int32_t firstUser = 20001;
@@ -34,6 +35,6 @@ struct Settings {
     double think = 0;     // seconds between two operations of a player, on average
     double timeout = 10;  // for every answer
     uint32_t seed = 1;
-    uint16_t control = 0;  // the simulator's control port, for bulletins
-    uint32_t slow = 0;     // every so many-th player reads slowly; 0: none
+    uint16_t control = 9110;  // the simulator's control port, for bulletins
+    uint32_t slow = 0;        // every so many-th player reads slowly; 0: none
 };

@@ -90,7 +90,7 @@ int Serve(const Settings& settings, sim::World world) {
     std::cout << "ports " << line << std::endl;
     if (!settings.portsFile.empty() && !WritePorts(settings.portsFile, line)) {
         std::cerr << "platform_sim: cannot write " << settings.portsFile << "\n";
-        return 1;
+        return 3;
     }
     platform.ReadCommandsFrom(STDIN_FILENO);
     platform.Run(true);
@@ -101,16 +101,22 @@ int Serve(const Settings& settings, sim::World world) {
 
 int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
-    CLI::App app{"Plays the platform's back-end servers for lobbies on this machine."};
+    CLI::App app{
+        "Plays the platform's back-end servers for lobbies on this machine.\nExit status: 0 "
+        "ended, 2 wrong use, 3 it could not run."};
     Settings settings;
     Declare(app, settings);
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
 
     sim::World world = sim::DefaultWorld();
     std::string error;
     if (!settings.accounts.empty() && !sim::LoadWorld(settings.accounts, world, error)) {
         std::cerr << "platform_sim: " << settings.accounts << ": " << error << "\n";
-        return 1;
+        return 3;
     }
     world.AddPlayers(20001, settings.players);
     if (settings.dump) {
@@ -120,8 +126,8 @@ int main(int argc, char** argv) try {
     return Serve(settings, std::move(world));
 } catch (const boost::system::system_error& failure) {
     std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
-    return 1;
+    return 3;
 } catch (const std::exception& failure) {
     std::cerr << "platform_sim: " << failure.what() << "\n";
-    return 1;
+    return 3;
 }
