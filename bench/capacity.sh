@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures what docs/operations.md plans with: the cost of a player on a lobby, in Redis, on the
+# Measures what docs/capacity.md plans with: the cost of a player on a lobby, in Redis, on the
 # center's link, in haproxy and in nginx. Prints one figure a line; about four minutes.
 # Usage: bench/capacity.sh [quick] [folder with the binaries]
 #        Build the release preset first.

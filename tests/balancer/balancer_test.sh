@@ -45,7 +45,7 @@ start_lobby() {
 # A change, one that the operator's document shows as well. haproxy answers with an empty line when
 # it took place.
 change() {
-    grep -qF "\"$1\"" "$root/docs/operations.md" || fail "not in the document: $1"
+    grep -qF "\"$1\"" "$root/docs/capacity.md" || fail "not in the document: $1"
     admin "$1"
     ! grep . "$work/admin.out" >&2 || fail "haproxy did not: $1"
 }

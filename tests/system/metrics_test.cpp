@@ -251,8 +251,7 @@ TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
     const Scrape scrape = Get();
     const std::string source = PROJECT_SOURCE_DIR;
 
-    std::string document = ReadFile(source + "/docs/operations.md");
-    document.erase(0, document.find("\n## Metrics\n") + 1);
+    std::string document = ReadFile(source + "/docs/metrics.md");
     document.erase(document.find("\n## "));
     Names served = scrape.families;
     std::erase_if(served, [](const std::string& name) {
