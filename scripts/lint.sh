@@ -37,7 +37,8 @@ if [ "$what" = tidy ] || [ "$what" = all ]; then
     # gcc's own options are in the compile commands.
     printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 \
         clang-tidy-14 -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option \
-        --extra-arg=-Wno-unused-private-field --extra-arg=-Wno-shadow 2>/dev/null || failed=1
+        --extra-arg=-Wno-unused-private-field --extra-arg=-Wno-shadow \
+        --extra-arg=-Wthread-safety 2>/dev/null || failed=1
 fi
 if [ "$what" = cppcheck ] || [ "$what" = all ]; then
     cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \

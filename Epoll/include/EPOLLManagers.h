@@ -12,7 +12,7 @@ class EPOLLConnection;
 class EPOLLContextManager {
   public:
     explicit EPOLLContextManager(Epoll* epoll) : m_lpEpoll(epoll) {}
-    ~EPOLLContextManager();
+    ~EPOLLContextManager() LOCK_UNSEEN;
     EPOLLContextManager(const EPOLLContextManager&) = delete;
     EPOLLContextManager& operator=(const EPOLLContextManager&) = delete;
 
@@ -23,8 +23,8 @@ class EPOLLContextManager {
 
   private:
     Epoll* m_lpEpoll;
-    EPOLLConnection* m_lpFreeContext = nullptr;  // guarded by m_Lock
     CMutex m_Lock;
+    EPOLLConnection* m_lpFreeContext GUARDED_BY(m_Lock) = nullptr;
 };
 
 // Recycles receive blocks. Owns the free ones. Thread: any.
@@ -33,7 +33,7 @@ class EPOLLBufferManager {
     static constexpr long kBlockSize = 4096;
 
     EPOLLBufferManager() = default;
-    ~EPOLLBufferManager();
+    ~EPOLLBufferManager() LOCK_UNSEEN;
     EPOLLBufferManager(const EPOLLBufferManager&) = delete;
     EPOLLBufferManager& operator=(const EPOLLBufferManager&) = delete;
 
@@ -46,6 +46,6 @@ class EPOLLBufferManager {
         char data[kBlockSize];
         Block* next;
     };
-    Block* m_lpFreeBuffer = nullptr;  // guarded by m_Lock
     LightLock m_Lock;
+    Block* m_lpFreeBuffer GUARDED_BY(m_Lock) = nullptr;
 };

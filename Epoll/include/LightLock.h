@@ -3,19 +3,21 @@
 
 #include <atomic>
 
+#include "Common/ThreadSafety.h"
+
 // A plain mutex whose uncontended lock and unlock are one instruction each, in the caller. A
 // waiting thread sleeps in the kernel. Not recursive; for std::lock_guard. Any thread.
-class LightLock {
+class IS_LOCK LightLock {
   public:
-    void lock() {
+    void lock() TAKES_LOCK() LOCK_UNSEEN {
         int expected = kFree;
         if (!m_state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire)) Wait();
     }
-    bool try_lock() {
+    bool try_lock() LOCK_UNSEEN {
         int expected = kFree;
         return m_state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire);
     }
-    void unlock() {
+    void unlock() FREES_LOCK() LOCK_UNSEEN {
         if (m_state.exchange(kFree, std::memory_order_release) == kContended) m_state.notify_one();
     }
 

@@ -1,13 +1,10 @@
 #include "EPOLLManagers.h"
 
-#include <mutex>
 #include <utility>
 
 #include "EPOLLConnection.h"
 #include "Epoll.h"
 #include "Epoll/NetMetrics.h"
-
-using Guard = std::lock_guard<CMutex>;
 
 EPOLLContextManager::~EPOLLContextManager() {
     while (m_lpFreeContext != nullptr)
@@ -17,7 +14,7 @@ EPOLLContextManager::~EPOLLContextManager() {
 EPOLLConnection* EPOLLContextManager::AllocateContext(int socket) {
     EPOLLConnection* context = nullptr;
     {
-        Guard guard(m_Lock);
+        const LockGuard guard(m_Lock);
         context = m_lpFreeContext;
         if (context != nullptr) m_lpFreeContext = context->m_lpNextFree;
     }
@@ -32,7 +29,7 @@ EPOLLConnection* EPOLLContextManager::AllocateContext(int socket) {
 
 void EPOLLContextManager::FreeContext(EPOLLConnection* context) {
     context->Release();
-    Guard guard(m_Lock);
+    const LockGuard guard(m_Lock);
     context->m_lpNextFree = m_lpFreeContext;
     m_lpFreeContext = context;
 }
@@ -45,7 +42,7 @@ EPOLLBufferManager::~EPOLLBufferManager() {
 void* EPOLLBufferManager::AllocateBuffer() {
     g_ReceiveBlocks.taken.Add();
     {
-        const std::lock_guard guard(m_Lock);
+        const LockGuard guard(m_Lock);
         if (m_lpFreeBuffer != nullptr) {
             return std::exchange(m_lpFreeBuffer, m_lpFreeBuffer->next)->data;
         }
@@ -58,7 +55,7 @@ void EPOLLBufferManager::FreeBuffer(void* buffer) {
     if (buffer == nullptr) return;
     g_ReceiveBlocks.returned.Add();
     auto* block = static_cast<Block*>(buffer);  // data is its first member
-    const std::lock_guard guard(m_Lock);
+    const LockGuard guard(m_Lock);
     block->next = m_lpFreeBuffer;
     m_lpFreeBuffer = block;
 }

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <unordered_set>
+
+#include "Common/ThreadSafety.h"
 
 class LobbyPlayer;
 
@@ -21,6 +22,6 @@ class NodeSet {
     LobbyPlayer* Find(uint64_t handle, uint64_t nodeId);
 
   private:
-    std::mutex m_lock;
-    std::unordered_set<uint64_t> m_setNodes;  // guarded by m_lock
+    Mutex m_lock;
+    std::unordered_set<uint64_t> m_setNodes GUARDED_BY(m_lock);
 };

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "Common/ThreadSafety.h"
 #include "RedisDBSlice.h"
 
 // The slices that the keys of one cache type are spread over. Owns them together with the
@@ -28,9 +28,9 @@ class RedisCache {
     using SliceList = std::vector<std::shared_ptr<RedisDBSlice>>;
 
     const unsigned int mCachetype;
-    mutable std::mutex mLock;
-    SliceList mDBList;           // guarded by mLock
-    unsigned int mHashbase = 0;  // guarded by mLock; number of slices
+    mutable Mutex mLock;
+    SliceList mDBList GUARDED_BY(mLock);
+    unsigned int mHashbase GUARDED_BY(mLock) = 0;  // number of slices
 };
 
 // Owns the caches, whose number never changes. Thread: any.

@@ -7,7 +7,7 @@ bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
         slices.push_back(std::make_shared<RedisDBSlice>(mCachetype, i));
     }
     {
-        const std::lock_guard lock(mLock);
+        const LockGuard lock(mLock);
         mDBList = slices;
         mHashbase = count;
     }
@@ -21,19 +21,19 @@ bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
 }
 
 unsigned int RedisCache::HashBase() const {
-    const std::lock_guard lock(mLock);
+    const LockGuard lock(mLock);
     return mHashbase;
 }
 
 std::shared_ptr<RedisDBSlice> RedisCache::GetSlice(unsigned int dbindex) const {
-    const std::lock_guard lock(mLock);
+    const LockGuard lock(mLock);
     return dbindex < mHashbase ? mDBList[dbindex] : nullptr;
 }
 
 void RedisCache::Keepalive() {
     SliceList slices;
     {
-        const std::lock_guard lock(mLock);
+        const LockGuard lock(mLock);
         slices = mDBList;
     }
     for (const auto& slice : slices)

@@ -40,7 +40,7 @@ class NodeAllocate : public NodeManager<T> {
     }
 
   private:
-    void Put(T* node) {
+    void Put(T* node) NEEDS_LOCK(m_lock) {
         m_lTailIndex %= m_lMaxCount;
         if (m_lCount > 0 && m_lTailIndex == m_lHeadIndex) {
             m_lHeadIndex = (m_lHeadIndex + 1) % m_lMaxCount;
@@ -49,11 +49,11 @@ class NodeAllocate : public NodeManager<T> {
         m_pNode[m_lTailIndex++] = node;
     }
 
-    // All guarded by m_lock.
-    std::unique_ptr<T*[]> m_pNode;
-    unsigned long m_lMaxCount;
-    unsigned long m_lCount = 0;
-    unsigned long m_lHeadIndex = 0;
-    unsigned long m_lTailIndex = 0;  // may stand one past the end until the next put
     NodeLock m_lock;
+    const std::unique_ptr<T*[]> m_pNode;
+    const unsigned long m_lMaxCount;
+    unsigned long m_lCount GUARDED_BY(m_lock) = 0;
+    unsigned long m_lHeadIndex GUARDED_BY(m_lock) = 0;
+    // May stand one past the end until the next put.
+    unsigned long m_lTailIndex GUARDED_BY(m_lock) = 0;
 };

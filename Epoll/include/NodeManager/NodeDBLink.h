@@ -40,8 +40,7 @@ class NodeDBLink : public NodeManager<T> {
     }
 
   private:
-    // m_lockWrite is held.
-    void Append(T* node) {
+    void Append(T* node) NEEDS_LOCK(m_lockWrite) {
         node->__p_next = nullptr;
         if (m_write == nullptr) {
             m_write = node;
@@ -51,17 +50,16 @@ class NodeDBLink : public NodeManager<T> {
         m_linkTail = node;
     }
 
-    // m_lockRead is held.
-    void TakeFilledList() {
+    void TakeFilledList() NEEDS_LOCK(m_lockRead) {
         NodeGuard write(m_lockWrite);
         m_read = std::exchange(m_write, nullptr);
         m_linkTail = nullptr;
     }
 
     std::atomic<unsigned long> m_lCount{0};  // read by the consumer without m_lockWrite
-    T* m_write = nullptr;                    // guarded by m_lockWrite
-    T* m_read = nullptr;                     // guarded by m_lockRead
-    T* m_linkTail = nullptr;                 // guarded by m_lockWrite
     NodeLock m_lockWrite;
     NodeLock m_lockRead;
+    T* m_write GUARDED_BY(m_lockWrite) = nullptr;
+    T* m_read GUARDED_BY(m_lockRead) = nullptr;
+    T* m_linkTail GUARDED_BY(m_lockWrite) = nullptr;
 };

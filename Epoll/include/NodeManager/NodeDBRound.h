@@ -26,8 +26,7 @@ class NodeDBRound : public NodeManager<T> {
     }
 
   private:
-    // m_lockRead is held.
-    void SwapRings() {
+    void SwapRings() NEEDS_LOCK(m_lockRead) {
         NodeGuard write(m_lockWrite);
         m_write = m_read;
         m_read = m_write == &m_NodeBuffer1 ? &m_NodeBuffer2 : &m_NodeBuffer1;
@@ -35,8 +34,8 @@ class NodeDBRound : public NodeManager<T> {
 
     NodeAllocate<T> m_NodeBuffer1;
     NodeAllocate<T> m_NodeBuffer2;
-    NodeAllocate<T>* m_write = &m_NodeBuffer1;  // guarded by m_lockWrite
-    NodeAllocate<T>* m_read = &m_NodeBuffer2;   // guarded by m_lockRead
     NodeLock m_lockWrite;
     NodeLock m_lockRead;
+    NodeAllocate<T>* m_write GUARDED_BY(m_lockWrite) = &m_NodeBuffer1;
+    NodeAllocate<T>* m_read GUARDED_BY(m_lockRead) = &m_NodeBuffer2;
 };

@@ -18,7 +18,7 @@ class NodeRecycle : public NodeFactory<T> {
     NodeRecycle() = default;
     // With counters, which must outlive it.
     explicit NodeRecycle(PoolCounters* counters) : m_lpCounters(counters) {}
-    ~NodeRecycle() override {
+    ~NodeRecycle() override LOCK_UNSEEN {
         FreeStack(m_write);
         FreeStack(m_read);
     }
@@ -66,8 +66,8 @@ class NodeRecycle : public NodeFactory<T> {
     }
 
     std::atomic<T*> m_write{nullptr};  // freed records
-    T* m_read = nullptr;               // records to hand out; guarded by m_lockRead
     NodeLock m_lockRead;
+    T* m_read GUARDED_BY(m_lockRead) = nullptr;  // records to hand out
     PoolCounters* const m_lpCounters = nullptr;  // not owned; null: not counted
 };
 

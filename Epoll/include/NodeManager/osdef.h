@@ -3,11 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 #include "Common/Thread.h"
 
 // Every lock of the pools is recursive. Order: a thread that holds a queue's m_lockRead may take
 // its m_lockWrite, never the reverse.
 using NodeLock = CMutex;
-using NodeGuard = std::lock_guard<CMutex>;
+using NodeGuard = LockGuard<CMutex>;

@@ -5,7 +5,8 @@
 #include <atomic>
 #include <cstddef>
 #include <ctime>
-#include <mutex>
+
+#include "Common/ThreadSafety.h"
 
 // Counts the lines of the second that runs and, by level, those that are left out of it.
 // Thread: any.
@@ -30,8 +31,8 @@ class LogBudget {
   private:
     std::atomic<int> m_iMost{0};
     std::atomic<bool> m_bLeftOut{false};  // m_arrLeftOut has something
-    std::mutex m_lock;                    // guards what follows
-    time_t m_tmSecond = 0;                // the one that is being counted
-    int m_iWritten = 0;
-    LeftOut m_arrLeftOut{};
+    Mutex m_lock;
+    time_t m_tmSecond GUARDED_BY(m_lock) = 0;  // the one that is being counted
+    int m_iWritten GUARDED_BY(m_lock) = 0;
+    LeftOut m_arrLeftOut GUARDED_BY(m_lock){};
 };

@@ -6,9 +6,11 @@
 
 #include <cstddef>
 
+#include "Common/ThreadSafety.h"
+
 // A recursive mutex: the owning thread may lock it again, each lock needs its own unlock.
 // Usable with std::lock_guard. Thread: any.
-class CMutex {
+class IS_LOCK CMutex {
   public:
     CMutex();
     virtual ~CMutex();
@@ -16,8 +18,8 @@ class CMutex {
     CMutex& operator=(const CMutex&) = delete;
 
     // Both return the POSIX result, 0 on success.
-    int lock();
-    int unlock();
+    int lock() TAKES_LOCK();
+    int unlock() FREES_LOCK();
 
   private:
     pthread_mutex_t m_mutex;

@@ -3,12 +3,12 @@
 #include "LobbyPlayer.h"
 
 void NodeSet::Add(const LobbyPlayer* player) {
-    std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
     m_setNodes.insert(NodeHandle(player));
 }
 
 LobbyPlayer* NodeSet::Find(uint64_t handle) {
-    std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
     if (!m_setNodes.contains(handle)) return nullptr;
     return static_cast<LobbyPlayer*>(reinterpret_cast<IPlayerNode*>(handle));
 }
