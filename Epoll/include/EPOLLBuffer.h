@@ -40,7 +40,9 @@ class EPOLLBuffer : public EPOLLReceiver {
     // touched no more.
     long Advance(long done, tagSendBuffer** entries, long room);
 
-    // Message worker only. Both members hide those of the base, which hold partial frames.
+    // Message worker only. What arrives goes through two buffers: the base's members of these names
+    // hold a WebSocket frame that is not complete, these the message that the frames' payload, or
+    // plain TCP, has begun. A plain connection leaves the base's empty.
     char m_szBuffer[4096];  // partial message carried over between reads
     long m_lLength = 0;
 

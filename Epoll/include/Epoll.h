@@ -160,7 +160,7 @@ class Epoll : public virtual EPOLLNet {
     Accepting AcceptClients(EPOLLConnection* listener);
     Accepting OnAcceptError(EPOLLConnection* listener, int error);
     void AddClient(int socket, const sockaddr_in& remote, EPOLLConnection* listener);
-    // Both: true when a connection had much to read.
+    // These two return true when the connection had much to read.
     bool OnEvent(const epoll_event& event, TakenEvents& taken);
     bool ServeConnection(EPOLLConnection* context, int blocks);
     Reading ReadSome(EPOLLConnection* context, int blocks, long& bytes);

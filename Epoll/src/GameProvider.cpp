@@ -1,3 +1,9 @@
+// The facade over messager, reactor and sender.
+//
+// Initialize makes the three, unless a test brought its own, and starts their threads; until then
+// nothing can be opened. Create, RecvData and Close work on nodes, each bound to its connection for
+// life. Shutdown ends the threads in order and is repeated harmlessly by the destructor, which
+// alone frees the three: late calls find them, and fail.
 #include "Game/NetGame.h"
 
 #include <algorithm>

@@ -55,7 +55,7 @@ std::string_view TextOf(const char (&field)[N]) {
     return {field, strnlen(field, N)};
 }
 
-// The same, terminated, for %s.
+// A copy of such a field that is terminated, for %s.
 template <size_t N>
 std::string TextStr(const char (&field)[N]) {
     return std::string(TextOf(field));

@@ -23,7 +23,7 @@ class QueueServerHandler : public LinkHandler {
 
     // 0 when the link is up.
     int64_t ConnectServer();
-    // Both return whether the node is this link.
+    // Takes every message of the link, known type or not; true when it was the link's.
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
 
     // The account of a login; it is complete, and answered, once the registry has been asked.

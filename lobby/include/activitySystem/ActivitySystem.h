@@ -72,7 +72,7 @@ class ActivitySystem {
     ActivitySystem();
 
     IActivityHandler* FindHandler(int activityId) const;
-    // The handler when it is open for the player's site, else null.
+    // Whether it is open, for every site or for the player's.
     static bool IsForPlayer(IActivityHandler* handler, const LobbyPlayer* player);
     void AddRecord(LobbyPlayer* player, const tagDBUserActivityProgressData& record);
     void AddMissingRecords(LobbyPlayer* player);

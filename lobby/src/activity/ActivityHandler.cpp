@@ -1,3 +1,9 @@
+// The base of every activity.
+//
+// A handler is made by the lobby at its start and subscribes to the player events at once, closed
+// and without a row. The data server's row opens it; isOpen() is asked at every event and message,
+// so that the window of days and hours closes it by itself, and a row that closes it tells every
+// client. Its listeners belong to it and leave the dispatcher before it goes.
 #include "activitySystem/ActivityHandler.h"
 
 #include <algorithm>

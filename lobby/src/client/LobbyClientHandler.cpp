@@ -1,3 +1,9 @@
+// Where a client's messages go, and his session's way through the list.
+//
+// A session is a client's from its first message: before the connect notice its user id is 0 and
+// most requests find it another user's. The notice lists it and asks the queue server for the
+// account; the answer, in QueueServerHandler, makes it a login. It leaves the list when its
+// connection closes, once, whatever closed it.
 #include "LobbyClientHandler.h"
 
 #include <algorithm>

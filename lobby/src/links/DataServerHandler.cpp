@@ -1,3 +1,9 @@
+// The link to the data server.
+//
+// When the link comes up the lobby registers and asks for every activity's row; the timer of the
+// registry asks again. A login asks for the player's records, whose answer names the session by
+// handle and id: it is dropped when the session has gone. Requests while the link is down are not
+// kept; the next login, or the link's return, makes them anew.
 #include "DataServerHandler.h"
 
 #include <cstdio>
