@@ -68,10 +68,10 @@ seen() {
     grep "$2" "$work/$1.log" | tail -n 1 | cut -c1-160 | sed "s/^/    $1 got: /"
 }
 
-# start_lobby FOLDER PORT
+# start_lobby FOLDER PORT [SED-EXPRESSION...]
 start_lobby() {
     local folder=$work/$1
-    make_lobby "$folder" "$2" DEBUG "s/^sendbulletintime=.*/sendbulletintime=2/"
+    make_lobby "$folder" "$2" DEBUG "s/^sendbulletintime=.*/sendbulletintime=2/" "${@:3}"
     "$folder/LobbyServer" >"$folder/console.log" 2>&1 &
     lobby_pid=$!
     pids+=("$lobby_pid")
@@ -187,11 +187,13 @@ start_redis
 pids+=("$redis_pid"); disown
 start_simulator --control-port "$(usual_port 9110)" --players 5000 --web-root "$web" --lobby-address "ws://127.0.0.1:$lobby_port"
 pids+=("$sim_pid"); disown
-start_lobby lobby "$lobby_port"
+metrics_port=$(free_port)
+start_lobby lobby "$lobby_port" "s/^;addr=.*/addr=127.0.0.1:$metrics_port/"
 
 if [ "$mode" = --serve ]; then
     title "The lobby is running."
     say "In a browser:    http://127.0.0.1:$page_port/"
+    say "For an operator: http://127.0.0.1:$metrics_port/"
     say "In a terminal:   build/release/bin/lobby_client --port $lobby_port --user 10001 login bank-login take 500"
     say "                 and without commands it asks for them; help lists them"
     say "Load:            build/release/bin/lobby_load --port $lobby_port players   (or echo, logins ...; --help-all)"

@@ -13,6 +13,8 @@ if [ "$mode" = test ]; then
     packages+=(chromium firefox-esr python3-websockets python3-websocket python3-aiohttp
                lintian prometheus faketime mmdebstrap tshark haproxy nginx-light socat openssl iproute2)
 fi
+# The web server under the metrics.
+packages+=(libcivetweb-dev)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -151,8 +151,7 @@ void PrintToConsole(char* line, size_t length) {
 
 }  // namespace
 
-void GLogService::__log(int level, const char* tag, const char* format, va_list arguments) {
-    if (!Enabled(level)) return;
+void GLogService::WriteAlways(int level, const char* tag, const char* format, va_list arguments) {
     const int error = errno;
     TellLeftOut();
     const time_t now = ClockNow();

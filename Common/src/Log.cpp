@@ -73,6 +73,10 @@ void TellLeftOutLines() {
     g_log.TellLeftOut();
 }
 
+void ReloadLogLevel(const char* configFile) {
+    g_log.SetLevel(ConfiguredLevel(CIniFile(configFile)));
+}
+
 void ShutdownLog() {
     g_log.SetLevel(-1);
     g_log.CloseLog();
@@ -83,6 +87,14 @@ void __log(LOG_LEVEL level, const char* tag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     g_log.__log(level, tag, format, arguments);
+    va_end(arguments);
+}
+
+void LogAlways(const char* tag, const char* format, ...) {
+    if (!g_log.Enabled(_ERROR)) return;  // not set up yet
+    va_list arguments;
+    va_start(arguments, format);
+    g_log.WriteAlways(_ALL, tag, format, arguments);
     va_end(arguments);
 }
 

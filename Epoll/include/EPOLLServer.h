@@ -73,6 +73,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     long GatherTime() const override;
     unsigned long CloseGrace() const override { return m_ulTimeout; }
     bool MayReadClients() const override { return !IsBudgetSpent(); }
+    long Clients() const override { return m_lClients; }
     // Not without a worker: nobody would hear of the connection.
     bool CanCreate() const override { return m_lThreadCount > 0 && Epoll::CanCreate(); }
 
@@ -146,6 +147,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lEstablished{0};
     std::atomic<long> m_lRelease{0};
+    std::atomic<long> m_lClients{0};
     const long m_ulMaxRecvCount;
     long m_lMaxClientRecvCount;    // constant after Initialize
     unsigned long m_ulBudget = 0;  // buffers, 0: any number; constant after Initialize

@@ -83,6 +83,8 @@ class Epoll : public virtual EPOLLNet {
     // registered for one event; a connection for good, which spares a call per read.
     bool Arm(EPOLLConnection* context, bool add);
     void CancelConnects() { m_bCancelConnects = true; }
+    // See GameProvider. Before the first listener.
+    void SetReusePort(bool reuse) { m_bReusePort = reuse; }
 
   protected:
     // Shutdown in three steps, so that a derived class can end its own threads between them.
@@ -172,6 +174,7 @@ class Epoll : public virtual EPOLLNet {
 
     std::atomic<bool> m_bStart{false};
     std::atomic<bool> m_bShutdown{false};
+    bool m_bReusePort = false;  // constant once there is a listener
     std::atomic<bool> m_bCancelConnects{false};
     std::atomic<bool> m_bStarved{false};  // out of descriptors; one log line per episode
     int m_iPoll = -1;

@@ -85,6 +85,7 @@ void EPOLLServer::DiscardRecords() {
 
 void EPOLLServer::ReleaseContext(EPOLLContext* context) {
     ++m_lRelease;
+    if (static_cast<EPOLLReceiver*>(context)->IsAcceptClient()) --m_lClients;
     FreeConnection(context);
 }
 
@@ -95,6 +96,7 @@ EPOLLContext* EPOLLServer::OnCreateConnection() {
 
 void EPOLLServer::OnConnectionEstablished(EPOLLContext* context, sockaddr_in*) {
     ++m_lEstablished;
+    ++m_lClients;
     QueueRecord(context, nullptr, 0);
 }
 

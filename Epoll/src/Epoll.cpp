@@ -188,6 +188,7 @@ EPOLLContext* Epoll::Create(bool listen, sockaddr_in& addr, unsigned long connec
     const auto* to = reinterpret_cast<const sockaddr*>(&addr);
     bool opened = true;
     if (listen) {
+        if (m_bReusePort) SetOption(socket, SOL_SOCKET, SO_REUSEPORT, 1);
         opened = ::bind(socket, to, sizeof(addr)) == 0 &&
                  (protocol != IPPROTO_TCP || ::listen(socket, kBacklog) == 0);
     } else if (protocol == IPPROTO_TCP) {

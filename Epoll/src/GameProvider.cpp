@@ -6,6 +6,8 @@
 // alone frees the three: late calls find them, and fail.
 #include "Game/NetGame.h"
 
+#include <linux/filter.h>
+
 #include <algorithm>
 
 #include "EPOLLMessager.h"
@@ -74,6 +76,7 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
         auto* server = new EPOLLServer(this, m_lpNetMessager, maxRecvCount);
         server->SetWakeup(m_bWakeup);
         server->SetWebSocket(m_bWebSocket);
+        server->SetReusePort(m_bReusePort);
         server->SetProxyTrust(std::move(m_Trust));
         server->SetLimits(m_Limits);
         m_lpNetProvider = server;
@@ -115,6 +118,18 @@ IPlayerNode* GameProvider::Create(bool listen, sockaddr_in& addr, unsigned long 
 bool GameProvider::RecvData(IPlayerNode* node) {
     EPOLLContext* context = ContextOf(node);
     return context != nullptr && context->RecvData();
+}
+
+// The sockets of a port are numbered in the order they joined, and the system asks this program for
+// the number. One that does not exist leaves the choice to the system.
+bool GameProvider::PassOnConnects(IPlayerNode* listener) {
+    EPOLLContext* context = ContextOf(listener);
+    if (context == nullptr || !m_bReusePort) return false;
+    constexpr uint32_t kSecond = 1;
+    sock_filter code[] = {{BPF_RET | BPF_K, 0, 0, kSecond}};
+    const sock_fprog program{1, code};
+    return context->setsockopt(SOL_SOCKET, SO_ATTACH_REUSEPORT_CBPF,
+                               reinterpret_cast<const char*>(&program), sizeof(program)) == 0;
 }
 
 bool GameProvider::SendData(IPlayerNode* node, unsigned short type, void* data, long length,

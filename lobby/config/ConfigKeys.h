@@ -1,7 +1,9 @@
 // Every key of the four configuration files: one row each.
 #pragma once
 
+#include <functional>
 #include <span>
+#include <string>
 #include <string_view>
 
 class CIniFile;
@@ -33,6 +35,7 @@ struct ConfigKey {
     int most;
     const char* choices;  // "A|B|C"
     const char* meaning;
+    const char* standard = "none";  // the default of what is no Integer
 };
 
 struct ConfigFile {
@@ -59,6 +62,11 @@ consteval ConfigKey Address(const char* section, const char* name, const char* m
 consteval ConfigKey Characters(const char* section, const char* name, ConfigKind kind, int least,
                                int most, const char* meaning) {
     return {section, name, kind, false, 0, least, most, "", meaning};
+}
+
+consteval ConfigKey Default(ConfigKey key, const char* standard) {
+    key.standard = standard;
+    return key;
 }
 
 consteval ConfigKey OneOf(const char* section, const char* name, const char* choices,
@@ -88,6 +96,7 @@ inline constexpr ConfigKey kLobbyServer[] = {
         "MiB of buffers that may be in use before the largest holders are closed; 0: any"),
     Flag("network", "wakeup", "1 wakes the worker when data arrives"),
     Int("init", "sendbulletintime", 30, 1, kDay, "seconds between two bulletin broadcasts"),
+    Int("init", "draintime", 3600, 1, 7 * kDay, "seconds that players may stay after SIGUSR1"),
     Address("connect", "center_server", "center server"),
     Address("connect", "bulletin_server", "web server"),
     Address("connect", "queue_server", "queue server"),
@@ -100,13 +109,15 @@ inline constexpr ConfigKey kLobbyServer[] = {
                "proxies that may name their clients' addresses"),
     Int("listen", "proxy_protocol", 0, 0, 2,
         "PROXY header from trusted_proxies; 1: required, 2: optional"),
+    Flag("listen", "reuse_port", "1 lets a second lobby share the port, for upgrades"),
     Flag("listen", "websocket", "1 serves WebSocket clients as their libraries expect it"),
     Address("Redis", "redis_server", "registry of players online"),
     Int("Redis", "timeout", 30, 1, 3600, "connect time-out in seconds"),
     Characters("Redis", "szPasswd", ConfigKind::Text, 0, 31, "password"),
     Int("Redis", "msgque_size", 200, 0, kBillion, "logged only"),
-    OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"),
-    Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
+    Default(OneOf("log", "level", "ALL|DEBUG|WARN|ERROR", "lowest level that is written"), "ALL"),
+    Default(Characters("log", "FileName", ConfigKind::FileName, 1, 253, "file in log/"),
+            "test.log"),
     Flag("log", "json", "1 writes every line also as JSON to a file beside"),
     Int("log", "most_lines", 0, 0, 1'000'000, "most lines written in a second; 0: any number"),
     Flag("log", "warnings", "1 warns at start when maxconnection reaches the sweep's guard"),
@@ -160,6 +171,13 @@ consteval const ConfigKey& KeyOf(std::string_view section, std::string_view name
     }
     throw "this key has no row in ConfigKeys.h";
 }
+
+// Calls use(key) for every key of the section that is not switched off by a ';' or '#' before it.
+void ForEachKey(const CIniFile& file, const char* section,
+                const std::function<void(const char* key)>& use);
+
+// The default and what may stand behind the equals sign: "default 20, -1 to 86400".
+std::string RangeOf(const ConfigKey& key);
 
 // The value of an Integer key, its default when the file has none.
 int ReadInt(const CIniFile& file, const ConfigKey& key);

@@ -79,6 +79,10 @@ MessageLimits::Excess MessageLimits::Count(Usage& usage, uint16_t type, long now
     size_t found = Find(false, type);
     if (found == kNone) found = Find(true, 0);
     if (found == kNone) return {};
+    if (usage.rules != m_ulGeneration) {
+        usage = {};
+        usage.rules = m_ulGeneration;
+    }
     const Rule& rule = m_Rules[found];
     Usage::Window& window = usage.windows[found];
     const auto second = static_cast<uint32_t>(now);

@@ -9,8 +9,8 @@
 // The rules of section [limits]: so many messages of a type per window, and what becomes of the
 // ones beyond. A window begins with the first message that finds none open, and ends when its
 // seconds have passed.
-// Owned by the lobby; empty unless configured. Thread: Add on main before messages come, the rest
-// on the message worker.
+// Owned by the lobby; empty unless configured. Thread: Add before the rules are put to use, the
+// rest on the message worker.
 class MessageLimits {
   public:
     // Room for a rule per client message and one for all others.
@@ -31,6 +31,7 @@ class MessageLimits {
             uint32_t count;  // 0: none is open
         };
         std::array<Window, kMaxRules> windows{};
+        uint32_t rules = 0;  // which rules the windows belong to
     };
     // A message beyond its limit.
     struct Excess {
@@ -42,6 +43,12 @@ class MessageLimits {
     // hexadecimal behind 0x, otherwise decimal. Null when taken, else what is wrong with it.
     const char* Add(std::string_view key, std::string_view value);
     bool Empty() const { return m_ulRules == 0; }
+    // Other rules from now on; what connections have used up under these is forgotten.
+    void Replace(const MessageLimits& rules) {
+        const uint32_t next = m_ulGeneration + 1;
+        *this = rules;
+        m_ulGeneration = next;
+    }
     // Counts one message; now in seconds since boot.
     Excess Count(Usage& usage, uint16_t type, long now) const;
 
@@ -51,4 +58,5 @@ class MessageLimits {
 
     std::array<Rule, kMaxRules> m_Rules{};
     size_t m_ulRules = 0;
+    uint32_t m_ulGeneration = 0;
 };

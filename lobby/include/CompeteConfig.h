@@ -13,6 +13,8 @@ class CompeteConfig {
     // Every lobby tick; now in epoch seconds.
     void OnTimer(long now);
     void ReadConfig();
+    // Takes over a schedule that was read elsewhere, and goes on with its own rhythm.
+    void Replace(const CompeteConfig& schedule);
 
     // Opening time in minutes after midnight.
     void SetCalcMonthMinute(int hour, int minute);

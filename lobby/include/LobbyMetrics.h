@@ -22,7 +22,7 @@ inline constexpr size_t REFUSALS = 6;
 
 // The state and history of one back-end link.
 struct LinkMetrics {
-    std::atomic<bool> up{false};
+    UpDown up;
     Counter connects;  // successes; the first of them is the start
     Counter failures;  // attempts that failed
     Counter drops;
@@ -32,8 +32,11 @@ struct LinkMetrics {
 struct LobbyMetrics {
     explicit LobbyMetrics(const TypePlaces& places) : throttled(places), rateLimited(places) {}
 
-    std::array<Counter, 256> logins;  // by the code the client was told; 0 is success
-    Counter sessions;                 // listed now: a level
+    std::atomic<bool> serving{false};   // clients are let in
+    std::atomic<bool> draining{false};  // no more
+    std::atomic<int64_t> lastPass{0};   // of the message worker, epoch seconds
+    std::array<Counter, 256> logins;    // by the code the client was told; 0 is success
+    Counter sessions;                   // listed now: a level
     Counter kickOuts;
     Counter notRelayed;  // messages that a busy link refused
     std::array<Counter, REFUSALS> refusals;

@@ -47,6 +47,19 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Makes connects that are under way fail, Redis' too. Any thread.
     void CancelConnects();
 
+    // Reads again what may change while players are online: forbidden names, disabled accounts, the
+    // tournament, the limits and the log level. One line each says whether it was taken; what is
+    // wrong leaves the old as it was. The message worker puts it to use. Thread: the one of
+    // signals.
+    void Reload();
+
+    // An upgrade: new clients go to the lobby that shares the port, the ones inside stay. The
+    // listener is closed by EndListening, a moment after BeginDrain, so that no connect is lost.
+    // Thread: the one of signals, once Start has succeeded.
+    void BeginDrain();
+    void EndListening();
+    bool IsDraining() const { return m_bDraining; }
+
     // Opens the outbound link whose address is [connect] name, stores its node and, before the
     // link can be reported closed, runs onUp. 0 on success and when the link is up already, -1 on
     // failure. Main or reconnect keeper.
@@ -148,7 +161,15 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     std::unique_ptr<LobbyClientHandler> m_Clients;
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
     std::unique_ptr<MetricsEndpoint> m_lpMetrics;  // null unless configured
-    MessageLimits m_Limits;                        // constant once constructed
+    // What Reload read, until the worker takes it.
+    struct Reloaded;
+    void TakeReloaded();
+    std::mutex m_lockReload;  // guards m_lpReloaded
+    std::shared_ptr<Reloaded> m_lpReloaded;
+    std::atomic<bool> m_bReloaded{false};
+    std::atomic<bool> m_bDraining{false};
+
+    MessageLimits m_Limits;  // message worker, once constructed
     long m_lLinkReserve = 0;                       // constant once constructed
     uint64_t m_ulNotRelayed = 0;
     long m_lNotRelayedTime = 0;  // seconds since boot of the line last logged about that

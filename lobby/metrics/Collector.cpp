@@ -128,6 +128,7 @@ Families Collector::Collect() const {
     Families all;
     GaugeFamily(all, "lobby_build_info", "Always 1; the version is the label.")
         .Add(1, {{"version", LOBBY_VERSION}});
+    AddCondition(all);
     AddClients(all);
     AddRequests(all);
     AddMessages(all);
@@ -141,6 +142,18 @@ Families Collector::Collect() const {
         .Add(g_ConsoleDropped);
     AddProcessFigures(all, static_cast<double>(m_startTime));
     return all;
+}
+
+void Collector::AddCondition(Families& all) const {
+    const LobbyMetrics& lobby = m_counters.lobby;
+    GaugeFamily(all, "lobby_ready", "1 while clients are let in.")
+        .Add(lobby.serving && !lobby.draining ? 1 : 0);
+    GaugeFamily(all, "lobby_draining", "1 when no more clients are let in, before the end.")
+        .Add(lobby.draining ? 1 : 0);
+    GaugeFamily(all, "lobby_worker_last_pass_timestamp_seconds",
+                "When the message worker last looked at its queue, in seconds since 1970.")
+        .Add(static_cast<double>(lobby.lastPass.load()));
+    GaugeFamily(all, "lobby_redis_up", "1 while Redis answers.").Add(m_counters.redis.up ? 1 : 0);
 }
 
 void Collector::AddClients(Families& all) const {

@@ -34,10 +34,12 @@ class Collector : public prometheus::Collectable {
   public:
     Collector();
     std::vector<prometheus::MetricFamily> Collect() const override;
+    int64_t StartTime() const { return m_startTime; }
 
   private:
     using Types = std::vector<uint16_t>;
 
+    void AddCondition(std::vector<prometheus::MetricFamily>& all) const;
     void AddClients(std::vector<prometheus::MetricFamily>& all) const;
     void AddRequests(std::vector<prometheus::MetricFamily>& all) const;
     void AddMessages(std::vector<prometheus::MetricFamily>& all) const;

@@ -51,5 +51,7 @@ inline Family HistogramFamily(std::vector<prometheus::MetricFamily>& all, const 
     return {all, name, help, prometheus::MetricType::Histogram};
 }
 
+double ResidentBytes();
+
 // Memory, descriptors and CPU time of the process, under the names every exporter gives them.
 void AddProcessFigures(std::vector<prometheus::MetricFamily>& all, double startTime);

@@ -1,18 +1,18 @@
 #include "MetricsEndpoint.h"
 
-#include <prometheus/exposer.h>
+#include <prometheus/text_serializer.h>
+#include <pthread.h>
 
-#include <exception>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
 #include <vector>
 
 #include "Collector.h"
-
-namespace {
-
-// A scraper that reads slowly, or never, holds one of the two threads for so long at most.
-constexpr const char* kRequestTimeoutMs = "5000";
-
-}  // namespace
+#include "Common/Log.h"
+#include "History.h"
+#include "HttpServer.h"
+#include "Status.h"
 
 std::unique_ptr<MetricsEndpoint> MetricsEndpoint::Open(const std::string& host, int port,
                                                        std::string& error) {
@@ -20,29 +20,62 @@ std::unique_ptr<MetricsEndpoint> MetricsEndpoint::Open(const std::string& host, 
         error = "the port is not between 0 and 65535";
         return nullptr;
     }
-    try {
-        return std::unique_ptr<MetricsEndpoint>(
-            new MetricsEndpoint(host + ":" + std::to_string(port)));
-    } catch (const std::exception& failure) {
-        error = failure.what();
-        return nullptr;
-    }
+    std::unique_ptr<MetricsEndpoint> endpoint(new MetricsEndpoint);
+    const int fault = endpoint->Start(host, port);
+    if (fault != 0) error = std::strerror(fault);
+    if (fault != 0 && fault != EADDRINUSE) return nullptr;
+    if (fault != 0) error += ": another program has this port, tried again every 5 seconds";
+    ProcessCounters::Instance().Publish(true);
+    endpoint->m_thread = std::thread(
+        [self = endpoint.get(), host, port, fault] { self->Run(host, port, fault == 0); });
+    return endpoint;
 }
 
-MetricsEndpoint::MetricsEndpoint(const std::string& address)
-    : m_lpExposer(std::make_unique<prometheus::Exposer>(
-          std::vector<std::string>{"listening_ports", address, "num_threads", "2",
-                                   "request_timeout_ms", kRequestTimeoutMs})),
-      m_lpCollector(std::make_shared<Collector>()) {
-    ProcessCounters::Instance().Publish(true);
-    m_lpExposer->RegisterCollectable(m_lpCollector);
-}
+MetricsEndpoint::MetricsEndpoint()
+    : m_lpCollector(std::make_unique<Collector>()),
+      m_lpHistory(std::make_unique<History>(ProcessCounters::Instance())) {}
 
 MetricsEndpoint::~MetricsEndpoint() {
+    {
+        const std::lock_guard lock(m_lock);
+        m_bEnd = true;
+    }
+    m_wake.notify_all();
+    if (m_thread.joinable()) m_thread.join();
+    m_lpServer.reset();
     ProcessCounters::Instance().Publish(false);
 }
 
-int MetricsEndpoint::Port() const {
-    const std::vector<int> ports = m_lpExposer->GetListeningPorts();
-    return ports.empty() ? 0 : ports.front();
+int MetricsEndpoint::Start(const std::string& host, int port) {
+    const ProcessCounters& counters = ProcessCounters::Instance();
+    auto server = std::make_unique<HttpServer>(std::vector<HttpPage>{
+        {"/metrics",
+         [this] {
+             return HttpAnswer{200, "text/plain; version=0.0.4; charset=utf-8",
+                               prometheus::TextSerializer().Serialize(m_lpCollector->Collect())};
+         }},
+        {"/healthz", [&counters] { return Health(counters); }},
+        {"/status.json",
+         [this, &counters] { return Status(counters, *m_lpHistory, m_lpCollector->StartTime()); }},
+        {"/", [] {
+             return HttpAnswer{200, "text/html; charset=utf-8", OPERATOR_PAGE};
+         }}});
+    const int error = server->Start(host, port);
+    if (error != 0) return error;
+    m_iPort = server->Port();
+    m_lpServer = std::move(server);
+    return 0;
+}
+
+// Samples, and waits for a port that another program has.
+void MetricsEndpoint::Run(const std::string& host, int port, bool started) {
+    pthread_setname_np(pthread_self(), "metrics");
+    std::unique_lock lock(m_lock);
+    while (!m_bEnd) {
+        m_lpHistory->Take();
+        m_wake.wait_for(lock, std::chrono::seconds(History::kPeriod), [this] { return m_bEnd; });
+        if (m_bEnd || started || Start(host, port) != 0) continue;
+        started = true;
+        LogAlways("MetricsEndpoint", "metrics success, host[%s], port[%d] !", host.c_str(), port);
+    }
 }

@@ -1,4 +1,5 @@
 #include <sys/resource.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -7,14 +8,14 @@
 
 #include "Family.h"
 
-namespace {
-
 double ResidentBytes() {
     std::ifstream statm("/proc/self/statm");
     double total = 0, resident = 0;
     statm >> total >> resident;
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
+
+namespace {
 
 double OpenDescriptors() {
     std::error_code ignored;
@@ -41,5 +42,13 @@ void AddProcessFigures(std::vector<prometheus::MetricFamily>& all, double startT
     GaugeFamily(all, "process_open_fds", "Open file descriptors.").Add(OpenDescriptors());
     GaugeFamily(all, "process_max_fds", "Limit of open file descriptors.").Add(MaxDescriptors());
     CounterFamily(all, "process_cpu_seconds_total", "CPU time of all threads.").Add(CpuSeconds());
+    struct statvfs disk {};
+    if (statvfs("log", &disk) == 0) {
+        const auto block = static_cast<double>(disk.f_frsize);
+        GaugeFamily(all, "lobby_log_disk_free_bytes", "Room for the log.")
+            .Add(static_cast<double>(disk.f_bavail) * block);
+        GaugeFamily(all, "lobby_log_disk_bytes", "Size of the file system the log is on.")
+            .Add(static_cast<double>(disk.f_blocks) * block);
+    }
     GaugeFamily(all, "process_start_time_seconds", "Start, in seconds since 1970.").Add(startTime);
 }

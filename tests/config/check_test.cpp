@@ -80,17 +80,19 @@ TEST_F(Check, OneFaultOneProblem) {
         {"wakeup=1", "wakeup=2", "key \"wakeup\": 2 is out of range: 0 to 1"},
         {"maxconnection=4900", "maxconnection=4999", "4999 is too much: at 5000"},
         {"maxconnection=4900", "", "missing, and its default 10000 is too"},
-        {"interval=20", "intervall=20", "\"intervall\": unknown key"},
+        {"interval=20", "intervall=20", "\"intervall\": unknown key; is \"interval\" meant?"},
+        {"[init]", "[init]\nmaxconnection=9", "unknown key; it belongs to section [listen]"},
         {"interval=20", "interval 20", "without an equals sign"},
         {"wakeup=1", "wakeup=1\nINTERVAL=9", "\"INTERVAL\": repeated; only"},
         {"[init]", "[init", "section [init]: the closing bracket is missing"},
         {"[init]", "[init] ; x", "section [init]: what follows the bracket"},
         {"[network]", "stray=1\n[network]", "before the first section"},
-        {"[log]", "[logs]", "section [logs]: unknown section"},
+        {"[log]", "[logs]", "section [logs]: unknown section; is \"log\" meant?"},
         {"center_server=127.0.0.1:9101", "",
          "LobbyServer.cfg: section [connect], key \"center_server\": missing; a host:port"},
         {"addr=0.0.0.0:9100", "addr=9100", "not of the form host:port"},
-        {"addr=0.0.0.0:9100", "addr=::1:9100", "not of the form host:port"},
+        {"addr=0.0.0.0:9100", "addr=::1:9100", "an IPv6 address; the lobby speaks IPv4 only"},
+        {"addr=0.0.0.0:9100", "addr=[::1]:9100", "an IPv6 address"},
         {"addr=0.0.0.0:9100", "addr=1.2.3:9100", "not an IPv4 address: 1.2.3"},
         {"addr=0.0.0.0:9100", "addr=*:9100", "neither an IPv4 address nor"},
         {"addr=0.0.0.0:9100", "addr=a:65536", "port 65536 is out of range"},
@@ -112,7 +114,7 @@ TEST_F(Check, OneFaultOneProblem) {
          "key \"0x10\": a second limit for this type"},
         {"[metrics]", "[metrics]\naddr=127.0.0.1:9100", "taken by [listen] addr"},
         {"SensitiveName=admin,", "SensitiveName=admin, ",
-         "SensitiveName.cfg:4: section [config], key \"SensitiveName\": blanks beside a comma"},
+         "SensitiveName.cfg:5: section [config], key \"SensitiveName\": blanks beside a comma"},
         {"SensitiveName=", "SensitiveName=" + std::string(1023990, 'x'),
          "characters; at most 1023999 are read, and nothing"},
         {"[disconnect]", "[disconnect]\nuser0=7", "\"user0\": is not read, for usernum is 0"},
@@ -179,11 +181,29 @@ TEST_F(Check, FilesThatCannotBeRead) {
     EXPECT_THAT(Problems(),
                 ElementsAre("LobbyServer.cfg: cannot be read: No such file or directory",
                             "SensitiveName.cfg: is empty", "disconnectuserid.cfg: is a directory"));
+    fs::remove(m_directory / "disconnectuserid.cfg");
+    Restore();
+    const std::string_view utf16("\xFF\xFE[\0c\0", 6);
+    Write("SensitiveName.cfg", "\xEF\xBB\xBF[config]\nSensitiveName=a\n");
+    Write("compete_info.cfg", std::string(utf16));
+    EXPECT_THAT(Problems(),
+                ElementsAre(HasSubstr("SensitiveName.cfg: begins with a byte order mark"),
+                            HasSubstr("compete_info.cfg: is UTF-16")));
 }
 
 TEST_F(Check, ExitStatus) {
     EXPECT_EQ(Run(m_directory), 0);
-    EXPECT_EQ(Run(m_directory / "absent"), 2);
+    for (const char* wrong : {"absent", "absent/LobbyServer.cfg", "other.cfg"}) {
+        Write("other.cfg", "[log]\n");
+        EXPECT_EQ(Run(m_directory / wrong), 2);
+        EXPECT_THAT(ReadFile(m_directory / "out"),
+                    HasSubstr((m_directory / wrong).string() + ": "));
+    }
+    Write("SensitiveName.cfg.dpkg-dist", "[confg]\n");
+    EXPECT_EQ(Run(m_directory / "SensitiveName.cfg"), 0);
+    EXPECT_EQ(Run(m_directory / "SensitiveName.cfg.dpkg-dist"), 1);
+    EXPECT_THAT(ReadFile(m_directory / "out"),
+                HasSubstr("SensitiveName.cfg.dpkg-dist:1: section [confg]"));
     EXPECT_EQ(Run("--unknown"), 2);
     EXPECT_EQ(Run("--keys"), 0);
     Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=x\n");
@@ -200,7 +220,10 @@ TEST(Keys, AreInTheSamplesAndTheDocuments) {
         for (const ConfigKey& key : file.keys) {
             const std::string_view whole = key.name;
             const std::string name(whole.substr(0, whole.find_first_of("%*")));
-            EXPECT_TRUE(sample.find(name) != std::string::npos) << file.name << " " << key.name;
+            // The default and the bounds stand in the line before the key.
+            const std::string range = "; " + RangeOf(key) + "\n";
+            EXPECT_THAT(sample, testing::ContainsRegex(range + (name == whole ? ";?" + name : "")))
+                << key.name;
             EXPECT_TRUE(operations.find("`" + name) != std::string::npos) << key.name;
         }
     }

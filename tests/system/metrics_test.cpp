@@ -120,7 +120,7 @@ TEST_F(MetricsTest, OffThereIsNoPortAndNoThread) {
     ServeWithMetrics();
     EXPECT_EQ(ListeningSockets(), 2);
     EXPECT_GT(HttpThreads(), 0);
-    EXPECT_EQ(ThreadNames().size(), threads + static_cast<size_t>(HttpThreads()));
+    EXPECT_EQ(ThreadNames().size(), threads + static_cast<size_t>(HttpThreads()) + 1);
 }
 
 TEST_F(MetricsTest, AnAddressThatCannotBeUsedIsLoggedAndTheLobbyServes) {
@@ -136,6 +136,40 @@ TEST_F(MetricsTest, AnAddressThatCannotBeUsedIsLoggedAndTheLobbyServes) {
         lobby.Terminate();
         EXPECT_EQ(lobby.AwaitEnd(10), 0);
     }
+}
+
+TEST_F(MetricsTest, HealthAndThePortThatWasTaken) {
+    std::optional<httplib::Server> other(std::in_place);
+    const int taken = other->bind_to_any_port("127.0.0.1");
+    ServeWithMetrics("127.0.0.1:" + std::to_string(taken));
+    EXPECT_TRUE(lobby.LogHas("info[Address already in use: another program has this port"));
+    other.reset();
+    EXPECT_TRUE(Eventually([&] { return MetricsPort() == taken; }, 15));
+    httplib::Client http("127.0.0.1", taken);
+    const auto health = [&] {
+        const auto answer = http.Get("/healthz");
+        return answer ? std::to_string(answer->status) + answer->body : "";
+    };
+    const auto says = [&](const std::string& text) {
+        return Eventually([&] { return health().find(text) != std::string::npos; });
+    };
+    EXPECT_TRUE(says("\"links\":{\"center\":{\"up\":true,")) << health();
+    EXPECT_TRUE(says("\"redis\":{\"up\":true,")) << health();
+    EXPECT_EQ(health().substr(0, 17), "200{\"ready\":true,");
+    redis.Stop();
+    EXPECT_EQ(LoggedIn(10001)->UserId(), 10001);
+    EXPECT_TRUE(says("\"redis\":{\"up\":false,")) << health();
+    platform.Do([&] { platform.Server(ServerKind::Queue).Drop({}); });
+    EXPECT_TRUE(says("\"queue\":{\"up\":false,")) << health();
+    EXPECT_EQ(health().substr(0, 3), "200");  // another lobby would have neither
+    EXPECT_EQ(http.Post("/")->status, 405);
+    EXPECT_EQ(http.Get("/../etc/passwd")->status, 404);
+    auto player = Connect(10002);
+    kill(lobby.Pid(), SIGUSR1);
+    EXPECT_TRUE(says("\"draining\":true"));
+    EXPECT_EQ(health().substr(0, 3), "503");
+    player.reset();
+    EXPECT_EQ(lobby.AwaitEnd(10), 0);
 }
 
 TEST_F(MetricsTest, AgreeWithTheLoadTool) {
@@ -247,16 +281,12 @@ TEST_F(MetricsTest, RefusalsClosesKicksAndLinksAreCounted) {
 
 TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
     ServeWithMetrics();
-    Get();  // the endpoint's own figures include the scrapes before
     const Scrape scrape = Get();
     const std::string source = PROJECT_SOURCE_DIR;
 
     std::string document = ReadFile(source + "/docs/metrics.md");
     document.erase(document.find("\n## "));
-    Names served = scrape.families;
-    std::erase_if(served, [](const std::string& name) {
-        return name.starts_with("exposer_");  // prometheus-cpp's own
-    });
+    const Names served = scrape.families;
     // The tables' first cells, where such a cell is nothing but a name.
     EXPECT_EQ(NamesOf(document, "^\\| `([a-z_]+)` \\|"), served);
 
@@ -264,7 +294,10 @@ TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
     cJSON* const json = cJSON_Parse(dashboard.c_str());
     EXPECT_TRUE(json) << cJSON_GetErrorPtr();
     cJSON_Delete(json);
-    const auto expressions = Matches(dashboard, "\"expr\": *\"((?:[^\"\\\\]|\\\\.)*)\"");
+    auto expressions = Matches(dashboard, "\"expr\": *\"((?:[^\"\\\\]|\\\\.)*)\"");
+    for (const std::string& rule : Matches(ReadFile(source + "/deploy/prometheus/lobby-alerts.yml"),
+                                           "expr: (.*[a-z]_[a-z].*)"))
+        expressions.push_back(rule);
     EXPECT_GT(expressions.size(), 10u);
     for (const std::string& expression : expressions) {
         const auto names = Matches(expression, "\\b((?:lobby|process)_[a-z_]+)");

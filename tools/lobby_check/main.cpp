@@ -7,26 +7,24 @@
 
 namespace {
 
-std::string DefaultOf(const ConfigKey& key) {
-    if (key.kind == ConfigKind::Integer) return std::to_string(key.defaultValue);
-    return key.required ? "none" : "";
-}
-
 void PrintKeys() {
     for (const ConfigFile& file : kConfigFiles) {
         std::cout << file.name << "\n";
         for (const ConfigKey& key : file.keys) {
-            const std::string value = DefaultOf(key);
-            std::cout << "  [" << key.section << "] " << key.name << (value.empty() ? "" : " = ")
-                      << value << "   " << key.meaning << "\n";
+            std::cout << "  [" << key.section << "] " << key.name << "   " << key.meaning << " ("
+                      << RangeOf(key) << ")\n";
         }
     }
 }
 
 // The process's exit status.
-int Check(const std::string& directory) {
-    std::filesystem::current_path(directory);
-    const auto problems = check::CheckDirectory(".");
+int Check(const std::string& path) {
+    std::string fault;
+    const auto problems = check::CheckPath(path, fault);
+    if (!fault.empty()) {
+        std::cerr << "lobby_check: " << fault << "\n";
+        return 2;
+    }
     // On standard error, where a supervisor keeps them.
     for (const check::Problem& problem : problems)
         std::cerr << check::TextOf(problem) << "\n";
@@ -41,16 +39,17 @@ int main(int argc, char** argv) try {
     CLI::App app(
         "Checks the four configuration files of a LobbyServer. Exit status: 0 nothing "
         "found, 1 problems found, 2 wrong usage.");
-    std::string directory = ".";
+    std::string path = ".";
     bool keys = false;
-    app.add_option("directory", directory, "where the files are")->capture_default_str();
-    app.add_flag("--keys", keys, "print every key, its default and its meaning");
+    app.add_option("path", path, "the directory of the files, or one of them")
+        ->capture_default_str();
+    app.add_flag("--keys", keys, "print every key with its meaning, default and bounds");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    if (!keys) return Check(directory);
+    if (!keys) return Check(path);
     PrintKeys();
     return 0;
 } catch (const std::exception& error) {

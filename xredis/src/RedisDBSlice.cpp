@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Common/Log.h"
+#include "xredis/RedisMetrics.h"
 
 namespace {
 
@@ -55,6 +56,7 @@ void RedisDBSlice::Add(RedisConnList& list, std::mutex& mutex, RedisConnPtr conn
     const std::lock_guard lock(mutex);
     if (conn->Usable()) {
         list.alive = true;
+        if (auto* metrics = g_RedisMetrics.Get()) metrics->up = true;
         mStatus = kStatusOpened;
     }
     list.idle.push_back(std::move(conn));
@@ -166,6 +168,7 @@ bool RedisDBSlice::RefreshOne(RedisConnList& list, std::mutex& mutex, bool usabl
 }
 
 void RedisDBSlice::LogAlive(const RedisConn& conn, bool alive) const {
+    if (auto* metrics = g_RedisMetrics.Get()) metrics->up = alive;
     if (alive) {
         __log(_DEBUG, "RedisDBSlice::LogAlive", "redis[%s:%u] slice[%u] answers, commands are sent",
               conn.Host(), conn.Port(), mDbindex);

@@ -12,9 +12,14 @@
 // and says nothing to a terminal: control characters are written escaped. Thread: any.
 class GLogService : public CLogCls {
   public:
-    // Writes nothing unless SetLevel allowed it. The caller's format becomes part of the line's
-    // own format, so that it is applied exactly once.
+    // Writes nothing unless SetLevel allowed it.
     void __log(int level, const char* tag, const char* format, va_list arguments)
+        __attribute__((format(printf, 4, 0))) {
+        if (Enabled(level)) WriteAlways(level, tag, format, arguments);
+    }
+    // Writes at any level but none. The caller's format becomes part of the line's
+    // own format, so that it is applied exactly once.
+    void WriteAlways(int level, const char* tag, const char* format, va_list arguments)
         __attribute__((format(printf, 4, 0)));
 
     // From now on every line also goes, as one JSON object, to a file beside the log file at

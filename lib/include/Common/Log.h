@@ -28,6 +28,9 @@ inline Counter g_ConsoleDropped;  // lines
 void TellLeftOutLines();
 inline Counter g_LogLeftOut;  // lines
 
+// Reads the level anew from the configuration file. Thread: any with a large stack.
+void ReloadLogLevel(const char* configFile);
+
 // Back to the state before InitializeLog: the file is closed and nothing is written. For tests,
 // which set the log up again elsewhere. Any thread.
 void ShutdownLog();
@@ -41,6 +44,10 @@ void ShutdownLog();
 // line costs under 3 KiB of stack.
 void __log(LOG_LEVEL level, const char* tag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
+
+// As above with level ALL, but written whatever the configured level: for what every log has to
+// say.
+void LogAlways(const char* tag, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 // True when a line of this level would be written; lets callers skip costly arguments.
 bool LogEnabled(LOG_LEVEL level);

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "Common/Clock.h"
+
 // Counts events. Any thread. A reader sees every count sooner or later, but no two counters as of
 // the same moment.
 class Counter {
@@ -41,6 +43,25 @@ class DurationCounter {
   private:
     std::array<Counter, kBounds.size() + 1> m_buckets;
     Counter m_sum;
+};
+
+// Whether something is up, since when, and when it was lost last; epoch seconds, 0 for never. One
+// thread at a time sets it, any reads.
+class UpDown {
+  public:
+    UpDown& operator=(bool up) {
+        if (m_up.exchange(up, std::memory_order_relaxed) == up) return *this;
+        const int64_t now = ClockNow();
+        (up ? m_since : m_lost).store(now, std::memory_order_relaxed);
+        return *this;
+    }
+    operator bool() const { return m_up.load(std::memory_order_relaxed); }
+    int64_t Since() const { return m_since.load(std::memory_order_relaxed); }
+    int64_t Lost() const { return m_lost.load(std::memory_order_relaxed); }
+
+  private:
+    std::atomic<bool> m_up{false};
+    std::atomic<int64_t> m_since{0}, m_lost{0};
 };
 
 // Where the code that counts finds a layer's counters: empty, the default, while nobody reads

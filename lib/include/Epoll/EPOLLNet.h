@@ -32,6 +32,9 @@ class INetProvider : public virtual EPOLLNet {
   public:
     // For providers with a worker that pauses: ends its pause.
     virtual void WakeWorker() {}
+    // Clients accepted and not released yet. Any thread.
+    virtual long Clients() const { return 0; }
+
     using EPOLLNet::Initialize;
     virtual bool Initialize(unsigned long interval, unsigned long timeout, unsigned long threads,
                             unsigned long contexts, unsigned long buffers) = 0;

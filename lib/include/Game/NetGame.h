@@ -114,6 +114,9 @@ class GameProvider : public IGameProvider {
     void SetWebSocket(bool standard) { m_bWebSocket = standard; }
     // Before Initialize.
     void SetLimits(const NetLimits& limits) { m_Limits = limits; }
+    // True: another process of the same user may listen on the listener's port beside this one.
+    // Before Initialize.
+    void SetReusePort(bool reuse) { m_bReusePort = reuse; }
     // Starts the framework's threads. Zero for maxRecvCount or maxSendCount means 100, zero for
     // threads one poll thread per processor. interval and timeout are seconds.
     bool Initialize(unsigned long maxRecvCount, unsigned long maxSendCount, unsigned long interval,
@@ -139,6 +142,13 @@ class GameProvider : public IGameProvider {
                         unsigned long maxConnections, long family, long type, long protocol);
     // Registers the node's connection for reading; nothing arrives on a link or listener before.
     bool RecvData(IPlayerNode* node);
+
+    // From now on the system gives new connections to the process that joined the listener's port
+    // last, while those on their way still come here: close the listener a little later, and none
+    // is lost. False when the port is not shared. Any thread.
+    bool PassOnConnects(IPlayerNode* listener);
+    // Clients connected, those included that are being closed. Any thread.
+    long Clients() const { return m_lpNetProvider != nullptr ? m_lpNetProvider->Clients() : 0; }
 
     // data starts with 8 bytes of room for the header, counted by length.
     bool SendData(IPlayerNode* node, unsigned short type, void* data, long length, long encode);
@@ -181,6 +191,7 @@ class GameProvider : public IGameProvider {
     INetProvider* m_lpNetProvider = nullptr;  // owned
     INetSender* m_lpNetSender = nullptr;      // owned
     bool m_bWakeup = false;                   // constant after Initialize
+    bool m_bReusePort = false;                // constant after Initialize
     bool m_bWebSocket = false;                // constant after Initialize
     ProxyTrust m_Trust;                       // moved on by Initialize
     NetLimits m_Limits;                       // constant after Initialize

@@ -15,6 +15,7 @@ inline constexpr size_t REDIS_FAULTS = 3;
 struct RedisMetrics {
     void CountFault(RedisFault fault) { faults[static_cast<size_t>(fault)].Add(); }
 
+    UpDown up;                // it answers
     DurationCounter latency;  // of every command that was sent, answered or not
     std::array<Counter, REDIS_FAULTS> faults;
 };

@@ -77,6 +77,12 @@ void CompeteConfig::ReadConfig() {
           m_usDayMaxFreeCount, m_iDayCompeteCostCoin);
 }
 
+void CompeteConfig::Replace(const CompeteConfig& schedule) {
+    const long lastRead = m_lLastRead;
+    *this = schedule;
+    m_lLastRead = lastRead;
+}
+
 void CompeteConfig::SetCalcMonthMinute(int hour, int minute) {
     m_iCalcMonthMinute = MinutesOfDay(hour, minute);
 }

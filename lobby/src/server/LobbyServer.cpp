@@ -88,7 +88,7 @@ void LobbyServer::OpenMetrics() {
     }
     std::string error;
     m_lpMetrics = MetricsEndpoint::Open(endpoint.host, endpoint.port, error);
-    if (m_lpMetrics == nullptr) {
+    if (!error.empty()) {
         __log(_ERROR, tag, "metrics error, host[%s], port[%d], info[%s], no metrics !",
               endpoint.host, endpoint.port, error.c_str());
         ComplainConfig(key.section, key.name, error.c_str());
@@ -116,6 +116,7 @@ void LobbyServer::InitializeNetwork() {
     const int sendCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_SEND_COUNT"));
     const int recvCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_RECV_COUNT"));
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
+    SetReusePort(ReadInt(m_ConfigFile, KeyOf("listen", "reuse_port")) != 0);
     SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
     SetRingLimits(sendCount);
     m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));

@@ -115,7 +115,7 @@ int64_t LobbyServer::ConnectServer(const char* name, LinkNode& node,
                                   kConnectTimeoutMs, kLinkConnections, kIPv4, kStream, kTcp);
     if (created == nullptr) {
         // Silent once the lobby listens: the keeper tries every second while a peer is away.
-        if (m_lpLobbyServer == nullptr) ReportCreateFailure(name, endpoint, errno);
+        if (m_lpLobbyServer == nullptr && !m_bDraining) ReportCreateFailure(name, endpoint, errno);
         if (auto* metrics = LinkMetricsOf(name)) metrics->failures.Add();
         return -1;
     }
@@ -200,6 +200,7 @@ int64_t LobbyServer::StartLobbyService() {
               "GameProvider::RecvData() error !, node[0x%08x]", NodeTag(node));
         Close(node);
     }
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->serving = result == 0;
     if (!ConnectRedis()) __log(_ERROR, "StartLobbyService", "redis connect fail!");
     return result;
 }

@@ -102,6 +102,8 @@ void LobbyServer::OnTimer(long now) {
     TellLeftOutLines();
     m_OnlineRegistry.Deliver();
     if (!m_bTicking.load(std::memory_order_acquire)) return;
+    if (auto* metrics = g_LobbyMetrics.Get()) metrics->lastPass.store(now);
+    if (m_bReloaded.load(std::memory_order_relaxed)) TakeReloaded();
     // Further ahead than one period means that the clock was set back.
     if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
         m_Links.KeepAlive();

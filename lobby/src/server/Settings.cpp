@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,17 +14,6 @@ CIniFile m_ConfigSensitiveNameCfg;
 CIniFile m_ConfigFileDiscUserID;
 
 namespace {
-
-// Calls use(key) for every key of the section that is not switched off by a ';' or '#' before it.
-template <class Use>
-void ForEachKey(const char* section, Use use) {
-    const int size = m_ConfigFile.GetKeyNames(section, nullptr, 0);
-    std::vector<char> names(static_cast<size_t>(size) + 1);
-    m_ConfigFile.GetKeyNames(section, names.data(), size + 1);
-    for (const char* key = names.data(); *key != '\0'; key += std::strlen(key) + 1) {
-        if (*key != ';' && *key != '#') use(key);
-    }
-}
 
 void IgnoreValue(const char* section, const char* key, const char* value, const char* why) {
     __log(_ERROR, "LobbyServer::LobbyServer", "[%s] '%s' = '%s' is ignored, %s !", section, key,
@@ -55,7 +43,7 @@ bool ReadEndpoint(const char* section, const char* key, Endpoint& endpoint) {
 
 MessageLimits ReadLimits() {
     MessageLimits limits;
-    ForEachKey("limits", [&limits](const char* key) {
+    ForEachKey(m_ConfigFile, "limits", [&limits](const char* key) {
         char value[64] = {};
         if (m_ConfigFile.GetValueStr("limits", key, value, sizeof(value)) == 0) return;
         if (const char* fault = limits.Add(key, value)) IgnoreValue("limits", key, value, fault);

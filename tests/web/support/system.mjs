@@ -28,9 +28,9 @@ export async function startSystem() {
   const failed = ended.then(([status]) => { throw new Error(`system.sh ended with ${status}`); });
   failed.catch(() => {});  // later it is what stop() waits for
   const [line] = await Promise.race([once(createInterface(child.stdout), 'line'), failed]);
-  const [url, page, control] = line.split(' ');
+  const [url, page, control, metrics] = line.split(' ');
   return {
-    url, page, command: (text) => command(control, text),
+    url, page, metrics, command: (text) => command(control, text),
     stop: () => { child.stdin.end(); return ended; },
   };
 }

@@ -2,6 +2,7 @@
 #include <arpa/inet.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -106,6 +107,11 @@ std::string HostFault(std::string_view host) {
 
 std::string EndpointFault(const std::string& value) {
     Endpoint endpoint;
+    const bool several = std::count(value.begin(), value.end(), ':') > 1;
+    if (value.starts_with('[') ||
+        (several && value.find_first_not_of("0123456789abcdefABCDEF:.") == std::string::npos)) {
+        return "an IPv6 address; the lobby speaks IPv4 only: " + Quoted(value);
+    }
     if (const char* fault = ParseEndpoint(value, endpoint)) return fault;
     std::string fault = HostFault(endpoint.host);
     if (fault.empty()) {

@@ -3,13 +3,16 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <set>
 #include <system_error>
+#include <utility>
 
 #include "Common/IniFile.h"
 #include "EndpointText.h"
@@ -30,6 +33,22 @@ std::string Lower(std::string text) {
     for (char& c : text)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return text;
+}
+
+// Whether at most a third of the characters differ: one to change, to insert or to leave out each.
+bool Resembles(const std::string& name, const char* known) {
+    const std::string a = Lower(name), b = Lower(known);
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, change});
+        }
+    }
+    return row.back() * 3 <= b.size();
 }
 
 // The number in "user12" for the pattern "user%d"; -1 when the name does not fit. Numbers are
@@ -122,7 +141,7 @@ class FileCheck {
         for (const ConfigKey& key : m_file.keys)
             known = known || Same(m_section, key.section);
         if (!known) {
-            Report(entry.line, m_section, "", "unknown section");
+            Report(entry.line, m_section, "", "unknown section" + MeantSection());
         } else if (!m_sections.insert(Lower(m_section)).second) {
             Report(entry.line, m_section, "", "repeated; only the first is read");
         } else {
@@ -141,7 +160,7 @@ class FileCheck {
             Report(entry.line, m_section, key != nullptr ? entry.name : "",
                    "a line without an equals sign is not read");
         } else if (key == nullptr) {
-            Report(entry.line, m_section, entry.name, "unknown key");
+            Report(entry.line, m_section, entry.name, "unknown key" + MeantKey(entry.name));
         } else if (const std::string name = Lower(m_section + "/" + entry.name);
                    !m_values.emplace(name, Value{entry.line, *entry.value}).second) {
             Report(entry.line, m_section, entry.name, "repeated; only the first is read");
@@ -164,6 +183,27 @@ class FileCheck {
             if (Same(m_section, key.section) && Fits(key, name)) return &key;
         }
         return nullptr;
+    }
+
+    // What was probably meant by a name nobody knows.
+    std::string MeantSection() const {
+        for (const ConfigKey& key : m_file.keys) {
+            if (Resembles(m_section, key.section)) return Meant(key.section);
+        }
+        return "";
+    }
+    std::string MeantKey(const std::string& name) const {
+        for (const ConfigKey& key : m_file.keys) {
+            if (Same(m_section, key.section) && Resembles(name, key.name)) return Meant(key.name);
+        }
+        for (const ConfigKey& key : m_file.keys) {
+            if (!Same(m_section, key.section) && Same(name, key.name))
+                return std::string("; it belongs to section [") + key.section + "]";
+        }
+        return "";
+    }
+    static std::string Meant(const char* name) {
+        return std::string("; is \"") + name + "\" meant?";
     }
 
     void Missing() {
@@ -268,6 +308,20 @@ class FileCheck {
     std::map<std::string, Value> m_values;  // lower case "section/key"
 };
 
+// What a text is that is not in bytes of ASCII and UTF-8; empty when it may be.
+std::string Encoding(std::ifstream& file) {
+    char begin[3] = {};
+    file.read(begin, sizeof(begin));
+    const std::string_view bytes(begin, static_cast<size_t>(file.gcount()));
+    if (bytes == "\xEF\xBB\xBF")
+        return "begins with a byte order mark, which would belong to the first line; save it "
+               "without one";
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") ||
+        bytes.substr(0, 2).find('\0') != std::string_view::npos)
+        return "is UTF-16, of which nothing would be read; save it as UTF-8";
+    return "";
+}
+
 // Why a file cannot be read; empty when it can.
 std::string Unreadable(const std::filesystem::path& path) {
     std::error_code error;
@@ -275,7 +329,25 @@ std::string Unreadable(const std::filesystem::path& path) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::string("cannot be read: ") + std::strerror(errno);
-    return file.peek() == std::ifstream::traits_type::eof() ? "is empty" : "";
+    if (file.peek() == std::ifstream::traits_type::eof()) return "is empty";
+    return Encoding(file);
+}
+
+// shown: how problems name the file.
+std::vector<Problem> CheckOne(const ConfigFile& file, const std::filesystem::path& path,
+                              const std::string& shown) {
+    std::vector<Problem> problems;
+    CIniFile content;
+    std::string reason = Unreadable(path);
+    if (reason.empty() && content.InitFile(path.c_str()) == 0) reason = "cannot be read";
+    if (!reason.empty()) {
+        problems.push_back({shown, 0, "", "", reason});
+    } else {
+        FileCheck(file, problems).Run(content);
+        for (Problem& problem : problems)
+            problem.file = shown;
+    }
+    return problems;
 }
 
 }  // namespace
@@ -292,19 +364,7 @@ std::string TextOf(const Problem& problem) {
 }
 
 std::vector<Problem> CheckFile(const ConfigFile& file, const std::filesystem::path& directory) {
-    std::vector<Problem> problems;
-    const std::filesystem::path path = directory / file.name;
-    if (const std::string reason = Unreadable(path); !reason.empty()) {
-        problems.push_back({file.name, 0, "", "", reason});
-        return problems;
-    }
-    CIniFile content;
-    if (content.InitFile(path.c_str()) == 0) {
-        problems.push_back({file.name, 0, "", "", "cannot be read"});
-        return problems;
-    }
-    FileCheck(file, problems).Run(content);
-    return problems;
+    return CheckOne(file, directory / file.name, file.name);
 }
 
 std::vector<Problem> CheckDirectory(const std::filesystem::path& directory) {
@@ -314,6 +374,24 @@ std::vector<Problem> CheckDirectory(const std::filesystem::path& directory) {
             all.push_back(std::move(problem));
     }
     return all;
+}
+
+std::vector<Problem> CheckPath(const std::filesystem::path& path, std::string& fault) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status)) {
+        fault = path.string() + ": " + error.message();
+        return {};
+    }
+    if (std::filesystem::is_directory(status)) return CheckDirectory(path);
+    const std::string name = path.filename();
+    std::string names;
+    for (const ConfigFile& file : kConfigFiles) {
+        if (name.starts_with(file.name)) return CheckOne(file, path, path);
+        names += (names.empty() ? "" : ", ") + std::string(file.name);
+    }
+    fault = path.string() + ": by its name none of " + names;
+    return {};
 }
 
 }  // namespace check

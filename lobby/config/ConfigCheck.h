@@ -30,4 +30,8 @@ std::vector<Problem> CheckFile(const ConfigFile& file, const std::filesystem::pa
 // Every problem of the four files of a directory.
 std::vector<Problem> CheckDirectory(const std::filesystem::path& directory);
 
+// Every problem of a directory, or of one file, which is told by its name, endings such as
+// .dpkg-dist included. When there is nothing to check, fault says why and begins with the path.
+std::vector<Problem> CheckPath(const std::filesystem::path& path, std::string& fault);
+
 }  // namespace check
