@@ -172,6 +172,26 @@ TEST_F(MetricsTest, HealthAndThePortThatWasTaken) {
     EXPECT_EQ(lobby.AwaitEnd(10), 0);
 }
 
+// Two of them were enough to keep it from answering for seconds, and 200 for minutes.
+TEST_F(MetricsTest, SilentConnectionsHoldItUpForSecondsOnly) {
+    ServeWithMetrics();
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(static_cast<uint16_t>(MetricsPort()));
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::vector<int> silent(200);
+    for (int& each : silent) {
+        each = socket(AF_INET, SOCK_STREAM, 0);
+        ASSERT_EQ(connect(each, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)), 0);
+    }
+    httplib::Client http("127.0.0.1", MetricsPort());
+    http.set_read_timeout(10 * SLOWER);  // as long as a scraper waits
+    const auto answer = http.Get("/metrics");
+    EXPECT_TRUE(answer && answer->status == 200);
+    for (const int each : silent)
+        close(each);
+}
+
 TEST_F(MetricsTest, AgreeWithTheLoadTool) {
     ServeWithMetrics();
     struct Settings load;
