@@ -52,7 +52,7 @@ stop_lobby() {
 }
 # crowd COUNT: so many players, who stay.
 crowd() {
-    "$bin/lobby_load" -q -p "$server_port" -n "$1" -d 600 players --think 60 --mix keepalive=1 \
+    "$bin/lobby_load" -q -p "$server_port" -n "$1" -d 600 players --think 60 --mix keep-alive=1 \
         >/dev/null 2>&1 &
     crowd_pid=$!
     wait_for 60 eval '[ "$(marks)" = '"$1"' ]'

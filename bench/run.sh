@@ -1,24 +1,32 @@
 #!/usr/bin/env bash
 # Measures the framework beside its peers and the lobby beside its Redis.
-# Usage: bench/run.sh [quick] [folder with the binaries]
-#        Without quick it takes about ten minutes, wants a quiet machine, prints the table and
-#        writes it into docs/. With quick every benchmark runs once, briefly, and nothing is
-#        written: for CI, it fails when a benchmark does.
-#        Without a folder the release preset is used, and built first unless quick.
-# ROUNDS=n changes the number of rounds (3).
+# Usage: bench/run.sh [ROW...]          these rows, or all; prints their table
+#        bench/run.sh report            writes the table of all results so far into docs/
+#        bench/run.sh quick [FOLDER]    every row once, briefly, nothing kept: for CI, it fails
+#                                       when a benchmark does
+# Rows: see the functions run_*. Results are kept in build/bench until the same row is taken again,
+# so that rows can be taken when the machine is quiet. All of them take about twenty minutes.
+# BIN=folder with the binaries; without it the release preset is built and used. BEFORE=folder with
+# those of an older version, which is measured beside it where rows say before. ROUNDS=n (3).
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 
 quick=
-if [ "${1:-}" = quick ]; then quick=1; shift; fi
-bin=${1:-$root/build/release/bin}
+if [ "${1:-}" = quick ]; then
+    quick=1 BIN=${2:-${BIN:-}}
+    shift $#
+fi
+bin=${BIN:-$root/build/release/bin}
+before=${BEFORE:-}
 # Both sides of 20,000 connections need as many descriptors, as far as this machine allows.
 ulimit -n "$(ulimit -Hn)"
 most=$(($(ulimit -n) - 100))
 [ "$most" -lt 20000 ] || most=20000
 
-load_average=$(cut -d" " -f1 /proc/loadavg)
 work=$(mktemp -d)
+kept=$root/build/bench
+[ -z "$quick" ] || kept=$work/kept
+mkdir -p "$kept"
 # shellcheck source=servers.sh
 . "$root/bench/servers.sh"
 # shellcheck source=report.sh
@@ -26,36 +34,40 @@ work=$(mktemp -d)
 trap 'stop_platform; rm -rf "$work"' EXIT
 trap 'exit 130' INT TERM
 
-if [ -z "$quick" ] && [ $# -eq 0 ]; then
+if [ -z "$quick" ] && [ -z "${BIN:-}" ] && [ "${1:-}" != report ]; then
     (cd "$root" && cmake --preset release -Wno-dev >/dev/null && cmake --build --preset release)
 fi
 
 if [ -n "$quick" ]; then
     rounds=1 short=(-d 0.2 --warmup 0.1) long=(-d 0.2 --warmup 0.1)
     clients=(100 400) idle=300 crowd=300 players=200 busy=(-d 1 --warmup 0.1) commands=1000 pace=1
+    still=1
 else
-    rounds=${ROUNDS:-3} short=(-d 4) long=(-d 6)
-    clients=(500 1000 2000 4000 "$most") idle=4000 crowd=3000 players=4000 busy=(-d 60 --warmup 5)
-    commands=50000 pace=
+    rounds=${ROUNDS:-3} short=(-d 3 --warmup 0.5) long=(-d 5)
+    clients=(500 1000 2000 4000 "$most") idle=4000 crowd=3000 players=4800 busy=(-d 30 --warmup 5)
+    commands=50000 pace= still=20
 fi
 
-tcp=(lobby)
-[ -n "$("$bin/lobby_echo" 2>&1 | grep -- --wakeup || true)" ] && tcp+=(wakeup)
-tcp+=(asio)
-[ -x "$bin/libevent_echo" ] && tcp+=(libevent)
-ws=(lobby)
-[ -x "$bin/lws_echo" ] && ws+=(lws)
+have() { [ -x "$bin/${1}_echo" ]; }
+peers=(epoll asio)
+for peer in libevent uv; do have "$peer" && peers+=("$peer"); done
+ours=(default wakeup)
+[ -z "$before" ] || ours+=(before)
+ws_peers=(epoll)
+for peer in uv lws; do have "$peer" && ws_peers+=("$peer"); done
+lobbies=(lobby)
+[ -z "$before" ] || lobbies+=(lobby_before)
 
 failed=
-# load NAME ARGUMENTS...: puts the running server under load; the result goes to $work/NAME.json.
+# load NAME ARGUMENTS...: puts the running server under load; the result goes to $kept/NAME.json.
 load() {
     local name=$1
     shift
-    "$bin/lobby_load" -q -p "$server_port" --pid "$server_pid" --json "$work/$name.json" "$@" \
-        >"$work/$name.txt" 2>&1 && return
+    "$bin/lobby_load" -q -p "$server_port" --pid "$server_pid" --json "$kept/$name.json" "$@" \
+        >"$kept/$name.txt" 2>&1 && return
     failed=1
     echo "bench: $name had errors:" >&2
-    cat "$work/$name.txt" >&2
+    cat "$kept/$name.txt" >&2
 }
 
 # compare NAME "SERVERS" ARGUMENTS...: the same load on each server, alternating, in rounds; each
@@ -74,53 +86,97 @@ compare() {
         echo "  $name, round $round" >&2
     done
 }
+tcp="${ours[*]} ${peers[*]}"
 
-compare pipelined "${tcp[*]}" "${short[@]}" -n 100 echo --in-flight 32
-compare single "${tcp[*]}" "${short[@]}" -n 100 echo
-compare pingpong "${tcp[*]}" "${short[@]}" -n 1 echo
-compare rate "${tcp[*]}" "${long[@]}" -n 1000 echo --rate 20000
-compare cycle "${tcp[*]}" "${short[@]}" -n 64 cycle
-compare cycle16 "${tcp[*]}" "${short[@]}" -n 16 cycle
-compare websocket "${ws[*]}" "${short[@]}" --ws -n 100 echo --in-flight 8
-compare idle "${tcp[*]}" "${short[@]}" -n "$idle" idle
-compare broadcast lobby -d 60 --warmup 0.2 -n "$crowd" echo --broadcast --rounds 10
-saved=$rounds rounds=1
-for n in "${clients[@]}"; do
-    compare "growth$n" "lobby asio" "${long[@]}" -n "$n" echo --rate 10000
-done
-rounds=$saved
-
-# The lobby itself, with a real Redis and the simulated platform.
-platform=
-if command -v redis-server >/dev/null && [ -x "$bin/LobbyServer" ] && [ -x "$bin/platform_sim" ]; then
-    platform=1
-    for round in $(seq "$rounds"); do
-        start_redis
-        start_simulator --quiet --players "$players"
-        start_lobby
-        redis_commands exists exists Lobby:OnLine:UserID:20001
-        redis_commands setex setex Lobby:OnLine:UserID:1 600 1
-        load "logins.lobby.$round" -n "$players" --connecting 64 logins
-        stop_platform
-        echo "  logins, round $round" >&2
+run_pingpong() { compare pingpong "$tcp" "${short[@]}" -n 1 echo; }
+run_single() { compare single "$tcp" "${short[@]}" -n 100 echo; }
+run_pipelined() { compare pipelined "$tcp" "${short[@]}" -n 100 echo --in-flight 32; }
+run_rate() { compare rate "$tcp" "${long[@]}" -n 1000 echo --rate 20000; }
+run_websocket() {
+    compare websocket "${ours[*]} ${ws_peers[*]}" "${short[@]}" --ws -n 100 echo --in-flight 8
+}
+run_cycle() { compare cycle "$tcp" "${short[@]}" -n 64 cycle; }
+run_idle() { compare idle "default wakeup" "${short[@]}" -n "$idle" idle; }
+run_broadcast() { compare broadcast wakeup -d 60 --warmup 0.2 -n "$crowd" echo --broadcast --rounds 10; }
+run_growth() {
+    local rounds=1 n
+    for n in "${clients[@]}"; do
+        compare "growth$n" "wakeup asio" "${long[@]}" -n "$n" echo --rate 10000
     done
+}
+
+# with_lobby LOBBY COMMAND...: beside a real Redis and the simulated platform, all fresh.
+with_lobby() {
     start_redis
     start_simulator --quiet --players "$players"
-    start_lobby
-    for round in $(seq "$rounds"); do
-        load "stopped.without.$round" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000
-        load "stopped.with.$round" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000 --stopped
-    done
-    echo "  stopped reader" >&2
-    load bulletins.lobby.1 -n "$((crowd < players ? crowd : players))" -d 200 --warmup 0.2 bulletins \
-        --control "$control_port" --rounds 3
-    echo "  bulletins" >&2
-    load players "${busy[@]}" -n "$players" --ramp 1000 players --think 1
-    load players-ws "${short[@]}" --ws -n "$((players / 4))" --ramp 1000 players --think 0.5
+    start_lobby "$1"
+    "${@:2}"
     stop_platform
-    echo "  players" >&2
-fi
+}
+# lobby_rounds NAME COMMAND...: for every lobby and round; the command gets the result's name.
+lobby_rounds() {
+    local name=$1 round lobby
+    shift
+    command -v redis-server >/dev/null && [ -x "$bin/platform_sim" ] || return 0
+    for round in $(seq "$rounds"); do
+        for lobby in "${lobbies[@]}"; do
+            with_lobby "$lobby" "$@" "$name.$lobby.$round"
+        done
+        echo "  $name, round $round" >&2
+    done
+}
+do_flood() { load "$1" "${long[@]}" -n 50 echo --size 8 --rate 1000 --flooder; }
+do_sessions() { load "$1" "${short[@]}" -n 64 cycle --size 8; }
+do_logins() {
+    redis_commands exists exists Lobby:OnLine:UserID:20001
+    redis_commands setex setex Lobby:OnLine:UserID:1 600 1
+    load "$1" -n "$players" --connecting 64 logins
+}
+do_rush() { load "$1" -n "$players" --connecting "$players" logins --timeout 60; }
+do_stopped() {
+    load "${1/stopped./stopped_without.}" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000
+    load "$1" "${short[@]}" --ws -n 50 echo --size 8 --rate 5000 --stopped
+}
+do_bulletins() {
+    load "$1" -n "$((crowd < players ? crowd : players))" -d 200 --warmup 0.2 bulletins \
+        --control "$control_port" --rounds 3
+}
+do_slow() {
+    load "$1" -n "$players" -d 200 --warmup 0.2 bulletins --control "$control_port" --rounds 5 --slow 10
+}
+do_evening() { load "$1" "${busy[@]}" -n "$players" --ramp 1000 players --think 5; }
+# CPU of a lobby nobody talks to.
+do_still() {
+    sleep 1
+    local from
+    from=$(cpu_ms)
+    sleep "$still"
+    echo "{\"cpu_percent\":$(calc "($(cpu_ms) - $from) / 10 / $still")}" >"$kept/$1.json"
+}
+cpu_ms() { cat /proc/"$server_pid"/task/*/schedstat | awk '{n += $1} END {print n / 1e6}'; }
 
-micro
-report
+run_flood() { lobby_rounds flood do_flood; }
+run_sessions() { lobby_rounds sessions do_sessions; }
+run_logins() { lobby_rounds logins do_logins; }
+run_rush() { lobby_rounds rush do_rush; }
+run_stopped() { lobby_rounds stopped do_stopped; }
+run_bulletins() { local rounds=1; lobby_rounds bulletins do_bulletins; }
+run_slow() { local rounds=1 pace=1; lobby_rounds slow do_slow; }
+run_evening() { local rounds=1; lobby_rounds evening do_evening; }
+run_still() { local rounds=1; lobby_rounds still do_still; }
+run_micro() { micro; }
+
+if [ "${1:-}" = report ]; then
+    report
+    exit
+fi
+rows=("$@")
+[ $# -gt 0 ] || mapfile -t rows < <(declare -F | sed -n 's/^declare -f run_//p')
+for row in "${rows[@]}"; do
+    declare -F "run_$row" >/dev/null || { echo "bench: no row $row" >&2; exit 2; }
+    "run_$row"
+    machine >"$kept/machine"
+done
+table "${rows[@]}"
+[ -z "$quick" ] || { plots=$work && plot_all && document >/dev/null; }
 [ -z "$failed" ] || { echo "bench: some benchmarks failed" >&2; exit 1; }

@@ -7,13 +7,18 @@ server_port=
 # shellcheck source=../scripts/servers.sh
 . "$root/scripts/servers.sh"
 
-# start_echo NAME: lobby, wakeup (the lobby's framework with its wake-up), asio, libevent or lws.
+# start_echo NAME: default, wakeup (the framework with either value of the key), before (an older
+# one's, with wakeup=1), or a peer.
 start_echo() {
-    local program=${1}_echo arguments=()
-    if [ "$1" = wakeup ]; then program=lobby_echo arguments=(--wakeup); fi
+    local program=$bin/${1}_echo arguments=()
+    case $1 in
+        default) program=$bin/lobby_echo ;;
+        wakeup) program=$bin/lobby_echo arguments=(--wakeup) ;;
+        before) program=$before/lobby_echo arguments=(--wakeup) ;;
+    esac
     server_port=$(free_port)
     rm -f "$work/server.out"  # the last server's must not be taken for this one's
-    "$bin/$program" "$server_port" "${arguments[@]}" >"$work/server.out" 2>&1 &
+    "$program" "$server_port" "${arguments[@]}" >"$work/server.out" 2>&1 &
     server_pid=$!
     wait_for 10 grep -q ready "$work/server.out"
 }
@@ -31,15 +36,18 @@ stop_server() {
 
 redis_pid='' sim_pid=''
 
-# The lobby of the build, as its sample configuration has it but for ports, log level and, when they
-# are set, $pace, the seconds between broadcasts, and $metrics, where it serves its figures. It runs
-# under the command ${under[@]}.
+# start_lobby [lobby|lobby_before]: of the build or of an older one, as the sample configuration has
+# it but for ports, log level and, when they are set, $pace, the seconds between broadcasts, and
+# $metrics, where it serves its figures. It runs under the command ${under[@]}.
 under=()
 start_lobby() {
     server_port=$(free_port)
     make_lobby "$work/lobby" "$server_port" ERROR \
         ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"} \
         ${metrics:+"s/^;addr=.*/addr=$metrics/"}
+    [ "${1:-}" != lobby_before ] || cp "$before/LobbyServer" "$before/LobbyServer.cfg" "$work/lobby/"
+    [ "${1:-}" != lobby_before ] || set_addresses "$work/lobby/LobbyServer.cfg" \
+        "127.0.0.1:$server_port" ERROR ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"}
     "${under[@]}" "$work/lobby/LobbyServer" >/dev/null 2>&1 &
     server_pid=$!
     wait_for 60 listens "$server_port"

@@ -68,7 +68,8 @@ void EPOLLServer::DoNetMsg() {
         m_lUnflushed = 0;
         hold->Flush();
         if (IsBudgetSpent()) Relieve();
-        if (!swept && record == nullptr) Pause();
+        // One that reads for itself sees for itself that nothing is left.
+        if (!swept && (m_bWakeup ? !MoreAtHand() : record == nullptr)) Pause();
     }
     hold.reset();
     --m_lThreadCount;
