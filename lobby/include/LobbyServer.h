@@ -169,8 +169,8 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     std::atomic<bool> m_bReloaded{false};
     std::atomic<bool> m_bDraining{false};
 
-    MessageLimits m_Limits;  // message worker, once constructed
-    long m_lLinkReserve = 0;                       // constant once constructed
+    MessageLimits m_Limits;   // message worker, once constructed
+    long m_lLinkReserve = 0;  // constant once constructed
     uint64_t m_ulNotRelayed = 0;
     long m_lNotRelayedTime = 0;  // seconds since boot of the line last logged about that
 

@@ -185,7 +185,6 @@ TEST_F(ServiceTest, AReloadTakesWhatIsRightAndKeepsTheOldOtherwise) {
     limited->Line().Send(0x1234);
     EXPECT_TRUE(Closed(*limited));
     EXPECT_FALSE(lobby.LogHas("more than count[1]"));  // below the new level
-
     lobby.Write("disconnectuserid.cfg", kNobody);
     Reload();
     EXPECT_TRUE(Eventually([&] {
