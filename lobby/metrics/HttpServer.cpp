@@ -13,7 +13,7 @@ namespace {
 // A peer that says nothing, or never reads, holds one of the threads for so long at most. 200 of
 // them hold up whoever comes behind for some four seconds; a scraper waits for ten.
 constexpr const char* kRequestTimeoutMs = "1000";
-constexpr const char* kThreads = "48";
+constexpr const char* kThreads = "96";
 // Nothing is loaded from elsewhere, and nobody shows it inside a page of his own.
 constexpr const char* kPolicy =
     "default-src 'none'; style-src 'unsafe-inline'; script-src 'unsafe-inline'; "

@@ -72,7 +72,7 @@ TEST_F(Check, OneFaultOneProblem) {
         {"interval=20", "interval=", "not a whole number"},
         {"interval=20", "interval=-2", "-2 is out of range: -1 to 86400"},
         {"interval=20", "interval=0", "0 searches without a pause"},
-        {"MAX_SEND_COUNT=8192", "MAX_SEND_COUNT=2", "2 closes every connection at once"},
+        {"MAX_SEND_COUNT=12288", "MAX_SEND_COUNT=2", "2 closes every connection at once"},
         {"MAX_RECV_COUNT=8192", "MAX_RECV_COUNT=1", "1 closes every connection at once"},
         {";trusted_proxies=10.0.0.0/8,", "trusted_proxies=10.0.0.0/8,0.0.0.0/0,",
          "trusts everybody"},

@@ -68,7 +68,7 @@ TEST_F(OwnNetwork, AGoneHostIsNoticedHalfAMinuteAfterTheNextMessage) {
     IPlayerNode* link = server.Dial(peer.port);
     ASSERT_TRUE(link != nullptr && server.RecvData(link));
     ASSERT_TRUE(server.SendData(link, 1, nullptr, 0, ENCODE_NONE));
-    ASSERT_TRUE(WaitFor([&] { return server.messages == 1; })) << "the echo";
+    ASSERT_TRUE(WaitFor([&] { return server.messages >= 1; })) << "the echo";
     Loopback(false);
     Stopwatch watch;
     server.SendData(link, 1, nullptr, 0, ENCODE_NONE);

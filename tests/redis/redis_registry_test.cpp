@@ -102,7 +102,7 @@ TEST(LobbyRedisServer, SaysWhyItFoundNoRedisAtTheStart) {
         const char* says;
     } cases[] = {{"127.0.0.1", away, false, "Connection refused"},
                  {"127.0.0.1", server, true, "WRONGPASS"},
-                 {"no.such.host.invalid", server, false, "name"}};
+                 {"no.such.host.invalid", server, false, "ame "}};
     for (const auto& c : cases) {
         LobbyRedisServer registry;
         std::string host = c.host, passwd = c.password ? "wrong" : "";

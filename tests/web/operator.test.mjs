@@ -35,8 +35,8 @@ test('the page shows the lobby, and a link that goes and comes back', async () =
   await system.command('up queue');
   await queue.getByText('up', { exact: true }).waitFor();
 
-  // A sample every five seconds: the second is the first to show.
-  await page.locator('.figure path[d^=M]').first().waitFor({ timeout: 20000 });
+  // A sample every five seconds: the second is the first to show, as a flat line without height.
+  await page.locator('.figure path[d^=M]').first().waitFor({ state: 'attached', timeout: 20000 });
   for (const figure of await page.locator('.figure').all()) {
     assert.match(await figure.textContent(), /\d.*at most [\d.,]+/);
   }
