@@ -139,8 +139,8 @@ TEST_F(MetricsTest, AnAddressThatCannotBeUsedIsLoggedAndTheLobbyServes) {
 }
 
 TEST_F(MetricsTest, HealthAndThePortThatWasTaken) {
-    std::optional<httplib::Server> other(std::in_place);
-    const int taken = other->bind_to_any_port("127.0.0.1");
+    std::optional<RedisServer> other(std::in_place);
+    const int taken = other->Port();
     ServeWithMetrics("127.0.0.1:" + std::to_string(taken));
     EXPECT_TRUE(lobby.LogHas("info[Address already in use: another program has this port"));
     other.reset();
