@@ -78,6 +78,7 @@ struct StandardServer : TestServer {
         SetWebSocket(true);
         Listen();
     }
+    ~StandardServer() override { Shutdown(); }
 };
 
 TEST(StandardWebServer, ControlFramesStandBesideTheMessages) {
