@@ -5,11 +5,12 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <mutex>
 
 // Puts text on one standard descriptor as far as whoever reads it takes it at once; the rest is
 // dropped and counted by lines. A pipe whose reader stands still, or a terminal that was stopped,
 // would otherwise suspend every thread that prints, the message worker first. The descriptor may
-// be replaced meanwhile. Thread: one at a time, which the stream's lock sees to.
+// be replaced meanwhile. Thread: any.
 class Console {
   public:
     explicit Console(int descriptor) : m_iDescriptor(descriptor) {}
@@ -33,6 +34,8 @@ class Console {
     void Drop(const char* text, size_t size);
 
     const int m_iDescriptor;
+    // The stream has a lock as well, which the thread sanitizer does not see. Guards what follows.
+    std::mutex m_lock;
     int m_iOwn = -1;          // the same file, opened once more: not waiting concerns nobody else
     struct stat m_what {};    // what the descriptor was when it was looked at last
     bool m_bMayWait = false;  // the descriptor is one that can keep a writer waiting
