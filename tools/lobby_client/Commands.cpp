@@ -220,7 +220,7 @@ bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
         for (const std::string& wanted : Split(step.command->words)) {
             if (at == words.size()) return error = name + " needs " + Usage(*step.command), false;
             const std::string wrong = Check(wanted, words[at]);
-            if (!wrong.empty()) return error = name + ": " + wrong, false;
+            if (!wrong.empty()) return error.assign(name).append(": ").append(wrong), false;
             const bool isAsked = wanted[0] == '*' && words[at] == "-";
             step.words.push_back(isAsked ? AskSecret(wanted.substr(1) + " password") : words[at]);
             ++at;
