@@ -12,7 +12,7 @@ ulimit -n "$(ulimit -Hn)"
 work=$(mktemp -d)
 # shellcheck source=servers.sh
 . "$root/bench/servers.sh"
-proxy_pid= crowd_pid=
+proxy_pid='' crowd_pid=
 finish() {
     set +e
     kill -CONT "$redis_pid" 2>/dev/null
