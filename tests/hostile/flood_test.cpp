@@ -208,7 +208,8 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
     // As shipped, but for the addresses.
     void ServeShipped(int fragments) {
         std::map<std::string, std::string> values = {{"redis_server", redis.Address()}};
-        for (const auto& [key, value] : Settings()["connect"])
+        LobbySettings settings = Settings();
+        for (const auto& [key, value] : settings["connect"])
             values[key] = value;
         port = static_cast<uint16_t>(RedisServer::FreePort());
         values["addr"] = "127.0.0.1:" + std::to_string(port);
