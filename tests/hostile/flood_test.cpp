@@ -266,6 +266,9 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
 
 TEST_P(FloodTest, EndsAtTheClientThatMakesIt) {
     const Attack& attack = GetParam();
+    if (SLOWER > 1 && (attack.fragments > 0 || attack.trace == nullptr)) {
+        GTEST_SKIP() << "it fills a processor by itself: an instrumented lobby answers late";
+    }
     ServeShipped(attack.fragments);
     const long resident = ResidentKiB();
     const size_t log = LogBytes();
