@@ -1,112 +1,11 @@
 // Login, bank, profile and coins: client and queue server links, and the web server's notices.
 #include "BankInfoDef_Trans.h"
-#include "Layouts.h"
+#include "FieldNotes.h"
 #include "lobby_client_msg.h"
 #include "queue_server_msg.h"
 #include "web_server_msg.h"
 
 namespace catalog {
-
-LAYOUT(tagLobbyClientConnectNotice, FIELD(iUserID), FIELD(iLobbySiteID), Secret(FIELD(szToken)),
-       FIELD(szChannelID))
-LAYOUT(LobbyAuthenRes, FIELD(ucErrNo), FIELD(iReserve1, "team tag of the account"),
-       FIELD(iReserve2, "joint-operation flag of the account"),
-       FIELD(iReserve3, "how the account was registered"), FIELD(szReserve1),
-       FIELD(szReserve2, "name of the account with its external provider"), FIELD(szReserve3))
-LAYOUT(LobbyKickOutNotice, FIELD(iUserID),
-       FIELD(bStopSwitch, "false: the account logged in elsewhere; true: maintenance"))
-LAYOUT(ExchangeGameCoinReq, FIELD(iRecvUserID, "the receiver's user id"), FIELD(llExhangeCoin))
-LAYOUT(ExchangeGameCoinRes, FIELD(iErrorCode), FIELD(llExhangeCoin),
-       FIELD(llFirstMoney, "the giver's coins in hand afterwards"))
-LAYOUT(ExchangeGameCoinNotify, FIELD(iFromUserID, "the giver's user id"), FIELD(llExhangeCoin),
-       FIELD(llFirstMoney, "the receiver's coins in hand afterwards"))
-LAYOUT(RechargeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId),
-       FIELD(rechargeType, "what was bought, as the platform numbers it"),
-       FIELD(rechargeCount, "how much of it"))
-LAYOUT(ConsumeSucessNotice, FIELD(userId), FIELD(gameId), FIELD(serverId),
-       FIELD(iSize, "bytes of the text; may claim more than the message holds"),
-       FollowingText("szConsumeNotice", sizeof(M), "iSize"))
-LAYOUT(SychUserLobbyData, FIELD(userId), FIELD(gameId), FIELD(serverId),
-       FIELD(dataType, "which figure changed, as the platform numbers it"),
-       FIELD(dataValue, "its new value"))
-LAYOUT(RechargeReFreshCoinReq, FIELD(iUserId))
-LAYOUT(RechargeReFreshCoinRes, FIELD(iUserId), FIELD(iError), FIELD(llCurGameCoin),
-       FIELD(llTotalRechageNum, "all the player ever recharged"), FIELD(llBankCoin))
-LAYOUT(tagModifyPassWordReq, FIELD(iUserID), Secret(FIELD(szOldPassWd)), Secret(FIELD(szNewPassWd)))
-LAYOUT(tagModifyPassWordRes, FIELD(ucResultType))
-LAYOUT(ModifyNickNameReq, FIELD(iUserId), FIELD(szNickName))
-LAYOUT(ModifyNickNameRes, FIELD(iError), FIELD(szNickName))
-LAYOUT(ModifyGenderReq, FIELD(iUserId), FIELD(iGender))
-LAYOUT(ModifyGenderRes, FIELD(iError), FIELD(iGender))
-LAYOUT(ModifyPersonalSignatureReq, FIELD(iUserId), FIELD(szPersonalSignature))
-LAYOUT(ModifyPersonalSignatureRes, FIELD(iError), FIELD(szPersonalSignature))
-LAYOUT(ModifyFaceIdReq, FIELD(iUserId), FIELD(iFaceId))
-LAYOUT(ModifyFaceIdRes, FIELD(iError), FIELD(iFaceId))
-LAYOUT(BindingMobileReq, FIELD(iUserId), FIELD(szMobileNumber))
-LAYOUT(BindingMobileRes, FIELD(iError), FIELD(szMobileNumber))
-LAYOUT(RealNameAuthenReq, FIELD(iUserId), FIELD(szRealName), Filled(Secret(FIELD(szIdentity))))
-LAYOUT(RealNameAuthenRes, FIELD(iError), FIELD(szRealName), Filled(Secret(FIELD(szIdentity))))
-LAYOUT(ModifyFaceFrameReq, FIELD(iUserId), FIELD(iFrameId))
-LAYOUT(ModifyFaceFrameRes, FIELD(iError), FIELD(iFrameId))
-LAYOUT(UserBankLoginReq, FIELD(iUserID), Secret(FIELD(szBankPass)))
-LAYOUT(GetBankCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
-       FIELD(llGetNum, "coins to move from the bank into the hand, at least 1"),
-       Secret(FIELD(szBankerPwd)))
-LAYOUT(SaveCoinReq, FIELD(iUserID), FIELD(iSiteID), FIELD(iGameID), FIELD(iServerID),
-       FIELD(llSaveCoinNum, "coins to move from the hand into the bank, at least 1"),
-       FIELD(llGameWinCoinNum, "how many of them were won in a game"))
-LAYOUT(ModifyBankPasswdReq, FIELD(iUserID), Secret(FIELD(szCode)), Secret(FIELD(szOldPassWd)),
-       Secret(FIELD(szNewPassWd)))
-LAYOUT(LoginBankResult, FIELD(ucResultType), FIELD(llGameCoin), FIELD(llBankCoin))
-LAYOUT(GetCoinResult, FIELD(ucResultType), FIELD(llGetCoinNum, "coins taken out"))
-LAYOUT(SaveCoinRes, FIELD(ucResultType), FIELD(llSelfCoin, "coins in hand afterwards"))
-LAYOUT(ModifyBankPasswdRes, FIELD(ucResultType))
-LAYOUT(UserInfoReq, FIELD(userID), Secret(FIELD(szPasswdToken)), FIELD(ulPlayerNode),
-       FIELD(ulPlayerNodeId))
-LAYOUT(UserInfoRes, FIELD(cError), FIELD(llControlNum), FIELD(iMachineIndex), FIELD(iPlayGameTime),
-       FIELD(iAllYuanBaoAmount), FIELD(iAccountsourceid), FIELD(isBindingmobile),
-       FIELD(iFriendPropNum), FIELD(llGameCoin), FIELD(llBankCoin), FIELD(iTeamTag),
-       FIELD(iLianyunFlag), FIELD(usRegisterType), FIELD(szReserve1), FIELD(szOutAccount),
-       FIELD(szReserve3), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(RechargeRefresReq_trans, FIELD(iUserId), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(RechargeRefresRes_trans, FIELD(iUserId), FIELD(iError), FIELD(llCurGameCoin),
-       FIELD(llTotalRechageNum, "all the player ever recharged"), FIELD(llBankCoin),
-       FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(QueueExchangeCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iGameID),
-       FIELD(iServerID), FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
-LAYOUT(QueueExchangeCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId), FIELD(iError),
-       FIELD(iUserIDFrom), FIELD(iUserIDRecv), FIELD(llExchangeCoin))
-LAYOUT_ON(ModifyPassWordReq_trans, tagModifyPassWordReq, FIELD(szClientIP), FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT(ModifyPassWordRes_trans, FIELD(ucResultType), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyNickNameReq_trans, ModifyNickNameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyNickNameRes_trans, ModifyNickNameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyGenderReq_trans, ModifyGenderReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyGenderRes_trans, ModifyGenderRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyPersonalSignatureReq_trans, ModifyPersonalSignatureReq, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyPersonalSignatureRes_trans, ModifyPersonalSignatureRes, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceIdReq_trans, ModifyFaceIdReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceIdRes_trans, ModifyFaceIdRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(BindingMobileReq_trans, BindingMobileReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(BindingMobileRes_trans, BindingMobileRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(RealNameAuthenReq_trans, RealNameAuthenReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(RealNameAuthenRes_trans, RealNameAuthenRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceFrameReq_trans, ModifyFaceFrameReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyFaceFrameRes_trans, ModifyFaceFrameRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(UserBankLoginReq_trans, UserBankLoginReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(GetBankCoinReq_trans, GetBankCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
-          FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
-LAYOUT_ON(SaveCoinReq_trans, SaveCoinReq, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId),
-          FIELD(szOutAccount), FIELD(iTeamTag), FIELD(iLianyunFlag), FIELD(usRegisterType))
-LAYOUT_ON(ModifyBankPasswdReq_trans, ModifyBankPasswdReq, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
-LAYOUT_ON(LoginBankResult_trans, LoginBankResult, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(GetCoinResult_trans, GetCoinResult, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(SaveCoinRes_trans, SaveCoinRes, FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT_ON(ModifyBankPasswdRes_trans, ModifyBankPasswdRes, FIELD(ulPlayerNode),
-          FIELD(ulPlayerNodeId))
 
 // One aligned row per message.
 // clang-format off

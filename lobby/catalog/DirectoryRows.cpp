@@ -1,53 +1,10 @@
 // Game servers, sites and platform settings: center and config links, the client's server list.
-#include "Layouts.h"
+#include "FieldNotes.h"
 #include "PublisherMsg.h"
 #include "center_server_msg.h"
 #include "config_server_msg.h"
 
 namespace catalog {
-
-LAYOUT(tagServerRegisterReq, FIELD(iRegisterType, "kind of server that registers"), FIELD(iGameId),
-       FIELD(iServerId))
-LAYOUT(tagServerInfo, FIELD(usGameID),
-       FIELD(usServerID, "room; 0 in a client's list: all rooms of the game and level in one"),
-       FIELD(szServerName), FIELD(szTelecomIP, "address to connect to, dotted"),
-       FIELD(ulLimitPoint, "coins a player needs to enter"),
-       FIELD(ulBaseTime, "base time of the room, the game's own"),
-       FIELD(ulBasePoint, "base stake of the room"), FIELD(ulMaxPoint, "highest stake"),
-       FIELD(ulMinPoint, "lowest stake"), FIELD(usOnlineCount),
-       FIELD(usServerPort, "port to connect to"),
-       FIELD(ucServerType, "kind of room, the game's own"), FIELD(ucOpenFlag),
-       FIELD(usLevel, "level of the room"), FIELD(iMaxUserNum, "players it takes at most"),
-       FIELD(szDsnInfo, "data source of the room, the game's own"))
-LAYOUT(tagServerInfoNotice, FIELD(usListCount), COUNTED(ServerInfoList, usListCount))
-LAYOUT(tagUpdateServerInfo, FIELD(usGameID), FIELD(usServerID), FIELD(usOnlineCount),
-       FIELD(ucOpenFlag))
-LAYOUT(tagTerminateNotice, FIELD(usGameID), FIELD(usServerID))
-LAYOUT(tagServerCloseNotice, FIELD(usGameID), FIELD(usServerID),
-       FIELD(cCloseServer, "the new open flag"))
-LAYOUT(tagSiteMobileGameList, FIELD(iSiteID), FIELD(iGameID),
-       FIELD(iGameKind, "0: all rooms of a level are shown as one"), FIELD(iTypeID),
-       FIELD(szGameName), FIELD(szTypeName))
-LAYOUT(tagLoginMobileCenterSiteGameListMsg, FIELD(iListCount), COUNTED(GameList, iListCount))
-LAYOUT(TerminateGameSiteInfo, FIELD(iSiteID), FIELD(iGameID))
-LAYOUT(tagLoginCenterSiteGameTerminateNotice, FIELD(iSiteGameListCount),
-       COUNTED(siteGameInfo, iSiteGameListCount))
-LAYOUT(NoticeLobbyKickOut, FIELD(iUserID))
-LAYOUT(GameServerInfoReq, FIELD(iUserID))
-LAYOUT(tagGameServer, FIELD(usIsFinish, "1 in the last message of the list, else 0"),
-       FIELD(usListCount), COUNTED(serverInfo, usListCount))
-LAYOUT(tagVipLevelItem, FIELD(iLevel, "VIP level"),
-       FIELD(iRecharge, "recharge that level begins at"))
-LAYOUT(tagVipPhotoItem, FIELD(iPhotoID), FIELD(iLimitLv))
-LAYOUT(tagVipFrameItem, FIELD(iFrameID), FIELD(iLimitLv))
-LAYOUT(tagVipLevelConfigRes, FIELD(isFinished), FIELD(usItemCount), COUNTED(item, usItemCount))
-LAYOUT(tagVipPhotoConfigRes, FIELD(isFinished), FIELD(usItemCount), COUNTED(item, usItemCount))
-LAYOUT(tagVipFrameConfig, FIELD(isFinished), FIELD(usItemCount), COUNTED(item, usItemCount))
-LAYOUT(tagLobbyStopSwitchRes,
-       FIELD(iStopSwitch, "above 0 maintenance: the lobby puts all players out; 0 opens it again"))
-LAYOUT(WebFarmSubscribeKeyInfo, FIELD(szKey))
-LAYOUT(WebFarmSubscribeKeyRes, FIELD(bInit, "not 0: a fresh list starts here"), FIELD(iCount),
-       Following<WebFarmSubscribeKeyInfo>("subscribeKeyInfo", sizeof(M), "iCount"))
 
 // One aligned row per message.
 // clang-format off

@@ -1,15 +1,15 @@
 // How the tables of the catalogue are written: layouts deduced from structures, and rows.
 #pragma once
 
-#include <array>
+#include <algorithm>
 #include <type_traits>
 #include <utility>
 
 #include "Catalog.h"
+#include "WireLayout.h"
 
 namespace catalog {
 
-// Specialised by LAYOUT for every structure.
 template <class T>
 const Layout& LayoutOf();
 
@@ -68,16 +68,46 @@ inline Field Filled(Field field) {
     return field;
 }
 
-// The fields of the structure's first member `base`, then its own.
-template <class Base>
-std::vector<Field> Extend(std::vector<Field> own) {
-    std::vector<Field> all = LayoutOf<Base>().fields;
-    all.insert(all.end(), own.begin(), own.end());
+// The fields that are described in FieldNotes.h, and what follows the structure.
+template <class T>
+struct Notes {
+    static std::vector<Field> Fields() { return {}; }
+};
+
+// The fields as the structure's WIRE_LAYOUT has them; of a wrapped message first those of its base.
+template <class T>
+std::vector<Field> FieldsOf() {
+    std::vector<Field> all;
+    const auto add = [&all]<class F>(const WireField<F>& field) {
+        if constexpr (std::is_class_v<F>) {
+            if (std::string_view(field.name) == "base") {
+                all = LayoutOf<F>().fields;
+                return;
+            }
+        }
+        all.push_back(FieldOf<F>(field.name, field.offset, ""));
+    };
+    WireFields<T>::Each([&](const auto&... fields) { (add(fields), ...); });
+    for (Field& note : Notes<T>::Fields()) {
+        const auto same = [&](const Field& field) { return field.name == note.name; };
+        const auto at = std::find_if(all.begin(), all.end(), same);
+        if (at == all.end()) {
+            all.push_back(std::move(note));
+        } else {
+            *at = std::move(note);
+        }
+    }
     return all;
 }
 
-// Stringification needs macros. FIELD names a member of the structure being laid out and, where
-// the usual meaning of the name is not its own, what it means; COUNTED an array of which another
+template <class T>
+const Layout& LayoutOf() {
+    static const Layout layout{WireFields<T>::kName, sizeof(T), FieldsOf<T>()};
+    return layout;
+}
+
+// Stringification needs macros. FIELD names a member of the structure and, where the usual meaning
+// of the name is not its own, what it means; COUNTED an array of which another
 // member says how many elements are valid.
 #define FIELD(member, ...)                                                               \
     ::catalog::FieldOf<decltype(std::declval<M>().member)>(#member, offsetof(M, member), \
@@ -85,22 +115,12 @@ std::vector<Field> Extend(std::vector<Field> own) {
 #define COUNTED(member, counter)                            \
     ::catalog::FieldOf<decltype(std::declval<M>().member)>( \
         #member, offsetof(M, member), (static_cast<void>(&M::counter), #counter))
-#define LAYOUT(Struct, ...)                                            \
-    template <>                                                        \
-    const Layout& LayoutOf<Struct>() {                                 \
-        using M = Struct;                                              \
-        static const Layout layout{#Struct, sizeof(M), {__VA_ARGS__}}; \
-        return layout;                                                 \
-    }
-// A structure that holds Base as its first member `base`.
-#define LAYOUT_ON(Struct, Base, ...)                                                      \
-    template <>                                                                           \
-    const Layout& LayoutOf<Struct>() {                                                    \
-        using M = Struct;                                                                 \
-        static_assert(std::is_same_v<decltype(M::base), Base> && offsetof(M, base) == 0); \
-        static const Layout layout{#Struct, sizeof(M), Extend<Base>({__VA_ARGS__})};      \
-        return layout;                                                                    \
-    }
+#define NOTES(Struct, ...)                                           \
+    template <>                                                      \
+    struct Notes<Struct> {                                           \
+        using M = Struct;                                            \
+        static std::vector<Field> Fields() { return {__VA_ARGS__}; } \
+    };
 
 using Rows = std::vector<Message>;
 

@@ -1,46 +1,11 @@
 // Bulletins, farm messages, tournament and log records.
-#include "Layouts.h"
+#include "FieldNotes.h"
 #include "PublisherMsg.h"
 #include "compete_msg.h"
 #include "log_server_msg.h"
 #include "web_server_msg.h"
 
 namespace catalog {
-
-LAYOUT(RegisterWebServerReq, FIELD(gameID), FIELD(serverID))
-LAYOUT(WinCoinBulletinNotice, FIELD(usBulletType), FIELD(iUserId), FIELD(iGameId), FIELD(iServerId),
-       FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName), FIELD(szUserName),
-       FIELD(szServerName), FIELD(szContent))
-LAYOUT(SysBulletinCommon, FIELD(usBulletType), FIELD(szContent), FIELD(cChannelId))
-LAYOUT(SysBulletinNotice, FIELD(usBulletNum), COUNTED(bulletinItem, usBulletNum))
-LAYOUT(WinCoinBulletinNotice_2, FIELD(usBulletType), FIELD(iUserId), FIELD(iGameId),
-       FIELD(iServerId), FIELD(iAwardType), FIELD(iAwardNum), FIELD(szNickName), FIELD(szUserName),
-       FIELD(szServerName), FIELD(szContent), FIELD(cChannelId))
-LAYOUT(WinBulletinNotice, FIELD(usBulletNum), COUNTED(bulletinItem, usBulletNum))
-LAYOUT(ClientSubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
-LAYOUT(ClientUnsubscribeMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey))
-LAYOUT(ClientPublishMsg, FIELD(iMainID), FIELD(iSubID), FIELD(szKey), FIELD(szMsgContent))
-LAYOUT(BulletinTransferFarmNotice, FIELD(iMainID), FIELD(iSubID),
-       FIELD(iUserID, "receiver; 0 and below: every client"), FIELD(szMessageKey),
-       FIELD(szMsgContent))
-LAYOUT(LobbyTransferFarmNotice, FIELD(iMainID), FIELD(iSubID),
-       FIELD(iUserID, "receiver; 0 and below: every client"), FIELD(szMsgContent))
-LAYOUT(LobbyFarmTransferLog, FIELD(iMainID), FIELD(iSubID), FIELD(iUserID), FIELD(iTransferPort),
-       FIELD(szMsgContent))
-LAYOUT(UserExchangeCoinLog, FIELD(iGameID), FIELD(iServerID), FIELD(iSenderID), FIELD(iReceiverID),
-       FIELD(llExchangeCoin), FIELD(szRegionName), FIELD(szUserName), FIELD(cTransferType))
-LAYOUT(ClientLobbyCompeteReq, FIELD(iUserID))
-LAYOUT(CompeteLobbyUserInfoReq, FIELD(iUserID), FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(CompeteLobbyUserInfoRes, FIELD(iErrorCode), FIELD(iUserID), FIELD(iFreeCount),
-       FIELD(iDayTicketCount), FIELD(iMonthTicketCount), FIELD(iCompeteMonthScore),
-       FIELD(iCompeteMonthRank), FIELD(bDisconnect), FIELD(usServerPort), FIELD(szServerIp),
-       FIELD(ulPlayerNode), FIELD(ulPlayerNodeId))
-LAYOUT(LobbyClientCompeteRes, FIELD(usErrorCode),
-       FIELD(usCompeteType, "today's: 0 the daily one, 1 the monthly one"), FIELD(iFreeCount),
-       FIELD(iDayTicketCount), FIELD(iMonthTicketCount), FIELD(iCompeteMonthScore),
-       FIELD(iCompeteMonthRank), FIELD(iAwardCoin), FIELD(usOpenDay), FIELD(usOpenHour),
-       FIELD(usOpenMinute), FIELD(usTurnNum), FIELD(iTurnsUsers), FIELD(usDayMaxFreeCount),
-       FIELD(iDayCompeteCostCoin), FIELD(ucIsDisconnect), FIELD(usServerPort), FIELD(szServerIp))
 
 // One aligned row per message.
 // clang-format off

@@ -1,30 +1,28 @@
 // Bank messages between client and lobby.
-//
-// Layouts are frozen: clients of other versions are in the field. Fields are little-endian and
-// packed to 4 bytes, so a 64-bit field may start at any multiple of 4. Text fields need not be
-// terminated by the sender.
+// The same numbers mean other things on the queue link.
 #pragma once
 
 #include <cstdint>
 
-#include "Game/NetMessage.h"
 #include "WireLayout.h"
 
-// Message numbers. The same numbers mean other things on the queue link.
+// client -> lobby
 inline constexpr uint16_t BANK_LOGIN_C2S = 0x00D3;          // UserBankLoginReq
-inline constexpr uint16_t BANK_LOGIN_S2C = 0x00D4;          // LoginBankResult
 inline constexpr uint16_t BANK_GET_COIN_C2S = 0x00D5;       // GetBankCoinReq
-inline constexpr uint16_t BANK_GET_COIN_S2C = 0x00D6;       // GetCoinResult
 inline constexpr uint16_t BANK_SAVE_COIN_C2S = 0x00D7;      // SaveCoinReq
-inline constexpr uint16_t BANK_SAVE_COIN_S2C = 0x00D8;      // SaveCoinRes
 inline constexpr uint16_t BANK_MODIFY_PASSWD_C2S = 0x00D9;  // ModifyBankPasswdReq
+
+// lobby -> client
+inline constexpr uint16_t BANK_LOGIN_S2C = 0x00D4;          // LoginBankResult
+inline constexpr uint16_t BANK_GET_COIN_S2C = 0x00D6;       // GetCoinResult
+inline constexpr uint16_t BANK_SAVE_COIN_S2C = 0x00D8;      // SaveCoinRes
 inline constexpr uint16_t BANK_MODIFY_PASSWD_S2C = 0x00DA;  // ModifyBankPasswdRes
 
 // Codes of ucResultType that the lobby itself gives; all others are the queue server's.
 inline constexpr int BANK_RESULT_OTHER_USER = 150;  // iUserID is not the session's user
-inline constexpr int BANK_RESULT_LOGIN_RETRY =
-    151;                                          // queue server: the next login may follow at once
-inline constexpr int BANK_RESULT_TOO_SOON = 156;  // less than 2 s after the previous one
+// The queue server's alone: the next login may follow at once.
+inline constexpr int BANK_RESULT_LOGIN_RETRY = 151;
+inline constexpr int BANK_RESULT_TOO_SOON = 156;   // less than 2 s after the previous one
 inline constexpr int BANK_RESULT_BAD_VALUE = 157;  // amount below 1
 
 #pragma pack(push, 4)
@@ -89,12 +87,14 @@ struct ModifyBankPasswdRes {
 
 #pragma pack(pop)
 
-static_assert(kWireLayout<UserBankLoginReq, 48>);
-static_assert(kWireLayout<GetBankCoinReq, 68> && offsetof(GetBankCoinReq, llGetNum) == 24);
-static_assert(kWireLayout<SaveCoinReq, 40> && offsetof(SaveCoinReq, llSaveCoinNum) == 24);
-static_assert(kWireLayout<ModifyBankPasswdReq, 88> &&
-              offsetof(ModifyBankPasswdReq, szOldPassWd) == 19);
-static_assert(kWireLayout<LoginBankResult, 28> && offsetof(LoginBankResult, llGameCoin) == 12);
-static_assert(kWireLayout<GetCoinResult, 20> && offsetof(GetCoinResult, llGetCoinNum) == 12);
-static_assert(kWireLayout<SaveCoinRes, 20> && offsetof(SaveCoinRes, llSelfCoin) == 12);
-static_assert(kWireLayout<ModifyBankPasswdRes, 10>);
+WIRE_LAYOUT(UserBankLoginReq, 48, AT(iUserID, 8), AT(szBankPass, 12));
+WIRE_LAYOUT(GetBankCoinReq, 68, AT(iUserID, 8), AT(iSiteID, 12), AT(iGameID, 16), AT(iServerID, 20),
+            AT(llGetNum, 24), AT(szBankerPwd, 32));
+WIRE_LAYOUT(SaveCoinReq, 40, AT(iUserID, 8), AT(iSiteID, 12), AT(iGameID, 16), AT(iServerID, 20),
+            AT(llSaveCoinNum, 24), AT(llGameWinCoinNum, 32));
+WIRE_LAYOUT(ModifyBankPasswdReq, 88, AT(iUserID, 8), AT(szCode, 12), AT(szOldPassWd, 19),
+            AT(szNewPassWd, 52));
+WIRE_LAYOUT(LoginBankResult, 28, AT(ucResultType, 8), AT(llGameCoin, 12), AT(llBankCoin, 20));
+WIRE_LAYOUT(GetCoinResult, 20, AT(ucResultType, 8), AT(llGetCoinNum, 12));
+WIRE_LAYOUT(SaveCoinRes, 20, AT(ucResultType, 8), AT(llSelfCoin, 12));
+WIRE_LAYOUT(ModifyBankPasswdRes, 10, AT(ucResultType, 8));

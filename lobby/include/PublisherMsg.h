@@ -1,12 +1,29 @@
 // Farm messages: subscription by clients, delivery by the web server, the key list of the config
-// server and the record for the log server.
+// server and the record for the log server. Keys and contents that fill their arrays have no
+// terminator.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
+
+// client -> lobby
+inline constexpr uint16_t CLIENT_SUBSCRIBE_MSG_C2S = 0xF2;    // ClientSubscribeMsg
+inline constexpr uint16_t CLIENT_UNSUBSCRIBE_MSG_C2S = 0xF3;  // ClientUnsubscribeMsg
+
+// lobby -> client
+inline constexpr uint16_t CLIENT_PUBLISH_MSG_S2C = 0xF4;  // ClientPublishMsg
+inline constexpr uint16_t MSG_CLIENT_FARM_NOTICE = 0xBB;  // LobbyTransferFarmNotice
+
+// lobby -> config
+inline constexpr uint16_t MSG_CONFIG_SUBSCRIBE_KEY_REQ = 0xAD28;  // header only
+
+// config -> lobby
+inline constexpr uint16_t MSG_CONFIG_SUBSCRIBE_KEY_RES = 0xAD29;  // WebFarmSubscribeKeyRes
+
+// A farm message with these two ids and a subscribable key goes to the key's subscribers.
+inline constexpr int32_t FARM_PUBLISH_MAIN_ID = 3;
+inline constexpr int32_t FARM_PUBLISH_SUB_ID = 100;
 
 // One subscriber of a key. Not a message: the node is kept as a handle only and is looked up
 // again, with its id, before anything is sent to it.
@@ -16,8 +33,6 @@ struct PublishPlayer {
     uint64_t ulPlayerNodeId;  // the node's id when it subscribed
 };
 
-// The layouts are frozen: peers and clients of other versions use them byte for byte. Keys and
-// contents that fill their arrays have no terminator.
 #pragma pack(push, 4)
 
 struct ClientSubscribeMsg {
@@ -86,32 +101,16 @@ struct WebFarmSubscribeKeyRes {
 
 #pragma pack(pop)
 
-static_assert(sizeof(ClientSubscribeMsg) == 144 && offsetof(ClientSubscribeMsg, szKey) == 16);
-static_assert(sizeof(ClientUnsubscribeMsg) == 144 && offsetof(ClientUnsubscribeMsg, szKey) == 16);
-static_assert(sizeof(ClientPublishMsg) == 1168 && offsetof(ClientPublishMsg, szMsgContent) == 144);
-static_assert(sizeof(BulletinTransferFarmNotice) == 1172 &&
-              offsetof(BulletinTransferFarmNotice, szMsgContent) == 148);
-static_assert(sizeof(LobbyTransferFarmNotice) == 1044);
-static_assert(sizeof(LobbyFarmTransferLog) == 1048 &&
-              offsetof(LobbyFarmTransferLog, szMsgContent) == 24);
-static_assert(sizeof(WebFarmSubscribeKeyReq) == 8 && sizeof(WebFarmSubscribeKeyInfo) == 128);
-static_assert(sizeof(WebFarmSubscribeKeyRes) == 16 &&
-              offsetof(WebFarmSubscribeKeyRes, iCount) == 12);
-static_assert(std::is_standard_layout_v<BulletinTransferFarmNotice> &&
-              std::is_trivially_copyable_v<BulletinTransferFarmNotice> &&
-              std::is_standard_layout_v<WebFarmSubscribeKeyRes> &&
-              std::is_trivially_copyable_v<WebFarmSubscribeKeyRes>);
-
-// Client to lobby.
-inline constexpr uint16_t CLIENT_SUBSCRIBE_MSG_C2S = 0xF2;
-inline constexpr uint16_t CLIENT_UNSUBSCRIBE_MSG_C2S = 0xF3;
-// Lobby to client.
-inline constexpr uint16_t CLIENT_PUBLISH_MSG_S2C = 0xF4;
-inline constexpr uint16_t MSG_CLIENT_FARM_NOTICE = 0xBB;
-// Lobby to config, config to lobby.
-inline constexpr uint16_t MSG_CONFIG_SUBSCRIBE_KEY_REQ = 0xAD28;
-inline constexpr uint16_t MSG_CONFIG_SUBSCRIBE_KEY_RES = 0xAD29;
-
-// A farm message with these two ids and a subscribable key goes to the key's subscribers.
-inline constexpr int32_t FARM_PUBLISH_MAIN_ID = 3;
-inline constexpr int32_t FARM_PUBLISH_SUB_ID = 100;
+WIRE_LAYOUT(ClientSubscribeMsg, 144, AT(iMainID, 8), AT(iSubID, 12), AT(szKey, 16));
+WIRE_LAYOUT(ClientUnsubscribeMsg, 144, AT(iMainID, 8), AT(iSubID, 12), AT(szKey, 16));
+WIRE_LAYOUT(ClientPublishMsg, 1168, AT(iMainID, 8), AT(iSubID, 12), AT(szKey, 16),
+            AT(szMsgContent, 144));
+WIRE_LAYOUT(BulletinTransferFarmNotice, 1172, AT(iMainID, 8), AT(iSubID, 12), AT(iUserID, 16),
+            AT(szMessageKey, 20), AT(szMsgContent, 148));
+WIRE_LAYOUT(LobbyTransferFarmNotice, 1044, AT(iMainID, 8), AT(iSubID, 12), AT(iUserID, 16),
+            AT(szMsgContent, 20));
+WIRE_LAYOUT(LobbyFarmTransferLog, 1048, AT(iMainID, 8), AT(iSubID, 12), AT(iUserID, 16),
+            AT(iTransferPort, 20), AT(szMsgContent, 24));
+WIRE_LAYOUT(WebFarmSubscribeKeyReq, 8);
+WIRE_LAYOUT(WebFarmSubscribeKeyInfo, 128, AT(szKey, 0));
+WIRE_LAYOUT(WebFarmSubscribeKeyRes, 16, AT(bInit, 8), AT(iCount, 12));

@@ -1,18 +1,35 @@
-// Messages of the center server link, and the client's server list built from them.
+// Messages of the center server link, and the client's server list built from them. Padding is
+// zero, which the sender sees to by zeroing the whole structure.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
 
-// The layouts are frozen: center servers and clients of other versions read and write them byte
-// for byte. Integers are little-endian; padding is zero, which the sender sees to by zeroing the
-// whole structure.
+// client -> lobby
+inline constexpr uint16_t MSG_CLIENT_SERVER_INFO_REQ = 0x9002;  // GameServerInfoReq
+
+// lobby -> client
+inline constexpr uint16_t MSG_CLIENT_SERVER_INFO_RES = 0x9003;  // tagGameServer
+
+// lobby -> center
+inline constexpr uint16_t MSG_CENTER_REGISTER_REQ = 0xA0;  // tagServerRegisterReq
+
+// center -> lobby
+inline constexpr uint16_t MSG_CENTER_SERVER_INFO = 0x9001;       // tagServerInfoNotice
+inline constexpr uint16_t MSG_CENTER_SERVER_UPDATE = 0x9002;     // tagUpdateServerInfo
+inline constexpr uint16_t MSG_CENTER_SERVER_TERMINATE = 0x9004;  // tagTerminateNotice
+// The next two: tagLoginMobileCenterSiteGameListMsg, tagLoginCenterSiteGameTerminateNotice
+inline constexpr uint16_t MSG_CENTER_SITE_GAME_LIST = 0x9005;
+inline constexpr uint16_t MSG_CENTER_SITE_GAME_TERMINATE = 0x9006;
+inline constexpr uint16_t MSG_CENTER_SERVER_CLOSE = 0xC805;  // tagServerCloseNotice
+
+// lobby -> center, center -> lobby
+inline constexpr uint16_t MSG_CENTER_KICK_OUT = 0x9100;  // NoticeLobbyKickOut
+
 #pragma pack(push, 4)
 
-// Lobby to center, first message on the link.
+// The first message on the link.
 struct tagServerRegisterReq {
     tagMsgHeader header;
     char iRegisterType;  // kind of server; 3 is a lobby
@@ -40,7 +57,7 @@ struct tagServerInfo {
     char szDsnInfo[32];
 };
 
-// Center to lobby. usListCount may exceed what the message holds.
+// usListCount may exceed what the message holds.
 struct tagServerInfoNotice {
     tagMsgHeader header;
     uint16_t usListCount;
@@ -96,19 +113,18 @@ struct tagLoginCenterSiteGameTerminateNotice {
     TerminateGameSiteInfo siteGameInfo[50];
 };
 
-// Both directions: the user has logged in elsewhere.
+// The user has logged in elsewhere.
 struct NoticeLobbyKickOut {
     tagMsgHeader header;
     int32_t iUserID;
 };
 
-// Client to lobby.
 struct GameServerInfoReq {
     tagMsgHeader header;
     int32_t iUserID;  // must be the sender's own
 };
 
-// Lobby to client; sent shortened to its used records.
+// Sent shortened to its used records.
 struct tagGameServer {
     tagMsgHeader header;
     uint16_t usIsFinish;   // 1 on the last message of a list
@@ -118,43 +134,23 @@ struct tagGameServer {
 
 #pragma pack(pop)
 
-static_assert(sizeof(tagServerRegisterReq) == 20 && offsetof(tagServerRegisterReq, iGameId) == 12);
-static_assert(sizeof(tagServerInfo) == 116);
-static_assert(offsetof(tagServerInfo, szTelecomIP) == 36 &&
-              offsetof(tagServerInfo, ulLimitPoint) == 52 &&
-              offsetof(tagServerInfo, usOnlineCount) == 72 &&
-              offsetof(tagServerInfo, ucOpenFlag) == 77 && offsetof(tagServerInfo, usLevel) == 78 &&
-              offsetof(tagServerInfo, iMaxUserNum) == 80 &&
-              offsetof(tagServerInfo, szDsnInfo) == 84);
-static_assert(sizeof(tagServerInfoNotice) == 1172 &&
-              offsetof(tagServerInfoNotice, ServerInfoList) == 12);
-static_assert(sizeof(tagUpdateServerInfo) == 16 && offsetof(tagUpdateServerInfo, ucOpenFlag) == 14);
-static_assert(sizeof(tagTerminateNotice) == 12);
-static_assert(sizeof(tagServerCloseNotice) == 14 &&
-              offsetof(tagServerCloseNotice, cCloseServer) == 12);
-static_assert(sizeof(tagSiteMobileGameList) == 80);
-static_assert(sizeof(tagLoginMobileCenterSiteGameListMsg) == 4012);
-static_assert(sizeof(TerminateGameSiteInfo) == 8);
-static_assert(sizeof(tagLoginCenterSiteGameTerminateNotice) == 412);
-static_assert(sizeof(NoticeLobbyKickOut) == 12);
-static_assert(sizeof(GameServerInfoReq) == 12);
-static_assert(sizeof(tagGameServer) == 2332 && offsetof(tagGameServer, serverInfo) == 12);
-static_assert(std::is_standard_layout_v<tagServerInfoNotice> &&
-              std::is_trivially_copyable_v<tagServerInfoNotice> &&
-              std::is_standard_layout_v<tagGameServer> &&
-              std::is_trivially_copyable_v<tagGameServer>);
-
-// Lobby to center.
-inline constexpr uint16_t MSG_CENTER_REGISTER_REQ = 0xA0;
-// Center to lobby.
-inline constexpr uint16_t MSG_CENTER_SERVER_INFO = 0x9001;
-inline constexpr uint16_t MSG_CENTER_SERVER_UPDATE = 0x9002;
-inline constexpr uint16_t MSG_CENTER_SERVER_TERMINATE = 0x9004;
-inline constexpr uint16_t MSG_CENTER_SITE_GAME_LIST = 0x9005;
-inline constexpr uint16_t MSG_CENTER_SITE_GAME_TERMINATE = 0x9006;
-inline constexpr uint16_t MSG_CENTER_SERVER_CLOSE = 0xC805;
-// Both directions.
-inline constexpr uint16_t MSG_CENTER_KICK_OUT = 0x9100;
-// Client to lobby, lobby to client.
-inline constexpr uint16_t MSG_CLIENT_SERVER_INFO_REQ = 0x9002;
-inline constexpr uint16_t MSG_CLIENT_SERVER_INFO_RES = 0x9003;
+WIRE_LAYOUT(tagServerRegisterReq, 20, AT(iRegisterType, 8), AT(iGameId, 12), AT(iServerId, 16));
+WIRE_LAYOUT(tagServerInfo, 116, AT(usGameID, 0), AT(usServerID, 2), AT(szServerName, 4),
+            AT(szTelecomIP, 36), AT(ulLimitPoint, 52), AT(ulBaseTime, 56), AT(ulBasePoint, 60),
+            AT(ulMaxPoint, 64), AT(ulMinPoint, 68), AT(usOnlineCount, 72), AT(usServerPort, 74),
+            AT(ucServerType, 76), AT(ucOpenFlag, 77), AT(usLevel, 78), AT(iMaxUserNum, 80),
+            AT(szDsnInfo, 84));
+WIRE_LAYOUT(tagServerInfoNotice, 1172, AT(usListCount, 8), AT(ServerInfoList, 12));
+WIRE_LAYOUT(tagUpdateServerInfo, 16, AT(usGameID, 8), AT(usServerID, 10), AT(usOnlineCount, 12),
+            AT(ucOpenFlag, 14));
+WIRE_LAYOUT(tagTerminateNotice, 12, AT(usGameID, 8), AT(usServerID, 10));
+WIRE_LAYOUT(tagServerCloseNotice, 14, AT(usGameID, 8), AT(usServerID, 10), AT(cCloseServer, 12));
+WIRE_LAYOUT(tagSiteMobileGameList, 80, AT(iSiteID, 0), AT(iGameID, 4), AT(iGameKind, 8),
+            AT(iTypeID, 12), AT(szGameName, 16), AT(szTypeName, 48));
+WIRE_LAYOUT(tagLoginMobileCenterSiteGameListMsg, 4012, AT(iListCount, 8), AT(GameList, 12));
+WIRE_LAYOUT(TerminateGameSiteInfo, 8, AT(iSiteID, 0), AT(iGameID, 4));
+WIRE_LAYOUT(tagLoginCenterSiteGameTerminateNotice, 412, AT(iSiteGameListCount, 8),
+            AT(siteGameInfo, 12));
+WIRE_LAYOUT(NoticeLobbyKickOut, 12, AT(iUserID, 8));
+WIRE_LAYOUT(GameServerInfoReq, 12, AT(iUserID, 8));
+WIRE_LAYOUT(tagGameServer, 2332, AT(usIsFinish, 8), AT(usListCount, 10), AT(serverInfo, 12));

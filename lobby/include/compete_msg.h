@@ -1,22 +1,29 @@
 // Tournament messages between client, lobby and queue server.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
 
-// The layouts are frozen: peers and clients of other versions use them byte for byte.
+// client -> lobby
+inline constexpr uint16_t MSG_CLIENT_COMPETE_REQ = 0xF0;  // ClientLobbyCompeteReq
+
+// lobby -> client
+inline constexpr uint16_t MSG_CLIENT_COMPETE_RES = 0xF1;  // LobbyClientCompeteRes
+
+// lobby -> queue
+inline constexpr uint16_t MSG_QUEUE_COMPETE_USER_INFO_REQ = 0xA005;  // CompeteLobbyUserInfoReq
+
+// queue -> lobby
+inline constexpr uint16_t MSG_QUEUE_COMPETE_USER_INFO_RES = 0xA006;  // CompeteLobbyUserInfoRes
+
 #pragma pack(push, 4)
 
-// Client to lobby.
 struct ClientLobbyCompeteReq {
     tagMsgHeader header;
     int32_t iUserID;
 };
 
-// Lobby to queue server.
 struct CompeteLobbyUserInfoReq {
     tagMsgHeader header;
     int32_t iUserID;
@@ -24,7 +31,6 @@ struct CompeteLobbyUserInfoReq {
     uint64_t ulPlayerNodeId;  // its node id
 };
 
-// Queue server to lobby.
 struct CompeteLobbyUserInfoRes {
     tagMsgHeader header;
     int32_t iErrorCode;
@@ -41,7 +47,7 @@ struct CompeteLobbyUserInfoRes {
     uint64_t ulPlayerNodeId;
 };
 
-// Lobby to client: the player's figures and the schedule of today's tournament.
+// The player's figures and the schedule of today's tournament.
 struct LobbyClientCompeteRes {
     tagMsgHeader header;
     uint16_t usErrorCode;
@@ -66,24 +72,16 @@ struct LobbyClientCompeteRes {
 
 #pragma pack(pop)
 
-static_assert(sizeof(ClientLobbyCompeteReq) == 12);
-static_assert(sizeof(CompeteLobbyUserInfoReq) == 28 &&
-              offsetof(CompeteLobbyUserInfoReq, ulPlayerNode) == 12);
-static_assert(sizeof(CompeteLobbyUserInfoRes) == 72 &&
-              offsetof(CompeteLobbyUserInfoRes, usServerPort) == 38 &&
-              offsetof(CompeteLobbyUserInfoRes, ulPlayerNode) == 56);
-static_assert(sizeof(LobbyClientCompeteRes) == 104 &&
-              offsetof(LobbyClientCompeteRes, iTurnsUsers) == 44 &&
-              offsetof(LobbyClientCompeteRes, iDayCompeteCostCoin) == 80 &&
-              offsetof(LobbyClientCompeteRes, usServerPort) == 86);
-static_assert(std::is_standard_layout_v<CompeteLobbyUserInfoRes> &&
-              std::is_trivially_copyable_v<CompeteLobbyUserInfoRes> &&
-              std::is_standard_layout_v<LobbyClientCompeteRes> &&
-              std::is_trivially_copyable_v<LobbyClientCompeteRes>);
-
-// Client to lobby, lobby to client.
-inline constexpr uint16_t MSG_CLIENT_COMPETE_REQ = 0xF0;
-inline constexpr uint16_t MSG_CLIENT_COMPETE_RES = 0xF1;
-// Lobby to queue server, queue server to lobby.
-inline constexpr uint16_t MSG_QUEUE_COMPETE_USER_INFO_REQ = 0xA005;
-inline constexpr uint16_t MSG_QUEUE_COMPETE_USER_INFO_RES = 0xA006;
+WIRE_LAYOUT(ClientLobbyCompeteReq, 12, AT(iUserID, 8));
+WIRE_LAYOUT(CompeteLobbyUserInfoReq, 28, AT(iUserID, 8), AT(ulPlayerNode, 12),
+            AT(ulPlayerNodeId, 20));
+WIRE_LAYOUT(CompeteLobbyUserInfoRes, 72, AT(iErrorCode, 8), AT(iUserID, 12), AT(iFreeCount, 16),
+            AT(iDayTicketCount, 20), AT(iMonthTicketCount, 24), AT(iCompeteMonthScore, 28),
+            AT(iCompeteMonthRank, 32), AT(bDisconnect, 36), AT(usServerPort, 38),
+            AT(szServerIp, 40), AT(ulPlayerNode, 56), AT(ulPlayerNodeId, 64));
+WIRE_LAYOUT(LobbyClientCompeteRes, 104, AT(usErrorCode, 8), AT(usCompeteType, 10),
+            AT(iFreeCount, 12), AT(iDayTicketCount, 16), AT(iMonthTicketCount, 20),
+            AT(iCompeteMonthScore, 24), AT(iCompeteMonthRank, 28), AT(iAwardCoin, 32),
+            AT(usOpenDay, 36), AT(usOpenHour, 38), AT(usOpenMinute, 40), AT(usTurnNum, 42),
+            AT(iTurnsUsers, 44), AT(usDayMaxFreeCount, 76), AT(iDayCompeteCostCoin, 80),
+            AT(ucIsDisconnect, 84), AT(usServerPort, 86), AT(szServerIp, 88));

@@ -1,13 +1,20 @@
 // Messages of the config server link. The farm key list is in PublisherMsg.h.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
 
-// The layouts are frozen: config servers of other versions write them byte for byte.
+// lobby -> config
+inline constexpr uint16_t MSG_CONFIG_VIP_FRAME_REQ = 0xAD14;    // header only
+inline constexpr uint16_t MSG_CONFIG_STOP_SWITCH_REQ = 0xAD26;  // header only
+
+// config -> lobby
+inline constexpr uint16_t MSG_CONFIG_VIP_LEVEL_RES = 0xAD11;    // tagVipLevelConfigRes
+inline constexpr uint16_t MSG_CONFIG_VIP_PHOTO_RES = 0xAD13;    // tagVipPhotoConfigRes
+inline constexpr uint16_t MSG_CONFIG_VIP_FRAME_RES = 0xAD15;    // tagVipFrameConfig
+inline constexpr uint16_t MSG_CONFIG_STOP_SWITCH_RES = 0xAD27;  // tagLobbyStopSwitchRes
+
 #pragma pack(push, 4)
 
 struct tagVipLevelItem {
@@ -54,20 +61,10 @@ struct tagLobbyStopSwitchRes {
 
 #pragma pack(pop)
 
-static_assert(sizeof(tagVipLevelItem) == 8 && sizeof(tagVipPhotoItem) == 8 &&
-              sizeof(tagVipFrameItem) == 8);
-static_assert(sizeof(tagVipLevelConfigRes) == 172 && offsetof(tagVipLevelConfigRes, item) == 12);
-static_assert(sizeof(tagVipPhotoConfigRes) == 412 && offsetof(tagVipPhotoConfigRes, item) == 12);
-static_assert(sizeof(tagVipFrameConfig) == 412 && offsetof(tagVipFrameConfig, item) == 12);
-static_assert(sizeof(tagLobbyStopSwitchRes) == 12);
-static_assert(std::is_standard_layout_v<tagVipFrameConfig> &&
-              std::is_trivially_copyable_v<tagVipFrameConfig>);
-
-// Lobby to config, header only.
-inline constexpr uint16_t MSG_CONFIG_VIP_FRAME_REQ = 0xAD14;
-inline constexpr uint16_t MSG_CONFIG_STOP_SWITCH_REQ = 0xAD26;
-// Config to lobby.
-inline constexpr uint16_t MSG_CONFIG_VIP_LEVEL_RES = 0xAD11;
-inline constexpr uint16_t MSG_CONFIG_VIP_PHOTO_RES = 0xAD13;
-inline constexpr uint16_t MSG_CONFIG_VIP_FRAME_RES = 0xAD15;
-inline constexpr uint16_t MSG_CONFIG_STOP_SWITCH_RES = 0xAD27;
+WIRE_LAYOUT(tagVipLevelItem, 8, AT(iLevel, 0), AT(iRecharge, 4));
+WIRE_LAYOUT(tagVipPhotoItem, 8, AT(iPhotoID, 0), AT(iLimitLv, 4));
+WIRE_LAYOUT(tagVipFrameItem, 8, AT(iFrameID, 0), AT(iLimitLv, 4));
+WIRE_LAYOUT(tagVipLevelConfigRes, 172, AT(isFinished, 8), AT(usItemCount, 10), AT(item, 12));
+WIRE_LAYOUT(tagVipPhotoConfigRes, 412, AT(isFinished, 8), AT(usItemCount, 10), AT(item, 12));
+WIRE_LAYOUT(tagVipFrameConfig, 412, AT(isFinished, 8), AT(usItemCount, 10), AT(item, 12));
+WIRE_LAYOUT(tagLobbyStopSwitchRes, 12, AT(iStopSwitch, 8));

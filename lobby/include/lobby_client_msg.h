@@ -1,49 +1,41 @@
 // Messages between client and lobby: login, profile, coin notices and refresh, coin exchange.
 // (Bank: BankInfoDef.h.) The coin notices reach the lobby from the web server with the same
-// layouts.
-//
-// Layouts are frozen: clients of other versions are in the field. Fields are little-endian and
-// packed to 4 bytes, so a 64-bit field may start at any multiple of 4. Text fields need not be
-// terminated by the sender.
+// layouts (MSG_WEB_... of web_server_msg.h) and go on as received. Of the profile's messages
+// request and result share one number, except the password's.
 #pragma once
 
 #include <cstdint>
 
-#include "Game/NetMessage.h"
 #include "WireLayout.h"
 
-// Login and kick-out.
+// client -> lobby
 inline constexpr uint16_t CLIENT_CONNECT_NOTICE_C2S = 0x00A1;  // tagLobbyClientConnectNotice
-inline constexpr uint16_t LOBBY_AUTHEN_RES_S2C = 0x00A6;       // LobbyAuthenRes
-inline constexpr uint16_t LOBBY_KICK_OUT_S2C = 0x00A8;         // LobbyKickOutNotice
 inline constexpr uint16_t CLIENT_FORBIDDEN_C2S = 0x9000;       // closes whoever sends it
+inline constexpr uint16_t EXCHANGE_COIN_C2S = 0x0050;          // ExchangeGameCoinReq
+inline constexpr uint16_t REFRESH_COIN_C2S = 0x00EA;           // RechargeReFreshCoinReq
+inline constexpr uint16_t MODIFY_PASSWORD_C2S = 0x00E1;        // tagModifyPassWordReq
+inline constexpr uint16_t MODIFY_NICKNAME_C2S = 0x00E3;        // ModifyNickNameReq
+inline constexpr uint16_t MODIFY_GENDER_C2S = 0x00E4;          // ModifyGenderReq
+inline constexpr uint16_t MODIFY_SIGNATURE_C2S = 0x00E5;       // ModifyPersonalSignatureReq
+inline constexpr uint16_t MODIFY_FACE_ID_C2S = 0x00E6;         // ModifyFaceIdReq
+inline constexpr uint16_t BINDING_MOBILE_C2S = 0x00E7;         // BindingMobileReq
+inline constexpr uint16_t REAL_NAME_C2S = 0x00E8;              // RealNameAuthenReq
 
-// Coin exchange between players.
-inline constexpr uint16_t EXCHANGE_COIN_C2S = 0x0050;         // ExchangeGameCoinReq
+// lobby -> client
+inline constexpr uint16_t LOBBY_AUTHEN_RES_S2C = 0x00A6;      // LobbyAuthenRes
+inline constexpr uint16_t LOBBY_KICK_OUT_S2C = 0x00A8;        // LobbyKickOutNotice
 inline constexpr uint16_t EXCHANGE_COIN_S2C = 0x0051;         // ExchangeGameCoinRes
 inline constexpr uint16_t EXCHANGE_COIN_NOTIFY_S2C = 0x0052;  // ExchangeGameCoinNotify
-
-// Coin notices (MSG_WEB_... of web_server_msg.h bring them) and refresh.
-inline constexpr uint16_t CONSUME_NOTICE_S2C = 0x00A7;  // ConsumeSucessNotice, as received
-inline constexpr uint16_t SYCH_USER_DATA_S2C = 0x00B3;  // SychUserLobbyData, as received
-inline constexpr uint16_t REFRESH_COIN_C2S = 0x00EA;    // RechargeReFreshCoinReq
-inline constexpr uint16_t REFRESH_COIN_S2C = 0x00EA;    // RechargeReFreshCoinRes
-
-// Profile. Request and result share one number, except the password's.
-inline constexpr uint16_t MODIFY_PASSWORD_C2S = 0x00E1;    // tagModifyPassWordReq
-inline constexpr uint16_t MODIFY_PASSWORD_S2C = 0x00E2;    // tagModifyPassWordRes
-inline constexpr uint16_t MODIFY_NICKNAME_C2S = 0x00E3;    // ModifyNickNameReq
-inline constexpr uint16_t MODIFY_NICKNAME_S2C = 0x00E3;    // ModifyNickNameRes
-inline constexpr uint16_t MODIFY_GENDER_C2S = 0x00E4;      // ModifyGenderReq
-inline constexpr uint16_t MODIFY_GENDER_S2C = 0x00E4;      // ModifyGenderRes
-inline constexpr uint16_t MODIFY_SIGNATURE_C2S = 0x00E5;   // ModifyPersonalSignatureReq
-inline constexpr uint16_t MODIFY_SIGNATURE_S2C = 0x00E5;   // ModifyPersonalSignatureRes
-inline constexpr uint16_t MODIFY_FACE_ID_C2S = 0x00E6;     // ModifyFaceIdReq
-inline constexpr uint16_t MODIFY_FACE_ID_S2C = 0x00E6;     // ModifyFaceIdRes
-inline constexpr uint16_t BINDING_MOBILE_C2S = 0x00E7;     // BindingMobileReq
-inline constexpr uint16_t BINDING_MOBILE_S2C = 0x00E7;     // BindingMobileRes
-inline constexpr uint16_t REAL_NAME_C2S = 0x00E8;          // RealNameAuthenReq
-inline constexpr uint16_t REAL_NAME_S2C = 0x00E8;          // RealNameAuthenRes
+inline constexpr uint16_t CONSUME_NOTICE_S2C = 0x00A7;        // ConsumeSucessNotice
+inline constexpr uint16_t SYCH_USER_DATA_S2C = 0x00B3;        // SychUserLobbyData
+inline constexpr uint16_t REFRESH_COIN_S2C = 0x00EA;          // RechargeReFreshCoinRes
+inline constexpr uint16_t MODIFY_PASSWORD_S2C = 0x00E2;       // tagModifyPassWordRes
+inline constexpr uint16_t MODIFY_NICKNAME_S2C = 0x00E3;       // ModifyNickNameRes
+inline constexpr uint16_t MODIFY_GENDER_S2C = 0x00E4;         // ModifyGenderRes
+inline constexpr uint16_t MODIFY_SIGNATURE_S2C = 0x00E5;      // ModifyPersonalSignatureRes
+inline constexpr uint16_t MODIFY_FACE_ID_S2C = 0x00E6;        // ModifyFaceIdRes
+inline constexpr uint16_t BINDING_MOBILE_S2C = 0x00E7;        // BindingMobileRes
+inline constexpr uint16_t REAL_NAME_S2C = 0x00E8;             // RealNameAuthenRes
 inline constexpr uint16_t MODIFY_FACE_FRAME_S2C = 0x00E9;  // ModifyFaceFrameRes; no client request
 
 // Codes of ExchangeGameCoinRes::iErrorCode that the lobby itself gives.
@@ -247,32 +239,38 @@ struct ModifyFaceFrameRes {
 
 #pragma pack(pop)
 
-static_assert(kWireLayout<tagLobbyClientConnectNotice, 68> &&
-              offsetof(tagLobbyClientConnectNotice, szChannelID) == 49);
-static_assert(kWireLayout<LobbyAuthenRes, 216> && offsetof(LobbyAuthenRes, iReserve1) == 12);
-static_assert(kWireLayout<LobbyKickOutNotice, 16> &&
-              offsetof(LobbyKickOutNotice, bStopSwitch) == 12 && sizeof(bool) == 1);
-static_assert(kWireLayout<ExchangeGameCoinReq, 20> &&
-              offsetof(ExchangeGameCoinReq, llExhangeCoin) == 12);
-static_assert(kWireLayout<ExchangeGameCoinRes, 28> &&
-              offsetof(ExchangeGameCoinRes, llExhangeCoin) == 12);
-static_assert(kWireLayout<ExchangeGameCoinNotify, 28> &&
-              offsetof(ExchangeGameCoinNotify, llExhangeCoin) == 12);
-static_assert(kWireLayout<RechargeSucessNotice, 28>);
-static_assert(kWireLayout<ConsumeSucessNotice, 24>);
-static_assert(kWireLayout<SychUserLobbyData, 28>);
-static_assert(kWireLayout<RechargeReFreshCoinReq, 12>);
-static_assert(kWireLayout<RechargeReFreshCoinRes, 40> &&
-              offsetof(RechargeReFreshCoinRes, llCurGameCoin) == 16);
-static_assert(kWireLayout<tagModifyPassWordReq, 80> &&
-              offsetof(tagModifyPassWordReq, szNewPassWd) == 45);
-static_assert(kWireLayout<tagModifyPassWordRes, 10>);
-static_assert(kWireLayout<ModifyNickNameReq, 44> && kWireLayout<ModifyNickNameRes, 44>);
-static_assert(kWireLayout<ModifyGenderReq, 16> && kWireLayout<ModifyGenderRes, 16>);
-static_assert(kWireLayout<ModifyPersonalSignatureReq, 140> &&
-              kWireLayout<ModifyPersonalSignatureRes, 140>);
-static_assert(kWireLayout<ModifyFaceIdReq, 16> && kWireLayout<ModifyFaceIdRes, 16>);
-static_assert(kWireLayout<BindingMobileReq, 28> && kWireLayout<BindingMobileRes, 28>);
-static_assert(kWireLayout<RealNameAuthenReq, 288> && kWireLayout<RealNameAuthenRes, 288> &&
-              offsetof(RealNameAuthenReq, szIdentity) == 267);
-static_assert(kWireLayout<ModifyFaceFrameReq, 16> && kWireLayout<ModifyFaceFrameRes, 16>);
+WIRE_LAYOUT(tagLobbyClientConnectNotice, 68, AT(iUserID, 8), AT(iLobbySiteID, 12), AT(szToken, 16),
+            AT(szChannelID, 49));
+WIRE_LAYOUT(LobbyAuthenRes, 216, AT(ucErrNo, 8), AT(iReserve1, 12), AT(iReserve2, 16),
+            AT(iReserve3, 20), AT(szReserve1, 24), AT(szReserve2, 88), AT(szReserve3, 152));
+WIRE_LAYOUT(LobbyKickOutNotice, 16, AT(iUserID, 8), AT(bStopSwitch, 12));
+WIRE_LAYOUT(ExchangeGameCoinReq, 20, AT(iRecvUserID, 8), AT(llExhangeCoin, 12));
+WIRE_LAYOUT(ExchangeGameCoinRes, 28, AT(iErrorCode, 8), AT(llExhangeCoin, 12),
+            AT(llFirstMoney, 20));
+WIRE_LAYOUT(ExchangeGameCoinNotify, 28, AT(iFromUserID, 8), AT(llExhangeCoin, 12),
+            AT(llFirstMoney, 20));
+WIRE_LAYOUT(RechargeSucessNotice, 28, AT(userId, 8), AT(gameId, 12), AT(serverId, 16),
+            AT(rechargeType, 20), AT(rechargeCount, 24));
+WIRE_LAYOUT(ConsumeSucessNotice, 24, AT(userId, 8), AT(gameId, 12), AT(serverId, 16),
+            AT(iSize, 20));
+WIRE_LAYOUT(SychUserLobbyData, 28, AT(userId, 8), AT(gameId, 12), AT(serverId, 16),
+            AT(dataType, 20), AT(dataValue, 24));
+WIRE_LAYOUT(RechargeReFreshCoinReq, 12, AT(iUserId, 8));
+WIRE_LAYOUT(RechargeReFreshCoinRes, 40, AT(iUserId, 8), AT(iError, 12), AT(llCurGameCoin, 16),
+            AT(llTotalRechageNum, 24), AT(llBankCoin, 32));
+WIRE_LAYOUT(tagModifyPassWordReq, 80, AT(iUserID, 8), AT(szOldPassWd, 12), AT(szNewPassWd, 45));
+WIRE_LAYOUT(tagModifyPassWordRes, 10, AT(ucResultType, 8));
+WIRE_LAYOUT(ModifyNickNameReq, 44, AT(iUserId, 8), AT(szNickName, 12));
+WIRE_LAYOUT(ModifyNickNameRes, 44, AT(iError, 8), AT(szNickName, 12));
+WIRE_LAYOUT(ModifyGenderReq, 16, AT(iUserId, 8), AT(iGender, 12));
+WIRE_LAYOUT(ModifyGenderRes, 16, AT(iError, 8), AT(iGender, 12));
+WIRE_LAYOUT(ModifyPersonalSignatureReq, 140, AT(iUserId, 8), AT(szPersonalSignature, 12));
+WIRE_LAYOUT(ModifyPersonalSignatureRes, 140, AT(iError, 8), AT(szPersonalSignature, 12));
+WIRE_LAYOUT(ModifyFaceIdReq, 16, AT(iUserId, 8), AT(iFaceId, 12));
+WIRE_LAYOUT(ModifyFaceIdRes, 16, AT(iError, 8), AT(iFaceId, 12));
+WIRE_LAYOUT(BindingMobileReq, 28, AT(iUserId, 8), AT(szMobileNumber, 12));
+WIRE_LAYOUT(BindingMobileRes, 28, AT(iError, 8), AT(szMobileNumber, 12));
+WIRE_LAYOUT(RealNameAuthenReq, 288, AT(iUserId, 8), AT(szRealName, 12), AT(szIdentity, 267));
+WIRE_LAYOUT(RealNameAuthenRes, 288, AT(iError, 8), AT(szRealName, 12), AT(szIdentity, 267));
+WIRE_LAYOUT(ModifyFaceFrameReq, 16, AT(iUserId, 8), AT(iFrameId, 12));
+WIRE_LAYOUT(ModifyFaceFrameRes, 16, AT(iError, 8), AT(iFrameId, 12));

@@ -1,13 +1,14 @@
 // Records the lobby sends to the log server. The farm record is in PublisherMsg.h.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
 
-// The layouts are frozen: log servers of other versions read them byte for byte.
+// lobby -> log
+inline constexpr uint16_t MSG_LOG_USER_EXCHANGE_COIN = 0x5A48;  // UserExchangeCoinLog
+inline constexpr uint16_t MSG_LOG_FARM_TRANSFER = 0x5A4D;       // LobbyFarmTransferLog
+
 #pragma pack(push, 4)
 
 // A finished exchange of coins between two players.
@@ -25,12 +26,6 @@ struct UserExchangeCoinLog {
 
 #pragma pack(pop)
 
-static_assert(sizeof(UserExchangeCoinLog) == 100 &&
-              offsetof(UserExchangeCoinLog, llExchangeCoin) == 24 &&
-              offsetof(UserExchangeCoinLog, cTransferType) == 96);
-static_assert(std::is_standard_layout_v<UserExchangeCoinLog> &&
-              std::is_trivially_copyable_v<UserExchangeCoinLog>);
-
-// Lobby to log server.
-inline constexpr uint16_t MSG_LOG_USER_EXCHANGE_COIN = 0x5A48;
-inline constexpr uint16_t MSG_LOG_FARM_TRANSFER = 0x5A4D;
+WIRE_LAYOUT(UserExchangeCoinLog, 100, AT(iGameID, 8), AT(iServerID, 12), AT(iSenderID, 16),
+            AT(iReceiverID, 20), AT(llExchangeCoin, 24), AT(szRegionName, 32), AT(szUserName, 64),
+            AT(cTransferType, 96));

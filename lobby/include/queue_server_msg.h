@@ -1,36 +1,39 @@
 // Messages between lobby and queue server: login, profile, coin refresh, coin exchange.
 // (Bank: BankInfoDef_Trans.h.)
-//
-// Layouts are frozen: the queue server reads the same offsets. A wrapped (_trans) message is the
-// client's message followed by the session it belongs to; the wrapped message is a member, not a
-// base class, because a derived class may put its first field into the base's tail padding.
+// A wrapped (_trans) message is the client's message followed by the session it belongs to; why it
+// is a member, see there. Of the profile's messages request and result share one number, except the
+// password's.
 #pragma once
 
+#include <cstdint>
+
+#include "WireLayout.h"
 #include "lobby_client_msg.h"
 
-inline constexpr uint16_t USER_INFO_L2Q = 0xA001;      // UserInfoReq
-inline constexpr uint16_t USER_INFO_Q2L = 0xA002;      // UserInfoRes
-inline constexpr uint16_t REFRESH_COIN_L2Q = 0xA003;   // RechargeRefresReq_trans
-inline constexpr uint16_t REFRESH_COIN_Q2L = 0xA004;   // RechargeRefresRes_trans
-inline constexpr uint16_t EXCHANGE_COIN_L2Q = 0x5A50;  // QueueExchangeCoinReq
-inline constexpr uint16_t EXCHANGE_COIN_Q2L = 0x5A51;  // QueueExchangeCoinRes
-
-// Profile. Request and result share one number, except the password's.
+// lobby -> queue
+inline constexpr uint16_t USER_INFO_L2Q = 0xA001;          // UserInfoReq
+inline constexpr uint16_t REFRESH_COIN_L2Q = 0xA003;       // RechargeRefresReq_trans
+inline constexpr uint16_t EXCHANGE_COIN_L2Q = 0x5A50;      // QueueExchangeCoinReq
 inline constexpr uint16_t MODIFY_PASSWORD_L2Q = 0x00E1;    // ModifyPassWordReq_trans
-inline constexpr uint16_t MODIFY_PASSWORD_Q2L = 0x00E2;    // ModifyPassWordRes_trans
 inline constexpr uint16_t MODIFY_NICKNAME_L2Q = 0x00E3;    // ModifyNickNameReq_trans
-inline constexpr uint16_t MODIFY_NICKNAME_Q2L = 0x00E3;    // ModifyNickNameRes_trans
 inline constexpr uint16_t MODIFY_GENDER_L2Q = 0x00E4;      // ModifyGenderReq_trans
-inline constexpr uint16_t MODIFY_GENDER_Q2L = 0x00E4;      // ModifyGenderRes_trans
 inline constexpr uint16_t MODIFY_SIGNATURE_L2Q = 0x00E5;   // ModifyPersonalSignatureReq_trans
-inline constexpr uint16_t MODIFY_SIGNATURE_Q2L = 0x00E5;   // ModifyPersonalSignatureRes_trans
 inline constexpr uint16_t MODIFY_FACE_ID_L2Q = 0x00E6;     // ModifyFaceIdReq_trans
-inline constexpr uint16_t MODIFY_FACE_ID_Q2L = 0x00E6;     // ModifyFaceIdRes_trans
 inline constexpr uint16_t BINDING_MOBILE_L2Q = 0x00E7;     // BindingMobileReq_trans
-inline constexpr uint16_t BINDING_MOBILE_Q2L = 0x00E7;     // BindingMobileRes_trans
 inline constexpr uint16_t REAL_NAME_L2Q = 0x00E8;          // RealNameAuthenReq_trans
-inline constexpr uint16_t REAL_NAME_Q2L = 0x00E8;          // RealNameAuthenRes_trans
 inline constexpr uint16_t MODIFY_FACE_FRAME_L2Q = 0x00E9;  // ModifyFaceFrameReq_trans; not sent
+
+// queue -> lobby
+inline constexpr uint16_t USER_INFO_Q2L = 0xA002;          // UserInfoRes
+inline constexpr uint16_t REFRESH_COIN_Q2L = 0xA004;       // RechargeRefresRes_trans
+inline constexpr uint16_t EXCHANGE_COIN_Q2L = 0x5A51;      // QueueExchangeCoinRes
+inline constexpr uint16_t MODIFY_PASSWORD_Q2L = 0x00E2;    // ModifyPassWordRes_trans
+inline constexpr uint16_t MODIFY_NICKNAME_Q2L = 0x00E3;    // ModifyNickNameRes_trans
+inline constexpr uint16_t MODIFY_GENDER_Q2L = 0x00E4;      // ModifyGenderRes_trans
+inline constexpr uint16_t MODIFY_SIGNATURE_Q2L = 0x00E5;   // ModifyPersonalSignatureRes_trans
+inline constexpr uint16_t MODIFY_FACE_ID_Q2L = 0x00E6;     // ModifyFaceIdRes_trans
+inline constexpr uint16_t BINDING_MOBILE_Q2L = 0x00E7;     // BindingMobileRes_trans
+inline constexpr uint16_t REAL_NAME_Q2L = 0x00E8;          // RealNameAuthenRes_trans
 inline constexpr uint16_t MODIFY_FACE_FRAME_Q2L = 0x00E9;  // ModifyFaceFrameRes_trans
 
 #pragma pack(push, 4)
@@ -205,30 +208,44 @@ struct ModifyFaceFrameRes_trans {
 
 #pragma pack(pop)
 
-static_assert(kWireLayout<UserInfoReq, 64> && offsetof(UserInfoReq, ulPlayerNode) == 48);
-static_assert(kWireLayout<UserInfoRes, 280> && offsetof(UserInfoRes, llControlNum) == 12 &&
-              offsetof(UserInfoRes, iFriendPropNum) == 40 &&
-              offsetof(UserInfoRes, szReserve1) == 70 &&
-              offsetof(UserInfoRes, ulPlayerNode) == 264);
-static_assert(kWireLayout<RechargeRefresReq_trans, 28> &&
-              offsetof(RechargeRefresReq_trans, ulPlayerNode) == 12);
-static_assert(kWireLayout<RechargeRefresRes_trans, 56> &&
-              offsetof(RechargeRefresRes_trans, ulPlayerNode) == 40);
-static_assert(kWireLayout<QueueExchangeCoinReq, 48> &&
-              offsetof(QueueExchangeCoinReq, llExchangeCoin) == 40);
-static_assert(kWireLayout<QueueExchangeCoinRes, 44> &&
-              offsetof(QueueExchangeCoinRes, llExchangeCoin) == 36);
-static_assert(kWireLayout<ModifyPassWordReq_trans, 112> &&
-              offsetof(ModifyPassWordReq_trans, ulPlayerNode) == 96);
-static_assert(kWireLayout<ModifyPassWordRes_trans, 28> &&
-              offsetof(ModifyPassWordRes_trans, ulPlayerNode) == 12);
-static_assert(kWireLayout<ModifyNickNameReq_trans, 60> && kWireLayout<ModifyNickNameRes_trans, 60>);
-static_assert(kWireLayout<ModifyGenderReq_trans, 32> && kWireLayout<ModifyGenderRes_trans, 32>);
-static_assert(kWireLayout<ModifyPersonalSignatureReq_trans, 156> &&
-              kWireLayout<ModifyPersonalSignatureRes_trans, 156>);
-static_assert(kWireLayout<ModifyFaceIdReq_trans, 32> && kWireLayout<ModifyFaceIdRes_trans, 32>);
-static_assert(kWireLayout<BindingMobileReq_trans, 44> && kWireLayout<BindingMobileRes_trans, 44>);
-static_assert(kWireLayout<RealNameAuthenReq_trans, 304> &&
-              kWireLayout<RealNameAuthenRes_trans, 304>);
-static_assert(kWireLayout<ModifyFaceFrameReq_trans, 32> &&
-              kWireLayout<ModifyFaceFrameRes_trans, 32>);
+WIRE_LAYOUT(UserInfoReq, 64, AT(userID, 8), AT(szPasswdToken, 12), AT(ulPlayerNode, 48),
+            AT(ulPlayerNodeId, 56));
+WIRE_LAYOUT(UserInfoRes, 280, AT(cError, 8), AT(llControlNum, 12), AT(iMachineIndex, 20),
+            AT(iPlayGameTime, 24), AT(iAllYuanBaoAmount, 28), AT(iAccountsourceid, 32),
+            AT(isBindingmobile, 36), AT(iFriendPropNum, 40), AT(llGameCoin, 44), AT(llBankCoin, 52),
+            AT(iTeamTag, 60), AT(iLianyunFlag, 64), AT(usRegisterType, 68), AT(szReserve1, 70),
+            AT(szOutAccount, 134), AT(szReserve3, 198), AT(ulPlayerNode, 264),
+            AT(ulPlayerNodeId, 272));
+WIRE_LAYOUT(RechargeRefresReq_trans, 28, AT(iUserId, 8), AT(ulPlayerNode, 12),
+            AT(ulPlayerNodeId, 20));
+WIRE_LAYOUT(RechargeRefresRes_trans, 56, AT(iUserId, 8), AT(iError, 12), AT(llCurGameCoin, 16),
+            AT(llTotalRechageNum, 24), AT(llBankCoin, 32), AT(ulPlayerNode, 40),
+            AT(ulPlayerNodeId, 48));
+WIRE_LAYOUT(QueueExchangeCoinReq, 48, AT(ulPlayerNode, 8), AT(ulPlayerNodeId, 16), AT(iGameID, 24),
+            AT(iServerID, 28), AT(iUserIDFrom, 32), AT(iUserIDRecv, 36), AT(llExchangeCoin, 40));
+WIRE_LAYOUT(QueueExchangeCoinRes, 44, AT(ulPlayerNode, 8), AT(ulPlayerNodeId, 16), AT(iError, 24),
+            AT(iUserIDFrom, 28), AT(iUserIDRecv, 32), AT(llExchangeCoin, 36));
+WIRE_LAYOUT(ModifyPassWordReq_trans, 112, AT(base, 0), AT(szClientIP, 80), AT(ulPlayerNode, 96),
+            AT(ulPlayerNodeId, 104));
+WIRE_LAYOUT(ModifyPassWordRes_trans, 28, AT(ucResultType, 8), AT(ulPlayerNode, 12),
+            AT(ulPlayerNodeId, 20));
+WIRE_LAYOUT(ModifyNickNameReq_trans, 60, AT(base, 0), AT(ulPlayerNode, 44), AT(ulPlayerNodeId, 52));
+WIRE_LAYOUT(ModifyNickNameRes_trans, 60, AT(base, 0), AT(ulPlayerNode, 44), AT(ulPlayerNodeId, 52));
+WIRE_LAYOUT(ModifyGenderReq_trans, 32, AT(base, 0), AT(ulPlayerNode, 16), AT(ulPlayerNodeId, 24));
+WIRE_LAYOUT(ModifyGenderRes_trans, 32, AT(base, 0), AT(ulPlayerNode, 16), AT(ulPlayerNodeId, 24));
+WIRE_LAYOUT(ModifyPersonalSignatureReq_trans, 156, AT(base, 0), AT(ulPlayerNode, 140),
+            AT(ulPlayerNodeId, 148));
+WIRE_LAYOUT(ModifyPersonalSignatureRes_trans, 156, AT(base, 0), AT(ulPlayerNode, 140),
+            AT(ulPlayerNodeId, 148));
+WIRE_LAYOUT(ModifyFaceIdReq_trans, 32, AT(base, 0), AT(ulPlayerNode, 16), AT(ulPlayerNodeId, 24));
+WIRE_LAYOUT(ModifyFaceIdRes_trans, 32, AT(base, 0), AT(ulPlayerNode, 16), AT(ulPlayerNodeId, 24));
+WIRE_LAYOUT(BindingMobileReq_trans, 44, AT(base, 0), AT(ulPlayerNode, 28), AT(ulPlayerNodeId, 36));
+WIRE_LAYOUT(BindingMobileRes_trans, 44, AT(base, 0), AT(ulPlayerNode, 28), AT(ulPlayerNodeId, 36));
+WIRE_LAYOUT(RealNameAuthenReq_trans, 304, AT(base, 0), AT(ulPlayerNode, 288),
+            AT(ulPlayerNodeId, 296));
+WIRE_LAYOUT(RealNameAuthenRes_trans, 304, AT(base, 0), AT(ulPlayerNode, 288),
+            AT(ulPlayerNodeId, 296));
+WIRE_LAYOUT(ModifyFaceFrameReq_trans, 32, AT(base, 0), AT(ulPlayerNode, 16),
+            AT(ulPlayerNodeId, 24));
+WIRE_LAYOUT(ModifyFaceFrameRes_trans, 32, AT(base, 0), AT(ulPlayerNode, 16),
+            AT(ulPlayerNodeId, 24));

@@ -1,25 +1,35 @@
 // Messages of the web (bulletin) server link and the bulletins broadcast to clients. Farm
-// messages are in PublisherMsg.h.
+// messages are in PublisherMsg.h. Text fields that fill their arrays have no terminator.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
-#include "Game/NetMessage.h"
+#include "WireLayout.h"
 
-// The layouts are frozen: web servers and clients of other versions use them byte for byte.
-// Text fields that fill their arrays have no terminator.
+// lobby -> client
+inline constexpr uint16_t MSG_CLIENT_BULLETIN = 0xB4;  // WinBulletinNotice
+
+// lobby -> web
+inline constexpr uint16_t MSG_WEB_REGISTER_REQ = 0xA1;  // RegisterWebServerReq
+
+// web -> lobby
+inline constexpr uint16_t MSG_WEB_RECHARGE_NOTICE = 0xB1;  // RechargeSucessNotice
+inline constexpr uint16_t MSG_WEB_CONSUME_NOTICE = 0xB2;   // ConsumeSucessNotice
+inline constexpr uint16_t MSG_WEB_SYNC_USER_DATA = 0xB3;   // SychUserLobbyData
+inline constexpr uint16_t MSG_WEB_WIN_BULLETIN = 0xB4;     // WinCoinBulletinNotice
+inline constexpr uint16_t MSG_WEB_SYS_BULLETIN = 0xB5;     // SysBulletinNotice
+inline constexpr uint16_t MSG_WEB_FARM_TRANSFER = 0xCF;    // BulletinTransferFarmNotice
+
 #pragma pack(push, 4)
 
-// Lobby to web server, first message on the link.
+// The first message on the link.
 struct RegisterWebServerReq {
     tagMsgHeader msgHeadInfo;
     int32_t gameID;    // 0
     int32_t serverID;  // 0
 };
 
-// Web server to lobby: a player won a prize.
+// A player won a prize.
 struct WinCoinBulletinNotice {
     tagMsgHeader msgHeadInfo;
     uint16_t usBulletType;  // 4 has priority in the queue
@@ -40,7 +50,7 @@ struct SysBulletinCommon {
     char cChannelId[17];
 };
 
-// Web server to lobby: texts of the operator; sent shortened to its used items.
+// Texts of the operator; sent shortened to its used items.
 struct SysBulletinNotice {
     tagMsgHeader msgHeadInfo;
     uint16_t usBulletNum;
@@ -62,7 +72,7 @@ struct WinCoinBulletinNotice_2 {
     char cChannelId[17];  // channel it is meant for; empty for win bulletins
 };
 
-// Lobby to every client; sent shortened to its used items.
+// To every client; sent shortened to its used items.
 struct WinBulletinNotice {
     tagMsgHeader msgHeadInfo;
     uint16_t usBulletNum;
@@ -71,29 +81,13 @@ struct WinBulletinNotice {
 
 #pragma pack(pop)
 
-static_assert(sizeof(RegisterWebServerReq) == 16);
-static_assert(sizeof(WinCoinBulletinNotice) == 640 &&
-              offsetof(WinCoinBulletinNotice, iUserId) == 12 &&
-              offsetof(WinCoinBulletinNotice, szContent) == 128);
-static_assert(sizeof(SysBulletinCommon) == 532 && offsetof(SysBulletinCommon, cChannelId) == 514);
-static_assert(sizeof(SysBulletinNotice) == 2670 && offsetof(SysBulletinNotice, bulletinItem) == 10);
-static_assert(sizeof(WinCoinBulletinNotice_2) == 652 &&
-              offsetof(WinCoinBulletinNotice_2, iUserId) == 4 &&
-              offsetof(WinCoinBulletinNotice_2, cChannelId) == 632);
-static_assert(sizeof(WinBulletinNotice) == 3272 && offsetof(WinBulletinNotice, bulletinItem) == 12);
-static_assert(std::is_standard_layout_v<WinBulletinNotice> &&
-              std::is_trivially_copyable_v<WinBulletinNotice> &&
-              std::is_standard_layout_v<SysBulletinNotice> &&
-              std::is_trivially_copyable_v<SysBulletinNotice>);
-
-// Lobby to web server.
-inline constexpr uint16_t MSG_WEB_REGISTER_REQ = 0xA1;
-// Web server to lobby.
-inline constexpr uint16_t MSG_WEB_RECHARGE_NOTICE = 0xB1;
-inline constexpr uint16_t MSG_WEB_CONSUME_NOTICE = 0xB2;
-inline constexpr uint16_t MSG_WEB_SYNC_USER_DATA = 0xB3;
-inline constexpr uint16_t MSG_WEB_WIN_BULLETIN = 0xB4;
-inline constexpr uint16_t MSG_WEB_SYS_BULLETIN = 0xB5;
-inline constexpr uint16_t MSG_WEB_FARM_TRANSFER = 0xCF;
-// Lobby to client.
-inline constexpr uint16_t MSG_CLIENT_BULLETIN = 0xB4;
+WIRE_LAYOUT(RegisterWebServerReq, 16, AT(gameID, 8), AT(serverID, 12));
+WIRE_LAYOUT(WinCoinBulletinNotice, 640, AT(usBulletType, 8), AT(iUserId, 12), AT(iGameId, 16),
+            AT(iServerId, 20), AT(iAwardType, 24), AT(iAwardNum, 28), AT(szNickName, 32),
+            AT(szUserName, 64), AT(szServerName, 96), AT(szContent, 128));
+WIRE_LAYOUT(SysBulletinCommon, 532, AT(usBulletType, 0), AT(szContent, 2), AT(cChannelId, 514));
+WIRE_LAYOUT(SysBulletinNotice, 2670, AT(usBulletNum, 8), AT(bulletinItem, 10));
+WIRE_LAYOUT(WinCoinBulletinNotice_2, 652, AT(usBulletType, 0), AT(iUserId, 4), AT(iGameId, 8),
+            AT(iServerId, 12), AT(iAwardType, 16), AT(iAwardNum, 20), AT(szNickName, 24),
+            AT(szUserName, 56), AT(szServerName, 88), AT(szContent, 120), AT(cChannelId, 632));
+WIRE_LAYOUT(WinBulletinNotice, 3272, AT(usBulletNum, 8), AT(bulletinItem, 12));

@@ -1,15 +1,19 @@
 // Activity messages between the lobby and its clients.
-// Layouts are frozen: clients of other versions speak them. Little-endian, packed to 4.
 #pragma once
 
-#include "Game/NetMessage.h"
+#include <cstdint>
 
-inline constexpr uint16_t CLIENT_USER_PROGRESS_REQ = 0xE012;      // client -> lobby
-inline constexpr uint16_t CLIENT_ACTIVITY_CLOSE_NOTICE = 0xE014;  // lobby -> client
+#include "WireLayout.h"
+
+// client -> lobby, lobby -> client
+inline constexpr uint16_t CLIENT_USER_PROGRESS_REQ = 0xE012;  // UserProgressReq
+
+// lobby -> client
+inline constexpr uint16_t CLIENT_ACTIVITY_CLOSE_NOTICE = 0xE014;  // ActivityCloseNotice
 
 #pragma pack(push, 4)
 
-// CLIENT_USER_PROGRESS_REQ; all but the activity id are the activity's own.
+// All but the activity id are the activity's own.
 struct UserProgressReq {
     MsgHeader header;
     int32_t iActivityId;
@@ -20,7 +24,6 @@ struct UserProgressReq {
     int32_t iOther3;
 };
 
-// CLIENT_ACTIVITY_CLOSE_NOTICE
 struct ActivityCloseNotice {
     MsgHeader header;
     int32_t iActivity;
@@ -28,7 +31,6 @@ struct ActivityCloseNotice {
 
 #pragma pack(pop)
 
-static_assert(sizeof(UserProgressReq) == 32);
-static_assert(sizeof(ActivityCloseNotice) == 12);
-static_assert(std::is_standard_layout_v<UserProgressReq> &&
-              std::is_trivially_copyable_v<UserProgressReq>);
+WIRE_LAYOUT(UserProgressReq, 32, AT(iActivityId, 8), AT(iLevel, 12), AT(iProgress, 16),
+            AT(iOther1, 20), AT(iOther2, 24), AT(iOther3, 28));
+WIRE_LAYOUT(ActivityCloseNotice, 12, AT(iActivity, 8));

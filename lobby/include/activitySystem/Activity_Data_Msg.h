@@ -1,24 +1,30 @@
 // Messages between the lobby and the data server, and the reward booked with the queue server.
-// Layouts are frozen: peers of other versions speak them. Little-endian, packed to 4.
 #pragma once
 
-#include "Game/NetMessage.h"
+#include <cstdint>
 
-inline constexpr uint16_t ACT_REGISTER_REQ = 0x00A1;            // lobby -> data
-inline constexpr uint16_t ACT_ACCOUNT_TYPE_REQ = 0xD008;        // lobby -> data, header only
-inline constexpr uint16_t ACT_ACCOUNT_TYPE_RES = 0xD009;        // data -> lobby
-inline constexpr uint16_t ACT_CONFIG_REQ = 0xD010;              // lobby -> data
-inline constexpr uint16_t ACT_CONFIG_RES = 0xD011;              // data -> lobby
-inline constexpr uint16_t ACT_PROGRESS_REQ = 0xD012;            // lobby -> data
-inline constexpr uint16_t ACT_PROGRESS_RES = 0xD013;            // data -> lobby
-inline constexpr uint16_t ACT_PROGRESS_UPDATE = 0xD014;         // lobby -> data
-inline constexpr uint16_t ACT_SINGLE_PROGRESS_UPDATE = 0xD020;  // lobby -> data
-inline constexpr uint16_t ACT_SINGLE_PROGRESS_RES = 0xD021;     // data -> lobby
-inline constexpr uint16_t ACT_UPDATE_ACK = 0xD061;              // data -> lobby, ignored
-inline constexpr uint16_t ACT_GLOBAL_1 = 0xE001;                // data -> lobby
-inline constexpr uint16_t ACT_GLOBAL_2 = 0xE002;                // data -> lobby
-inline constexpr uint16_t ACT_GLOBAL_3 = 0xE003;                // data -> lobby
-inline constexpr uint16_t ACT_UPDATE_USER_PROP = 0xD084;        // lobby -> queue
+#include "WireLayout.h"
+
+// lobby -> queue
+inline constexpr uint16_t ACT_UPDATE_USER_PROP = 0xD084;  // tagDBUpdateUserPropInfo
+
+// lobby -> data
+inline constexpr uint16_t ACT_REGISTER_REQ = 0x00A1;            // RegisterActSystemServerReq
+inline constexpr uint16_t ACT_ACCOUNT_TYPE_REQ = 0xD008;        // header only
+inline constexpr uint16_t ACT_CONFIG_REQ = 0xD010;              // tagDBGameActivityConfigReq
+inline constexpr uint16_t ACT_PROGRESS_REQ = 0xD012;            // tagDBUserActivityProgressReq
+inline constexpr uint16_t ACT_PROGRESS_UPDATE = 0xD014;         // tagUserActivityProgressUpdate
+inline constexpr uint16_t ACT_SINGLE_PROGRESS_UPDATE = 0xD020;  // LobbyActivitySingleProgressUpdate
+
+// data -> lobby
+inline constexpr uint16_t ACT_ACCOUNT_TYPE_RES = 0xD009;     // UserAccountTypeConfig
+inline constexpr uint16_t ACT_CONFIG_RES = 0xD011;           // tagDBSiteActivityList
+inline constexpr uint16_t ACT_PROGRESS_RES = 0xD013;         // tagDBActivityProgressList
+inline constexpr uint16_t ACT_SINGLE_PROGRESS_RES = 0xD021;  // LobbyActivitySingleProgressUpdateRes
+inline constexpr uint16_t ACT_UPDATE_ACK = 0xD061;           // any body, ignored
+inline constexpr uint16_t ACT_GLOBAL_1 = 0xE001;             // any body, the activities' own
+inline constexpr uint16_t ACT_GLOBAL_2 = 0xE002;             // any body, the activities' own
+inline constexpr uint16_t ACT_GLOBAL_3 = 0xE003;             // any body, the activities' own
 
 #pragma pack(push, 4)
 
@@ -77,20 +83,19 @@ struct tagDBUserActivityProgressData {
     int8_t isUpdate;     // non-zero: changed, to be written back
 };
 
-// ACT_REGISTER_REQ; both ids 0 for the lobby.
+// Both ids are 0 for the lobby.
 struct RegisterActSystemServerReq {
     MsgHeader header;
     int32_t gameID;
     int32_t serverID;
 };
 
-// ACT_CONFIG_REQ
 struct tagDBGameActivityConfigReq {
     MsgHeader header;
     int32_t iGameID;
 };
 
-// ACT_ACCOUNT_TYPE_RES: thresholds that classify players.
+// Thresholds that classify players.
 struct UserAccountTypeConfig {
     MsgHeader header;
     int32_t iHighPayamount;
@@ -101,14 +106,13 @@ struct UserAccountTypeConfig {
     int32_t iPlayTimes;
 };
 
-// ACT_CONFIG_RES; iCount rows of tagDBActivityConfigData follow.
+// iCount rows of tagDBActivityConfigData follow.
 struct tagDBSiteActivityList {
     MsgHeader header;
     int32_t iCount;
     int32_t iIsFinish;
 };
 
-// ACT_PROGRESS_REQ
 struct tagDBUserActivityProgressReq {
     MsgHeader header;
     uint64_t ulPlayerNode;
@@ -117,7 +121,7 @@ struct tagDBUserActivityProgressReq {
     int32_t iGameID;
 };
 
-// ACT_PROGRESS_RES; iCount records of tagDBUserActivityProgressData follow.
+// iCount records of tagDBUserActivityProgressData follow.
 struct tagDBActivityProgressList {
     MsgHeader header;
     uint64_t ulPlayerNode;
@@ -126,13 +130,12 @@ struct tagDBActivityProgressList {
     int32_t iFinished;
 };
 
-// ACT_PROGRESS_UPDATE; iCount records of tagDBUserActivityProgressData follow.
+// iCount records of tagDBUserActivityProgressData follow.
 struct tagUserActivityProgressUpdate {
     MsgHeader header;
     int32_t iCount;
 };
 
-// ACT_SINGLE_PROGRESS_UPDATE
 struct LobbyActivitySingleProgressUpdate {
     MsgHeader header;
     int32_t iProgress;
@@ -147,7 +150,6 @@ struct LobbyActivitySingleProgressUpdate {
     uint64_t ulPlayerNodeId;
 };
 
-// ACT_SINGLE_PROGRESS_RES
 struct LobbyActivitySingleProgressUpdateRes {
     MsgHeader header;
     int32_t iError;
@@ -163,7 +165,7 @@ struct LobbyActivitySingleProgressUpdateRes {
     uint64_t ulPlayerNodeId;
 };
 
-// ACT_UPDATE_USER_PROP: books a reward.
+// Books a reward.
 struct tagDBUpdateUserPropInfo {
     MsgHeader header;
     int32_t iUserID;
@@ -183,29 +185,38 @@ struct tagDBUpdateUserPropInfo {
 
 #pragma pack(pop)
 
-static_assert(sizeof(tagDBActivityConfigData) == 108);
-static_assert(offsetof(tagDBActivityConfigData, lDateTime) == 68);
-static_assert(offsetof(tagDBActivityConfigData, iDayBegin) == 84);
-static_assert(offsetof(tagDBActivityConfigData, ulTimeBegin) == 92);
-static_assert(sizeof(tagDBUserActivityProgressData) == 88);
-static_assert(offsetof(tagDBUserActivityProgressData, lDateTime) == 68);
-static_assert(offsetof(tagDBUserActivityProgressData, isUpdate) == 84);
-static_assert(sizeof(RegisterActSystemServerReq) == 16);
-static_assert(sizeof(tagDBGameActivityConfigReq) == 12);
-static_assert(sizeof(UserAccountTypeConfig) == 32);
-static_assert(sizeof(tagDBSiteActivityList) == 16);
-static_assert(sizeof(tagDBUserActivityProgressReq) == 32);
-static_assert(sizeof(tagDBActivityProgressList) == 32);
-static_assert(sizeof(tagUserActivityProgressUpdate) == 12);
-static_assert(sizeof(LobbyActivitySingleProgressUpdate) == 140);
-static_assert(offsetof(LobbyActivitySingleProgressUpdate, progress) == 36);
-static_assert(offsetof(LobbyActivitySingleProgressUpdate, ulPlayerNode) == 124);
-static_assert(sizeof(LobbyActivitySingleProgressUpdateRes) == 144);
-static_assert(offsetof(LobbyActivitySingleProgressUpdateRes, ulPlayerNode) == 128);
-static_assert(sizeof(tagDBUpdateUserPropInfo) == 120);
-static_assert(offsetof(tagDBUpdateUserPropInfo, szOutAccount) == 44);
-static_assert(offsetof(tagDBUpdateUserPropInfo, usRegisterType) == 116);
-static_assert(std::is_standard_layout_v<tagDBActivityConfigData> &&
-              std::is_trivially_copyable_v<tagDBActivityConfigData>);
-static_assert(std::is_standard_layout_v<LobbyActivitySingleProgressUpdateRes> &&
-              std::is_trivially_copyable_v<LobbyActivitySingleProgressUpdateRes>);
+WIRE_LAYOUT(tagDBActivityConfigData, 108, AT(iActivityId, 0), AT(iGameid, 4), AT(iSiteId, 8),
+            AT(iGamecoin, 12), AT(iLotterynum, 16), AT(iDiamondnum, 20), AT(iRedpacketnum, 24),
+            AT(iCondition1, 28), AT(iCondition2, 32), AT(iCondition3, 36), AT(iCondition4, 40),
+            AT(iCondition5, 44), AT(iCondition6, 48), AT(iCondition7, 52), AT(iCondition8, 56),
+            AT(iCondition9, 60), AT(iCondition10, 64), AT(lDateTime, 68), AT(usOpenPlatform, 76),
+            AT(usActivityType, 78), AT(isMultiGame, 80), AT(isOpen, 81), AT(iDayBegin, 84),
+            AT(iDayEnd, 88), AT(ulTimeBegin, 92), AT(ulTimeEnd, 100));
+WIRE_LAYOUT(tagDBUserActivityProgressData, 88, AT(iUserId, 0), AT(iGameId, 4), AT(iActivityId, 8),
+            AT(iGamecoin, 12), AT(iLotterynum, 16), AT(iDiamondnum, 20), AT(iRedpacketnum, 24),
+            AT(iProgress1, 28), AT(iProgress2, 32), AT(iProgress3, 36), AT(iProgress4, 40),
+            AT(iProgress5, 44), AT(iProgress6, 48), AT(iProgress7, 52), AT(iProgress8, 56),
+            AT(iProgress9, 60), AT(iProgress10, 64), AT(lDateTime, 68), AT(updateTime, 76),
+            AT(isUpdate, 84));
+WIRE_LAYOUT(RegisterActSystemServerReq, 16, AT(gameID, 8), AT(serverID, 12));
+WIRE_LAYOUT(tagDBGameActivityConfigReq, 12, AT(iGameID, 8));
+WIRE_LAYOUT(UserAccountTypeConfig, 32, AT(iHighPayamount, 8), AT(iHighYbamount, 12),
+            AT(iLowPayamount, 16), AT(iLowYbamount, 20), AT(iMachineIndex, 24), AT(iPlayTimes, 28));
+WIRE_LAYOUT(tagDBSiteActivityList, 16, AT(iCount, 8), AT(iIsFinish, 12));
+WIRE_LAYOUT(tagDBUserActivityProgressReq, 32, AT(ulPlayerNode, 8), AT(ulPlayerNodeId, 16),
+            AT(iUserID, 24), AT(iGameID, 28));
+WIRE_LAYOUT(tagDBActivityProgressList, 32, AT(ulPlayerNode, 8), AT(ulPlayerNodeId, 16),
+            AT(iCount, 24), AT(iFinished, 28));
+WIRE_LAYOUT(tagUserActivityProgressUpdate, 12, AT(iCount, 8));
+WIRE_LAYOUT(LobbyActivitySingleProgressUpdate, 140, AT(iProgress, 8), AT(iLevel, 12),
+            AT(iConfig, 16), AT(iGameCoin, 20), AT(iGameCoinSourceId, 24), AT(iYuanBaoNum, 28),
+            AT(iYuanBaoNumSourceId, 32), AT(progress, 36), AT(ulPlayerNode, 124),
+            AT(ulPlayerNodeId, 132));
+WIRE_LAYOUT(LobbyActivitySingleProgressUpdateRes, 144, AT(iError, 8), AT(iProgress, 12),
+            AT(iLevel, 16), AT(iConfig, 20), AT(iGameCoin, 24), AT(iGameCoinSourceId, 28),
+            AT(iYuanBaoNum, 32), AT(iYuanBaoNumSourceId, 36), AT(progress, 40),
+            AT(ulPlayerNode, 128), AT(ulPlayerNodeId, 136));
+WIRE_LAYOUT(tagDBUpdateUserPropInfo, 120, AT(iUserID, 8), AT(iSiteID, 12), AT(iGameID, 16),
+            AT(iServerID, 20), AT(iActivityID, 24), AT(iType, 28), AT(iValue, 32),
+            AT(iSourceID, 36), AT(iClientSiteType, 40), AT(szOutAccount, 44), AT(iTeamTag, 108),
+            AT(iLianyunFlag, 112), AT(usRegisterType, 116));
