@@ -47,7 +47,7 @@ void Console::Become(FILE*& stream) {
 }
 
 void Console::Write(const char* text, size_t size) {
-    const std::lock_guard guard(m_lock);
+    const LockGuard guard(m_lock);
     Look();
     while (size > 0) {
         const size_t piece = FirstPiece({text, size}, kPiece);

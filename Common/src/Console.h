@@ -5,7 +5,8 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <mutex>
+
+#include "Common/ThreadSafety.h"
 
 // Puts text on one standard descriptor as far as whoever reads it takes it at once; the rest is
 // dropped and counted by lines. A pipe whose reader stands still, or a terminal that was stopped,
@@ -14,7 +15,7 @@
 class Console {
   public:
     explicit Console(int descriptor) : m_iDescriptor(descriptor) {}
-    ~Console();
+    ~Console() LOCK_UNSEEN;
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
 
@@ -26,20 +27,21 @@ class Console {
     // More is not taken whole or not at all by a pipe.
     static constexpr size_t kPiece = 4096;
 
-    void Look();
-    bool Put(const char* text, size_t size);
-    bool PutFirst(const char* text, size_t size);
-    bool PutRest();
-    ssize_t Try(const char* text, size_t size) const;
-    void Drop(const char* text, size_t size);
+    void Look() NEEDS_LOCK(m_lock);
+    bool Put(const char* text, size_t size) NEEDS_LOCK(m_lock);
+    bool PutFirst(const char* text, size_t size) NEEDS_LOCK(m_lock);
+    bool PutRest() NEEDS_LOCK(m_lock);
+    ssize_t Try(const char* text, size_t size) const NEEDS_LOCK(m_lock);
+    void Drop(const char* text, size_t size) NEEDS_LOCK(m_lock);
 
     const int m_iDescriptor;
-    // The stream has a lock as well, which the thread sanitizer does not see. Guards what follows.
-    std::mutex m_lock;
-    int m_iOwn = -1;          // the same file, opened once more: not waiting concerns nobody else
-    struct stat m_what {};    // what the descriptor was when it was looked at last
-    bool m_bMayWait = false;  // the descriptor is one that can keep a writer waiting
-    char m_szRest[kPiece];    // of a piece that was taken in part
-    size_t m_ulRest = 0;
-    size_t m_ulDropped = 0;  // lines since the console took one last
+    // The stream has a lock as well, which the thread sanitizer does not see.
+    Mutex m_lock;
+    // The same file, opened once more: that it does not wait concerns nobody else.
+    int m_iOwn GUARDED_BY(m_lock) = -1;
+    struct stat m_what GUARDED_BY(m_lock) {};    // the descriptor when it was looked at last
+    bool m_bMayWait GUARDED_BY(m_lock) = false;  // it is one that can keep a writer waiting
+    char m_szRest[kPiece] GUARDED_BY(m_lock);    // of a piece that was taken in part
+    size_t m_ulRest GUARDED_BY(m_lock) = 0;
+    size_t m_ulDropped GUARDED_BY(m_lock) = 0;  // lines since the console took one last
 };

@@ -50,6 +50,8 @@ void MD5Init(MD5_CTX* context) {
     *context = MD5_CTX{{0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476}, {0, 0}, {}};
 }
 
+// One block. The words are 64 bits wide from the first step to the last: sums are not cut to 32
+// bits, and what Rotate leaves above takes part in the next steps.
 void MD5Transform(uint64_t state[4], const unsigned char block[64]) {
     uint64_t x[16];
     Decode(x, block, 64);

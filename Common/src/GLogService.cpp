@@ -33,7 +33,8 @@ LineBuffers& Buffers() {
     return *buffers;
 }
 
-// Like the above, and made only where JSON lines are written: they are the longest.
+// The room for one JSON line, made once per thread as well, but only where such lines are written:
+// they are the longest.
 JsonLine& Json() {
     thread_local const std::unique_ptr<JsonLine> line(new JsonLine);
     return *line;

@@ -1,11 +1,10 @@
 // Inside the base library: one line of an INI file.
 #pragma once
 
-#include <strings.h>
 #include <cstddef>
-#include <cstring>
 
 #include "Common/IniFile.h"
+#include "Common/Text.h"
 
 // Points into the file's bytes. On a section line nameEnd is the closing bracket and the name
 // stands strictly between; on a key line without '=' there is no value.
@@ -20,10 +19,7 @@ struct CIniFile::IniLine {
     const char* Name() const { return IsSection() ? begin + 1 : begin; }
     size_t NameLength() const { return Span(Name(), nameEnd); }
     size_t ValueLength() const { return Span(valueBegin, valueEnd); }
-    bool Named(const char* name) const {
-        const size_t length = std::strlen(name);
-        return length == NameLength() && strncasecmp(Name(), name, length) == 0;
-    }
+    bool Named(const char* name) const { return SameText({Name(), NameLength()}, name); }
 
   private:
     // A carriage return in the middle of a line can put an end before its begin.

@@ -6,18 +6,13 @@
 #include <charconv>
 #include <cstring>
 
+#include "Common/Text.h"
+
 namespace {
 
 constexpr uint8_t kMapped[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF};
 constexpr unsigned kMappedBits = sizeof(kMapped) * 8;
 constexpr unsigned kAllBits = 128;
-
-std::string_view Trim(std::string_view text) {
-    constexpr const char* kBlanks = " \t\r";
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 }  // namespace
 
@@ -76,6 +71,8 @@ CIpAddress::Text CIpAddress::Format() const {
     return result;
 }
 
+// Everything is kept as an IPv6 address; an IPv4 network lies in the mapped range, its prefix that
+// much longer. The length counts for the family it was written in.
 bool CIpNetworks::Add(std::string_view text) {
     text = Trim(text);
     const size_t slash = text.find('/');

@@ -40,6 +40,7 @@ int ConfiguredLevel(const CIniFile& config) {
     return _ALL;
 }
 
+// A handler that somebody has set stays.
 void IgnoreBrokenPipes() {
     struct sigaction action {};
     if (sigaction(SIGPIPE, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)

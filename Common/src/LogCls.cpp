@@ -7,7 +7,6 @@
 
 #include "Common/Clock.h"
 #include "Common/Thread.h"
-#include "LogGuard.h"
 #include "LogVariant.h"
 
 tm LocalDate(time_t time) {
@@ -18,12 +17,8 @@ tm LocalDate(time_t time) {
     return date;
 }
 
-CLogCls::Variant::Variant() : m_hWR(CreateEvent()), m_hLQ(CreateEvent()) {}
-
 CLogCls::Variant::~Variant() {
     Close();
-    DestroyEvent(m_hWR);
-    DestroyEvent(m_hLQ);
 }
 
 void CLogCls::Variant::FreeList(ListNode*& list) {
@@ -51,10 +46,13 @@ void CLogCls::Variant::Close() {
     m_pf = nullptr;
     FreeList(m_write);
     FreeList(m_read);
-    FreeList(m_free);
     m_tail = nullptr;
+    const LockGuard guard(m_hLQ);
+    FreeList(m_free);
 }
 
+// Renames the file to the date of its lines and begins a new one; a file of that date that is there
+// makes way. Lines go to standard output where no new file can be opened.
 void CLogCls::Variant::RollOver(const tm& now) {
     if (!m_bDay || now.tm_mday == m_tmToday.tm_mday || m_tmToday.tm_year == 0) return;
     char date[16];
@@ -97,7 +95,7 @@ bool CLogCls::InitLog(const char* path, bool deleteExisting, bool threaded, bool
                       bool stamped) {
     if (m_pv == nullptr) m_pv = new Variant;
     Variant& state = *m_pv;
-    LogGuard guard(state.m_hWR);
+    const LockGuard guard(state.m_hWR);
     if (state.m_bInit) return false;
     const bool opened = path != nullptr && state.Open(path, deleteExisting);
     state.m_bThread = threaded;
@@ -114,13 +112,14 @@ bool CLogCls::InitLog(const char* path, bool deleteExisting, bool threaded, bool
     return opened;
 }
 
+// In threaded mode the writer empties its queue first, and says by m_bInit that it has ended.
 void CLogCls::CloseLog() {
     Variant* state = m_pv;
     if (state == nullptr) return;
     state->m_bExit = true;
     while (state->m_bThread && state->m_bInit)
         usleep(1);
-    LogGuard guard(state->m_hWR);
+    const LockGuard guard(state->m_hWR);
     state->m_bInit = false;
     state->Close();
 }
@@ -141,7 +140,7 @@ void CLogCls::_log_2(const char* text, long length) {
     Variant* state = m_pv;
     if (text == nullptr || state == nullptr || !state->m_bInit || state->m_bExit) return;
     if (length < 0) length = static_cast<long>(std::strlen(text));
-    LogGuard guard(state->m_hWR);
+    const LockGuard guard(state->m_hWR);
     if (!state->m_bInit || state->m_bExit) return;  // closed while this thread waited
     if (state->m_bThread) {
         state->Enqueue(text, length);

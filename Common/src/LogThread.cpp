@@ -6,14 +6,12 @@
 #include <utility>
 
 #include "Common/Clock.h"
-#include "LogGuard.h"
 #include "LogVariant.h"
 
-// The caller holds m_hWR.
 void CLogCls::Variant::Enqueue(const char* text, long length) {
     ListNode* node = nullptr;
     {
-        LogGuard guard(m_hLQ);
+        const LockGuard guard(m_hLQ);
         if (m_free != nullptr) node = std::exchange(m_free, m_free->lpNext);
     }
     if (node == nullptr) node = new ListNode;
@@ -36,7 +34,7 @@ bool CLogCls::Variant::DrainOnce(int& idlePasses) {
             ListNode* node = m_read;
             WriteLine(LocalDate(node->time), node->szLog, node->lLength);
             m_read = node->lpNext;
-            LogGuard guard(m_hLQ);
+            const LockGuard guard(m_hLQ);
             node->lpNext = m_free;
             m_free = node;
         }
@@ -47,7 +45,7 @@ bool CLogCls::Variant::DrainOnce(int& idlePasses) {
     } else {
         usleep(1);
     }
-    LogGuard guard(m_hWR);
+    const LockGuard guard(m_hWR);
     m_read = std::exchange(m_write, nullptr);
     m_tail = nullptr;
     return true;

@@ -44,6 +44,7 @@ int CEvent::Reset() {
     return 1;
 }
 
+// A manual event posts before it waits, so that it is as it was afterwards, and nobody is held up.
 bool CEvent::Wait() {
     if (!m_bCreated) return false;
     if (m_bManual) sem_post(&m_sem);
@@ -72,6 +73,7 @@ void DestroyEvent(pthread_mutex_t* mutex) {
     delete mutex;
 }
 
+// Detached from the start: nobody joins, and the stack goes back when the routine returns.
 bool CreateThread(void*, size_t, ThreadRoutine routine, void* argument, unsigned long,
                   unsigned long*) {
     pthread_attr_t attributes;

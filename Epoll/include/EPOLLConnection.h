@@ -87,9 +87,9 @@ class EPOLLConnection : public EPOLLContext {
     std::atomic<unsigned long> m_ulConnectionCount{0};
     std::atomic<unsigned long>* m_lpulConnections = nullptr;  // the listener's count
     unsigned long m_ulMaxConnections = 0;
-    std::atomic<bool> m_bClosed{true};      // true in the pool too
-    bool m_bRecvData = false;               // guarded by m_Lock; false in the pool
-    bool m_bReported = false;               // closed, by a poll thread; guarded by m_Lock
+    std::atomic<bool> m_bClosed{true};            // true in the pool too
+    bool m_bRecvData GUARDED_BY(m_Lock) = false;  // registered with the poll; false in the pool
+    bool m_bReported GUARDED_BY(m_Lock) = false;  // closed, by a poll thread
     std::atomic<bool> m_bReadToEnd{false};  // more than data came: a short read is not the end
     std::atomic<bool> m_bReadOut{false};    // closed, but read once more before that is reported
     std::atomic<unsigned> m_ulEvents{0};    // since a poll thread began to read

@@ -166,7 +166,8 @@ class Epoll : public virtual EPOLLNet {
     bool OnEvent(const epoll_event& event, TakenEvents& taken);
     bool ServeConnection(EPOLLConnection* context, int blocks);
     Reading ReadSome(EPOLLConnection* context, int blocks, long& bytes);
-    void ReportClosed(EPOLLConnection* context, bool closed);
+    void ReportClosed(EPOLLConnection* context,
+                      bool closed) LOCK_UNSEEN;  // with the context's m_Lock held
 
     int OpenSocket(long family, long type, long protocol);
     bool Connect(int socket, const sockaddr_in& addr, unsigned long timeoutMs);
@@ -182,12 +183,12 @@ class Epoll : public virtual EPOLLNet {
     sem_t m_semHelp;   // the poll threads not at m_iPoll wait here
     std::atomic<bool> m_bStopWatch{false};
     std::atomic<bool> m_bLeadWanted{false};  // set by the worker
-    unsigned long m_ulConnectionCount = 0;   // guarded by m_ContextLock
+    unsigned long m_ulConnectionCount GUARDED_BY(m_ContextLock) = 0;
     std::atomic<long> m_lThreadCount{0};
     std::atomic<long> m_lCreating{0};  // calls of Create in progress
     std::unique_ptr<EPOLLContextManager> m_lpEpollContext;
     std::unique_ptr<EPOLLBufferManager> m_lpEpollBuffer;
-    EPOLLConnection* m_lpContextList = nullptr;  // guarded by m_ContextLock
+    EPOLLConnection* m_lpContextList GUARDED_BY(m_ContextLock) = nullptr;
     CMutex m_ContextLock;
 };
 

@@ -5,9 +5,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "Common/ThreadSafety.h"
 #include "Epoll.h"
 
 namespace {
@@ -20,10 +20,10 @@ constexpr std::chrono::seconds kResolveLimit(5);
 // patience.
 struct LookUp {
     std::string host;
-    std::mutex lock;
+    Mutex lock;
     std::condition_variable done;
-    bool finished = false;
-    unsigned long address = kNoAddress;
+    bool finished GUARDED_BY(lock) = false;
+    unsigned long address GUARDED_BY(lock) = kNoAddress;
 };
 
 unsigned long Resolve(const std::string& host) {
@@ -45,7 +45,7 @@ void* ResolveRoutine(void* argument) {
         static_cast<std::shared_ptr<LookUp>*>(argument));
     LookUp& lookUp = **own;
     const unsigned long address = Resolve(lookUp.host);
-    const std::lock_guard guard(lookUp.lock);
+    const LockGuard guard(lookUp.lock);
     lookUp.address = address;
     lookUp.finished = true;
     lookUp.done.notify_one();
@@ -67,6 +67,8 @@ bool StartResolver(const std::shared_ptr<LookUp>& lookUp) {
 
 }  // namespace
 
+// An address in digits needs no look-up. Who gives up leaves the thread to itself: the resolver has
+// time-outs of its own and cannot be ended, and what it finds late goes with the last owner.
 unsigned long dns2ip(const char* host) {
     if (host == nullptr) return kNoAddress;
     in_addr address{};
@@ -74,7 +76,9 @@ unsigned long dns2ip(const char* host) {
     auto lookUp = std::make_shared<LookUp>();
     lookUp->host = host;
     if (!StartResolver(lookUp)) return kNoAddress;
-    std::unique_lock guard(lookUp->lock);
-    lookUp->done.wait_for(guard, kResolveLimit, [&] { return lookUp->finished; });
-    return lookUp->address;
+    LookUp& shared = *lookUp;
+    WaitLock guard(shared.lock);
+    const auto finished = [&shared]() NEEDS_LOCK(shared.lock) { return shared.finished; };
+    shared.done.wait_for(guard, kResolveLimit, finished);
+    return shared.address;
 }

@@ -1,3 +1,12 @@
+// A socket's life: made by the pool, Initialize for every use, registered with the poll by
+// RecvData, closed for reading by CloseContext, given back by the sender once its ring is settled;
+// Release closes the descriptor, and the object waits in the pool for the next.
+//
+// A frame's bytes pass through two buffers, for bytes may end anywhere: m_szBuffer of this class
+// holds what has come of a WebSocket frame that is not whole yet, m_szBuffer of EPOLLBuffer what
+// the payloads have brought of a message. A plain connection uses the second alone. Going out there
+// is no buffer: m_Frame remembers how far a frame was taken by the socket, and the next attempt
+// goes on from there.
 #include "EPOLLConnection.h"
 
 #include <arpa/inet.h>
@@ -11,12 +20,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <mutex>
 #include <vector>
 
 #include "Epoll.h"
 
-using Guard = std::lock_guard<CMutex>;
+using Guard = LockGuard<CMutex>;
 
 EPOLLConnection::~EPOLLConnection() {
     if (m_socket >= 0) ::close(m_socket);

@@ -7,11 +7,11 @@
 #include <cstring>
 
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "Common/WorkerThread.h"
 #include "EPOLLBuffer.h"
 #include "Epoll.h"
 #include "Epoll/NetMetrics.h"
-#include "LogTag.h"
 
 namespace {
 
@@ -51,6 +51,7 @@ void EPOLLMessager::OnConnectionClosed(EPOLLContext* context, bool flag) {
     }
 }
 
+// The application may take the bytes as they are; most leave them to be cut into messages here.
 void EPOLLMessager::OnReadCompleted(EPOLLContext* context, void* buffer, long length) {
     if (m_lpGameProvider == nullptr || context == nullptr || buffer == nullptr || length < 1) {
         __log(_ALL, kReadTag, "m_lpGameProvider[%x], lpContext[%x], buffer[%x], length[%d]",
@@ -69,6 +70,8 @@ void EPOLLMessager::OnReadCompleted(EPOLLContext* context, void* buffer, long le
                *this);
 }
 
+// False ends the look at this block: a callback has closed the connection, or what follows bytes
+// that do not decipher is not to be trusted either.
 bool EPOLLMessager::OnMessage(char* message, long length) {
     tagMsgHeader header;
     std::memcpy(&header, message, sizeof(header));

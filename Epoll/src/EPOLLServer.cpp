@@ -4,9 +4,9 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
-#include "LogTag.h"
 
 namespace {
 

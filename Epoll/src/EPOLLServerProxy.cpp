@@ -2,9 +2,9 @@
 #include <arpa/inet.h>
 
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
-#include "LogTag.h"
 
 bool EPOLLServer::IsProxy(const EPOLLReceiver* receiver) const {
     // A listener and its clients are IPv4, but what a proxy states may be IPv6.

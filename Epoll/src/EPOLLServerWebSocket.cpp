@@ -7,10 +7,10 @@
 #include <string_view>
 
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
-#include "LogTag.h"
 
 namespace {
 

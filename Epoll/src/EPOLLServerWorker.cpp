@@ -11,10 +11,10 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
-#include "LogTag.h"
 #include "ThreadStack.h"
 #include "WriteHold.h"
 

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <mutex>
 
 #include "Common/Log.h"
 #include "EPOLLConnection.h"
@@ -18,7 +17,7 @@
 
 namespace {
 
-using Guard = std::lock_guard<CMutex>;
+using Guard = LockGuard<CMutex>;
 
 constexpr unsigned kPauseUs = 1000;
 constexpr int kBacklog = 2147483647;

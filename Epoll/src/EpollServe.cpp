@@ -4,16 +4,15 @@
 
 #include <cerrno>
 #include <cstring>
-#include <mutex>
 
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "EPOLLConnection.h"
 #include "Epoll.h"
-#include "LogTag.h"
 
 namespace {
 
-using Guard = std::lock_guard<CMutex>;
+using Guard = LockGuard<CMutex>;
 
 // What reads so much at once has more to come.
 constexpr long kStreamBytes = 1024;
@@ -31,7 +30,8 @@ bool Epoll::OnEvent(const epoll_event& event, TakenEvents& taken) {
         return false;
     }
     if ((event.events & ~uint32_t{EPOLLIN}) != 0) context->m_bReadToEnd = true;
-    // Else another poll thread is at it, and has its socket looked at once more.
+    // Where the count was not 0, another poll thread is at this connection; it sees by the count
+    // that something came meanwhile, and looks at the socket once more.
     return context->m_ulEvents.fetch_add(1) == 0 && ServeConnection(context, taken.blocksPerTurn);
 }
 

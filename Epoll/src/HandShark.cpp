@@ -1,10 +1,10 @@
 #include "HandShark.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+
+#include "Common/Text.h"
 
 namespace {
 
@@ -23,19 +23,6 @@ std::string_view TakeLine(std::string_view& rest) {
 std::string_view Find(const HEADER_MAP& headers, const char* name) {
     const auto found = headers.find(name);
     return found == headers.end() ? std::string_view() : std::string_view(found->second);
-}
-
-std::string_view Trim(std::string_view text) {
-    constexpr const char* kBlanks = " \t\r";
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-// Proxies spell names as they like.
-bool SameName(std::string_view name, std::string_view wanted) {
-    return name.size() == wanted.size() &&
-           ::strncasecmp(name.data(), wanted.data(), wanted.size()) == 0;
 }
 
 // One party on a request's way.
@@ -71,13 +58,11 @@ Hop ParseHop(std::string_view text) {
 // Goes on through a list, first to last, so that `client` is in the end what a walk from the last
 // to the first over trusted parties comes to.
 void FollowHops(std::string_view list, const CIpNetworks& trusted, Hop& client) {
-    while (!list.empty()) {
-        const size_t comma = std::min(list.find(','), list.size());
-        const Hop hop = ParseHop(list.substr(0, comma));
-        list.remove_prefix(std::min(comma + 1, list.size()));
+    ForEachPiece(list, [&](std::string_view piece) {
+        const Hop hop = ParseHop(piece);
         const bool passes = hop.known && trusted.Contains(hop.address);
         if (!passes || !client.known) client = hop;
-    }
+    });
 }
 
 std::string AcceptKey(SHA1& sha1, std::string_view key) {
@@ -128,7 +113,7 @@ bool FetchKey(const char* request, long length, HEADER_MAP& headers) {
     while (!rest.empty()) {
         const std::string_view line = TakeLine(rest);
         const size_t colon = line.find(':');
-        if (colon == std::string_view::npos || !SameName(line.substr(0, colon), kKey)) continue;
+        if (colon == std::string_view::npos || !SameText(line.substr(0, colon), kKey)) continue;
         const std::string_view key = Trim(line.substr(colon + 1));
         headers.insert_or_assign(kKey, std::string(key));
         return !key.empty();
@@ -147,8 +132,8 @@ bool FindProxiedClient(const char* request, long length, const CIpNetworks& trus
         const size_t colon = std::min(line.find(':'), line.size());
         const std::string_view name = line.substr(0, colon);
         const std::string_view value = line.substr(std::min(colon + 1, line.size()));
-        if (SameName(name, "X-Real-IP")) real = ParseHop(value);
-        if (SameName(name, "X-Forwarded-For")) FollowHops(value, trusted, client);
+        if (SameText(name, "X-Real-IP")) real = ParseHop(value);
+        if (SameText(name, "X-Forwarded-For")) FollowHops(value, trusted, client);
     }
     if (real.known && (!client.known || !trusted.Contains(real.address))) client = real;
     if (!client.known) return false;

@@ -10,10 +10,10 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "Common/Thread.h"
 #include "EPOLLBuffer.h"
 #include "Epoll/NetMetrics.h"
-#include "LogTag.h"
 #include "WriteHold.h"
 
 namespace {

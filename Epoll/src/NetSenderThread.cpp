@@ -11,10 +11,10 @@
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "EPOLLBuffer.h"
 #include "Epoll.h"
 #include "Epoll/NetMetrics.h"
-#include "LogTag.h"
 #include "NetSender.h"
 #include "ThreadStack.h"
 #include "WriteHold.h"

@@ -37,6 +37,8 @@ bool Reconnect::Start() {
     return m_bStart;
 }
 
+// The thread is detached, so that its own flag says when it has gone; it looks at m_bExit within
+// one slice of its sleep, but a connect under way has to be cancelled by whoever stops.
 bool Reconnect::Stop() {
     if (m_bStart) {
         m_bExit = true;
@@ -65,6 +67,8 @@ void* Reconnect::ThreadProc(void* self) {
     return nullptr;
 }
 
+// A request that fails goes behind the others, and the next try comes a second later whichever link
+// that is: of six links that are away each is dialled every six seconds at best.
 void Reconnect::DoConnect() {
     while (!m_bExit) {
         m_event.Wait();

@@ -53,6 +53,8 @@ bool CompleteHeld(char* held, long& heldLength, const char*& bytes, long& length
 
 }  // namespace
 
+// A message that lies whole in the block is handed on where it lies; only what a block begins and
+// does not end is copied. The guard is far above what a block of 4 KiB can hold.
 void FeedStream(char* held, long& heldLength, char* bytes, long length, StreamSink& sink) {
     if (length <= 0) return;
     const char* rest = bytes;

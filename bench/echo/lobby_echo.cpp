@@ -1,6 +1,5 @@
 // The framework as an echo server, TCP and WebSocket on one port.
 // Usage: lobby_echo port [--wakeup]
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "Common/Descriptors.h"
 #include "Common/Log.h"
 #include "Game/NetGame.h"
 #include "Game/PlayerNode.h"
@@ -67,14 +67,6 @@ class EchoServer : public GameProvider {
     char m_bulletins[kBroadcastBytes] = {};
 };
 
-void RaiseDescriptorLimit() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, kMaxClients + 64);
-    limit.rlim_max = std::max(limit.rlim_max, limit.rlim_cur);
-    setrlimit(RLIMIT_NOFILE, &limit);  // without the right to: as many clients as there are
-}
-
 int WaitForSignal() {
     sigset_t set;
     sigemptyset(&set);
@@ -98,7 +90,7 @@ void BlockSignals() {
 
 int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: lobby_echo port [--wakeup]\n"), 2;
-    RaiseDescriptorLimit();
+    RaiseDescriptorLimit(kMaxClients + 64);  // or as many as there are
     BlockSignals();
     InitializeLog("lobby_echo.cfg", nullptr);
     EchoServer server;

@@ -16,6 +16,8 @@ CJsonPack::CJsonPack(cJSON* item, CJsonPack* parent)
 
 CJsonPack::CJsonPack(const char* text) : CJsonPack(text, text ? std::strlen(text) : 0) {}
 
+// Text of a peer: what nests too deeply is not parsed at all, for the parser recurses on a small
+// stack.
 CJsonPack::CJsonPack(const char* text, size_t length) {
     if (text != nullptr && JsonDepthAllowed(text, length))
         m_pRoot = cJSON_ParseWithLength(text, length);
@@ -36,6 +38,7 @@ CJsonPack::CJsonPack(const CJsonPack& source) : m_pRoot(cJSON_CreateObject()) {
     m_pRoot->type |= cJSON_IsReference | cJSON_StringIsConst;
 }
 
+// What was added to a parent is the parent's to delete.
 CJsonPack::~CJsonPack() {
     if (m_pRoot != nullptr && !m_bAdded) cJSON_Delete(m_pRoot);
     std::free(m_szJson);
@@ -71,6 +74,8 @@ void CJsonPack::AddBool(const char* key, bool value) {
     AddItem(key, cJSON_CreateBool(value));
 }
 
+// The child gives its item to the parent and stays usable as a view of it; added twice, or to
+// itself, it would be deleted twice.
 void CJsonPack::AddJsonItem(const char* key, CJsonPack* child) {
     if (m_pRoot == nullptr || child == nullptr) {
         std::printf("m_pRoot is nil");
@@ -86,6 +91,7 @@ void CJsonPack::AddJsonItem(const char* key, CJsonPack& child) {
     AddJsonItem(key, &child);
 }
 
+// The text belongs to the object until the next is made.
 const char* CJsonPack::Keep(char* text) {
     std::free(m_szJson);
     m_szJson = text;

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "Common/IniFile.h"
+#include "Common/Text.h"
 #include "EndpointText.h"
 #include "Game/NetGame.h"
 #include "MessageLimits.h"
@@ -24,10 +25,6 @@ namespace check {
 namespace {
 
 constexpr long kMostOfAKind = 20;
-
-bool Same(const std::string& a, const char* b) {
-    return strcasecmp(a.c_str(), b) == 0;
-}
 
 std::string Lower(std::string text) {
     for (char& c : text)
@@ -71,7 +68,7 @@ bool IsPattern(const ConfigKey& key) {
 
 bool Fits(const ConfigKey& key, const std::string& name) {
     if (std::strcmp(key.name, "*") == 0) return true;
-    return IsPattern(key) ? NumberIn(name, key.name) >= 0 : Same(name, key.name);
+    return IsPattern(key) ? NumberIn(name, key.name) >= 0 : SameText(name, key.name);
 }
 
 // Writers put remarks behind a semicolon or a hash, keys switched off included; the lobby reads
@@ -139,7 +136,7 @@ class FileCheck {
         }
         bool known = false;
         for (const ConfigKey& key : m_file.keys)
-            known = known || Same(m_section, key.section);
+            known = known || SameText(m_section, key.section);
         if (!known) {
             Report(entry.line, m_section, "", "unknown section" + MeantSection());
         } else if (!m_sections.insert(Lower(m_section)).second) {
@@ -180,7 +177,7 @@ class FileCheck {
 
     const ConfigKey* Find(const std::string& name) const {
         for (const ConfigKey& key : m_file.keys) {
-            if (Same(m_section, key.section) && Fits(key, name)) return &key;
+            if (SameText(m_section, key.section) && Fits(key, name)) return &key;
         }
         return nullptr;
     }
@@ -194,10 +191,11 @@ class FileCheck {
     }
     std::string MeantKey(const std::string& name) const {
         for (const ConfigKey& key : m_file.keys) {
-            if (Same(m_section, key.section) && Resembles(name, key.name)) return Meant(key.name);
+            if (SameText(m_section, key.section) && Resembles(name, key.name))
+                return Meant(key.name);
         }
         for (const ConfigKey& key : m_file.keys) {
-            if (!Same(m_section, key.section) && Same(name, key.name))
+            if (!SameText(m_section, key.section) && SameText(name, key.name))
                 return std::string("; it belongs to section [") + key.section + "]";
         }
         return "";
@@ -222,7 +220,7 @@ class FileCheck {
     // Too many clients for the sweep that closes silent ones, unless there are no sweeps. The
     // listener admits one client more than its limit.
     void SweepGuard() {
-        if (!Same(m_file.name, "LobbyServer.cfg")) return;
+        if (!SameText(m_file.name, "LobbyServer.cfg")) return;
         const std::optional<long> interval = NumberOf(KeyOf("network", "interval"));
         const std::optional<long> most = NumberOf(KeyOf("listen", "maxconnection"));
         if (!interval || !most || *interval == -1 || *most + 1 < SWEEP_GUARD) return;

@@ -1,16 +1,21 @@
 // Every key of the four configuration files: one row each.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <functional>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "LinkTable.h"
 
 class CIniFile;
 
 // The one place that knows the keys. The lobby takes names and defaults from here, lobby_check
 // everything, so that the two cannot disagree; a test holds the tables of the documents and the
-// samples against it. A new key gets a row here first.
+// samples against it. A new key gets a row here first; the address of a link has it in LINK_ROWS.
 // Thread: any; all of it is constant.
 
 enum class ConfigKind : unsigned char {
@@ -79,7 +84,7 @@ inline constexpr int kBillion = 1'000'000'000;
 
 // Bounds are where a value stops making sense, not where the lobby stops accepting it: it takes
 // any number.
-inline constexpr ConfigKey kLobbyServer[] = {
+inline constexpr ConfigKey kBeforeLinks[] = {
     Int("network", "interval", 20, -1, kDay, "seconds between sweeps for silent clients; -1: none"),
     Int("network", "timeout", 120, 1, kDay, "seconds of silence that close a client"),
     Int("network", "MAX_SEND_COUNT", 0, 0, 1'000'000,
@@ -97,12 +102,9 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Flag("network", "wakeup", "1 wakes the worker when data arrives"),
     Int("init", "sendbulletintime", 30, 1, kDay, "seconds between two bulletin broadcasts"),
     Int("init", "draintime", 3600, 1, 7 * kDay, "seconds that players may stay after SIGUSR1"),
-    Address("connect", "center_server", "center server"),
-    Address("connect", "bulletin_server", "web server"),
-    Address("connect", "queue_server", "queue server"),
-    Address("connect", "data_server", "data server"),
-    Address("connect", "config_server", "config server"),
-    Address("connect", "log_server", "log server"),
+};
+
+inline constexpr ConfigKey kBehindLinks[] = {
     Address("listen", "addr", "where clients connect"),
     Int("listen", "maxconnection", 10000, 1, 1'000'000, "connection limit of the listener"),
     Characters("listen", "trusted_proxies", ConfigKind::Networks, 0, 1023,
@@ -126,6 +128,18 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Characters("limits", "*", ConfigKind::Limit, 0, 63,
                "most messages of a type per connection and window"),
 };
+
+// With the address of each link between them.
+consteval auto WithLinks() {
+    constexpr size_t before = std::size(kBeforeLinks);
+    std::array<ConfigKey, before + LINKS + std::size(kBehindLinks)> all{};
+    std::copy(std::begin(kBeforeLinks), std::end(kBeforeLinks), all.begin());
+    for (size_t i = 0; i < LINKS; ++i)
+        all[before + i] = Address("connect", LINK_ROWS[i].key, LINK_ROWS[i].server);
+    std::copy(std::begin(kBehindLinks), std::end(kBehindLinks), all.begin() + before + LINKS);
+    return all;
+}
+inline constexpr auto kLobbyServer = WithLinks();
 
 inline constexpr ConfigKey kSensitiveName[] = {
     Characters("config", "SensitiveName", ConfigKind::Fragments, 0, 1'023'999,

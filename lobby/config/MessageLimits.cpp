@@ -1,18 +1,14 @@
 #include "MessageLimits.h"
 
-#include <strings.h>
-
 #include <charconv>
+
+#include "Common/Text.h"
 
 namespace {
 
 constexpr uint32_t kMostMessages = 1000000;
 constexpr uint32_t kLongestWindow = 86400;
 constexpr uint32_t kMinute = 60;
-
-bool SameText(std::string_view text, std::string_view word) {
-    return text.size() == word.size() && strncasecmp(text.data(), word.data(), word.size()) == 0;
-}
 
 // The number `rest` begins with, cut off it; 0 when there is none or it does not fit.
 uint32_t TakeNumber(std::string_view& rest, int base = 10) {
@@ -40,6 +36,8 @@ const char* ParseType(std::string_view key, MessageLimits::Rule& rule) {
     return nullptr;
 }
 
+// "20/10s drop": count, window, what happens to the message beyond. Null when the value is well
+// formed, else the sentence for the operator.
 const char* ParseValue(std::string_view value, MessageLimits::Rule& rule) {
     constexpr const char* kForm = "not of the form 20/10s drop or 100/1m close";
     while (value.ends_with(' ') || value.ends_with('\t') || value.ends_with('\r'))

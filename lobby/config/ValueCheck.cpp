@@ -1,6 +1,5 @@
 // What may stand behind an equals sign.
 #include <arpa/inet.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <charconv>
@@ -8,6 +7,7 @@
 #include <string_view>
 
 #include "Common/IpAddress.h"
+#include "Common/Text.h"
 #include "ConfigCheck.h"
 #include "EndpointText.h"
 
@@ -133,11 +133,13 @@ std::string LengthFault(const ConfigKey& key, std::string_view value) {
 
 std::string ChoiceFault(const ConfigKey& key, const std::string& value) {
     for (const std::string_view choice : Split(key.choices, '|')) {
-        if (strcasecmp(value.c_str(), std::string(choice).c_str()) == 0) return "";
+        if (SameText(value, choice)) return "";
     }
     return "not one of " + std::string(key.choices) + ": " + Quoted(value);
 }
 
+// Of a list of rounds. More than a message has room for is not wrong, but clients see only the
+// first.
 std::string NumbersFault(std::string_view value) {
     if (value.empty()) return "";
     const auto pieces = Split(value, ',');

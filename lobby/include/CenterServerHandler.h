@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "GameSiteList.h"
 #include "LinkHandler.h"
@@ -44,5 +45,6 @@ class CenterServerHandler : public LinkHandler {
     GameSiteList m_GameSiteList;
 
   private:
-    bool CheckLength(const char* tag, long length, size_t expected);
+    template <class Notice>
+    std::optional<Notice> ReadWhole(const char* tag, const void* data, long length);
 };

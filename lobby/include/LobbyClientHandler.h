@@ -16,7 +16,7 @@ struct tagModifyPassWordReq;
 // LobbyServer; owns no session.
 //
 // Request handlers take the whole message with its header. Where checks of similar requests
-// differ in order or outcome (answer, silence, close), the difference is required.
+// differ in order or outcome (answer, silence, close), clients rely on the difference.
 //
 // Thread: message worker.
 class LobbyClientHandler {

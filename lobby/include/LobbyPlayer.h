@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ctime>
 
+#include "Common/Text.h"
 #include "Game/PlayerNode.h"
 #include "MessageLimits.h"
 
@@ -84,11 +85,6 @@ class LobbyPlayer : public PlayerNode, public PlayerSession {
 };
 
 enum LOGINTYPE : int8_t { LOGIN_LOBBY = 1, LOGIN_GAME = 2 };
-
-// The 32-bit form in which log lines name a node.
-inline unsigned NodeTag(const void* node) {
-    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(node));
-}
 
 // The opaque 64-bit handle under which back-end servers carry a session.
 inline uint64_t NodeHandle(const IPlayerNode* node) {

@@ -5,10 +5,10 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "Common/ThreadSafety.h"
 #include "xredis/xRedisClient.h"
 
 // AP hash with a zero seed, cut to 31 bits. Other services place keys by it, so it is frozen.
@@ -89,8 +89,8 @@ class LobbyRedisServer {
     xRedisClient xRedis;
 
     std::thread m_threadKeepalive;  // main thread only
-    std::mutex m_lockStop;
+    Mutex m_lockStop;
     std::condition_variable m_condStop;
-    bool m_bStop = false;   // guarded by m_lockStop
-    bool m_bHurry = false;  // guarded by m_lockStop: a pass is due before its time
+    bool m_bStop GUARDED_BY(m_lockStop) = false;
+    bool m_bHurry GUARDED_BY(m_lockStop) = false;  // a pass is due before its time
 };

@@ -6,20 +6,20 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "CompeteConfig.h"
 #include "Game/NetGame.h"
 #include "LinkList.h"
+#include "LinkReserve.h"
 #include "LobbyHandlers.h"
 #include "LobbyPlayer.h"
 #include "LobbyRedisServer.h"
 #include "LobbyTables.h"
-#include "MessageLimits.h"
-#include "NodeSet.h"
+#include "Mailbox.h"
 #include "OnlineRegistry.h"
+#include "Period.h"
 #include "ReconnectService.h"
 
 class ActivitySystem;
@@ -47,76 +47,55 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Makes connects that are under way fail, Redis' too. Any thread.
     void CancelConnects();
 
-    // Reads again what may change while players are online: forbidden names, disabled accounts, the
-    // tournament, the limits and the log level. One line each says whether it was taken; what is
-    // wrong leaves the old as it was. The message worker puts it to use. Thread: the one of
-    // signals.
+    // Reads forbidden names, disabled accounts, the tournament, the limits and the log level again.
+    // One line each says whether it was taken; what is wrong leaves the old as it was. The message
+    // worker puts it to use. Thread: the one of signals.
     void Reload();
 
-    // An upgrade: new clients go to the lobby that shares the port, the ones inside stay. The
-    // listener is closed by EndListening, a moment after BeginDrain, so that no connect is lost.
-    // Thread: the one of signals, once Start has succeeded.
+    // An upgrade: new clients go to the lobby that shares the port, the ones inside stay.
+    // EndListening follows a moment later, so that no connect is lost. Thread: as Reload, once
+    // Start has succeeded.
     void BeginDrain();
     void EndListening();
-    bool IsDraining() const { return m_bDraining; }
 
     // Opens the outbound link whose address is [connect] name, stores its node and, before the
     // link can be reported closed, runs onUp. 0 on success and when the link is up already, -1 on
     // failure. Main or reconnect keeper.
     int64_t ConnectServer(const char* name, LinkNode& node,
                           const std::function<void()>& onUp = nullptr);
-    // The same for a link that its owner keeps, and takes down himself.
-    int64_t ConnectServer(const char* name, IPlayerNode*& node);
+    int64_t ConnectServer(const char* name, IPlayerNode*& node);  // its owner takes it down himself
     // Opens the link of the keeper's number again; true when it is up. Keeper.
     bool ReconnectLink(int id) { return m_Links.Reconnect(id); }
     // Takes the closed link of that row down and has the keeper open it again; false when node is
     // not the link.
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row);
-    // Sends on a link what a client caused. Where the key link_reserve is set it may be refused,
-    // counted and logged: a request where the link's ring has no more free places than that, a
-    // login where it has half of them. What is the lobby's own is sent as everything else.
-    // Message worker.
+    // Sends on a link what a client caused. Where the key link_reserve is set it may be refused: a
+    // request where the link's ring has no more free places than that, a login where it has half of
+    // them. What is the lobby's own is sent by SendData. Message worker.
     bool Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login = false);
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
     // Always true: the registry starts without Redis and finds it later. Main.
     bool ConnectRedis();
-    // See NodeSet.
-    LobbyPlayer* FindPlayerByHandle(uint64_t handle, uint64_t nodeId);
-    LobbyPlayer* FindNodeByHandle(uint64_t handle);
+    // Who is online in any lobby. Message worker.
+    OnlineRegistry& Registry() { return m_OnlineRegistry; }
 
     // Login and sessions.
     void OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length);
     // Answers the login: result 0 is success.
     void CheckforClientIsReady(IPlayerNode* node, unsigned char result);
-    LobbyPlayer* GetPlayerByUserID(int userID);  // the newest session of the user, or null
-    LobbyPlayer* GetClientLobbyPlayer();         // head of the session list
     // Closes the newest session of the user that is not `except`, leaving the online mark to the
     // session that took over; 1 when there was one, else 0.
     int KickOutLobbyPlayer(int userID, LobbyPlayer* except);
-    void KickOutSession(LobbyPlayer* player) { SendKickOut(player, false); }  // one that is known
+    void KickOutSession(LobbyPlayer* player, bool bStopSwitch = false);  // one that is known
     void KickOutAllLobbyPlayer();                // maintenance: closes every session
     void SendKickOutNoticeToCenter(int userID);  // has the other lobbies drop the user
-    // Reads the forbidden name fragments anew and appends the disabled user ids: the latter are
-    // cleared only at construction, so every reload lists them once more.
-    void loadSensitiveNameCfg();
-    // 1 when a forbidden fragment lies anywhere in the name, else 0.
-    int isContainSensitiveName(const char* name);
-    int GetVipLevel(int value);  // see VipTables
 
     // Sending. 0 without a link; a send to the data server counts as done whatever it gave.
     int SendMsgToDataServer(int type, void* data, long length);
     int SendMsgToConfigServer(int type, unsigned char* data, long length);
-    void SendMsgToPlayerByID(int userID, unsigned short type, char* data, long length);
-    void SendMsgToAllLobbyClent(unsigned short type, void* data, long length);
     void SendRoomInfoToClient(IPlayerNode* node);
-    // Notices of the web server, passed on to the client handler.
-    void HandleRechargeSucessNotice(void* data, long length);
-    void HandleConsumeSucessNotice(void* data, long length);
-    void HandleSychUserDataMsg(void* data, long length);
-    void HandleSychUserDataMsg(IPlayerNode* node, void* data, long length);
     // Farm messages.
-    bool IsExistSubscribeKey(const std::string& key);
     void publish(const std::string& key, const LobbyTransferFarmNotice& notice);
     void RequestSubscribeKeyCfg();
     void SendFarmTransferLog(const BulletinTransferFarmNotice* message);
@@ -132,7 +111,6 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Message worker only, from here on.
     CompeteConfig m_competeConfig;
     LobbyRedisServer m_LobbyRedisServer;
-    OnlineRegistry m_OnlineRegistry{*this};
     int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
     int32_t m_iSendBulletinTime = 30;  // seconds
     std::atomic<int64_t> m_lTimer{0};  // epoch seconds of the next keep-alive; main sets it too
@@ -143,43 +121,27 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
 
   private:
     void CreateHandlers();
-    void OpenMetrics();  // nothing unless [metrics] addr is set
-    void SetRingLimits(int sendCount);
     void InitializeNetwork();
-    void RegisterActivities();
-    void UnregisterActivities();
     void CloseClient(LobbyPlayer* player, bool bClosed);
     void RunPeriodicJobs(long now);
-    void RequestKeysWhenDue(long now);
-    // Counts a client's message; true when it is beyond its limit and must not be handled. The
-    // back-end links have no limits.
+    // Counts a client's message; true when it is beyond its limit and must not be handled.
     bool IsOverLimit(IPlayerNode* node, unsigned short type);
-    void SendKickOut(LobbyPlayer* player, bool bStopSwitch);
 
     LinkList m_Links;
-    NodeSet m_Nodes;
     std::unique_ptr<LobbyClientHandler> m_Clients;
     std::vector<std::unique_ptr<IActivityHandler>> m_vecActivity;
     std::unique_ptr<MetricsEndpoint> m_lpMetrics;  // null unless configured
-    // What Reload read, until the worker takes it.
+    OnlineRegistry m_OnlineRegistry{*this};
     struct Reloaded;
-    void TakeReloaded();
-    std::mutex m_lockReload;  // guards m_lpReloaded
-    std::shared_ptr<Reloaded> m_lpReloaded;
-    std::atomic<bool> m_bReloaded{false};
+    void PutToUse(Reloaded& fresh);
+    Mailbox<Reloaded> m_Reloaded;  // what Reload read, until the worker takes it
     std::atomic<bool> m_bDraining{false};
-
-    MessageLimits m_Limits;   // message worker, once constructed
-    long m_lLinkReserve = 0;  // constant once constructed
-    uint64_t m_ulNotRelayed = 0;
-    long m_lNotRelayedTime = 0;  // seconds since boot of the line last logged about that
+    MessageLimits m_Limits;  // message worker, once constructed
+    LinkReserve m_Reserve;
 
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};
-    // When each periodic job last ran; message worker only. All but the keys' start at the first
-    // tick, so that nothing runs at once.
-    std::optional<long> m_lShowListTime, m_lStopSwitchTime, m_lKickOutTime;
-    long m_lSubscribeKeyTime = 0;
+    Period m_ShowList, m_StopSwitch, m_KickOut, m_SubscribeKeys;  // message worker
     // A link is stored, registered and greeted under this lock, and taken down under it, so that
     // a greeting never goes to a node that was recycled meanwhile.
     std::recursive_mutex m_lockLink;

@@ -6,11 +6,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "Common/ThreadSafety.h"
 #include "RegistryJob.h"
 
 // What threads have done, for the message worker to fetch. Thread: any.
@@ -22,8 +22,8 @@ class RegistryDone {
 
   private:
     std::atomic<bool> m_bAny{false};
-    std::mutex m_lock;
-    RegistryJobList m_list;  // guarded by m_lock
+    Mutex m_lock;
+    RegistryJobList m_list GUARDED_BY(m_lock);
 };
 
 // Deals with all its jobs that wait at the time in two round trips to Redis, one to test and one to
@@ -60,11 +60,11 @@ class RegistryThread {
     RegistryDone& m_done;
     const std::function<void()> m_wake;
 
-    std::mutex m_lock;
+    Mutex m_lock;
     std::condition_variable m_changed;
-    RegistryJobList m_waiting;       // guarded by m_lock
-    bool m_bEnd = false;             // guarded by m_lock
-    Clock::time_point m_deadline{};  // guarded by m_lock; of the end
+    RegistryJobList m_waiting GUARDED_BY(m_lock);
+    bool m_bEnd GUARDED_BY(m_lock) = false;
+    Clock::time_point m_deadline GUARDED_BY(m_lock){};  // of the end
 
     // The thread's own.
     RegistryJobList m_own;

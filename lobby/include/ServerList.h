@@ -50,6 +50,8 @@ class ServerList {
     std::map<int32_t, std::vector<tagServerInfo>> m_showSiteMap;  // by site id
 
   private:
+    // Null, with a line in the log, when the server is not known.
+    tagServerInfo* Find(const char* tag, int gameId, uint16_t serverId);
     void RebuildShowLists(const GameSiteList& sites);
     std::vector<tagServerInfo>& ShowListOf(int32_t site,
                                            std::map<int32_t, std::vector<tagServerInfo>>& previous);

@@ -102,6 +102,7 @@ void Family::Add(const DurationCounter& durations) {
     histogram.sample_sum = static_cast<double>(durations.SumNanos()) / kNanos;
 }
 
+// Never destroyed: threads may count until the process has gone.
 ProcessCounters& ProcessCounters::Instance() {
     static auto* const counters = new ProcessCounters;
     return *counters;
@@ -124,6 +125,8 @@ Collector::Collector()
       m_backEndOut(TypesOf(false, false)),
       m_startTime(ClockNow()) {}
 
+// Everything is made anew at each scrape, from counters that others go on counting: figures of one
+// scrape may be a message apart, and what a level is made of is read with what has gone first.
 Families Collector::Collect() const {
     Families all;
     GaugeFamily(all, "lobby_build_info", "Always 1; the version is the label.")
@@ -242,6 +245,8 @@ void Collector::AddWorker(Families& all) const {
         .Add(net.standIns);
 }
 
+// Every link is listed from the start, so that one which never came up shows as a 0 and not as a
+// figure that is missing.
 void Collector::AddLinks(Families& all) const {
     const auto& links = m_counters.lobby.links;
     const auto each = [&](Family family, auto value) {

@@ -15,6 +15,8 @@ double Seconds(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+// The two counters are read one after the other while others count: what went in between may be
+// more than what came, which is no level below zero.
 double Level(const Counter& gone, const Counter& come) {
     const uint64_t less = gone.Value(), more = come.Value();
     return more > less ? static_cast<double>(more - less) : 0;
@@ -52,23 +54,25 @@ History::Sample History::Look() const {
     return now;
 }
 
+// Erasing from the front moves the other 120 samples, once in five seconds.
 void History::Take() {
     const Sample now = Look();
-    const std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
     if (m_samples.size() == kSamples) m_samples.erase(m_samples.begin());
     m_samples.push_back(now);
 }
 
 std::string History::ToJson() const {
-    const std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
+    const std::vector<Sample>& samples = m_samples;
     std::string json;
     const auto add = [&](const char* name, auto figure) {
         json += json.empty() ? "\"" : ",\"";
         json += std::string(name) + "\":[";
-        for (size_t i = 1; i < m_samples.size(); ++i) {
+        for (size_t i = 1; i < samples.size(); ++i) {
             char text[32];
             std::snprintf(text, sizeof(text), i > 1 ? ",%.6g" : "%.6g",
-                          figure(m_samples[i - 1], m_samples[i]));
+                          figure(samples[i - 1], samples[i]));
             json += text;
         }
         json += ']';

@@ -3,9 +3,10 @@
 
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "Common/ThreadSafety.h"
 
 struct LobbyMetrics;
 class ProcessCounters;
@@ -31,6 +32,6 @@ class History {
     Sample Look() const;
 
     const ProcessCounters& m_counters;
-    mutable std::mutex m_lock;  // guards the rest
-    std::vector<Sample> m_samples;
+    mutable Mutex m_lock;
+    std::vector<Sample> m_samples GUARDED_BY(m_lock);  // oldest first, kSamples at most
 };

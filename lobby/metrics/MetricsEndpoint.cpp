@@ -1,3 +1,7 @@
+// The endpoint's life: Open looks whether the address can be had at all, has everything counted and
+// starts the thread that samples. Where another program has the port the same thread tries again,
+// so that a lobby which takes over from another gets the port once that has gone. The destructor
+// ends the thread first, which may be making the server at that moment.
 #include "MetricsEndpoint.h"
 
 #include <prometheus/text_serializer.h>
@@ -37,7 +41,7 @@ MetricsEndpoint::MetricsEndpoint()
 
 MetricsEndpoint::~MetricsEndpoint() {
     {
-        const std::lock_guard lock(m_lock);
+        const LockGuard lock(m_lock);
         m_bEnd = true;
     }
     m_wake.notify_all();
@@ -70,10 +74,11 @@ int MetricsEndpoint::Start(const std::string& host, int port) {
 // Samples, and waits for a port that another program has.
 void MetricsEndpoint::Run(const std::string& host, int port, bool started) {
     pthread_setname_np(pthread_self(), "metrics");
-    std::unique_lock lock(m_lock);
+    WaitLock lock(m_lock);
     while (!m_bEnd) {
         m_lpHistory->Take();
-        m_wake.wait_for(lock, std::chrono::seconds(History::kPeriod), [this] { return m_bEnd; });
+        m_wake.wait_for(lock, std::chrono::seconds(History::kPeriod),
+                        [this]() NEEDS_LOCK(m_lock) { return m_bEnd; });
         if (m_bEnd || started || Start(host, port) != 0) continue;
         started = true;
         LogAlways("MetricsEndpoint", "metrics success, host[%s], port[%d] !", host.c_str(), port);

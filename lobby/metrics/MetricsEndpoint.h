@@ -3,9 +3,10 @@
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
+
+#include "Common/ThreadSafety.h"
 
 class Collector;
 class History;
@@ -39,8 +40,8 @@ class MetricsEndpoint {
     const std::unique_ptr<History> m_lpHistory;
     std::unique_ptr<HttpServer> m_lpServer;  // the sampling thread's, while that runs
     int m_iPort = 0;
-    std::mutex m_lock;
+    Mutex m_lock;
     std::condition_variable m_wake;
-    bool m_bEnd = false;  // guarded by m_lock
+    bool m_bEnd GUARDED_BY(m_lock) = false;
     std::thread m_thread;
 };

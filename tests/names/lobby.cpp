@@ -48,8 +48,8 @@ static_assert(
           &Server::GetQueueServerHandler, &Server::GetLogServerHandler,
           &Server::GetLobbyClientHandler, &Server::GetDataServerHandler,
           &Server::HandleRechargeSucessNotice, &Server::HandleConsumeSucessNotice,
-          As<void (Server::*)(void*, long)>(&Server::HandleSychUserDataMsg),
-          As<void (Server::*)(Node*, void*, long)>(&Server::HandleSychUserDataMsg)>);
+          As<void (LobbyHandlers::*)(void*, long)>(&Server::HandleSychUserDataMsg),
+          As<void (LobbyHandlers::*)(Node*, void*, long)>(&Server::HandleSychUserDataMsg)>);
 
 // Sessions.
 static_assert(

@@ -5,32 +5,36 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <vector>
 
+#include "Common/ThreadSafety.h"
 #include "RedisConn.h"
 
-// The idle connections to one server. All of it is guarded by the lock of the list's owner.
+// The idle connections to one server, under its owner's lock.
 struct RedisConnList {
-    std::vector<RedisConnPtr> idle;  // lent from the front, returned to the end
-    bool alive = false;              // else nothing is lent: the server does not answer
-    unsigned int pinged = 0;         // connections that Keepalive holds at the moment
-    unsigned int lent = 0;           // connections that commands hold
+    explicit RedisConnList(Mutex& owners) : lock(owners) {}
+
+    Mutex& lock;
+    std::vector<RedisConnPtr> idle GUARDED_BY(lock);  // lent from the front, returned to the end
+    bool alive GUARDED_BY(lock) = false;       // else nothing is lent: the server does not answer
+    unsigned int pinged GUARDED_BY(lock) = 0;  // connections that Keepalive holds at the moment
+    unsigned int lent GUARDED_BY(lock) = 0;    // connections that commands hold
     std::condition_variable returned;
 
-    size_t Count(bool usable) const;
+    size_t Count(bool usable) const NEEDS_LOCK(lock);
     // The first connection of that state, null if none.
-    RedisConnPtr Take(bool usable);
+    RedisConnPtr Take(bool usable) NEEDS_LOCK(lock);
     // No connection is usable, none that is away at the moment either.
-    bool AllLost() const { return pinged == 0 && lent == 0 && Count(true) == 0; }
+    bool AllLost() const NEEDS_LOCK(lock) { return pinged == 0 && lent == 0 && Count(true) == 0; }
 };
 
-// The lists of a slice with their locks.
+// The lists of a slice with their locks: the master's, and one for all slaves. The deque only
+// grows, so that a list keeps its address once it was looked up.
 struct RedisSliceConn {
-    std::mutex MasterLock;
-    RedisConnList RedisMasterConn;
-    std::mutex SlaveLock;  // guards the deque too; it only grows, so lists keep their address
-    std::deque<RedisConnList> RedisSlaveConn;
+    Mutex MasterLock;
+    RedisConnList RedisMasterConn{MasterLock};
+    Mutex SlaveLock;
+    std::deque<RedisConnList> RedisSlaveConn GUARDED_BY(SlaveLock);
 };
 
 // Owns its connections, also through the time they are lent. One on which nothing comes in time, or
@@ -66,10 +70,12 @@ class RedisDBSlice {
     bool TakeAiling() { return mAiling.load() && mAiling.exchange(false); }
 
   private:
-    RedisConnPtr TakeFrom(RedisConnList& list, std::unique_lock<std::mutex>& lock);
-    void Add(RedisConnList& list, std::mutex& mutex, RedisConnPtr conn);
-    void KeepaliveList(RedisConnList& list, std::mutex& mutex);
-    bool RefreshOne(RedisConnList& list, std::mutex& mutex, bool usable, bool& answered);
+    // A slave's list, by a number that counts on from the last; null where there are none.
+    RedisConnList* SlaveAt(size_t number);
+    RedisConnPtr TakeFrom(RedisConnList& list);
+    void Add(RedisConnList& list, RedisConnPtr conn);
+    void KeepaliveList(RedisConnList& list);
+    bool RefreshOne(RedisConnList& list, bool usable, bool& answered);
     void LogAlive(const RedisConn& conn, bool alive) const;
 
     RedisSliceConn mSliceConn;

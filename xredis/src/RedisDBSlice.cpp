@@ -1,3 +1,8 @@
+// A connection's way: it lies in its list, a command borrows it, and it comes back with what became
+// of it. One that was lost is passed over until Keepalive has connected it anew; one on which
+// nothing came in time, or the last that is lost, takes the whole list out of use, so that the
+// callers behind it fail at once and do not wait for a time-out each. Only a
+// connection that was opened, or an answered ping, puts a list into use.
 #include "RedisDBSlice.h"
 
 #include <algorithm>
@@ -33,12 +38,11 @@ bool RedisDBSlice::AddNode(const RedisNode& node, bool connect, const std::atomi
     RedisConnList* list = &mSliceConn.RedisMasterConn;
     unsigned int slaveIdx = 0;
     if (node.role != 0) {
-        const std::lock_guard lock(mSliceConn.SlaveLock);
+        const LockGuard lock(mSliceConn.SlaveLock);
         slaveIdx = static_cast<unsigned int>(mSliceConn.RedisSlaveConn.size());
-        list = &mSliceConn.RedisSlaveConn.emplace_back();
+        list = &mSliceConn.RedisSlaveConn.emplace_back(mSliceConn.SlaveLock);
         mHaveSlave = true;
     }
-    std::mutex& mutex = node.role == 0 ? mSliceConn.MasterLock : mSliceConn.SlaveLock;
 
     bool opened = false;
     for (unsigned int i = 0; i < node.poolsize; ++i) {
@@ -47,13 +51,13 @@ bool RedisDBSlice::AddNode(const RedisNode& node, bool connect, const std::atomi
         connect = connect && conn->Connect(cancelled);
         opened = opened || connect;
         if (tried && !opened && error != nullptr) *error = conn->Error();
-        Add(*list, mutex, std::move(conn));
+        Add(*list, std::move(conn));
     }
     return opened;
 }
 
-void RedisDBSlice::Add(RedisConnList& list, std::mutex& mutex, RedisConnPtr conn) {
-    const std::lock_guard lock(mutex);
+void RedisDBSlice::Add(RedisConnList& list, RedisConnPtr conn) {
+    const LockGuard lock(list.lock);
     if (conn->Usable()) {
         list.alive = true;
         if (auto* metrics = g_RedisMetrics.Get()) metrics->up = true;
@@ -62,10 +66,18 @@ void RedisDBSlice::Add(RedisConnList& list, std::mutex& mutex, RedisConnPtr conn
     list.idle.push_back(std::move(conn));
 }
 
-RedisConnPtr RedisDBSlice::TakeFrom(RedisConnList& list, std::unique_lock<std::mutex>& lock) {
-    list.returned.wait_for(lock, std::chrono::milliseconds(kRedisCommandTimeoutMs), [&list] {
+RedisConnList* RedisDBSlice::SlaveAt(size_t number) {
+    const LockGuard lock(mSliceConn.SlaveLock);
+    auto& slaves = mSliceConn.RedisSlaveConn;
+    return slaves.empty() ? nullptr : &slaves[number % slaves.size()];
+}
+
+RedisConnPtr RedisDBSlice::TakeFrom(RedisConnList& list) {
+    WaitLock lock(list.lock);
+    const auto ready = [&list]() NEEDS_LOCK(list.lock) {
         return !list.alive || list.pinged == 0 || list.Count(true) > 0;
-    });
+    };
+    list.returned.wait_for(lock, std::chrono::milliseconds(kRedisCommandTimeoutMs), ready);
     RedisConnPtr conn;
     while (list.alive && (conn = list.Take(true)) && !conn->StillOpen()) {
         mAiling = true;
@@ -80,12 +92,9 @@ RedisConnPtr RedisDBSlice::TakeFrom(RedisConnList& list, std::unique_lock<std::m
 RedisConnPtr RedisDBSlice::GetConn(unsigned int ioType) {
     if (ioType > 1) return nullptr;
     if (ioType == 1 && mHaveSlave) {
-        std::unique_lock lock(mSliceConn.SlaveLock);
-        auto& slaves = mSliceConn.RedisSlaveConn;
-        return TakeFrom(slaves[static_cast<size_t>(std::rand()) % slaves.size()], lock);
+        return TakeFrom(*SlaveAt(static_cast<size_t>(std::rand())));
     }
-    std::unique_lock lock(mSliceConn.MasterLock);
-    RedisConnPtr conn = TakeFrom(mSliceConn.RedisMasterConn, lock);
+    RedisConnPtr conn = TakeFrom(mSliceConn.RedisMasterConn);
     if (!conn) mStatus = kStatusExhausted;
     return conn;
 }
@@ -94,10 +103,9 @@ void RedisDBSlice::FreeConn(RedisConnPtr conn, RedisOutcome outcome) {
     const RedisConn& returned = *conn;  // stays in the list for good
     bool died = false;
     {
-        std::mutex& mutex = conn->IsSlave() ? mSliceConn.SlaveLock : mSliceConn.MasterLock;
-        const std::lock_guard lock(mutex);
-        RedisConnList& list = conn->IsSlave() ? mSliceConn.RedisSlaveConn[conn->SlaveIdx()]
-                                              : mSliceConn.RedisMasterConn;
+        RedisConnList& list =
+            conn->IsSlave() ? *SlaveAt(conn->SlaveIdx()) : mSliceConn.RedisMasterConn;
+        const LockGuard lock(list.lock);
         list.idle.push_back(std::move(conn));
         --list.lent;
         const bool away =
@@ -110,39 +118,39 @@ void RedisDBSlice::FreeConn(RedisConnPtr conn, RedisOutcome outcome) {
 }
 
 void RedisDBSlice::Keepalive() {
-    KeepaliveList(mSliceConn.RedisMasterConn, mSliceConn.MasterLock);
-    for (size_t i = 0;; ++i) {
-        RedisConnList* list = nullptr;
-        {
-            const std::lock_guard lock(mSliceConn.SlaveLock);
-            if (i >= mSliceConn.RedisSlaveConn.size()) return;
-            list = &mSliceConn.RedisSlaveConn[i];
-        }
-        KeepaliveList(*list, mSliceConn.SlaveLock);
+    KeepaliveList(mSliceConn.RedisMasterConn);
+    size_t slaves = 0;
+    {
+        const LockGuard lock(mSliceConn.SlaveLock);
+        slaves = mSliceConn.RedisSlaveConn.size();
     }
+    for (size_t i = 0; i < slaves; ++i)
+        KeepaliveList(*SlaveAt(i));
 }
 
-void RedisDBSlice::KeepaliveList(RedisConnList& list, std::mutex& mutex) {
+void RedisDBSlice::KeepaliveList(RedisConnList& list) {
     size_t usable = 0;
     size_t broken = 0;
     {
-        const std::lock_guard lock(mutex);
+        const LockGuard lock(list.lock);
         usable = list.Count(true);
         broken = list.Count(false);
     }
     bool answered = false;
     for (; usable > 0; --usable) {
-        if (!RefreshOne(list, mutex, true, answered)) return;
+        if (!RefreshOne(list, true, answered)) return;
     }
     for (; broken > 0; --broken) {
-        if (!RefreshOne(list, mutex, false, answered)) return;
+        if (!RefreshOne(list, false, answered)) return;
     }
 }
 
-bool RedisDBSlice::RefreshOne(RedisConnList& list, std::mutex& mutex, bool usable, bool& answered) {
+// The connection is out of the list meanwhile: a ping may take as long as a command, and no lock is
+// held over it.
+bool RedisDBSlice::RefreshOne(RedisConnList& list, bool usable, bool& answered) {
     RedisConnPtr conn;
     {
-        const std::lock_guard lock(mutex);
+        const LockGuard lock(list.lock);
         conn = list.Take(usable);
         if (!conn) return true;  // lent since
         ++list.pinged;
@@ -154,7 +162,7 @@ bool RedisDBSlice::RefreshOne(RedisConnList& list, std::mutex& mutex, bool usabl
     bool alive = false;
     bool changed = false;
     {
-        const std::lock_guard lock(mutex);
+        const LockGuard lock(list.lock);
         --list.pinged;
         // A broken connection that stays broken says nothing about the others: the server may
         // just be at its connection limit.

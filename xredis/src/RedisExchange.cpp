@@ -69,6 +69,8 @@ bool AppendRedisCommand(std::string& bytes, int argc, const std::string_view* ar
 RedisExchange::RedisExchange(redisContext& context)
     : m_context(context), m_deadline(NowMs() + kRedisCommandTimeoutMs) {}
 
+// The deadline is that of the whole exchange: a server that takes or gives a byte now and then does
+// not hold the caller for longer.
 RedisOutcome RedisExchange::Send(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t sent =

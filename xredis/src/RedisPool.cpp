@@ -1,5 +1,8 @@
 #include "RedisPool.h"
 
+// The slices are there before their connections are: whoever asks meanwhile fails at once instead
+// of waiting for a server that may be away. After the first that cannot be reached the others are
+// left to the keep-alive, for they would only cost a time-out each.
 bool RedisCache::ConnectNodes(const RedisNode* nodes, unsigned int count,
                               const std::atomic<bool>& cancelled, RedisConnectError& error) {
     SliceList slices;

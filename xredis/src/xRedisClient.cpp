@@ -59,6 +59,9 @@ void xRedisClient::Keepalive() {
     if (pool != nullptr) pool->Keepalive();
 }
 
+// A connection that the server ended while it was idle is noticed by the first command on it.
+// Nothing was done for what has no reply then, so that is sent once more, on another connection;
+// not so where the server kept silent, for it may be at work on it.
 void xRedisClient::Run(RedisDBIdx& index, RedisRequest* requests, size_t count) {
     constexpr int kAttempts = 2;
     const RedisPool* pool = mRedisPool.load();

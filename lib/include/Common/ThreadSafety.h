@@ -26,7 +26,26 @@ class IS_LOCK Mutex {
     void unlock() FREES_LOCK() LOCK_UNSEEN { m_mutex.unlock(); }
 
   private:
+    friend class WaitLock;
     std::mutex m_mutex;
+};
+
+// Holds a mutex as long as it lives, but for the time in which it waits on a condition variable of
+// the standard library, which takes it as it is. The condition is a function of its own to the
+// analysis: a lambda that says NEEDS_LOCK.
+class IS_LOCK_GUARD WaitLock {
+  public:
+    explicit WaitLock(Mutex& lock) TAKES_LOCK(lock) LOCK_UNSEEN : m_lock(lock.m_mutex) {}
+    ~WaitLock() FREES_LOCK() LOCK_UNSEEN {}
+    WaitLock(const WaitLock&) = delete;
+    WaitLock& operator=(const WaitLock&) = delete;
+
+    void lock() TAKES_LOCK() LOCK_UNSEEN { m_lock.lock(); }
+    void unlock() FREES_LOCK() LOCK_UNSEEN { m_lock.unlock(); }
+    operator std::unique_lock<std::mutex>&() { return m_lock; }
+
+  private:
+    std::unique_lock<std::mutex> m_lock;
 };
 
 // Holds a lock as long as it lives.

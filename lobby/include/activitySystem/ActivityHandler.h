@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "Game/NetGame.h"
@@ -21,7 +22,8 @@ using ActivityProgressMap = std::multimap<int, tagDBUserActivityProgressData>;
 class IActivityHandler {
   public:
     IActivityHandler(int activityId, GameProvider* provider);
-    virtual ~IActivityHandler();
+    // Does not tell the dispatcher: by the time the last handlers go, that may be gone.
+    virtual ~IActivityHandler() = default;
     IActivityHandler(const IActivityHandler&) = delete;
     IActivityHandler& operator=(const IActivityHandler&) = delete;
 
@@ -67,8 +69,11 @@ class IActivityHandler {
     void updateIsOpen();
     bool isOpen();
 
+    // Takes the listener over and files it with the dispatcher; one that is there already stays.
     void addEventListener(EventListener* listener);
+    // Gives the listener back to the caller, who deletes it.
     void removeEventListener(EventListener* listener);
+    // Takes all listeners out of the dispatcher and deletes them.
     void removeAllEventListener();
 
   protected:
@@ -91,6 +96,6 @@ class IActivityHandler {
     void callbackReGame(void* player, void* argument, int number);
 
     int m_iActivityId;
-    std::vector<EventListener*> m_vecEventListener;  // owned
+    std::vector<std::unique_ptr<EventListener>> m_vecEventListener;
     bool m_isOpen = false;
 };

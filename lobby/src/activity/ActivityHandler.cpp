@@ -20,15 +20,19 @@ using boost::placeholders::_1;
 using boost::placeholders::_2;
 using boost::placeholders::_3;
 
+namespace {
+
+auto Find(auto& listeners, const EventListener* wanted) {
+    return std::find_if(listeners.begin(), listeners.end(),
+                        [wanted](const auto& listener) { return listener.get() == wanted; });
+}
+
+}  // namespace
+
 IActivityHandler::IActivityHandler(int activityId, GameProvider* provider)
     : m_pGameProvider(provider), m_iActivityId(activityId) {
     init();
     IActivityHandler::Initialization();
-}
-
-IActivityHandler::~IActivityHandler() {
-    for (EventListener* listener : m_vecEventListener)
-        delete listener;
 }
 
 void IActivityHandler::init() {
@@ -51,24 +55,21 @@ void IActivityHandler::init() {
 }
 
 void IActivityHandler::addEventListener(EventListener* listener) {
-    const auto end = m_vecEventListener.end();
-    if (std::find(m_vecEventListener.begin(), end, listener) != end) return;
+    if (Find(m_vecEventListener, listener) != m_vecEventListener.end()) return;
     EventDispatcher::getInstance()->addEventListener(listener);
-    m_vecEventListener.push_back(listener);
+    m_vecEventListener.emplace_back(listener);
 }
 
 void IActivityHandler::removeEventListener(EventListener* listener) {
-    const auto at = std::find(m_vecEventListener.begin(), m_vecEventListener.end(), listener);
+    const auto at = Find(m_vecEventListener, listener);
     if (at == m_vecEventListener.end()) return;
-    EventDispatcher::getInstance()->removeEventListener(listener);
+    EventDispatcher::getInstance()->removeEventListener(at->release());
     m_vecEventListener.erase(at);
 }
 
 void IActivityHandler::removeAllEventListener() {
-    for (EventListener* listener : m_vecEventListener) {
-        EventDispatcher::getInstance()->removeEventListener(listener);
-        delete listener;
-    }
+    for (const auto& listener : m_vecEventListener)
+        EventDispatcher::getInstance()->removeEventListener(listener.get());
     m_vecEventListener.clear();
 }
 

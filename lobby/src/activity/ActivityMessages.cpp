@@ -144,7 +144,7 @@ RewardAccount ActivitySystem::AccountOf(const LobbyActivitySingleProgressUpdateR
                                         const LobbyPlayer* player) {
     if (player != nullptr) return RewardAccount(*player);
     const RewardAccount* const closed =
-        m_pGameProvider->m_closedAccounts.Find(result.ulPlayerNode, result.ulPlayerNodeId);
+        m_pGameProvider->Closed().Find(result.ulPlayerNode, result.ulPlayerNodeId);
     if (closed != nullptr) return *closed;
     const int userId = result.progress.iUserId;
     if (const LobbyPlayer* const here = m_pGameProvider->GetPlayerByUserID(userId)) {

@@ -122,8 +122,9 @@ constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBank
 
 }  // namespace
 
-// The order of the checks is required: the stamp moves before the length is looked at, and
-// without a queue link neither amount nor user is judged.
+// Clients rely on the order of the checks: the stamp moves before the length is looked at, so that
+// a malformed request costs its sender the pause, and without a queue link neither amount nor user
+// is judged, so that a request goes unanswered rather than refused.
 template <class Op>
 void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* data,
                                       unsigned short length) {

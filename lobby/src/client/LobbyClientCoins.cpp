@@ -44,6 +44,7 @@ void TakeGain(LobbyPlayer* player, CJsonPack& gain) {
 
 }  // namespace
 
+// The notice brings no coins: it has the lobby ask the queue server for them, as if the player had.
 void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
     if (m_lpLobbyServer == nullptr) return;
     constexpr const char* tag = "LobbyClientHandler::HandleRechargeSucessNotice";
@@ -64,6 +65,8 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
     HandleRechargeRefreshCoinReq(player, &req, sizeof(req));
 }
 
+// The pause is by whole seconds of the clock. A clock that was set back holds a session up for as
+// long; the next login starts afresh.
 void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data,
                                                       unsigned short length) {
     if (m_lpLobbyServer == nullptr) return;
@@ -135,8 +138,8 @@ void LobbyClientHandler::CallBackRechargeSuccess(LobbyPlayer* player, const char
     constexpr const char* tag = "LobbyClientHandler::CallBackRechargeSuccess";
     if (player == nullptr || text == nullptr || length == 0) {
         __log(_WARN, "CallBackRechargeSuccess",
-              "node is nil.lpPlayerNode[0x%0x],buffer[0x%0x],length[%d]", NodeTag(player),
-              NodeTag(text), length);
+              "node is nil.lpPlayerNode[0x%0x],buffer[0x%0x],length[%d]", PtrTag(player),
+              PtrTag(text), length);
         return;
     }
     CJsonPack root(text, static_cast<size_t>(length));
@@ -243,7 +246,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     msg.iUserIDRecv = req.iRecvUserID;
     msg.llExchangeCoin = req.llExhangeCoin;
     SendToQueue(EXCHANGE_COIN_L2Q, &msg, sizeof(msg));
-    // "illegal" although it was accepted: required.
+    // The line ends in "illegal" although the transfer was accepted; log readers filter by it.
     __log(_WARN, tag, "userid[%d] firstmoney[%lld] exchagecoin[%lld] to idrecv[%d] illegal.",
           player->m_iUserID, static_cast<long long>(player->llGameCoin),
           static_cast<long long>(req.llExhangeCoin), req.iRecvUserID);

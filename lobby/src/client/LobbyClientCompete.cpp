@@ -79,15 +79,9 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
     if (data == nullptr) __log(_ERROR, tag, "node is nil");
     const auto msg = ReadMsg<CompeteLobbyUserInfoRes>(data, length);
 
-    LobbyPlayer* const player =
-        m_lpLobbyServer->FindPlayerByHandle(msg.ulPlayerNode, msg.ulPlayerNodeId);
-    if (player == nullptr) {
-        const LobbyPlayer* const other = m_lpLobbyServer->FindNodeByHandle(msg.ulPlayerNode);
-        const unsigned long otherId = other != nullptr ? *other : 0UL;
-        __log(_ERROR, tag, "pMsg->ulPlayerNodeId [%0x] != *pPlayerNode[%0x]",
-              static_cast<unsigned>(msg.ulPlayerNodeId), static_cast<unsigned>(otherId));
-        return;
-    }
+    LobbyPlayer* const player = SessionOf(msg.ulPlayerNode, msg.ulPlayerNodeId, tag,
+                                          "pMsg->ulPlayerNodeId [%0x] != *pPlayerNode[%0x]");
+    if (player == nullptr) return;
 
     // Today by local time; an opening day of 0 never comes, so that every day is a daily one.
     const time_t now = ClockNow();

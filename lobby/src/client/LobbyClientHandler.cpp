@@ -58,7 +58,7 @@ bool LobbyClientHandler::OnNetMessage(IPlayerNode* node, unsigned short type, vo
     if (node == nullptr) return false;
     if (!Requests::kDispatch.Call(*this, type, node, data, static_cast<unsigned short>(length))) {
         __log(_ERROR, "LobbyClientHandler::OnNetMessage",
-              "client  response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+              "client  response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node), type);
         CountRefusal(Refusal::UnknownType);
     }
     return true;
@@ -95,8 +95,8 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
         __log(_ERROR, "LobbyClientHandler::OnLobbyClientConnectNotice", "userid [%d] error!!!!",
               player->m_iUserID);
         CountRefusal(Refusal::BadUser);
-        // Required: it is the newest listed session that is closed, not the refused one.
-        // With nobody listed it is nobody, which leaves the framework's line.
+        // It is the newest listed session that is closed, not the refused one; see "required" in
+        // the glossary. With nobody listed it is nobody, which leaves the framework's line.
         m_lpLobbyServer->Close(m_lpLobbyPlayer);
         return;
     }
@@ -109,7 +109,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     CopyText(req.szPasswdToken, player->m_szToken);
     SetSession(req, player);
     __log(_DEBUG, "LobbyClientHandler::OnLobbyClientConnectNotice",
-          "userid[%d] node[0x%08x] connect", player->m_iUserID, NodeTag(player));
+          "userid[%d] node[0x%08x] connect", player->m_iUserID, PtrTag(player));
     // Without the queue server the client waits, and logs in by connecting anew.
     SendToQueue(USER_INFO_L2Q, &req, sizeof(req));
 }
@@ -120,7 +120,7 @@ bool LobbyClientHandler::OnClosed(IPlayerNode* node, bool bClosed) {
     DealDisconnect(node);
     __log(_WARN, "LobbyClientHandler::OnClosed",
           "client has been closed ! userid[%d], siteid[%d], node[0x%08x], bClosed[%d]",
-          player->m_iUserID, player->m_iSiteID, NodeTag(node), bClosed);
+          player->m_iUserID, player->m_iSiteID, PtrTag(node), bClosed);
     if (player->m_cLoginType > 0) {
         Unlink(player);
         ActivitySystem::getInstance()->RemoveActivityProgress(player);

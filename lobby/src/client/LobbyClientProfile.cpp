@@ -40,6 +40,7 @@ constexpr NamedRequest<ModifyPersonalSignatureReq, ModifyPersonalSignatureReq_tr
 
 }  // namespace
 
+// The pause counts from the last request that was looked at, a malformed one too.
 void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
                                                  unsigned short length) {
     constexpr const char* tag = "LobbyClientHandler::HandleModifyPassWordReq:";
@@ -90,7 +91,7 @@ void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPla
     m_lpLobbyServer->GetPlayerAddrIn(player, &addr, false);
     inet_ntop(AF_INET, &addr.sin_addr, msg.szClientIP, sizeof(msg.szClientIP));
     SetSession(msg, player);
-    // Both passwords in clear: required.
+    // Both passwords stand in clear in this line of level DEBUG; see "required" in the glossary.
     if (LogEnabled(_DEBUG)) {
         __log(_DEBUG, tag, "userid[%d] 修改密码old[%s]new[%s] IP[%s]!!!", player->m_iUserID,
               TextStr(req.szOldPassWd).c_str(), TextStr(req.szNewPassWd).c_str(), msg.szClientIP);
@@ -100,7 +101,8 @@ void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPla
     }
 }
 
-// A malformed request closes the connection without a log line: required.
+// A malformed request closes the connection, unlike those above, and without a log line; see
+// "required" in the glossary.
 template <class Op>
 void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* data,
                                        unsigned short length) {

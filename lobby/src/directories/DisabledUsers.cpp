@@ -1,7 +1,5 @@
 #include "DisabledUsers.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -10,6 +8,7 @@
 #include <string_view>
 
 #include "Common/IniFile.h"
+#include "Common/Text.h"
 #include "ConfigKeys.h"
 
 namespace {
@@ -17,13 +16,9 @@ namespace {
 constexpr std::string_view kSection = KeyOf("disconnect", "user%d").section;
 constexpr std::string_view kPrefix = "user";
 
-bool SameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 // The number behind "user", spelled as "%d" spells it.
 std::optional<size_t> IndexOf(std::string_view key) {
-    if (!SameName(key.substr(0, kPrefix.size()), kPrefix)) return std::nullopt;
+    if (!SameText(key.substr(0, kPrefix.size()), kPrefix)) return std::nullopt;
     key.remove_prefix(kPrefix.size());
     if (key.empty() || (key.size() > 1 && key[0] == '0')) return std::nullopt;
     size_t index = 0;
@@ -38,7 +33,7 @@ std::vector<int32_t> ReadUsers(const CIniFile& file, size_t count) {
     std::vector<bool> seen(count, false);
     const auto lines = file.Entries();
     auto line = std::find_if(lines.begin(), lines.end(), [](const IniEntry& entry) {
-        return entry.section && SameName(entry.name, kSection);
+        return entry.section && SameText(entry.name, kSection);
     });
     while (line != lines.end() && ++line != lines.end() && !line->section) {
         const auto index = IndexOf(line->name);

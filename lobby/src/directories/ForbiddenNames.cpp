@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "Common/IniFile.h"
+#include "Common/Text.h"
 #include "ConfigKeys.h"
 
 namespace {
@@ -20,23 +21,16 @@ std::string ReadList(const CIniFile& file) {
     return list;
 }
 
-std::vector<std::string> Split(std::string_view rest) {
-    std::vector<std::string> pieces;
-    while (!rest.empty()) {
-        const std::string_view piece = rest.substr(0, rest.find(','));
-        if (!piece.empty()) pieces.emplace_back(piece);
-        rest.remove_prefix(std::min(piece.size() + 1, rest.size()));
-    }
-    return pieces;
-}
-
 }  // namespace
 
 void ForbiddenNames::Load(const CIniFile& file) {
     std::string list = ReadList(file);
     if (list == m_strList) return;
     m_strList = std::move(list);
-    m_vecFragments = Split(m_strList);
+    m_vecFragments.clear();
+    ForEachPiece(m_strList, [this](std::string_view piece) {
+        if (!piece.empty()) m_vecFragments.emplace_back(piece);
+    });
     BuildIndex();
 }
 

@@ -103,16 +103,19 @@ int32_t ServerList::InsertInfo(tagServerInfo& info, GameSiteList sites, bool ref
     return 1;
 }
 
+tagServerInfo* ServerList::Find(const char* tag, int gameId, uint16_t serverId) {
+    const auto at = m_gameServerMap.find(serverId);
+    if (at != m_gameServerMap.end()) return &at->second;
+    __log(_ERROR, tag, "gameMap find error ! game_id[%d], server_id[%d]", gameId, serverId);
+    return nullptr;
+}
+
 int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) {
     AssertWorker();
-    const auto it = m_gameServerMap.find(update.usServerID);
-    if (it == m_gameServerMap.end()) {
-        __log(_ERROR, "ServerList::UpdateInfo", "gameMap find error ! game_id[%d], server_id[%d]",
-              update.usGameID, update.usServerID);
-        return 0;
-    }
-    tagServerInfo& info = it->second;
-    if (info.usGameID != update.usGameID) return 1;  // a stale notice; silence is required
+    tagServerInfo* const known = Find("ServerList::UpdateInfo", update.usGameID, update.usServerID);
+    if (known == nullptr) return 0;
+    tagServerInfo& info = *known;
+    if (info.usGameID != update.usGameID) return 1;  // a stale notice: no line is written
     const bool flagChanged = info.ucOpenFlag != update.ucOpenFlag;
     info.usOnlineCount = update.usOnlineCount;
     info.ucOpenFlag = update.ucOpenFlag;
@@ -124,15 +127,11 @@ int32_t ServerList::UpdateInfo(tagUpdateServerInfo& update, GameSiteList sites) 
 
 int32_t ServerList::CloseInfo(tagServerCloseNotice& notice, GameSiteList sites) {
     AssertWorker();
-    const auto it = m_gameServerMap.find(notice.usServerID);
-    if (it == m_gameServerMap.end()) {
-        __log(_ERROR, "ServerList::CloseInfo", "gameMap find error ! game_id[%d], server_id[%d]",
-              notice.usGameID, notice.usServerID);
-        return 0;
-    }
+    tagServerInfo* const info = Find("ServerList::CloseInfo", notice.usGameID, notice.usServerID);
+    if (info == nullptr) return 0;
     // Another game's notice leaves the flag alone, yet the lists are rebuilt.
-    if (it->second.usGameID == notice.usGameID) {
-        it->second.ucOpenFlag = static_cast<uint8_t>(notice.cCloseServer);
+    if (info->usGameID == notice.usGameID) {
+        info->ucOpenFlag = static_cast<uint8_t>(notice.cCloseServer);
     }
     refreshShowGameList(std::move(sites));
     return 1;

@@ -22,8 +22,9 @@ constexpr auto kDispatch = LinkMessages<Center>({
 });
 
 constexpr char kNotEqual[] = "buffer length is not match ! length[%d] != sizeof(%d)";
-// Also printed where equality is checked; operators search for it.
+// The "<" is printed where equality is checked as well; operators search for it.
 constexpr char kTooLong[] = "buffer length is not match ! length[%d] < sizeof(%d)";
+constexpr char kCloseText[] = "server close notice, game_id[%u], server_id[%u]";
 constexpr char kInfoNoticeTag[] = "CenterServerHandler::OnCenterServerInfoNotice";
 
 constexpr int kMaxSiteEntries = 50;
@@ -56,11 +57,13 @@ void CenterServerHandler::refreshShowGameList() {
 
 // A notice of another size comes from a center of another version or from a torn stream; closing
 // the link has everything sent anew.
-bool CenterServerHandler::CheckLength(const char* tag, long length, size_t expected) {
-    if (length == static_cast<long>(expected)) return true;
-    __log(_ERROR, tag, kNotEqual, static_cast<int>(length), static_cast<int>(expected));
+template <class Notice>
+std::optional<Notice> CenterServerHandler::ReadWhole(const char* tag, const void* data,
+                                                     long length) {
+    if (length == static_cast<long>(sizeof(Notice))) return ReadMsg<Notice>(data, length);
+    __log(_ERROR, tag, kNotEqual, static_cast<int>(length), static_cast<int>(sizeof(Notice)));
     m_lpLobbyServer->Close(m_lpCenterServer);
-    return false;
+    return std::nullopt;
 }
 
 // Only the upper bound is checked; the count is held neither against 10 nor against the length.
@@ -89,31 +92,26 @@ void CenterServerHandler::OnCenterServerInfoNotice(void* data, long length) {
 }
 
 void CenterServerHandler::OnCenterServerInfoUpdate(void* data, long length) {
-    if (!CheckLength("CenterServerHandler::OnCenterServerInfoUpdate", length,
-                     sizeof(tagUpdateServerInfo))) {
-        return;
-    }
-    auto msg = ReadMsg<tagUpdateServerInfo>(data, length);
-    m_ServerList.UpdateInfo(msg, m_GameSiteList);
+    static constexpr char tag[] = "CenterServerHandler::OnCenterServerInfoUpdate";
+    auto msg = ReadWhole<tagUpdateServerInfo>(tag, data, length);
+    if (msg) m_ServerList.UpdateInfo(*msg, m_GameSiteList);
 }
 
 void CenterServerHandler::OnCenterServerCloseNotice(void* data, long length) {
     static constexpr char tag[] = "CenterServerHandler::OnCenterServerCloseNotice";
-    if (!CheckLength(tag, length, sizeof(tagServerCloseNotice))) return;
-    auto msg = ReadMsg<tagServerCloseNotice>(data, length);
-    __log(_DEBUG, tag, "server close notice, game_id[%u], server_id[%u]", msg.usGameID,
-          msg.usServerID);
-    m_ServerList.CloseInfo(msg, m_GameSiteList);
+    auto msg = ReadWhole<tagServerCloseNotice>(tag, data, length);
+    if (!msg) return;
+    __log(_DEBUG, tag, kCloseText, msg->usGameID, msg->usServerID);
+    m_ServerList.CloseInfo(*msg, m_GameSiteList);
 }
 
 void CenterServerHandler::OnCenterTerminateNotice(void* data, long length) {
     static constexpr char tag[] = "CenterServerHandler::OnCenterTerminateNotice";
-    if (!CheckLength(tag, length, sizeof(tagTerminateNotice))) return;
-    auto msg = ReadMsg<tagTerminateNotice>(data, length);
-    // The close notice's words, on purpose.
-    __log(_DEBUG, tag, "server close notice, game_id[%u], server_id[%u]", msg.usGameID,
-          msg.usServerID);
-    m_ServerList.DeleteInfo(msg, m_GameSiteList, true);
+    auto msg = ReadWhole<tagTerminateNotice>(tag, data, length);
+    if (!msg) return;
+    // The words of the close notice: log readers find both by them.
+    __log(_DEBUG, tag, kCloseText, msg->usGameID, msg->usServerID);
+    m_ServerList.DeleteInfo(*msg, m_GameSiteList, true);
 }
 
 // Neither site list closes the link over a bad count: the message is dropped.

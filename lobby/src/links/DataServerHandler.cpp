@@ -57,7 +57,7 @@ bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, voi
         ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
     } else {
         __log(_ERROR, "DataServerHandler::OnNetMessage",
-              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
               type);
     }
     return true;

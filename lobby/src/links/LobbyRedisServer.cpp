@@ -90,7 +90,7 @@ unsigned int APHashRedis(const char* key) {
 
 LobbyRedisServer::~LobbyRedisServer() {
     {
-        const std::lock_guard lock(m_lockStop);
+        const LockGuard lock(m_lockStop);
         m_bStop = true;
     }
     m_condStop.notify_all();
@@ -125,15 +125,16 @@ void LobbyRedisServer::StartKeepalive() {
 }
 
 void LobbyRedisServer::KeepaliveLoop() {
-    std::unique_lock lock(m_lockStop);
-    while (!m_condStop.wait_for(lock, kKeepalivePeriod, [this] { return m_bStop || m_bHurry; }) ||
-           !m_bStop) {
+    WaitLock lock(m_lockStop);
+    const auto due = [this]() NEEDS_LOCK(m_lockStop) { return m_bStop || m_bHurry; };
+    const auto stopped = [this]() NEEDS_LOCK(m_lockStop) { return m_bStop; };
+    while (!m_condStop.wait_for(lock, kKeepalivePeriod, due) || !m_bStop) {
         m_bHurry = false;
         lock.unlock();
         xRedis.Keepalive();
         lock.lock();
         // However many operations ask for the next.
-        if (m_condStop.wait_for(lock, kKeepalivePause, [this] { return m_bStop; })) return;
+        if (m_condStop.wait_for(lock, kKeepalivePause, stopped)) return;
     }
 }
 
@@ -141,7 +142,7 @@ void LobbyRedisServer::KeepaliveLoop() {
 void LobbyRedisServer::HurryKeepalive() {
     if (!xRedis.WantsKeepalive()) return;
     {
-        const std::lock_guard lock(m_lockStop);
+        const LockGuard lock(m_lockStop);
         m_bHurry = true;
     }
     m_condStop.notify_all();
@@ -181,6 +182,7 @@ void LobbyRedisServer::RunRequests(MarkRequests& work) {
     xRedis.Run(index, work.requests.data(), work.requests.size());
 }
 
+// First every task's test in one round trip, then in a second what the answers call for.
 void LobbyRedisServer::Run(MarkTask* const* tasks, size_t count, MarkRequests& work) {
     using Verb = RedisRequest::Verb;
     work.keys.resize(count);

@@ -21,6 +21,8 @@ void OnlineRegistry::BeginStop() {
     m_lStayedBefore = m_lStayed;
 }
 
+// What the threads have not done by the deadline is counted, not done: Redis forgets a mark by
+// itself.
 void OnlineRegistry::Stop() {
     for (auto& thread : m_threads)
         thread->End(m_stopEnd);
@@ -40,6 +42,9 @@ void OnlineRegistry::Stop() {
     __log(_ERROR, "OnlineRegistry::Stop", "%ld marks stay in Redis, for three days at most", stay);
 }
 
+// Jobs are made when more wait than ever did before, and never given back: a burst of logins
+// allocates, the next does not. One line is written when the bound is met, and the next only after
+// half of them are done.
 RegistryJob* OnlineRegistry::Take(const LobbyPlayer* player, bool bare) {
     const bool full = m_taken >= kMostJobs || (bare && m_bare >= kMostBareJobs);
     if (full && !std::exchange(m_bBehind, true)) {
@@ -111,6 +116,9 @@ void OnlineRegistry::EnterAtOnce(LobbyPlayer* player) {
     m_server.GetQueueServerHandler()->OnEntered(player, online, older);
 }
 
+// Three cases: a newer session of the user is being entered and gets the mark (nothing is deleted);
+// this one is itself still being entered (its leaving waits behind that); or it is in, or never
+// was.
 void OnlineRegistry::Leave(LobbyPlayer* player) {
     if (!m_bStarted) {
         m_server.m_LobbyRedisServer.DelLobbyOnline(player->m_iUserID);

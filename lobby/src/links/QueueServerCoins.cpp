@@ -27,7 +27,7 @@ constexpr const char* kExchangeTag = "OnUserExchangeCoinRes";
 void QueueServerHandler::OnRechargeRefreshCoin(void* data, long length) {
     constexpr const char* tag = "QueueServerHandler::OnRechargeRefreshCoin:";
     if (length != sizeof(RechargeRefresRes_trans)) {
-        // The request's name in the result's line: required.
+        // The line names the request where it means the result; log readers filter by it.
         __log(_ERROR, tag, "sizeof(RechargeRefresReq_trans) %d !=  length %d",
               static_cast<int>(sizeof(RechargeRefresRes_trans)), static_cast<int>(length));
         return;
@@ -44,14 +44,14 @@ void QueueServerHandler::OnRechargeRefreshCoin(void* data, long length) {
     __log(_DEBUG, tag,
           "iUserId[%d], node[0x%08x], iError[%d], llCurGameCoin[%lld],iTotalRechageNum[%lld], "
           "bankcoin[%lld]",
-          result.iUserId, NodeTag(player), result.iError, gameCoin, total, bankCoin);
+          result.iUserId, PtrTag(player), result.iError, gameCoin, total, bankCoin);
     __log(_WARN, tag,
           "userid[%d] controlnum[%lld] gamecoin[%lld] bankcoin[%lld] rechagenum[%lld] "
           "curgamecoin[%lld] curbankcoin[%lld]",
           player->m_iUserID, static_cast<long long>(player->llControlNum),
           static_cast<long long>(player->llGameCoin), static_cast<long long>(player->llBankCoin),
           total, gameCoin, bankCoin);
-    // Whatever iError says: required.
+    // Taken over whatever iError says: a refresh that failed still brings the coins as they are.
     player->llControlNum = result.llTotalRechageNum;
     player->llGameCoin = result.llCurGameCoin;
     player->llBankCoin = result.llBankCoin;

@@ -64,7 +64,7 @@ bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, vo
     if (!IsMine(node)) return false;
     if (!kDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "QueueServerHandler::OnNetMessage",
-              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
               type);
     }
     return true;
@@ -93,7 +93,7 @@ void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short
                     player->m_iUserID, info.iFriendPropNum);
         m_lpLobbyServer->GetDataServerHandler()->SendActivityProgressReq(player);
         StoreAccount(player, info);
-        m_lpLobbyServer->m_OnlineRegistry.Enter(player);
+        m_lpLobbyServer->Registry().Enter(player);
         return;
     }
     AnswerLogin(player, info.cError);
@@ -102,7 +102,7 @@ void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short
 void QueueServerHandler::AnswerLogin(LobbyPlayer* player, uint8_t error) {
     __log(_DEBUG, "QueueServerHandler::HandleUserInfoRes:",
           "error[%d], userid[%d] node[0x%08x] gameCoin[%lld], bankCoin[%lld] controlnum[%lld]",
-          error, player->m_iUserID, NodeTag(player), static_cast<long long>(player->llGameCoin),
+          error, player->m_iUserID, PtrTag(player), static_cast<long long>(player->llGameCoin),
           static_cast<long long>(player->llBankCoin), static_cast<long long>(player->llControlNum));
     m_lpLobbyServer->CheckforClientIsReady(player, error);
 }
@@ -112,7 +112,7 @@ void QueueServerHandler::OnEntered(LobbyPlayer* player, bool online, LobbyPlayer
     if (online) {
         __log(_DEBUG,
               "QueueServerHandler::HandleUserInfoRes:", "userid[%d] node[0x%08x] has been online",
-              player->m_iUserID, NodeTag(player));
+              player->m_iUserID, PtrTag(player));
         if (older != nullptr) {
             m_lpLobbyServer->KickOutSession(older);
         } else {

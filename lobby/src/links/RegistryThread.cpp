@@ -5,14 +5,14 @@
 #include <csignal>
 
 void RegistryDone::Put(RegistryJobList& jobs) {
-    const std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
     m_list.Append(jobs);
     m_bAny.store(true, std::memory_order_release);
 }
 
 RegistryJobList RegistryDone::Take() {
     if (!m_bAny.load(std::memory_order_acquire)) return {};
-    const std::lock_guard lock(m_lock);
+    const LockGuard lock(m_lock);
     m_bAny.store(false, std::memory_order_relaxed);
     return std::exchange(m_list, {});
 }
@@ -31,7 +31,7 @@ RegistryThread::~RegistryThread() {
 
 void RegistryThread::Put(RegistryJob* job) {
     {
-        const std::lock_guard lock(m_lock);
+        const LockGuard lock(m_lock);
         m_waiting.Push(job);
     }
     m_changed.notify_one();
@@ -39,7 +39,7 @@ void RegistryThread::Put(RegistryJob* job) {
 
 void RegistryThread::End(Clock::time_point deadline) {
     {
-        const std::lock_guard lock(m_lock);
+        const LockGuard lock(m_lock);
         m_bEnd = true;
         m_deadline = deadline;
     }
@@ -61,8 +61,9 @@ void RegistryThread::Loop() {
 // False when the thread is to end. What waits is taken over at once, so that the worker, which puts
 // jobs, never waits for a look through all of them.
 bool RegistryThread::AwaitJobs() {
-    std::unique_lock lock(m_lock);
-    if (m_own.Empty()) m_changed.wait(lock, [this] { return m_bEnd || !m_waiting.Empty(); });
+    WaitLock lock(m_lock);
+    const auto due = [this]() NEEDS_LOCK(m_lock) { return m_bEnd || !m_waiting.Empty(); };
+    if (m_own.Empty()) m_changed.wait(lock, due);
     m_own.Append(m_waiting);
     return !m_own.Empty() && !(m_bEnd && Clock::now() >= m_deadline);
 }
@@ -88,6 +89,7 @@ void RegistryThread::ChooseBatch() {
     m_own = later;
 }
 
+// A leaving whose own entering found another session's mark deletes nothing: that mark is not his.
 void RegistryThread::DoBatch() {
     m_tasks.clear();
     for (RegistryJob* job : m_batch) {

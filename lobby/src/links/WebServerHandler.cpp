@@ -48,7 +48,7 @@ bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data
     if (!IsMine(node)) return false;
     if (!kDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "WebServerHandler::OnNetMessage",
-              "webserver response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node),
+              "webserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
               static_cast<unsigned>(type));
     }
     return true;
@@ -58,7 +58,7 @@ void WebServerHandler::OnTimer(long now) {
     AssertWorker();
     // The first tick starts the pace by the clock, not by its argument.
     if (!m_lLastSend) m_lLastSend = static_cast<long>(ClockNow());
-    // Also when nothing is queued.
+    // The pace goes on when nothing is queued: a bulletin that comes late waits for the next beat.
     if (!PeriodPassed(*m_lLastSend, now, m_lpLobbyServer->m_iSendBulletinTime)) return;
 
     std::memset(m_sendBuffer, 0, sizeof(m_sendBuffer));

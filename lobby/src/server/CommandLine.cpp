@@ -1,6 +1,5 @@
 #include "CommandLine.h"
 
-#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 
 #include "Common/Log.h"
 #include "Common/Supervisor.h"
+#include "Common/Text.h"
 #include "ConfigCheck.h"
 
 namespace {
@@ -50,9 +50,8 @@ int Check(const std::filesystem::path& path) {
 // Whether no start can get past this, whatever becomes of the machines around.
 bool PreventsStart(const check::Problem& problem) {
     return problem.file == "LobbyServer.cfg" &&
-           (problem.section.empty() || strcasecmp(problem.section.c_str(), "connect") == 0 ||
-            (strcasecmp(problem.section.c_str(), "listen") == 0 &&
-             strcasecmp(problem.key.c_str(), "addr") == 0));
+           (problem.section.empty() || SameText(problem.section, "connect") ||
+            (SameText(problem.section, "listen") && SameText(problem.key, "addr")));
 }
 
 }  // namespace
@@ -80,6 +79,8 @@ void SayWhatStarts() {
               error ? "LobbyServer.cfg" : file.c_str(), static_cast<int>(getpid()));
 }
 
+// A supervisor that is told to start the lobby again after a failure would do so for ever over a
+// mistake in the configuration; the status lets it tell the two apart.
 int StatusOfFailedStart() {
     if (!HasSupervisor()) return EXIT_SUCCESS;
     const auto problems = check::CheckDirectory(".");

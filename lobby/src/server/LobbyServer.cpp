@@ -33,6 +33,48 @@ std::shared_ptr<DataServerHandler> KeepUntilExit(std::shared_ptr<DataServerHandl
     return handler;
 }
 
+// Before the network's threads; null unless [metrics] addr is set. A lobby whose figures cannot be
+// read serves all the same.
+std::unique_ptr<MetricsEndpoint> OpenMetrics() {
+    constexpr const char* tag = "LobbyServer::OpenMetrics";
+    constexpr const ConfigKey& key = KeyOf("metrics", "addr");
+    // Its length and one more; 0 without the key.
+    if (m_ConfigFile.GetValueStr(key.section, key.name, nullptr, 0) <= 1) return nullptr;
+    Endpoint endpoint;
+    if (!ReadEndpoint(key.section, key.name, endpoint)) {
+        __log(_ERROR, tag, "metrics 'addr' error, no metrics !");
+        return nullptr;
+    }
+    std::string error;
+    auto metrics = MetricsEndpoint::Open(endpoint.host, endpoint.port, error);
+    if (error.empty()) {
+        __log(_DEBUG, tag, "metrics success, host[%s], port[%d] !", endpoint.host, metrics->Port());
+    } else {
+        __log(_ERROR, tag, "metrics error, host[%s], port[%d], info[%s], no metrics !",
+              endpoint.host, endpoint.port, error.c_str());
+        ComplainConfig(key.section, key.name, error.c_str());
+    }
+    return metrics;
+}
+
+// A number below 0 counts as 0.
+unsigned long ReadCount(const ConfigKey& key) {
+    return static_cast<unsigned long>(std::max(ReadInt(m_ConfigFile, key), 0));
+}
+
+// A reserve never takes more than three quarters of the places.
+long ReadReserve(int sendCount) {
+    const auto reserve = static_cast<long>(ReadCount(KeyOf("network", "link_reserve")));
+    return std::min(reserve, (sendCount > 0 ? sendCount : 100) * 3L / 4);
+}
+
+NetLimits ReadNetLimits(bool keepFullLinks) {
+    return {.clientRecvCount = ReadCount(KeyOf("network", "CLIENT_RECV_COUNT")),
+            .clientSendCount = ReadCount(KeyOf("network", "CLIENT_SEND_COUNT")),
+            .keepFullLinks = keepFullLinks,
+            .buffers = ReadCount(KeyOf("network", "buffer_budget")) * kBuffersPerMiB};
+}
+
 }  // namespace
 
 LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
@@ -46,7 +88,7 @@ LobbyServer::LobbyServer(NetParts parts) : GameProvider(std::move(parts)) {
     loadSensitiveNameCfg();
     m_Limits = ReadLimits();
     SetProxyTrust(ReadProxies());
-    OpenMetrics();
+    m_lpMetrics = OpenMetrics();
     InitializeNetwork();
 }
 
@@ -57,7 +99,11 @@ LobbyServer::~LobbyServer() {
     m_Reconnect.Stop();
     Shutdown();
     m_OnlineRegistry.Stop();
-    UnregisterActivities();
+    for (auto& activity : m_vecActivity) {
+        activity->removeAllEventListener();
+        m_pActivitySystem->RemoveActivityHandler(activity.get());
+    }
+    if (m_pActivitySystem != nullptr) m_pActivitySystem->SetGameProvider(nullptr);
     m_Links.Clear();
     m_Clients.reset();
     // The data server's handler stays, on purpose.
@@ -75,41 +121,6 @@ void LobbyServer::CreateHandlers() {
     m_lpLogServerHandler = m_Links.Add(std::make_shared<LogServerHandler>(this));
 }
 
-// Before the network's threads. A lobby whose figures cannot be read serves all the same.
-void LobbyServer::OpenMetrics() {
-    constexpr const char* tag = "LobbyServer::OpenMetrics";
-    constexpr const ConfigKey& key = KeyOf("metrics", "addr");
-    // Its length and one more; 0 without the key.
-    if (m_ConfigFile.GetValueStr(key.section, key.name, nullptr, 0) <= 1) return;
-    Endpoint endpoint;
-    if (!ReadEndpoint(key.section, key.name, endpoint)) {
-        __log(_ERROR, tag, "metrics 'addr' error, no metrics !");
-        return;
-    }
-    std::string error;
-    m_lpMetrics = MetricsEndpoint::Open(endpoint.host, endpoint.port, error);
-    if (!error.empty()) {
-        __log(_ERROR, tag, "metrics error, host[%s], port[%d], info[%s], no metrics !",
-              endpoint.host, endpoint.port, error.c_str());
-        ComplainConfig(key.section, key.name, error.c_str());
-        return;
-    }
-    __log(_DEBUG, tag, "metrics success, host[%s], port[%d] !", endpoint.host, m_lpMetrics->Port());
-}
-
-// A number below 0 counts as 0. A reserve never takes more than three quarters of the places.
-void LobbyServer::SetRingLimits(int sendCount) {
-    const auto read = [](const ConfigKey& key) {
-        return static_cast<unsigned long>(std::max(ReadInt(m_ConfigFile, key), 0));
-    };
-    m_lLinkReserve = static_cast<long>(read(KeyOf("network", "link_reserve")));
-    m_lLinkReserve = std::min(m_lLinkReserve, (sendCount > 0 ? sendCount : 100) * 3L / 4);
-    SetLimits({.clientRecvCount = read(KeyOf("network", "CLIENT_RECV_COUNT")),
-               .clientSendCount = read(KeyOf("network", "CLIENT_SEND_COUNT")),
-               .keepFullLinks = m_lLinkReserve > 0,
-               .buffers = read(KeyOf("network", "buffer_budget")) * kBuffersPerMiB});
-}
-
 void LobbyServer::InitializeNetwork() {
     const int interval = ReadInt(m_ConfigFile, KeyOf("network", "interval"));
     const int timeout = ReadInt(m_ConfigFile, KeyOf("network", "timeout"));
@@ -118,7 +129,8 @@ void LobbyServer::InitializeNetwork() {
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
     SetReusePort(ReadInt(m_ConfigFile, KeyOf("listen", "reuse_port")) != 0);
     SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
-    SetRingLimits(sendCount);
+    m_Reserve.places = ReadReserve(sendCount);
+    SetLimits(ReadNetLimits(m_Reserve.places > 0));
     m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",
@@ -139,41 +151,20 @@ void LobbyServer::CancelConnects() {
 }
 
 long LobbyServer::Start() {
-    RegisterActivities();
-    m_bTicking.store(true, std::memory_order_release);
-    if (!m_Links.Connect()) return -1;
-    m_lTimer = ClockNow() + kKeepAliveSeconds;
-    return StartLobbyService();
-}
-
-void LobbyServer::RegisterActivities() {
     m_pActivitySystem = ActivitySystem::getInstance();
     m_pActivitySystem->SetGameProvider(this);
     m_vecActivity.push_back(std::make_unique<Activity20171211>(this));
     m_vecActivity.push_back(std::make_unique<Activity20180901>(this));
     for (auto& activity : m_vecActivity)
         m_pActivitySystem->AddActivityHandler(activity.get());
-}
-
-void LobbyServer::UnregisterActivities() {
-    if (m_pActivitySystem == nullptr) return;
-    for (auto& activity : m_vecActivity) {
-        activity->removeAllEventListener();
-        m_pActivitySystem->RemoveActivityHandler(activity.get());
-    }
-    m_pActivitySystem->SetGameProvider(nullptr);
+    m_bTicking.store(true, std::memory_order_release);
+    if (!m_Links.Connect()) return -1;
+    m_lTimer = ClockNow() + kKeepAliveSeconds;
+    return StartLobbyService();
 }
 
 IPlayerNode* LobbyServer::OnCreatePlayer() {
     auto* player = new LobbyPlayer;
     m_Nodes.Add(player);
     return player;
-}
-
-LobbyPlayer* LobbyServer::FindNodeByHandle(uint64_t handle) {
-    return m_Nodes.Find(handle);
-}
-
-LobbyPlayer* LobbyServer::FindPlayerByHandle(uint64_t handle, uint64_t nodeId) {
-    return m_Nodes.Find(handle, nodeId);
 }

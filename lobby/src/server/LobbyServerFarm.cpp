@@ -10,10 +10,6 @@
 #include "MsgView.h"
 #include "log_server_msg.h"
 
-bool LobbyServer::IsExistSubscribeKey(const std::string& key) {
-    return m_Farm.IsAllowed(key);
-}
-
 void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice& notice) {
     AssertWorker();
     static constexpr char tag[] = "LobbyServer::publish";

@@ -1,12 +1,11 @@
 // Back-end links, the listener and Redis.
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "Common/Clock.h"
+#include "Common/Descriptors.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"
 #include "LobbyMetrics.h"
@@ -20,21 +19,17 @@ namespace {
 constexpr rlim_t kSpareDescriptors = 512;
 
 // Makes room for the configured number of clients; says so when the system does not allow it.
-void RaiseDescriptorLimit(int maxConnection) {
+void AllowClients(int maxConnection) {
     const rlim_t needed = static_cast<rlim_t>(std::max(maxConnection, 0)) + kSpareDescriptors;
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= needed) return;
-    rlimit wanted{needed, std::max(needed, limit.rlim_max)};
-    if (setrlimit(RLIMIT_NOFILE, &wanted) == 0) return;
-    wanted = {std::min(needed, limit.rlim_max), limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &wanted);
+    const rlim_t allowed = RaiseDescriptorLimit(needed);
+    if (allowed >= needed) return;
     __log(_ERROR, "LobbyServer::StartLobbyService",
           "descriptor limit [%lld] is below the [%lld] that maxconnection[%d] needs",
-          static_cast<long long>(wanted.rlim_cur), static_cast<long long>(needed), maxConnection);
+          static_cast<long long>(allowed), static_cast<long long>(needed), maxConnection);
     char what[160];
-    std::snprintf(
-        what, sizeof(what), "%d clients need %lld descriptors, but the system allows only %lld",
-        maxConnection, static_cast<long long>(needed), static_cast<long long>(wanted.rlim_cur));
+    std::snprintf(what, sizeof(what),
+                  "%d clients need %lld descriptors, but the system allows only %lld",
+                  maxConnection, static_cast<long long>(needed), static_cast<long long>(allowed));
     ComplainConfig("listen", "maxconnection", what);
 }
 
@@ -75,13 +70,13 @@ bool BringUp(LobbyServer& server, const char* name, const Endpoint& endpoint, Li
     if (!server.RecvData(node)) {
         __log(_ERROR, "LobbyServer::ConnectServer",
               "connect '%s', host[%s], port[%d], RecvData() error !, node = %08x", name,
-              endpoint.host, endpoint.port, NodeTag(node));
+              endpoint.host, endpoint.port, PtrTag(node));
         server.Close(node);
         return false;
     }
     __log(_DEBUG, "LobbyServer::ConnectServer",
           "connect '%s' success, host[%s], port[%d], node = %08x !", name, endpoint.host,
-          endpoint.port, NodeTag(node));
+          endpoint.port, PtrTag(node));
     if (auto* metrics = LinkMetricsOf(name)) {
         metrics->connects.Add();
         metrics->up = true;
@@ -136,11 +131,12 @@ int64_t LobbyServer::ConnectServer(const char* name, IPlayerNode*& node) {
     return result;
 }
 
+// Called for every close of a node that might be a link; says whether it was this one.
 bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row) {
     std::lock_guard lock(m_lockLink);
     if (node == nullptr || link != node) return false;
     __log(_ERROR, LINK_ROWS[row].tag, "%s has been closed ! bClosed[%d], node[0x%08x]",
-          LINK_ROWS[row].peer, bClosed, NodeTag(node));
+          LINK_ROWS[row].peer, bClosed, PtrTag(node));
     // Down before the keeper hears of it, so that nobody sends on the closed node meanwhile.
     link = nullptr;
     if (auto* metrics = g_LobbyMetrics.Get()) {
@@ -152,20 +148,21 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, siz
 }
 
 bool LobbyServer::Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login) {
-    const long room = login ? m_lLinkReserve / 2 : m_lLinkReserve;
+    const long room = login ? m_Reserve.places / 2 : m_Reserve.places;
     if (SendIfRoom(link, type, data, length, ENCODE_NONE, room)) return true;
-    if (m_lLinkReserve == 0) return false;
-    ++m_ulNotRelayed;
+    if (m_Reserve.places == 0) return false;
+    ++m_Reserve.refused;
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->notRelayed.Add();
-    if (const long now = ClockUptime(); now != m_lNotRelayedTime) {
-        m_lNotRelayedTime = now;
+    if (const long now = ClockUptime(); now != m_Reserve.told) {
+        m_Reserve.told = now;
         __log(_WARN, "LobbyServer::Relay",
               "node[0x%08x], type[0x%x] is not relayed, [%llu] so far, the link does not keep up",
-              NodeTag(link), type, static_cast<unsigned long long>(m_ulNotRelayed));
+              PtrTag(link), type, static_cast<unsigned long long>(m_Reserve.refused));
     }
     return false;
 }
 
+// The listener first: a lobby without Redis serves, a Redis without a listener is of no use.
 int64_t LobbyServer::StartLobbyService() {
     Endpoint endpoint;
     // The borrowed tag is what log readers filter by.
@@ -176,7 +173,7 @@ int64_t LobbyServer::StartLobbyService() {
     }
     const int maxConnection = ReadInt(m_ConfigFile, KeyOf("listen", "maxconnection"));
     m_iPort = endpoint.port;
-    RaiseDescriptorLimit(maxConnection);
+    AllowClients(maxConnection);
     WarnOfSweepGuard(maxConnection);
     m_lpLobbyServer = Create(true, endpoint.host, static_cast<unsigned short>(endpoint.port), 0,
                              maxConnection, kIPv4, kStream, kTcp);
@@ -193,11 +190,11 @@ int64_t LobbyServer::StartLobbyService() {
     if (RecvData(node)) {
         __log(_DEBUG, "LobbyServer::StartLobbyService",
               "listen and start service success, host[%s], port[%d], node[0x%08x] !", endpoint.host,
-              endpoint.port, NodeTag(node));
+              endpoint.port, PtrTag(node));
         result = 0;
     } else {
         __log(_ERROR, "LobbyServer::StartLobbyService",
-              "GameProvider::RecvData() error !, node[0x%08x]", NodeTag(node));
+              "GameProvider::RecvData() error !, node[0x%08x]", PtrTag(node));
         Close(node);
     }
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->serving = result == 0;

@@ -1,6 +1,4 @@
 // What changes while players are online.
-#include <strings.h>
-
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -10,6 +8,7 @@
 #include "Common/IniFile.h"
 #include "Common/Log.h"
 #include "Common/Supervisor.h"
+#include "Common/Text.h"
 #include "ConfigCheck.h"
 #include "ConfigKeys.h"
 #include "LobbyMetrics.h"
@@ -35,9 +34,8 @@ bool LoadGood(const char* name, CIniFile& content) {
                      [&](const ConfigFile& one) { return one.name == std::string_view(name); });
     for (const check::Problem& problem : check::CheckFile(*file, ".")) {
         const bool matters = std::string_view(name) != "LobbyServer.cfg" ||
-                             problem.section.empty() ||
-                             strcasecmp(problem.section.c_str(), "limits") == 0 ||
-                             strcasecmp(problem.key.c_str(), "level") == 0;
+                             problem.section.empty() || SameText(problem.section, "limits") ||
+                             SameText(problem.key, "level");
         if (!matters) continue;
         __log(_ERROR, kTag, "reload '%s': kept as it was, %s", name, TextOf(problem).c_str());
         return false;
@@ -97,6 +95,9 @@ std::optional<MessageLimits> ReadLimitsAndLevel() {
 
 }  // namespace
 
+// Reads everything before anything is handed over, on the thread of the signals: files on a slow
+// disk cost the players nothing. A second reload before the worker's next tick takes the first
+// one's place.
 void LobbyServer::Reload() {
     TellReloading();
     auto fresh = std::make_shared<Reloaded>();
@@ -104,26 +105,15 @@ void LobbyServer::Reload() {
     fresh->accounts = ReadAccounts();
     fresh->tournament = ReadTournament();
     fresh->limits = ReadLimitsAndLevel();
-    {
-        const std::lock_guard lock(m_lockReload);
-        m_lpReloaded = std::move(fresh);
-    }
-    m_bReloaded = true;
+    m_Reloaded.Put(std::move(fresh));
     TellSupervisor("READY=1");
 }
 
-void LobbyServer::TakeReloaded() {
-    m_bReloaded = false;  // first: what comes from now on is taken by the next tick
-    std::shared_ptr<Reloaded> fresh;
-    {
-        const std::lock_guard lock(m_lockReload);
-        fresh = std::move(m_lpReloaded);
-    }
-    if (fresh == nullptr) return;
-    if (fresh->names) m_ForbiddenNames = std::move(*fresh->names);
-    if (fresh->accounts) m_DisabledUsers = std::move(*fresh->accounts);
-    if (fresh->tournament) m_competeConfig.Replace(*fresh->tournament);
-    if (fresh->limits) m_Limits.Replace(*fresh->limits);
+void LobbyServer::PutToUse(Reloaded& fresh) {
+    if (fresh.names) m_ForbiddenNames = std::move(*fresh.names);
+    if (fresh.accounts) m_DisabledUsers = std::move(*fresh.accounts);
+    if (fresh.tournament) m_competeConfig.Replace(*fresh.tournament);
+    if (fresh.limits) m_Limits.Replace(*fresh.limits);
 }
 
 void LobbyServer::BeginDrain() {

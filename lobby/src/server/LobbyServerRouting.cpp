@@ -8,7 +8,6 @@
 #include "LobbyClientHandler.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
-#include "Period.h"
 #include "WebServerHandler.h"
 #include "activitySystem/ActivitySystem.h"
 #include "lobby_client_msg.h"
@@ -21,12 +20,6 @@ constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
 constexpr long kSubscribeKeySeconds = 180;
 
-// As PeriodPassed; the first call only sets the stamp.
-bool IsDue(std::optional<long>& stamp, long now, long period) {
-    if (!stamp) stamp = now;
-    return PeriodPassed(*stamp, now, period);
-}
-
 }  // namespace
 
 void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) {
@@ -37,7 +30,7 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
         return;
     } else if (type == CLIENT_FORBIDDEN_C2S) {
         __log(_WARN, "LobbyServer::OnNetMessage",
-              "client response type invalid ! node[0x%08x], type[0x%x]", NodeTag(node), type);
+              "client response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node), type);
         CountRefusal(Refusal::ForbiddenType);
         Close(node);
     } else if (type == MSG_KEEP_ALIVE) {
@@ -47,7 +40,7 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
     } else if (!m_Links.Take(node, type, data, length) &&
                !m_lpLobbyClientHandler->OnNetMessage(node, type, data, length)) {
         __log(_ERROR, "LobbyServer::OnNetMessage", "lpPlayerNode[%d]非法消息类型[%0x]",
-              static_cast<int>(NodeTag(node)), type);
+              static_cast<int>(PtrTag(node)), type);
     }
 }
 
@@ -61,7 +54,7 @@ bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
     if (first) {
         __log(_WARN, "LobbyServer::OnNetMessage",
               "node[0x%08x], userid[%d], type[0x%x] more than count[%d] in seconds[%d], %s",
-              NodeTag(node), player->m_iUserID, type, static_cast<int>(rule->count),
+              PtrTag(node), player->m_iUserID, type, static_cast<int>(rule->count),
               static_cast<int>(rule->seconds), close ? "closed" : "dropped");
     }
     if (close) Close(node);
@@ -74,7 +67,7 @@ void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
     auto* player = static_cast<LobbyPlayer*>(node);
     if (m_lpLobbyServer == node) {
         __log(_ERROR, "LobbyServer::OnClosed",
-              "lobby server has been closed ! bClosed[%d], node[0x%08x]", bClosed, NodeTag(node));
+              "lobby server has been closed ! bClosed[%d], node[0x%08x]", bClosed, PtrTag(node));
         // The node is recycled: its next connection is a client's.
         m_lpLobbyServer = nullptr;
     } else if (m_Links.TakeClose(node, bClosed)) {
@@ -90,7 +83,7 @@ void LobbyServer::OnClosed(IPlayerNode* node, bool bClosed) {
 void LobbyServer::CloseClient(LobbyPlayer* player, bool bClosed) {
     m_lpLobbyClientHandler->unsubscribe(player, std::string());
     __log(_DEBUG, "LobbyServer::OnClosed", "lobby client userid[%d] node[0x%08x]",
-          player->m_iUserID, NodeTag(player));
+          player->m_iUserID, PtrTag(player));
     if (player->m_bDelOnline) m_OnlineRegistry.Leave(player);
     m_lpLobbyClientHandler->DropEarlySubscriptions(*player);
     m_closedAccounts.Keep(*player);
@@ -103,37 +96,29 @@ void LobbyServer::OnTimer(long now) {
     m_OnlineRegistry.Deliver();
     if (!m_bTicking.load(std::memory_order_acquire)) return;
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->lastPass.store(now);
-    if (m_bReloaded.load(std::memory_order_relaxed)) TakeReloaded();
+    if (const auto fresh = m_Reloaded.Take()) PutToUse(*fresh);
     // Further ahead than one period means that the clock was set back.
     if (now >= m_lTimer || m_lTimer - now > kKeepAliveSeconds) {
         m_Links.KeepAlive();
         m_lTimer = ClockNow() + kKeepAliveSeconds;
     }
     RunPeriodicJobs(now);
-    RequestKeysWhenDue(now);
     m_pActivitySystem->OnTimer(now);
     m_lpWebServerHandler->OnTimer(now);
     m_competeConfig.OnTimer(now);
 }
 
 void LobbyServer::RunPeriodicJobs(long now) {
-    if (IsDue(m_lShowListTime, now, kShowListSeconds)) {
+    if (m_ShowList.Passed(now, kShowListSeconds)) {
         m_lpCenterServerHandler->refreshShowGameList();
         m_lpDataServerHandler->SendActivityConfigReq(0);
         loadSensitiveNameCfg();
     }
-    if (IsDue(m_lStopSwitchTime, now, kStopSwitchSeconds)) {
+    if (m_StopSwitch.Passed(now, kStopSwitchSeconds)) {
         m_lpConfigServerHandler->SendLobbyStopSwitchReqToConfig();
     }
-    if (IsDue(m_lKickOutTime, now, kKickOutSeconds) && m_iLobbyStopSwitch > 0) {
+    if (m_KickOut.Passed(now, kKickOutSeconds) && m_iLobbyStopSwitch > 0) {
         KickOutAllLobbyPlayer();
     }
-}
-
-// Starts from zero, not from the first tick: that tick sets the stamp, and the first request
-// follows a whole period later.
-void LobbyServer::RequestKeysWhenDue(long now) {
-    const bool started = m_lSubscribeKeyTime != 0;
-    if (PeriodPassed(m_lSubscribeKeyTime, now, kSubscribeKeySeconds) && started)
-        RequestSubscribeKeyCfg();
+    if (m_SubscribeKeys.Passed(now, kSubscribeKeySeconds)) RequestSubscribeKeyCfg();
 }

@@ -1,4 +1,4 @@
-// Logins, kick-outs and the checks on users and names.
+// Logins, kick-outs and what goes to single links.
 #include <vector>
 
 #include "CenterServerHandler.h"
@@ -10,10 +10,12 @@
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
-#include "Settings.h"
 #include "center_server_msg.h"
 #include "lobby_client_msg.h"
 
+// Nothing is answered here: who is turned away is closed, and who is not hears from
+// CheckforClientIsReady once the queue server has confirmed him. A second notice of a session
+// changes nothing, or a client could become somebody else after his login.
 void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long length) {
     AssertWorker();
     constexpr const char* tag = "LobbyServer::OnLobbyClientConnectNotice";
@@ -21,7 +23,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
     if (player->m_cLoginType != 0) {
         // The borrowed name is what log readers filter by.
         __log(_DEBUG, "LobbyServer::OnGameClientConnectNotice",
-              "node[%x] 玩家[%d]已经注册过 m_cLoginType[%d]!!!!!!!", NodeTag(node),
+              "node[%x] 玩家[%d]已经注册过 m_cLoginType[%d]!!!!!!!", PtrTag(node),
               player->m_iUserID, player->m_cLoginType);
         return;
     }
@@ -33,7 +35,7 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
     }
     if (length != sizeof(tagLobbyClientConnectNotice)) {
         __log(_ERROR, tag, "node[0x%08x], buffer length is not match ! length[%d] != sizeof[%d]",
-              NodeTag(node), static_cast<int>(length),
+              PtrTag(node), static_cast<int>(length),
               static_cast<int>(sizeof(tagLobbyClientConnectNotice)));
         CountRefusal(Refusal::BadLength);
         Close(node);
@@ -41,13 +43,13 @@ void LobbyServer::OnLobbyClientConnectNotice(IPlayerNode* node, void* data, long
     }
     const auto notice = ReadMsg<tagLobbyClientConnectNotice>(data, length);
     if (m_DisabledUsers.Contains(notice.iUserID)) {
-        __log(_DEBUG, tag, "node[%x],iUserID = [%d] ---禁用账号!", NodeTag(node), notice.iUserID);
+        __log(_DEBUG, tag, "node[%x],iUserID = [%d] ---禁用账号!", PtrTag(node), notice.iUserID);
         CountRefusal(Refusal::DisabledUser);
         Close(node);
         return;
     }
     __log(_DEBUG, tag, "userid[%d],  lobbysiteid[%d], node[0x%08x]", notice.iUserID,
-          notice.iLobbySiteID, NodeTag(node));
+          notice.iLobbySiteID, PtrTag(node));
     player->m_iUserID = notice.iUserID;
     player->m_iLoginSiteID = notice.iLobbySiteID;
     player->m_cLoginType = LOGIN_LOBBY;
@@ -72,18 +74,11 @@ void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result)
     SendData(node, LOBBY_AUTHEN_RES_S2C, &answer, sizeof(answer), ENCODE_NONE);
 }
 
-LobbyPlayer* LobbyServer::GetPlayerByUserID(int userID) {
-    return m_lpLobbyClientHandler->GetPlayerByUserID(userID);
-}
-
-LobbyPlayer* LobbyServer::GetClientLobbyPlayer() {
-    return m_lpLobbyClientHandler->GetClientLobbyPlayer();
-}
-
-void LobbyServer::SendKickOut(LobbyPlayer* player, bool bStopSwitch) {
+// The notice goes out before the close: what is queued for a connection is still sent.
+void LobbyServer::KickOutSession(LobbyPlayer* player, bool bStopSwitch) {
     __log(_DEBUG,
           bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
-          "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, NodeTag(player));
+          "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, PtrTag(player));
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->kickOuts.Add();
     LobbyKickOutNotice notice;
     ZeroMsg(notice);
@@ -103,7 +98,7 @@ int LobbyServer::KickOutLobbyPlayer(int userID, LobbyPlayer* except) {
     }
     LobbyPlayer* player = m_lpLobbyClientHandler->m_Sessions.Find(userID, except);
     if (player == nullptr) return 0;
-    SendKickOut(player, false);
+    KickOutSession(player);
     return 1;
 }
 
@@ -113,7 +108,7 @@ void LobbyServer::KickOutAllLobbyPlayer() {
     std::vector<LobbyPlayer*> players;
     m_lpLobbyClientHandler->m_Sessions.ForEach([&](LobbyPlayer* p) { players.push_back(p); });
     for (LobbyPlayer* player : players)
-        SendKickOut(player, true);
+        KickOutSession(player, true);
 }
 
 void LobbyServer::SendKickOutNoticeToCenter(int userID) {
@@ -127,26 +122,6 @@ void LobbyServer::SendKickOutNoticeToCenter(int userID) {
     }
 }
 
-void LobbyServer::loadSensitiveNameCfg() {
-    m_ConfigSensitiveNameCfg.InitFile("SensitiveName.cfg");
-    m_ForbiddenNames.Load(m_ConfigSensitiveNameCfg);
-    m_ConfigFileDiscUserID.InitFile("disconnectuserid.cfg");
-    const int count = m_DisabledUsers.Load(m_ConfigFileDiscUserID);
-    __log(_WARN, "LobbyServer::loadSensitiveNameCfg", "iCount = [%d],m_vcDisconnnetUserID = [%d]",
-          count, static_cast<int>(m_vcDisconnnetUserID.size()));
-}
-
-int LobbyServer::isContainSensitiveName(const char* name) {
-    const std::string* fragment = m_ForbiddenNames.FindIn(name);
-    if (fragment == nullptr) return 0;
-    __log(_ERROR, "LobbyServer::isContainSensitiveName", "包含敏感字[%s]", fragment->c_str());
-    return 1;
-}
-
-int LobbyServer::GetVipLevel(int value) {
-    return m_Vip.Level(value);
-}
-
 int LobbyServer::SendMsgToDataServer(int type, void* data, long length) {
     IPlayerNode* node = m_lpDataServerHandler->m_lpDataServer;
     if (node == nullptr) return 0;
@@ -158,28 +133,4 @@ int LobbyServer::SendMsgToConfigServer(int type, unsigned char* data, long lengt
     IPlayerNode* node = m_lpConfigServerHandler->m_lpConfigServer;
     if (node == nullptr) return 0;
     return SendData(node, static_cast<unsigned short>(type), data, length, ENCODE_NONE);
-}
-
-void LobbyServer::SendMsgToPlayerByID(int userID, unsigned short type, char* data, long length) {
-    m_lpLobbyClientHandler->SendMsgToPlayerByID(userID, type, data, length);
-}
-
-void LobbyServer::SendMsgToAllLobbyClent(unsigned short type, void* data, long length) {
-    m_lpLobbyClientHandler->SendMsgToAllLobbyClent(type, data, length);
-}
-
-void LobbyServer::HandleRechargeSucessNotice(void* data, long length) {
-    m_lpLobbyClientHandler->HandleRechargeSucessNotice(data, length);
-}
-
-void LobbyServer::HandleConsumeSucessNotice(void* data, long length) {
-    m_lpLobbyClientHandler->HandleConsumeSucessNotice(data, length);
-}
-
-void LobbyServer::HandleSychUserDataMsg(void* data, long length) {
-    m_lpLobbyClientHandler->HandleSychUserDataMsg(data, length);
-}
-
-void LobbyServer::HandleSychUserDataMsg(IPlayerNode* node, void* data, long length) {
-    m_lpLobbyClientHandler->HandleSychUserDataMsg(node, data, length);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Common/Log.h"
+#include "Common/Text.h"
 #include "ConfigKeys.h"
 
 CIniFile m_ConfigFile;
@@ -27,6 +28,8 @@ void ComplainConfig(const char* section, const char* key, const char* what) {
     std::fprintf(stderr, "LobbyServer.cfg: section [%s], key \"%s\": %s\n", section, key, what);
 }
 
+// Asks for the length first, so that a value of any length gets a complaint of its own rather than
+// one about what a fixed buffer would have left of it.
 bool ReadEndpoint(const char* section, const char* key, Endpoint& endpoint) {
     const int size = m_ConfigFile.GetValueStr(section, key, nullptr, 0);
     if (size == 0) {
@@ -51,6 +54,8 @@ MessageLimits ReadLimits() {
     return limits;
 }
 
+// A network that cannot be read is left out, never widened: a proxy too few costs the clients
+// behind it their addresses in the log, one too many lets anybody forge them.
 ProxyTrust ReadProxies() {
     char list[1024] = {};
     constexpr const char* kKey = KeyOf("listen", "trusted_proxies").name;
@@ -58,14 +63,11 @@ ProxyTrust ReadProxies() {
         IgnoreValue("listen", kKey, "...", "longer than the 1023 characters allowed");
     }
     ProxyTrust trust;
-    std::string_view rest(list);
-    while (!rest.empty()) {
-        const std::string network(rest.substr(0, rest.find(',')));
-        rest.remove_prefix(std::min(network.size() + 1, rest.size()));
-        if (!trust.networks.Add(network)) {
-            IgnoreValue("listen", kKey, network.c_str(), "not a network such as 10.0.0.0/8");
-        }
-    }
+    ForEachPiece(list, [&trust](std::string_view network) {
+        if (trust.networks.Add(network)) return;
+        IgnoreValue("listen", kKey, std::string(network).c_str(),
+                    "not a network such as 10.0.0.0/8");
+    });
     constexpr const ConfigKey& kHeader = KeyOf("listen", "proxy_protocol");
     const int header = ReadInt(m_ConfigFile, kHeader);
     if (header < kHeader.least || header > kHeader.most) {

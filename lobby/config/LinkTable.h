@@ -6,10 +6,12 @@
 #include <string_view>
 
 // What tells one link from the others. The numbers are agreed with the reconnect keeper, the words
-// with those who read the log.
+// with those who read the log. The handlers find their rows by the key; the configuration's rows
+// and the metrics are made from them.
 struct LinkRow {
     int id;              // the keeper's number
     const char* key;     // of its address, in section connect of LobbyServer.cfg
+    const char* server;  // what that address is of
     const char* metric;  // its label among the figures
     const char* peer;    // the words its close line starts with
     const char* tag;     // of that line
@@ -17,12 +19,14 @@ struct LinkRow {
 
 // In the order in which the links are kept alive.
 inline constexpr LinkRow LINK_ROWS[] = {
-    {1, "center_server", "center", "center server", "CenterServerHandler::OnClosed"},
-    {2, "bulletin_server", "web", "web server", "WebServerHandler::OnClosed"},
-    {5, "log_server", "log", "log server", "LogServerHandler::OnClosed"},
-    {4, "queue_server", "queue", "authen server", "QueueServerHandler::OnClosed"},
-    {6, "data_server", "data", "database server", "DataServerHandler::OnClosed"},
-    {9, "config_server", "config", "config server", "ConfigServerHandler::OnClosed"},
+    {1, "center_server", "center server", "center", "center server",
+     "CenterServerHandler::OnClosed"},
+    {2, "bulletin_server", "web server", "web", "web server", "WebServerHandler::OnClosed"},
+    {5, "log_server", "log server", "log", "log server", "LogServerHandler::OnClosed"},
+    {4, "queue_server", "queue server", "queue", "authen server", "QueueServerHandler::OnClosed"},
+    {6, "data_server", "data server", "data", "database server", "DataServerHandler::OnClosed"},
+    {9, "config_server", "config server", "config", "config server",
+     "ConfigServerHandler::OnClosed"},
 };
 inline constexpr size_t LINKS = std::size(LINK_ROWS);
 
