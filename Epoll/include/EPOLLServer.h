@@ -92,6 +92,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     DataBuffer* NextQueued();
     DataBuffer* ReadRecord();
     void AppendOwn(DataBuffer* record);
+    DataBuffer* NewRecord();               // any thread
+    void KeepRecord(DataBuffer* record);
     bool TakeBatch();
     bool MoreAtHand() const;
     void MeasurePass();
@@ -134,6 +136,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     static constinit thread_local const EPOLLServer* t_lpWorkerOf;
 
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
+    std::atomic<bool> m_bQueued{false};  // set behind every record put into m_lpNode
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
     bool m_bWakeup = false;                      // constant after Initialize
     bool m_bWebSocket = false;                   // constant after Initialize
@@ -172,6 +175,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lBatchPos = 0;
     DataBuffer* m_lpOwn = nullptr;  // records of what it read itself, oldest first
     DataBuffer* m_lpOwnTail = nullptr;
+    DataBuffer* m_lpSpare = nullptr;  // a record for what it reads next
     std::unique_ptr<TakenEvents> m_lpEvents;  // with m_bWakeup
     HEADER_MAP m_mapHeader;
     Websocket_Request m_Request;

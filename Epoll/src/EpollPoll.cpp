@@ -25,9 +25,10 @@ constexpr unsigned kRefusedUs = 1000;
 constexpr long kStreamGatherUs = 100;
 // A poll thread reads so many blocks of a connection before it goes on to the next.
 constexpr int kBlocksPerTurn = 16;
-// How often a worker that reads for itself is looked at: often while it has much to do.
+// How often a worker that reads for itself is looked at: often while it has much to do. While it has
+// nothing to do that is its timer, too.
 constexpr long kMinWatchMs = 4;
-constexpr long kMaxWatchMs = 32;
+constexpr long kMaxWatchMs = 16;
 
 }  // namespace
 
@@ -114,8 +115,9 @@ void Epoll::WatchWorker() {
         const unsigned long progress = WorkerProgress();
         const unsigned long passes = progress - seen;
         seen = progress;
+        // One that waits has passed at every ring.
         if (passes == 0) StandIn(taken, progress);
-        // Idle it passes once a millisecond.
+        m_WorkerBell.Ring();
         const bool busy = passes == 0 || passes > 2 * static_cast<unsigned long>(pauseMs);
         pauseMs = busy ? kMinWatchMs : std::min(2 * pauseMs, kMaxWatchMs);
     }
