@@ -127,9 +127,10 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     // One wake of the worker takes so many records off the queue in one go.
     static constexpr long kBatch = 64;
-    // A worker that reads for itself takes so many events at once, and of each connection so many
-    // blocks: more would let a flood wait in memory, and others behind it.
-    static constexpr int kEvents = 256;
+    // A worker that reads for itself takes so many events at once, that it sees past a crowd that
+    // leaves to those who stay; and of each connection so many blocks: more would let a flood wait
+    // in memory, and others behind it.
+    static constexpr int kEvents = 4096;
     static constexpr int kOwnBlocks = 1;
 
     // Set on the worker's thread.

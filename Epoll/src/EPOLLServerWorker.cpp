@@ -118,8 +118,10 @@ DataBuffer* EPOLLServer::NextQueued() {
 // Serves events until one has brought something. What a poll thread queued meanwhile is older.
 DataBuffer* EPOLLServer::ReadRecord() {
     const Lead lead(*this);
-    while (m_lpOwn == nullptr && m_lpEvents->Left() && !TakeBatch())
+    while (m_lpOwn == nullptr && m_lpEvents->Left() && !TakeBatch()) {
+        if (m_lpEvents->WantsLook()) TakeEvents(*m_lpEvents, 0);
         ServeNext(*m_lpEvents);
+    }
     return NextQueued();
 }
 
