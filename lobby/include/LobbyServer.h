@@ -12,7 +12,6 @@
 #include "CompeteConfig.h"
 #include "Game/NetGame.h"
 #include "LinkList.h"
-#include "LinkReserve.h"
 #include "LobbyHandlers.h"
 #include "LobbyPlayer.h"
 #include "LobbyRedisServer.h"
@@ -21,6 +20,7 @@
 #include "OnlineRegistry.h"
 #include "Period.h"
 #include "ReconnectService.h"
+#include "RelayGuard.h"
 
 class ActivitySystem;
 class IActivityHandler;
@@ -69,10 +69,9 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Takes the closed link of that row down and has the keeper open it again; false when node is
     // not the link.
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row);
-    // Sends on a link what a client caused. Where the key link_reserve is set it may be refused: a
-    // request where the link's ring has no more free places than that, a login where it has half of
-    // them. What is the lobby's own is sent by SendData. Message worker.
-    bool Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login = false);
+    // Sends on a link what a client caused, unless RelayGuard refuses it. Message worker.
+    bool Relay(const LobbyPlayer& asker, IPlayerNode* link, uint16_t type, void* data, long length,
+               bool login = false);
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
     // Always true: the registry starts without Redis and finds it later. Main.
@@ -137,7 +136,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     Mailbox<Reloaded> m_Reloaded;  // what Reload read, until the worker takes it
     std::atomic<bool> m_bDraining{false};
     MessageLimits m_Limits;  // message worker, once constructed
-    LinkReserve m_Reserve;
+    RelayGuard m_Relays;     // the same
 
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};

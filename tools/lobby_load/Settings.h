@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "Game/NetMessage.h"
+
 struct Settings {
     std::string mode;
     std::string host = "127.0.0.1";
@@ -19,13 +21,14 @@ struct Settings {
     bool quiet = false;
 
     // Echo modes.
-    uint32_t size = 64;      // whole message
-    uint32_t inFlight = 1;   // per connection
-    double rate = 0;         // messages or operations per second over all; 0: closed loop
-    uint32_t rounds = 20;    // broadcasts
-    bool stopped = false;    // beside a WebSocket client that does not read
-    bool flooder = false;    // beside a client that sends as fast as the server takes it
-    bool broadcast = false;  // one message to all instead; lobby_echo only
+    uint32_t size = 64;     // whole message
+    uint32_t inFlight = 1;  // per connection
+    double rate = 0;        // messages or operations per second over all; 0: closed loop
+    uint32_t rounds = 20;   // broadcasts
+    bool stopped = false;   // beside a WebSocket client that does not read
+    bool flooder = false;   // beside a client that sends as fast as the server takes it ...
+    uint16_t floodType = MSG_KEEP_ALIVE;  // ... messages of this type
+    bool broadcast = false;               // one message to all instead; lobby_echo only
 
     // Players.
     int32_t firstUser = 20001;

@@ -102,7 +102,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
     ZeroMsg(msg);
     msg.iUserId = req.iUserId;
     SetSession(msg, player);
-    if (!SendToQueue(REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
+    if (!SendToQueue(player, REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
     }
 }
@@ -245,7 +245,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     msg.iUserIDFrom = player->m_iUserID;
     msg.iUserIDRecv = req.iRecvUserID;
     msg.llExchangeCoin = req.llExhangeCoin;
-    SendToQueue(EXCHANGE_COIN_L2Q, &msg, sizeof(msg));
+    SendToQueue(player, EXCHANGE_COIN_L2Q, &msg, sizeof(msg));
     // The line ends in "illegal" although the transfer was accepted; log readers filter by it.
     __log(_WARN, tag, "userid[%d] firstmoney[%lld] exchagecoin[%lld] to idrecv[%d] illegal.",
           player->m_iUserID, static_cast<long long>(player->llGameCoin),

@@ -129,8 +129,10 @@ void LobbyServer::InitializeNetwork() {
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
     SetReusePort(ReadInt(m_ConfigFile, KeyOf("listen", "reuse_port")) != 0);
     SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
-    m_Reserve.places = ReadReserve(sendCount);
-    SetLimits(ReadNetLimits(m_Reserve.places > 0));
+    const long reserve = ReadReserve(sendCount);
+    m_Relays.SetReserve(reserve);
+    m_Relays.SetStrangerRate(ReadCount(KeyOf("network", "stranger_rate")));
+    SetLimits(ReadNetLimits(reserve > 0));
     m_iSendBulletinTime = ReadInt(m_ConfigFile, KeyOf("init", "sendbulletintime"));
     if (Initialize(recvCount, sendCount, interval, timeout, 0, 0, 0)) {
         __log(_DEBUG, "LobbyServer::LobbyServer",

@@ -147,19 +147,14 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, siz
     return true;
 }
 
-bool LobbyServer::Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login) {
-    const long room = login ? m_Reserve.places / 2 : m_Reserve.places;
-    if (SendIfRoom(link, type, data, length, ENCODE_NONE, room)) return true;
-    if (m_Reserve.places == 0) return false;
-    ++m_Reserve.refused;
-    if (auto* metrics = g_LobbyMetrics.Get()) metrics->notRelayed.Add();
-    if (const long now = ClockUptime(); now != m_Reserve.told) {
-        m_Reserve.told = now;
-        __log(_WARN, "LobbyServer::Relay",
-              "node[0x%08x], type[0x%x] is not relayed, [%llu] so far, the link does not keep up",
-              PtrTag(link), type, static_cast<unsigned long long>(m_Reserve.refused));
+bool LobbyServer::Relay(const LobbyPlayer& asker, IPlayerNode* link, uint16_t type, void* data,
+                        long length, bool login) {
+    if (!m_Relays.MayAsk(asker, login)) {
+        return m_Relays.Refuse(link, type, "clients without a login ask for too much");
     }
-    return false;
+    const long reserve = m_Relays.Reserve(login);
+    if (SendIfRoom(link, type, data, length, ENCODE_NONE, reserve)) return true;
+    return reserve > 0 && m_Relays.Refuse(link, type, "the link does not keep up");
 }
 
 // The listener first: a lobby without Redis serves, a Redis without a listener is of no use.
