@@ -3,7 +3,7 @@
 #include <set>
 #include <tuple>
 
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 
 namespace {
 
@@ -85,6 +85,12 @@ TEST_F(FarmTest, MessagesReachTheirUserOrEverybodyOrTheSubscribersAndDirectOnesA
         const std::vector<Types_> got{Types(a), Types(older), Types(b), Types(Link(LOG))};
         EXPECT_EQ(got, c.expected) << c.userId << c.key;
     }
+    for (LobbyPlayer* of : {older, b})  // two connections of a user
+        Subscribe(of, kKey);
+    Farm(3, 100, 0, kKey);
+    for (LobbyPlayer* each : {a, older, b})
+        EXPECT_EQ(Types(each), Types_{0xF4});
+    Unsubscribe(b, kKey);
 
     const std::string text(1024, 'm');
     const auto numbers = [](std::initializer_list<int32_t> values) {

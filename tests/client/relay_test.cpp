@@ -1,5 +1,5 @@
 // Requests that are wrapped for the queue server, and results unwrapped for their clients.
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "config_server_msg.h"
 
 namespace {

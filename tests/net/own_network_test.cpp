@@ -51,13 +51,13 @@ TEST_F(OwnNetwork, APeerThatTakesNothingForHalfAMinuteLosesItsLink) {
     ASSERT_TRUE(link != nullptr && server.RecvData(link));
     Stopwatch watch;
     std::string body(4096, 'x');
-    EXPECT_TRUE(WaitFor(
+    EXPECT_TRUE(Eventually(
         [&] {
             server.SendData(link, 1, body.data(), 4096, ENCODE_NONE);
             return server.closes == 1;
         },
-        60000));
-    EXPECT_GE(watch.Lap(), 20s);
+        60));
+    EXPECT_GE(watch.Lap(), 20);
 }
 
 TEST_F(OwnNetwork, AGoneHostIsNoticedHalfAMinuteAfterTheNextMessage) {
@@ -68,12 +68,12 @@ TEST_F(OwnNetwork, AGoneHostIsNoticedHalfAMinuteAfterTheNextMessage) {
     IPlayerNode* link = server.Dial(peer.port);
     ASSERT_TRUE(link != nullptr && server.RecvData(link));
     ASSERT_TRUE(server.SendData(link, 1, nullptr, 0, ENCODE_NONE));
-    ASSERT_TRUE(WaitFor([&] { return server.messages >= 1; })) << "the echo";
+    ASSERT_TRUE(Eventually([&] { return server.messages >= 1; })) << "the echo";
     Loopback(false);
     Stopwatch watch;
     server.SendData(link, 1, nullptr, 0, ENCODE_NONE);
-    EXPECT_TRUE(WaitFor([&] { return server.closes == 1; }, 60000));
+    EXPECT_TRUE(Eventually([&] { return server.closes == 1; }, 60));
     const auto waited = watch.Lap();
-    EXPECT_GE(waited, 20s);
-    EXPECT_LE(waited, 34s);  // and up to 25 s before the message: within a minute
+    EXPECT_GE(waited, 20);
+    EXPECT_LE(waited, 34);  // and up to 25 s before the message: within a minute
 }

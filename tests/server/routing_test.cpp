@@ -1,4 +1,4 @@
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "PublisherMsg.h"
 #include "SessionList.h"
 
