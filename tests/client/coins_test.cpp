@@ -150,7 +150,7 @@ TEST_F(CoinsTest, ExchangesKeepFiveSeconds) {
     expected.llExchangeCoin = 1000;
     // Refused, which leaves the stamp alone.
     const std::tuple<int32_t, int64_t, int32_t> refused[] = {
-        {10001, 5, 2},    {10001, -5, 2},        {10002, 0, 3},        {10002, -5, 3},
+        {10001, 5, 4},    {10001, -5, 4},        {10002, 0, 3},        {10002, -5, 3},
         {10002, 1001, 3}, {10002, INT64_MIN, 3}, {10002, INT64_MAX, 3}};
     for (const auto& [to, amount, code] : refused) {
         Exchange(giver, to, amount);

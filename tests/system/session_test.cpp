@@ -75,20 +75,6 @@ TEST_F(SessionTest, PlayerMovesToAnotherLobbyAndIsPutOutOfTheFirst) {
     EXPECT_EQ(there->Take(5, BANK_PASSWORD).ucResultType, 0);
 }
 
-TEST_F(SessionTest, MaintenanceEmptiesTheLobbyUntilItIsSwitchedOff) {
-    Serve();
-    auto player = LoggedIn(10001);
-    platform.DoCommand("stop 1");
-    const auto notice = player->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
-    EXPECT_TRUE(notice.bStopSwitch);
-    EXPECT_TRUE(Closed(*player));
-    EXPECT_THROW(LoggedIn(10002), client::ConnectionLost);
-    EXPECT_TRUE(AwaitOffline(10001));
-    platform.DoCommand("stop 0");
-    EXPECT_TRUE(Eventually([&] { return lobby.LogHas("return stop_switch[0] Success!"); }));
-    EXPECT_NO_THROW(LoggedIn(10002));
-}
-
 TEST_F(SystemTest, EveryLinkIsBackSoonAfterItsServerAndNoPlayerIsDisconnected) {
     Serve();
     auto player = LoggedIn(10001);
