@@ -140,8 +140,8 @@ TEST_F(FarmTest, RefusedSubscriptionsChangeNothing) {
     Subscribe(a, kKey);
     for (const size_t size : {143, 145}) {
         const std::string log = LogOf([&] { net.Deliver(a, 0xF3, std::string(size, 'k')); });
-        EXPECT_TRUE(Has(log, "CLIENT_UNSUBSCRIBE_MSG_C2S size[144] != length[" +
-                                 std::to_string(size) + "]"));
+        EXPECT_TRUE(Has(
+            log, "CLIENT_UNSUBSCRIBE_MSG_C2S size[144] != length[" + std::to_string(size) + "]"));
     }
     EXPECT_EQ(lobby->m_mapStrKeyToPlayer[kKey].size(), 1u);
     // A line per other subscriber only for one key: closing 500 players once wrote 13.6 MB.

@@ -77,13 +77,6 @@ class LimitsTest : public LobbyTest {
     }
 };
 
-size_t Count(const std::string& log, const std::string& text) {
-    size_t count = 0;
-    for (size_t at = 0; (at = log.find(text, at)) != std::string::npos; at += text.size())
-        ++count;
-    return count;
-}
-
 }  // namespace
 
 TEST_F(LimitsTest, DropsWhatIsBeyondAndLogsItOnce) {
