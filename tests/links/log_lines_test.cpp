@@ -180,18 +180,10 @@ TEST_F(LogLines, OfSessionsAndCoins) {
         {exchanged(10004),
          {"[WARN] [OnUserExchangeCoinRes] receiverid[10004] online receive exchagecoin[30] from "
           "userid[10002]."}},
-        {From(CENTER, 0x9100, NoticeLobbyKickOut{{}, 10002}),
-         {"[DEBUG] [CenterServerHandler::OnCenterNoticeKickOut] recv kickout userid[10002]",
-          "[DEBUG] [LobbyServer::KickOutLobbyPlayer] userid[10002] playernode" + tag + " kickout"}},
-        {[&] { net.Hangup(player, false); },
-         {"[DEBUG] [LobbyServer::OnClosed] lobby client userid[10002] node" + tag,
-          "[WARN] [LobbyClientHandler::OnClosed] client has been closed ! userid[10002], "
-          "siteid[0], node" +
-              tag + ", bClosed[0]"}},
     });
 }
 
-TEST_F(LogLines, OfFarmMessagesActivitiesAndLinks) {
+TEST_F(LogLines, OfFarmMessagesAndActivities) {
     constexpr int kActivity = 20180901;
     LobbyPlayer* const player = Online(10002);
     const std::string id = Id(player);
@@ -265,6 +257,21 @@ TEST_F(LogLines, OfFarmMessagesActivitiesAndLinks) {
     const tagDBUpdateUserPropInfo booking{{}, 1, 2, 0, 0, 3, 6, 5, 4, 7, "", 0, 0, 0};
     EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
     net.Hangup(player);
+}
+
+TEST_F(LogLines, OfCloses) {
+    LobbyPlayer* const player = Online(10002);
+    const std::string tag = Tag(player);
+    Expect({
+        {From(CENTER, 0x9100, NoticeLobbyKickOut{{}, 10002}),
+         {"[DEBUG] [CenterServerHandler::OnCenterNoticeKickOut] recv kickout userid[10002]",
+          "[DEBUG] [LobbyServer::KickOutLobbyPlayer] userid[10002] playernode" + tag + " kickout"}},
+        {[&] { net.Hangup(player, false); },
+         {"[DEBUG] [LobbyServer::OnClosed] lobby client userid[10002] node" + tag,
+          "[WARN] [LobbyClientHandler::OnClosed] client has been closed ! userid[10002], "
+          "siteid[0], node" +
+              tag + ", bClosed[0]"}},
+    });
     const std::pair<Port, const char*> links[] = {
         {CENTER, "[CenterServerHandler::OnClosed] center server"},
         {WEB, "[WebServerHandler::OnClosed] web server"},
