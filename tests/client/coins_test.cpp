@@ -114,7 +114,7 @@ TEST(CoinNotices, AreDroppedWithoutALobby) {
     LobbyClientHandler handler(nullptr);
     LobbyPlayer player;
     char notice[32] = {};
-    const std::string log = FolderTest::LogOf([&] {
+    const std::string log = LogOf([&] {
         handler.HandleRechargeSucessNotice(notice, 28);
         handler.HandleConsumeSucessNotice(notice, 25);
         handler.HandleSychUserDataMsg(notice, 28);

@@ -23,7 +23,10 @@ bool Start(LobbyRedisServer& registry, const RedisServer& server, std::string pa
                                      2);
 }
 
-[[maybe_unused]] const int kLogReady = InitializeLog("none.cfg", "redis_registry_test.log");
+struct Logged : testing::Environment {
+    void SetUp() override { InitializeLog("none.cfg", "redis_registry_test.log"); }
+};
+[[maybe_unused]] const auto* const kLogged = testing::AddGlobalTestEnvironment(new Logged);
 
 TEST(APHashRedis, MatchesTheFormula) {
     const std::pair<const char*, unsigned int> rows[] = {
