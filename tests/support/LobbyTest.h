@@ -35,14 +35,18 @@ inline std::string Zeros(size_t count) {
 class FolderTest : public ::testing::Test {
   protected:
     FolderTest() {
-        static const int logReady = InitializeLog("none.cfg", "directories_test.log");
-        (void)logReady;
         g_testNow = 1'700'000'000;
         SetClockSource({[] { return g_testNow; }, [] { return static_cast<long>(g_testNow); }});
     }
     ~FolderTest() override { SetClockSource({}); }
 
   private:
+    // Once, and before the folder, so that its file is nobody's of the test's.
+    static int OpenLog() {
+        static const int opened = InitializeLog("none.cfg", "directories_test.log");
+        return opened;
+    }
+    const int m_opened = OpenLog();
     WorkingFolder m_folder;
 };
 
