@@ -27,11 +27,14 @@ struct Scrape {
     std::map<std::string, double> samples;
     Names families, names;  // names: of samples, whatever their labels
 
-    explicit Scrape(const std::string& text = "")
-        : families(NamesOf(text, "^# TYPE (\\w+) ")), names(NamesOf(text, "^(\\w+)[{ ]")) {
-        for (const std::string& line : Matches(text, "^([^#].* \\S+)$")) {
+    explicit Scrape(const std::string& text = "") {
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
             const size_t blank = line.rfind(' ');
+            if (line.starts_with("# TYPE ")) families.insert(line.substr(7, blank - 7));
+            if (line.starts_with('#') || blank == std::string::npos) continue;
             samples[line.substr(0, blank)] = std::stod(line.substr(blank + 1));
+            names.insert(line.substr(0, line.find_first_of("{ ")));
         }
     }
     double operator[](const std::string& sample) const {
@@ -57,8 +60,9 @@ class MetricsTest : public SystemTest {
     }
     // The lobby logs the port the system chose for it.
     int MetricsPort() const {
-        const auto ports = Matches(lobby.Output(), "metrics success, host.127.0.0.1., port.(\\d+)");
-        return ports.empty() ? 0 : std::stoi(ports[0]);
+        const std::string log = lobby.Output(), words = "metrics success, host[127.0.0.1], port[";
+        const size_t at = log.find(words);
+        return at == std::string::npos ? 0 : std::atoi(&log[at + words.size()]);
     }
     Scrape Get() {
         httplib::Client http("127.0.0.1", MetricsPort());
@@ -90,11 +94,15 @@ class MetricsTest : public SystemTest {
         std::error_code gone;
         for (const auto& entry : std::filesystem::directory_iterator(Proc() + "/fd"))
             own.insert(std::filesystem::read_symlink(entry.path(), gone));
-        const auto listening =  // their inodes
-            Matches(ReadFile(Proc() + "/net/tcp"), "^ *\\S+ \\S+ \\S+ 0A(?: +\\S+){5} +(\\d+)");
-        return std::ranges::count_if(listening, [&](const std::string& inode) {
-            return own.contains("socket:[" + inode + "]");
-        });
+        std::ifstream table(Proc() + "/net/tcp");
+        long count = 0;
+        for (std::string line; std::getline(table, line);) {
+            std::istringstream words(line);
+            const std::vector<std::string> word{std::istream_iterator<std::string>(words), {}};
+            // Its state and its inode.
+            count += word.at(3) == "0A" && own.contains("socket:[" + word.at(9) + "]");
+        }
+        return count;
     }
     std::string Proc() const { return "/proc/" + std::to_string(lobby.Pid()); }
 };
