@@ -5,6 +5,7 @@
 
 #include <regex>
 #include <set>
+#include <sstream>
 
 #include "SystemTest.h"
 
