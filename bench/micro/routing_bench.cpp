@@ -1,21 +1,14 @@
 // One message through the lobby, on a network in memory that only counts what is sent.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 
-#include "LobbyServer.h"
-#include "MemoryNet.h"
-#include "lobby_client_msg.h"
+#include "MemoryLobby.h"
 #include "queue_server_msg.h"
 
 namespace {
 
-constexpr unsigned short kQueuePort = 9003;
 constexpr int32_t kFirstUser = 20001;
 
 struct CountingSender : INetSender {
@@ -36,67 +29,29 @@ struct CountingSender : INetSender {
     static inline long s_sent = 0;
 };
 
-// An empty directory with the configuration of a lobby.
-class Folder {
-  public:
-    Folder() : m_before(std::filesystem::current_path()) {
-        std::string path = (std::filesystem::temp_directory_path() / "lobbyXXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory");
-        m_folder = path;
-        std::filesystem::current_path(m_folder);
-        std::ofstream("LobbyServer.cfg")
-            << "[connect]\ncenter_server=127.0.0.1:9001\nbulletin_server=127.0.0.1:9002\n"
-               "queue_server=127.0.0.1:9003\ndata_server=127.0.0.1:9004\n"
-               "config_server=127.0.0.1:9005\nlog_server=127.0.0.1:9006\n"
-               "[listen]\naddr=127.0.0.1:9100\n[Redis]\nredis_server=127.0.0.1:1\ntimeout=1\n";
-    }
-    ~Folder() {
-        std::filesystem::current_path(m_before);
-        std::filesystem::remove_all(m_folder);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-  private:
-    std::filesystem::path m_before, m_folder;
-};
-
 // A serving lobby with so many players.
-class World {
+class World : MemoryLobby {
   public:
     explicit World(long players) {
-        NetParts parts = m_net.Parts();
-        parts.sender = std::make_unique<CountingSender>();
-        m_lobby = std::make_unique<LobbyServer>(std::move(parts));
-        m_net.Attach(m_lobby.get());
-        if (m_lobby->Start() != 0) throw std::runtime_error("the lobby does not start");
-        for (long i = 0; i < players; ++i)
-            LogIn(kFirstUser + static_cast<int32_t>(i));
+        Configure();
+        Start(std::make_unique<CountingSender>());
+        m_oldest = Login(kFirstUser);
+        for (long i = 1; i < players; ++i)
+            Login(kFirstUser + static_cast<int32_t>(i));
     }
 
-    LobbyServer& Lobby() { return *m_lobby; }
+    LobbyServer& Lobby() { return *lobby; }
     // The one whose session is found last.
     LobbyPlayer* Oldest() { return m_oldest; }
-    IPlayerNode* QueueLink() { return m_net.NodeOfPort(kQueuePort); }
+    IPlayerNode* QueueLink() { return Link(QUEUE); }
     template <class T>
     void Deliver(IPlayerNode* node, uint16_t type, T& message) {
-        m_lobby->OnNetMessage(node, type, &message, sizeof(message));
+        lobby->OnNetMessage(node, type, &message, sizeof(message));
     }
 
   private:
-    void LogIn(int32_t user) {
-        auto* player = static_cast<LobbyPlayer*>(m_net.Connect());
-        if (m_oldest == nullptr) m_oldest = player;
-        tagLobbyClientConnectNotice notice{};
-        notice.iUserID = user;
-        notice.iLobbySiteID = 1;
-        Deliver(player, CLIENT_CONNECT_NOTICE_C2S, notice);
-    }
-
-    Folder m_folder;
-    MemoryNet m_net;
+    WorkingFolder m_folder;
     LobbyPlayer* m_oldest = nullptr;
-    std::unique_ptr<LobbyServer> m_lobby;
 };
 
 void CheckSent(benchmark::State& state, long before) {

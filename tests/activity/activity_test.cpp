@@ -1,6 +1,6 @@
 #include "DataServerHandler.h"
-#include "DirectoryWorld.h"
 #include "ExampleActivity.h"
+#include "LobbyTest.h"
 #include "activityHandler/Activity20171211.h"
 #include "activitySystem/ActivityClientMsg.h"
 #include "activitySystem/ActivitySystem.h"
@@ -182,7 +182,9 @@ TEST_F(ActivityTest, ProgressListInAllBranches) {
     auto multi = Row(kClosed);
     multi.isMultiGame = 1;
     Configure({multi});
+    other->m_iSiteID = 9;
     GiveProgress(other, {});
+    EXPECT_NE(Stored(kElsewhere, 10002), nullptr) << "his own site";
     EXPECT_NE(Stored(kId, 10002), nullptr);
     EXPECT_EQ(Stored(kClosed, 10002), nullptr) << "made for single-game activities only";
     EXPECT_EQ(example->m_vecCalls.back(), "startInit fresh");
@@ -236,7 +238,8 @@ TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     std::memcpy(player->szOutAccount, "out", 4);
     Ask(ExampleActivity::kFetch);
     auto confirmed = Confirmation();
-    DeliverCut(DATA, ACT_SINGLE_PROGRESS_RES, confirmed, 143);
+    for (const size_t size : {143, 145})
+        DeliverCut(DATA, ACT_SINGLE_PROGRESS_RES, confirmed, size);
     confirmed.iError = 1;
     net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
     EXPECT_TRUE(Received(Link(QUEUE)).empty()) << "torn or refused";
@@ -288,8 +291,11 @@ TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
 }
 
 TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
-    static const tagDBUpdateUserPropInfo booking{{}, 10002, 0, 0,     0, kId, 1,
+    static const tagDBUpdateUserPropInfo booking{{}, 10002, 3, 0,     0, kId, 1,
                                                  10, 77,    4, "out", 5, 6,   7};
+    const std::string line =
+        "UserId[10002],GameId[0],SiteID[3],ActivityID[20990101],sourceid[77], type[1], value[10], "
+        "ClientType[4] outaccount[out]";
     const auto setAccount = [](LobbyPlayer* of, int least, const char* out) {
         of->iAccountsourceid = least;
         of->iTeamTag = least + 1;
@@ -299,6 +305,7 @@ TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
     };
     LobbyPlayer* const leaver = Login(10002);
     setAccount(leaver, 4, "out");
+    leaver->m_iSiteID = 3;
     LobbyActivitySingleProgressUpdateRes result{
         {}, 0, 0, 0, 0, 10, 77, 0, 0, Record(), NodeHandle(leaver), *leaver};
     result.progress.iUserId = 10002;
@@ -309,10 +316,13 @@ TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
         setAccount(next, 40, "other");
         Received(Link(QUEUE));
         EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
-                        "ClientType[4] outaccount[out]"));
+                        "[DEBUG] [LobbyServer::UpdateActivityUserPropInfo] " + line));
         EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
         net.Hangup(next);
     }
+    net.failSend = [](IPlayerNode*, uint16_t) { return true; };
+    EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
+                    "[ERROR] [LobbyServer::UpdateActivityUserPropInfo] " + line));
 }
 
 TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {
@@ -351,6 +361,22 @@ TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {
     }
 }
 
+TEST_F(ActivityTest, OtherMessagesReachEveryOpenActivityOfThePlayerAndATakenIdStays) {
+    IActivityHandler second(kId, lobby.get());
+    system->AddActivityHandler(&second);
+    Configure({Row(), Row(Activity20171211::kActivityId)});
+    EXPECT_FALSE(second.isOpen());
+    GiveProgress(player, {});
+    for (const bool paused : {false, true}) {
+        example->m_bPaused = paused;
+        system->HandleActivityMessage(0xE013, Zeros(8).data(), 8, player);
+        system->HandleActivityMessage(kId, 0xE013, Zeros(8).data(), 8, player);
+        system->HandleActivityMessage(5, 0xE013, Zeros(8).data(), 8, player);
+    }
+    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "startInit fresh", "message", "message"}));
+    second.removeAllEventListener();
+}
+
 TEST_F(ActivityTest, GlobalMessagesReachClosedActivitiesToo) {
     for (const uint16_t type : {0xE001, 0xE002, 0xE003, 0xE004})
         net.Deliver(Link(DATA), type, Zeros(8));
@@ -359,7 +385,8 @@ TEST_F(ActivityTest, GlobalMessagesReachClosedActivitiesToo) {
 
 TEST_F(ActivityTest, AccountTypesByThresholds) {
     const UserAccountTypeConfig config{{}, 100, 10, 50, 5, 3, 20};
-    DeliverCut(DATA, ACT_ACCOUNT_TYPE_RES, config, 31);
+    for (const size_t size : {31, 33})
+        DeliverCut(DATA, ACT_ACCOUNT_TYPE_RES, config, size);
     EXPECT_EQ(system->GetUserAccountType(1000, 99, 0, 0), 0);
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, config);
     const struct {
@@ -371,7 +398,9 @@ TEST_F(ActivityTest, AccountTypesByThresholds) {
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, UserAccountTypeConfig{});
 }
 
-TEST_F(ActivityTest, ConfigurationIsAskedForAgainAfterHalfAnHour) {
+TEST_F(ActivityTest, ConfigurationIsAskedForAndReadAgainAfterHalfAnHour) {
+    const CIniFile* const file = system->getActivityCfg();
+    WriteFile("factoryActivity.cfg", "[a]\nk=1\n");
     for (const auto& [pause, asked] : {std::pair{0, 0}, {1799, 0}, {1, 2}}) {
         Received(Link(DATA));
         net.Tick(g_testNow += pause);
@@ -379,6 +408,7 @@ TEST_F(ActivityTest, ConfigurationIsAskedForAgainAfterHalfAnHour) {
         for (const auto& sent : Received(Link(DATA)))
             count += sent.type == ACT_CONFIG_REQ ? 1 : 0;
         EXPECT_EQ(count, asked) << "the lobby's timer and the registry's own both ask";
+        EXPECT_EQ(file->GetValueInt("a", "k", 0), asked / 2);
     }
 }
 

@@ -61,7 +61,8 @@ TEST(Encodings, SeptetsAreThoseOfGsm) {
     } rows[] = {{"hellohello", 10, 9, "\xE8\x32\x9B\xFD\x46\x97\xD9\xEC\x37"},
                 {"12345678", 10, 7, std::string("\x31\xD9\x8C\x56\xB3\xDD\x70\0", 8)},
                 {"12345678", 7, 7, "\x31\xD9\x8C\x56\xB3\xDD\x70"},
-                {"12345678", 6, 7, ""}};
+                {"12345678", 6, 7, ""},
+                {std::string("A\xE1") + "A", 10, 3, "\xC1\xF0\x10"}};  // the sign bits spread
     for (const auto& row : rows) {
         std::string out(10, 'x');
         EXPECT_EQ(digest::Encode7Bit(row.text.data(), row.text.size(), out.data(), row.size),

@@ -54,9 +54,11 @@ TEST(IniFile, LinesAndTheirValues) {
 }
 
 TEST(IniFile, SizesAndSmallBuffers) {
-    TempFile file("[s]\nk=8000  \nempty=\nword=12abc\nno=abc\nbig=99999999999\nneg= -7\n");
+    TempFile file(
+        "[s]\nk=8000  \nempty=\nword=12abc\nno=abc\nbig=99999999999\nneg= -7\n"
+        "ten=010\nhex=0x1F\n");
     const CIniFile ini(file.Path());
-    EXPECT_EQ(ini.GetLineCount(), 7);
+    EXPECT_EQ(ini.GetLineCount(), 9);
     EXPECT_EQ(ini.GetValueStr("s", "k", nullptr, 0), 7);
     char buf[8] = "unharm";
     EXPECT_EQ(ini.GetValueStr("s", "k", buf, 6), 7);
@@ -67,8 +69,14 @@ TEST(IniFile, SizesAndSmallBuffers) {
     EXPECT_STREQ(buf, "");
     EXPECT_EQ(ini.GetValueStr(nullptr, "k", buf, 7), 0);
 
-    for (const auto& [key, value] :
-         {std::pair("k", 8000), {"empty", 0}, {"word", 12}, {"no", 0}, {"neg", -7}, {"none", 5}})
+    for (const auto& [key, value] : {std::pair("k", 8000),
+                                     {"empty", 0},
+                                     {"word", 12},
+                                     {"no", 0},
+                                     {"neg", -7},
+                                     {"none", 5},
+                                     {"ten", 10},
+                                     {"hex", 0}})
         EXPECT_EQ(ini.GetValueInt("s", key, 5), value) << key;
 }
 

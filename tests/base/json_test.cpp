@@ -40,16 +40,16 @@ TEST(Json, ReadsValues) {
 TEST(Json, MissingKeysAndLongStringsAreTold) {
     CJsonPack pack(R"({"s":"0123456789"})");
     int value = 42;
-    EXPECT_EQ(Printed([&] { EXPECT_EQ(pack.GetValueInt("b", value), 0); }),
+    EXPECT_EQ(LogOf([&] { EXPECT_EQ(pack.GetValueInt("b", value), 0); }),
               "{b} not in {{\n\t\"s\":\t\"0123456789\"\n}}");
     EXPECT_EQ(value, 42);
-    EXPECT_EQ(Printed([&] { EXPECT_EQ(Member(pack, "b"), nullptr); }), "");
+    EXPECT_EQ(LogOf([&] { EXPECT_EQ(Member(pack, "b"), nullptr); }), "");
     // Cut without a terminator.
     std::string buf(10, '#');
-    EXPECT_EQ(Printed([&] { EXPECT_EQ(pack.GetValueStr("s", buf.data(), 8), 1); }),
+    EXPECT_EQ(LogOf([&] { EXPECT_EQ(pack.GetValueStr("s", buf.data(), 8), 1); }),
               "ilen[10] >= iLength[8]");
     EXPECT_EQ(buf, "0123456###");
-    EXPECT_EQ(Printed([&] { pack.GetValueStr("s", buf.data(), 0); }), "ilen[10] >= iLength[0]");
+    EXPECT_EQ(LogOf([&] { pack.GetValueStr("s", buf.data(), 0); }), "ilen[10] >= iLength[0]");
 }
 
 TEST(Json, NoRootIsToleratedEverywhere) {
@@ -60,7 +60,7 @@ TEST(Json, NoRootIsToleratedEverywhere) {
     int i;
     double d;
     char c[2];
-    const std::string printed = Printed([&] {
+    const std::string printed = LogOf([&] {
         EXPECT_EQ(pack.GetValueInt("a", i) + pack.GetValueDouble("a", d), 0);
         EXPECT_EQ(pack.GetValueStr("a", c, 2) + pack.GetJsonObj("a", object), 0);
         EXPECT_EQ(pack.GetJsonArray(elements), 0);
@@ -132,7 +132,7 @@ TEST(Json, TextNeedsNoTerminator) {
     const std::vector<char> exact = {'{', '"', 'a', '"', ':', '1', '}'};
     int value = 0;
     EXPECT_EQ(CJsonPack(exact.data(), 7).GetValueInt("a", value), 1);
-    Printed([&] { EXPECT_EQ(CJsonPack(exact.data(), 6).GetValueInt("a", value), 0); });
+    LogOf([&] { EXPECT_EQ(CJsonPack(exact.data(), 6).GetValueInt("a", value), 0); });
 }
 
 TEST(Json, DepthCountsBracketsOutsideStringsOnly) {
@@ -154,7 +154,7 @@ TEST(Json, NestingFitsAThreadStack) {
     for (int i = 0; i < JSON_MAX_DEPTH; ++i)
         nested += "{\"k\":";
     nested += "1.2345678901234567e-300" + std::string(JSON_MAX_DEPTH, '}');
-    const std::string printed = Printed([&] {
+    const std::string printed = LogOf([&] {
         OnThreads(1, [&] {
             int value = 0;
             CJsonPack(nested.data(), nested.size()).GetValueInt("missing", value);

@@ -75,7 +75,7 @@ TEST_F(LogTest, OneLineOnConsoleAndInFile) {
     std::string file;
     for (const auto& row : kLevels) {
         const std::string body = "2026-11-14 13:05:09 [" + row.text + "] [A::B] value 42";
-        EXPECT_EQ(Printed([&] { __log(row.level, "A::B", "value %d", 42); }),
+        EXPECT_EQ(LogOf([&] { __log(row.level, "A::B", "value %d", 42); }),
                   "\x1b[" + row.colour + "m" + body + "\x1b[0m\r\n");
         file += body + "\r\n";
     }
@@ -87,11 +87,11 @@ TEST_F(LogTest, Levels) {
     const std::pair<const char*, LOG_LEVEL> kCases[] = {
         {"level=warn\n", _WARN}, {"level=ERROR\n", _ERROR}, {"level=Debug\n", _DEBUG},
         {"level=info\n", _ALL},  {"level=warn \n", _ALL},   {"", _ALL}};
-    EXPECT_EQ(Printed([] { __log(_ERROR, "t", "before"); }), "");
+    EXPECT_EQ(LogOf([] { __log(_ERROR, "t", "before"); }), "");
     for (const auto& [config, lowest] : kCases) {
         ASSERT_EQ(Start(config), 1);
         for (const LOG_LEVEL level : {_ALL, _DEBUG, _WARN, _ERROR}) {
-            EXPECT_EQ(!Printed([&] { __log(level, "t", "x"); }).empty(), level >= lowest) << config;
+            EXPECT_EQ(!LogOf([&] { __log(level, "t", "x"); }).empty(), level >= lowest) << config;
             EXPECT_EQ(LogEnabled(level), level >= lowest);
         }
         ShutdownLog();
@@ -101,7 +101,7 @@ TEST_F(LogTest, Levels) {
 TEST_F(LogTest, PercentSignsOfPeersDoNoHarmAndErrnoIsKept) {
     ASSERT_EQ(Start(), 1);
     const char* text = "a%%b%n%s%c%5$d%";
-    const std::string console = Printed([&] {
+    const std::string console = LogOf([&] {
         errno = ENOENT;
         __log(_ALL, "t", "%m %s %%%%", text);
         EXPECT_EQ(errno, ENOENT);
@@ -120,7 +120,7 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
     for (size_t pad = 0; pad < 9; ++pad) {
         const std::string tag(1 + pad, 't');
         for (const bool inFormat : {false, true}) {
-            const std::string console = Printed([&] {
+            const std::string console = LogOf([&] {
                 __log(_ALL, tag.c_str(), inFormat ? longText.c_str() : "%s", longText.c_str());
             });
             EXPECT_EQ(console.size(), 2047u + 2);
@@ -129,7 +129,7 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
         // Cut inside a directive at one of the paddings.
         std::string pieces = std::string(pad, '.') + std::string(1900, 'y') + "%-08.3lld" +
                              std::string(100, 'z') + directives;
-        const std::string console = Printed(
+        const std::string console = LogOf(
             [&] { __log(_ALL, "t", pieces.c_str(), 1LL, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12); });
         EXPECT_EQ(console.substr(console.size() - 6), "\x1b[0m\r\n");
     }
@@ -157,11 +157,11 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
     const std::string head =
         "{\"time\":\"2026-11-14T13:05:09+05:30\",\"level\":\"WARN\",\"tag\":\"A::B\"";
     for (const auto& row : cases) {
-        Printed([&] { __log(_WARN, "A::B", "%s", row.text.c_str()); });
+        LogOf([&] { __log(_WARN, "A::B", "%s", row.text.c_str()); });
         expected += head + ",\"text\":\"" + row.escaped + "\"}\n";
     }
     // Also the longest line in its longest form, from a thread with a small stack.
-    Printed([&] {
+    LogOf([&] {
         __log(_ALL, "A::B", "below the level");
         OnThreads(1, [] { __log(_WARN, "A::B", "%s", std::string(3000, '\1').c_str()); });
     });
@@ -175,7 +175,7 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
     EXPECT_GT(last.size(), 6 * 2000u);
     EXPECT_EQ(last.substr(last.size() - 9), "\\u0001\"}\n");
     EXPECT_EQ(File(".log").find("{\"time\""), std::string::npos);
-    Printed([] {
+    LogOf([] {
         g_time += kDay;
         __log(_WARN, "t", "new");
     });
@@ -201,7 +201,7 @@ TEST_F(LogTest, PeersMakeNoLinesAndTalkToNoTerminal) {
     std::string file, json;
     for (const auto& row : kCases) {
         const std::string console =
-            Printed([&] { __log(_ALL, "t", row.format, row.text.c_str(), 0); });
+            LogOf([&] { __log(_ALL, "t", row.format, row.text.c_str(), 0); });
         const std::string body = "2026-11-14 13:05:09 [ALL] [t] " + row.line;
         EXPECT_EQ(console, "\x1b[00m" + body + "\x1b[0m\r\n");
         file += body + "\r\n";
@@ -213,14 +213,14 @@ TEST_F(LogTest, PeersMakeNoLinesAndTalkToNoTerminal) {
         texts.erase(at, texts.find("\"text\"", at) - at);
     EXPECT_EQ(texts, json);
     const std::string cut =
-        Printed([] { __log(_ALL, "t", "%s", std::string(2000, '\x1b').c_str()); });
+        LogOf([] { __log(_ALL, "t", "%s", std::string(2000, '\x1b').c_str()); });
     EXPECT_TRUE(cut.size() > 2040 && cut.size() <= 2047 + 2) << cut.size();
     EXPECT_TRUE(cut.ends_with("\\x1b\x1b[0m\r\n"));
 }
 
 TEST_F(LogTest, LinesBeyondTheBoundAreCountedAndToldOnce) {
     ASSERT_EQ(Start("level=DEBUG\nmost_lines=2\n"), 1);
-    const std::string console = Printed([] {
+    const std::string console = LogOf([] {
         for (int i = 0; i < 4; ++i) {
             __log(_ALL, "t", "below the level");
             __log(_WARN, "t", "warn %d", i);
@@ -246,7 +246,7 @@ TEST_F(LogTest, LinesBeyondTheBoundAreCountedAndToldOnce) {
                                 " [WARN] [t] last\r\n");
     EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 6);
     g_time += 1;
-    Printed([] {  // two lines' worth of bytes in one
+    LogOf([] {  // two lines' worth of bytes in one
         __log(_WARN, "t", "%s", std::string(300, 'x').c_str());
         __log(_WARN, "t", "too much");
     });
@@ -261,7 +261,7 @@ TEST_F(LogTest, NameOfTheJsonFile) {
                   {"json=\n", ".log", nullptr},        {"", ".log", nullptr}};
     for (const auto& row : kCases) {
         ASSERT_EQ(Start(row.config, row.name), 1);
-        Printed([] { __log(_ALL, "t", "x"); });
+        LogOf([] { __log(_ALL, "t", "x"); });
         EXPECT_EQ(Files().size(), row.json != nullptr ? 2u : 1u) << row.config;
         EXPECT_TRUE(row.json == nullptr || File(row.json).starts_with("{\"time\":")) << row.name;
         Clear();
@@ -281,21 +281,25 @@ TEST_F(LogTest, RollsOverWhenTheDayOfTheMonthChanges) {
     for (const auto& row : kCases) {
         g_time = Noon();
         ASSERT_EQ(Start("", row.suffix), 1);
-        Printed([] { __log(_ALL, "t", "old"); });
+        LogOf([] { __log(_ALL, "t", "old"); });
         const std::string old = File(row.suffix);
+        ShutdownLog();  // a restart goes on with the file
+        ASSERT_EQ(Start("", row.suffix), 1);
         g_time += row.later;
-        Printed([] { __log(_ALL, "t", "new"); });
+        for (const char* text : {"new", "newer"})
+            LogOf([&] { __log(_ALL, "t", "%s", text); });
         EXPECT_EQ(Files().size(), row.rotated != nullptr ? 2u : 1u);
         EXPECT_EQ(File(row.rotated != nullptr ? row.rotated : row.suffix).find(old), 0u);
         EXPECT_EQ(File(row.suffix).find(old) == 0, row.rotated == nullptr);
-        EXPECT_TRUE(File(row.suffix).ends_with("[ALL] [t] new\r\n"));
+        const std::string now = File(row.suffix);
+        EXPECT_TRUE(now.find("[t] new\r\n") != std::string::npos && now.ends_with("[t] newer\r\n"));
         Clear();
     }
 }
 
 TEST_F(LogTest, FileThatCannotBeOpened) {
     EXPECT_EQ(Start("", "no/such/directory"), 0);
-    EXPECT_NE(Printed([] { __log(_ALL, "t", "console only"); }), "");
+    EXPECT_NE(LogOf([] { __log(_ALL, "t", "console only"); }), "");
 }
 
 TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
@@ -316,7 +320,7 @@ TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
 TEST_F(LogTest, LinesOfManyThreadsDoNotInterleave) {
     ASSERT_EQ(Start(), 1);
     constexpr int kThreads = 4, kLines = 100;
-    Printed([&] {
+    LogOf([&] {
         OnThreads(kThreads, [] {
             for (int line = 0; line < kLines; ++line)
                 __log(_ALL, "t", "%0*d %.17g", 500 + line * 20, line, 1.0 / 3);
@@ -368,6 +372,26 @@ TEST_F(LogTest, ReopenedLogGoesOnWithItsFile) {
     }
     const std::string line = "2026-11-14 13:05:09 line\r\n";
     EXPECT_EQ(ReadFile(path), line + line + line);
+}
+
+TEST_F(LogTest, ALogThatCannotBeReopenedGoesToTheConsole) {
+    const std::string folder = testing::TempDir() + m_name, old = "2026-11-14 13:05:09 old\r\n";
+    for (const bool threaded : {false, true}) {
+        g_time = Noon();
+        fs::create_directory(folder);
+        CLogCls log((folder + "/x.log").c_str(), false, threaded, true);
+        log._log("old");
+        for (int i = 0; i < 5000 && ReadFile(folder + "/x.log") != old; ++i)
+            usleep(1000);
+        EXPECT_EQ(ReadFile(folder + "/x.log"), old);
+        fs::remove_all(folder);
+        g_time += kDay;
+        EXPECT_EQ(LogOf([&] {
+                      log._log("new");
+                      log.CloseLog();
+                  }),
+                  "2026-11-15 13:05:09 new\r\n");
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "log_server_msg.h"
 
 class CoinsTest : public LobbyTest {
@@ -114,7 +114,7 @@ TEST(CoinNotices, AreDroppedWithoutALobby) {
     LobbyClientHandler handler(nullptr);
     LobbyPlayer player;
     char notice[32] = {};
-    const std::string log = FolderTest::LogOf([&] {
+    const std::string log = LogOf([&] {
         handler.HandleRechargeSucessNotice(notice, 28);
         handler.HandleConsumeSucessNotice(notice, 25);
         handler.HandleSychUserDataMsg(notice, 28);
@@ -148,8 +148,17 @@ TEST_F(CoinsTest, ExchangesKeepFiveSeconds) {
     expected.iUserIDFrom = 10001;
     expected.iUserIDRecv = 10002;
     expected.llExchangeCoin = 1000;
-    Exchange(giver, 10002, 1001);  // refused, and leaves the stamp alone
-    EXPECT_EQ(Only(giver).At<int32_t>(8), 3);
+    // Refused, which leaves the stamp alone.
+    const std::tuple<int32_t, int64_t, int32_t> refused[] = {
+        {10001, 5, 4},    {10001, -5, 4},        {10002, 0, 3},        {10002, -5, 3},
+        {10002, 1001, 3}, {10002, INT64_MIN, 3}, {10002, INT64_MAX, 3}};
+    for (const auto& [to, amount, code] : refused) {
+        Exchange(giver, to, amount);
+        const Sent answer = Only(giver);
+        EXPECT_EQ(answer.At<int32_t>(8), code);
+        EXPECT_EQ(answer.At<int64_t>(12), amount);
+        EXPECT_EQ(answer.At<int64_t>(20), 1000);
+    }
     Exchange(giver, 10002, 1000);
     const Sent sent = Only(Link(QUEUE));
     EXPECT_EQ(sent.type, 0x5A50);

@@ -1,4 +1,4 @@
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 #include "compete_msg.h"
 
 namespace {
@@ -14,7 +14,7 @@ constexpr time_t kNoon = 1'784'116'800;  // 15 July 2026 everywhere but on some 
 }  // namespace
 
 TEST_F(FolderTest, ScheduleIsReadAtOnceAndEveryFifteenMinutes) {
-    Write("compete_info.cfg", kSchedule);
+    WriteFile("compete_info.cfg", kSchedule);
     CompeteConfig config;
     const std::string log = LogOf([&] { config.OnTimer(1'000'000); });
     EXPECT_EQ(config.m_vDayTurnsUsers, (std::vector<int32_t>{16, 0, 4}));
@@ -22,8 +22,8 @@ TEST_F(FolderTest, ScheduleIsReadAtOnceAndEveryFifteenMinutes) {
     EXPECT_EQ(config.GetCalcDayMinute(), 12 * 60 + 5);
     EXPECT_TRUE(Has(log, "\nday turn users:16, 0, 4\n"));
 
-    Write("compete_info.cfg",
-          "[compete_info]\nday_compete_cost_coin=5\nday_open_hour=2147483647\n");
+    WriteFile("compete_info.cfg",
+              "[compete_info]\nday_compete_cost_coin=5\nday_open_hour=2147483647\n");
     config.OnTimer(1'000'899);
     EXPECT_EQ(config.m_iMonthOpenDay, 15);
     config.OnTimer(1'000'900);
@@ -43,7 +43,7 @@ TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
         {}, 2,    1,  1,    5,  6, 77,
         8,  5000, 15, 20,   30, 9, {900, 800, 700, 600, 500, 400, 300, 200},
         3,  1000, 1,  4000, {}};
-    Write("compete_info.cfg", kSchedule);
+    WriteFile("compete_info.cfg", kSchedule);
     lobby->m_competeConfig.ReadConfig();
     LobbyPlayer* const player = Login(31);
     Received(Link(QUEUE));

@@ -3,7 +3,7 @@
 #include <set>
 #include <tuple>
 
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 
 namespace {
 
@@ -85,6 +85,12 @@ TEST_F(FarmTest, MessagesReachTheirUserOrEverybodyOrTheSubscribersAndDirectOnesA
         const std::vector<Types_> got{Types(a), Types(older), Types(b), Types(Link(LOG))};
         EXPECT_EQ(got, c.expected) << c.userId << c.key;
     }
+    for (LobbyPlayer* of : {older, b})  // two connections of a user
+        Subscribe(of, kKey);
+    Farm(3, 100, 0, kKey);
+    for (LobbyPlayer* each : {a, older, b})
+        EXPECT_EQ(Types(each), Types_{0xF4});
+    Unsubscribe(b, kKey);
 
     const std::string text(1024, 'm');
     const auto numbers = [](std::initializer_list<int32_t> values) {
@@ -132,8 +138,11 @@ TEST_F(FarmTest, RefusedSubscriptionsChangeNothing) {
     EXPECT_TRUE(Has(LogOf([&] { Unsubscribe(a, kKey); }),
                     "userid[1] m_mapPlayerToStrKey not find key[kkk"));
     Subscribe(a, kKey);
-    for (const size_t size : {143, 145})
-        net.Deliver(a, 0xF3, std::string(size, 'k'));
+    for (const size_t size : {143, 145}) {
+        const std::string log = LogOf([&] { net.Deliver(a, 0xF3, std::string(size, 'k')); });
+        EXPECT_TRUE(Has(
+            log, "CLIENT_UNSUBSCRIBE_MSG_C2S size[144] != length[" + std::to_string(size) + "]"));
+    }
     EXPECT_EQ(lobby->m_mapStrKeyToPlayer[kKey].size(), 1u);
     // A line per other subscriber only for one key: closing 500 players once wrote 13.6 MB.
     Subscribe(Login(2), kKey);

@@ -1,5 +1,5 @@
 // Requests that are wrapped for the queue server, and results unwrapped for their clients.
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "config_server_msg.h"
 
 namespace {
@@ -16,6 +16,9 @@ struct Relay {
     const char* what;  // succeeded or failed; null: nothing is said
     const char* sizeTag;
 };
+void PrintTo(const Relay& relay, std::ostream* out) {
+    *out << relay.name;
+}
 
 constexpr Relay Profile(const char* name, uint16_t type, size_t size, const char* tag,
                         const char* what) {

@@ -1,6 +1,6 @@
 // What a session that the queue server has not confirmed may do: whatever does not ask for the
 // token. The lobby leaves the rest to the queue server, see docs/security.md.
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "PublisherMsg.h"
 #include "activitySystem/ActivityClientMsg.h"
 #include "activitySystem/ActivitySystem.h"

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "BaseTest.h"
 #include "ConfigCheck.h"
+#include "Files.h"
 
 namespace {
 
@@ -18,16 +18,10 @@ const fs::path kTree = SOURCE_TREE;
 
 class Check : public testing::Test {
   protected:
-    Check() {
-        std::string path = (fs::temp_directory_path() / "checkXXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory");
-        m_directory = path;
-        Restore();
-    }
-    ~Check() override { fs::remove_all(m_directory); }
+    Check() { Restore(); }
 
     void Write(const std::string& name, const std::string& text) {
-        std::ofstream(m_directory / name, std::ios::binary) << text;
+        WriteFile(m_directory / name, text);
     }
     void Restore() {
         for (const ConfigFile& file : kConfigFiles)
@@ -56,7 +50,8 @@ class Check : public testing::Test {
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    fs::path m_directory;
+    const TempFolder m_folder;
+    const fs::path m_directory = m_folder.Path();
 };
 
 TEST_F(Check, SamplesAreClean) {

@@ -8,14 +8,11 @@
 #include "Common/IniFile.h"
 #include "DisabledUsers.h"
 #include "ForbiddenNames.h"
+#include "Waiting.h"
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double kSlower = 20;
-#else
-constexpr double kSlower = 1;
-#endif
+constexpr double kSlower = SLOWER * SLOWER;
 
 double CpuSeconds() {
     timespec now{};
@@ -69,7 +66,7 @@ TEST(ForbiddenNames, LongListsCostLittleAtStartAndNextToNothingAtRequests) {
     const double begun = CpuSeconds();
     const ForbiddenNames names = NamesOf(list);
     DisabledUsers disabled;
-    const std::string printed = Printed([&] { disabled.Load(CIniFile(userFile.Path())); });
+    const std::string printed = LogOf([&] { disabled.Load(CIniFile(userFile.Path())); });
     EXPECT_LT(CpuSeconds() - begun, 0.5 * kSlower);
     EXPECT_EQ(names.Fragments().size(), 90'001u);
     EXPECT_EQ(disabled.List().size(), 50'000u);
@@ -95,7 +92,7 @@ TEST(DisabledUsers, AreReadAsSingleLookUpsWouldAndAppendedByEachLoad) {
     DisabledUsers disabled;
     const CIniFile content(file.Path());
     for (const size_t size : {3u, 6u}) {
-        Printed([&] { EXPECT_EQ(disabled.Load(content), 3); });
+        LogOf([&] { EXPECT_EQ(disabled.Load(content), 3); });
         EXPECT_EQ(disabled.List().size(), size);
     }
     EXPECT_EQ(disabled.List(), (std::vector<int32_t>{0, 5, -4, 0, 5, -4}));

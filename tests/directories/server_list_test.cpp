@@ -4,7 +4,7 @@
 #include <random>
 #include <utility>
 
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 
 bool operator==(const tagServerInfo& a, const tagServerInfo& b) {
     return BytesOf(a) == BytesOf(b);

@@ -232,21 +232,26 @@ void TwoThousandAtOnce(const Target& target) {
     }
 }
 
+constexpr char ACCEPTED[] = "lobby_accepted_connections_total";
+constexpr char CLOSED[] = "lobby_forced_closes_total";
+constexpr char BAD_MESSAGE[] = "lobby_forced_closes_total{reason=\"bad_message\"}";
+constexpr char TOO_MANY[] = "lobby_rate_limited_total{type=\"0xF0F1\"}";
+
 constexpr HostileClient CLIENTS[] = {
-    {"half-open sockets", SilentCrowd},
-    {"connects that leave at once", ConnectAndLeave},
-    {"headers byte by byte", SlowHeaders},
-    {"messages byte by byte", SlowMessages},
-    {"upgrade byte by byte", SlowUpgrade},
-    {"players that never read, under broadcasts", DeafPlayers},
-    {"echoes that nobody reads", DeafEchoes},
-    {"resets in every state", Resets},
-    {"flood of garbage", Garbage},
-    {"flood of keep-alives", KeepAliveFlood},
-    {"impossible headers", ImpossibleHeaders},
-    {"bad frames", BadFrames},
-    {"requests without a login", RequestsWithoutLogin},
-    {"2000 connects at once", TwoThousandAtOnce},
+    {"half-open sockets", SilentCrowd, ACCEPTED, 200},
+    {"connects that leave at once", ConnectAndLeave, ACCEPTED, 1000},
+    {"headers byte by byte", SlowHeaders, ACCEPTED, 100},
+    {"messages byte by byte", SlowMessages, ACCEPTED, 100},
+    {"upgrade byte by byte", SlowUpgrade, "lobby_websocket_upgrades_total", 1},
+    {"players that never read, under broadcasts", DeafPlayers, CLOSED, 50},
+    {"echoes that nobody reads", DeafEchoes, TOO_MANY, 20},
+    {"resets in every state", Resets, "lobby_websocket_upgrades_total", 4},
+    {"flood of garbage", Garbage, CLOSED, 20},
+    {"flood of keep-alives", KeepAliveFlood, TOO_MANY, 4},
+    {"impossible headers", ImpossibleHeaders, BAD_MESSAGE, 8},
+    {"bad frames", BadFrames, CLOSED, 3},
+    {"requests without a login", RequestsWithoutLogin, "lobby_refused_total", 20},
+    {"2000 connects at once", TwoThousandAtOnce, ACCEPTED, 2000},
 };
 
 }  // namespace

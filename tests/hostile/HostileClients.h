@@ -14,12 +14,15 @@ struct Target {
     std::function<void(const std::string& line)> platform;
 };
 
-// Returns within a few seconds with every connection of its own closed. What the lobby does to
-// these clients (closing them, not answering) is its own affair. Throws std::runtime_error when
-// it takes no connections.
+// Returns within a few seconds with every connection of its own closed. Throws std::runtime_error
+// when the lobby takes no connections.
 struct HostileClient {
     const char* name;
     void (*run)(const Target& target);
+    // The lobby's figures, all that begin so, which tell that it was refused, closed or counted; by
+    // how much they grow at least.
+    const char* figure;
+    double least;
 };
 
 std::span<const HostileClient> HostileClients();

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
 #include <future>
+#include <sstream>
+
+#include <boost/asio/ip/tcp.hpp>
 
 #include "SystemTest.h"
 #include "queue_server_msg.h"
@@ -19,17 +21,36 @@ class UnderAttack : public SystemTest {
         RaiseDescriptorLimit();
     }
 
-    // Short time-outs, and a send queue that bounds what one deaf client can hold.
+    // As shipped, but for the addresses, short time-outs and a quiet log.
     LobbySettings AttackSettings() {
-        LobbySettings settings = Settings();
-        settings["network"] = {{"interval", "1"},
-                               {"timeout", "3"},
-                               {"MAX_SEND_COUNT", "200"},
-                               {"MAX_RECV_COUNT", "100"},
-                               {"wakeup", WakeupUnderTest()}};
-        settings["listen"]["maxconnection"] = "2300";
+        LobbySettings settings;
+        std::istringstream sample(
+            ReadFile(std::filesystem::path(PROJECT_SOURCE_DIR) / "deploy/config/LobbyServer.cfg"));
+        std::string section;
+        for (std::string line; std::getline(sample, line);) {
+            if (line.starts_with('[')) section = line.substr(1, line.find(']') - 1);
+            const size_t at = line.find('=');
+            if (at == std::string::npos || line.starts_with(';')) continue;
+            settings[section][line.substr(0, at)] = line.substr(at + 1);
+        }
+        settings["connect"] = Settings()["connect"];
+        settings["Redis"] = {{"redis_server", redis.Address()}, {"timeout", "1"}};
+        settings["network"]["interval"] = "1";
+        settings["network"]["timeout"] = "3";
         settings["log"] = {{"level", "ERROR"}};
+        metricsPort = RedisServer::FreePort();
+        settings["metrics"]["addr"] = "127.0.0.1:" + std::to_string(metricsPort);
         return settings;
+    }
+    // The sum of the lobby's figures that begin so.
+    double Figure(const std::string& begin) const {
+        boost::asio::ip::tcp::iostream http("127.0.0.1", std::to_string(metricsPort));
+        http << "GET /metrics HTTP/1.0\r\n\r\n" << std::flush;
+        double sum = 0;
+        for (std::string line; std::getline(http, line);) {
+            if (line.starts_with(begin)) sum += std::stod(line.substr(line.rfind(' ')));
+        }
+        return sum;
     }
     // The log is too quiet for Serve to see the start: waits for the port instead.
     void ServeQuietly(LobbySettings settings) {
@@ -52,7 +73,7 @@ class UnderAttack : public SystemTest {
     // The queue server's link is connected a moment before the lobby sends on it; a login of that
     // moment is never answered.
     bool AllLinked() {
-        bystander->KeepAlive();
+        PassTime();
         if (platform.DoCommand("links") != "queue=1 center=1 config=1 web=1 data=1 log=1\nok\n") {
             return false;
         }
@@ -68,40 +89,39 @@ class UnderAttack : public SystemTest {
         for (const ServerKind kind : sim::ALL_SERVERS)
             platform.DoCommand(direction + " " + NameOf(kind));
     }
+    // The bystander shows that he is there, and stays within the limits for messages.
+    void PassTime() {
+        std::this_thread::sleep_for(milliseconds(200));
+        bystander->KeepAlive();
+    }
     // Runs the attack on a thread of its own while the bystander is served; the longest wait.
     double SlowestDuring(const std::function<void()>& attack) {
         auto running = std::async(std::launch::async, attack);
         double slowest = 0;
         do {
-            slowest = std::max(slowest, Seconds([&] { bystander->KeepAlive(); }));
-        } while (running.wait_for(milliseconds(50)) != std::future_status::ready);
+            slowest = std::max(slowest, Took([&] { bystander->KeepAlive(); }));
+        } while (running.wait_for(milliseconds(200)) != std::future_status::ready);
         running.get();
         return slowest;
     }
     // Somebody new is served, whole: login, coins, list.
     void ExpectServed(int32_t user = 10002) {
-        const double took = Seconds([&] {
+        const double took = Took([&] {
             auto player = LoggedIn(user);
             EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0);
             EXPECT_EQ(player->Save(1).ucResultType, 0);
         });
         EXPECT_LT(took, AT_ONCE);
     }
-    template <class Work>
-    static double Seconds(Work work) {
-        const auto start = Clock::now();
-        work();
-        return std::chrono::duration<double>(Clock::now() - start).count();
-    }
-
     long Descriptors() const {
         const std::filesystem::directory_iterator list(Proc() / "fd");
         return std::distance(begin(list), end(list));
     }
     bool FallsTo(long descriptors) {
         return Eventually([&] {
-            bystander->KeepAlive();
-            return Descriptors() <= descriptors;
+            if (Descriptors() <= descriptors) return true;
+            PassTime();
+            return false;
         });
     }
     long ResidentKiB() const {
@@ -112,6 +132,7 @@ class UnderAttack : public SystemTest {
     }
 
     std::unique_ptr<Player> bystander;
+    int metricsPort = 0;
 
   private:
     std::filesystem::path Proc() const {

@@ -17,9 +17,11 @@ TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
     for (const int round : {1, 2}) {  // the first fills the pools
         for (const HostileClient& client : HostileClients()) {
             SCOPED_TRACE(client.name);
+            const double before = Figure(client.figure);
             EXPECT_LT(SlowestDuring([&] { client.run(target); }), AT_ONCE);
             ExpectServed();
             EXPECT_TRUE(FallsTo(descriptors)) << Descriptors() << ", before " << descriptors;
+            EXPECT_GE(Figure(client.figure) - before, client.least) << client.figure;
             ASSERT_FALSE(lobby.Ended());
         }
         if (round == 1) resident = ResidentKiB();

@@ -1,5 +1,5 @@
 // The machine's clock is stepped by an hour, back or forwards, while players are in the lobby.
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 #include "activitySystem/ActivitySystem.h"
 #include "config_server_msg.h"
 
@@ -36,7 +36,7 @@ TEST_F(DirectoryTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
 
 // The rarer jobs, which rested for as long as the clock was set back.
 TEST_F(DirectoryTest, RareJobsStartTheirPeriodAnewWhenTheClockIsSetBack) {
-    Write("compete_info.cfg", "[compete_info]\nday_open_hour=5\n");
+    WriteFile("compete_info.cfg", "[compete_info]\nday_open_hour=5\n");
     LobbyPlayer* const player = Login(10001);
     auto* const web = lobby->GetWebServerHandler();
     auto& schedule = lobby->m_competeConfig;

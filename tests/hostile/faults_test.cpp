@@ -32,15 +32,6 @@ TEST_F(FaultTest, EverythingGoesAwayAtOnceAndComesBack) {
         EXPECT_TRUE(Eventually([&] { return AllLinked(); }, 15));
         ExpectServed();
     }
-    redis.Stop();
-    ExpectServed(10004);
-    redis.Start();
-    EXPECT_TRUE(Eventually(
-        [&] {
-            auto player = LoggedIn(10005);
-            return Online(10005) == "1";
-        },
-        15));
     EXPECT_EQ(AllCoins(), coins);
 }
 
@@ -63,6 +54,7 @@ TEST_F(FaultTest, AConsoleThatNobodyReadsStopsNothing) {
     const int pipe = open(console.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     LobbySettings settings = AttackSettings();
     settings["log"] = {{"level", "ALL"}};
+    settings["limits"] = {};
     ServeQuietly(settings);
     char text[4096] = {};
     const auto fill = [&] {
@@ -93,7 +85,7 @@ TEST_F(FaultTest, ABackEndThatHangsUpIsTriedOnceASecond) {
     auto first = std::async(std::launch::async, [&] { return logs.accept(); });
     ServeQuietly(settings);
     first.get().close();
-    EXPECT_GE(Seconds([&] {
+    EXPECT_GE(Took([&] {
                   for (int i = 0; i < 3; ++i)
                       logs.accept().close();
               }),
@@ -101,7 +93,7 @@ TEST_F(FaultTest, ABackEndThatHangsUpIsTriedOnceASecond) {
     auto longer = logs.accept();
     std::this_thread::sleep_for(milliseconds(1100));
     longer.close();
-    EXPECT_LT(Seconds([&] { longer = logs.accept(); }), 0.9 * SLOWER) << "not at once, as ever";
+    EXPECT_LT(Took([&] { longer = logs.accept(); }), 0.9 * SLOWER) << "not at once, as ever";
 }
 
 TEST_F(FaultTest, ANameThatCannotBeResolvedEndsTheStart) {
@@ -181,8 +173,7 @@ TEST_F(FaultTest, TerminationUnderFullLoad) {
                         player->Line().Send(MSG_KEEP_ALIVE);
                     player->Take(1, BANK_PASSWORD);
                     platform.DoCommand("farm all " + std::string(300, 'x'));
-                } catch (const std::runtime_error&) {  // the lobby has ended
-                    return;
+                } catch (const std::runtime_error&) {  // put out by a limit, or the lobby has ended
                 }
             }
         });

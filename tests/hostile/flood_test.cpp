@@ -300,7 +300,7 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
             crowd.push_back(LoggedIn(20001 + i));
         double slowest = 0;
         for (size_t i = 0; !over; ++i) {
-            slowest = std::max(slowest, Seconds([&] { crowd[i % crowd.size()]->KeepAlive(); }));
+            slowest = std::max(slowest, Took([&] { crowd[i % crowd.size()]->KeepAlive(); }));
             peak = std::max(peak, ResidentKiB());
             std::this_thread::sleep_for(milliseconds(15));
         }
@@ -310,7 +310,7 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
         auto player = LoggedIn(20101);
         double slowest = 0;
         while (!over) {
-            slowest = std::max(slowest, Seconds([&] {
+            slowest = std::max(slowest, Took([&] {
                                    EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0);
                                }));
             std::this_thread::sleep_for(milliseconds(3100));

@@ -1,5 +1,5 @@
 #include "DataServerHandler.h"
-#include "DirectoryWorld.h"
+#include "LobbyTest.h"
 #include "activitySystem/Activity_Data_Msg.h"
 #include "compete_msg.h"
 
@@ -40,11 +40,12 @@ TEST_F(DirectoryTest, LinksRegisterWhenTheyComeUpAndAgainWhenTheyAreBack) {
     EXPECT_EQ(first, opening);
     auto& servers = lobby->GetCenterServerHandler()->m_ServerList.m_gameServerMap;
     servers[3] = {};
-    for (const auto& [port, messages] : opening) {
+    for (const auto& [port, messages] : opening)
         net.Hangup(Link(Port(port)));
+    for (const auto& [port, messages] : opening) {
         ASSERT_TRUE(WaitForLink(Port(port))) << port;
         Messages sent;
-        EXPECT_TRUE(Await([&, &messages = messages, &port = port] {
+        EXPECT_TRUE(Eventually([&, &messages = messages, &port = port] {
             for (const auto& message : Got(Link(Port(port))))
                 sent.push_back(message);
             return sent == messages;
@@ -103,6 +104,13 @@ TEST_F(DirectoryTest, CenterFeedsTheDirectories) {
             count != 50);
         EXPECT_EQ(sites.size(), count == 50 ? 50u : 0u);
     }
+    for (const int count : {51, -1}) {
+        tagLoginCenterSiteGameTerminateNotice end{{}, count, {{7, 1}}};
+        EXPECT_TRUE(
+            Has(LogOf([&] { net.Deliver(Link(CENTER), 0x9006, end); }),
+                "LoginCenterSiteGameTerminateNotice size[" + std::to_string(count) + "] error!"));
+    }
+    EXPECT_EQ(sites.size(), 50u);
 
     net.Deliver(Link(CENTER), 0x9001, Servers(10));
     EXPECT_EQ(shown[7].size(), 10u);
@@ -194,9 +202,7 @@ TEST_F(DirectoryTest, WrongSizesAndTypesAreLoggedAndDroppedAndCloseTheCenter) {
             const std::string log =
                 LogOf([&] { net.Deliver(Link(c.port), c.type, std::string(size, 1)); });
             EXPECT_TRUE(Has(log, c.before + std::to_string(size) + c.after)) << log;
-            EXPECT_EQ(net.IsClosed(Link(c.port)), c.port == CENTER) << std::hex << c.type;
-            net.Settle();
-            ASSERT_TRUE(WaitForLink(c.port));
+            EXPECT_EQ(net.Reopen(Link(c.port)), c.port == CENTER) << std::hex << c.type;
         }
     }
     EXPECT_TRUE(Received(player).empty());

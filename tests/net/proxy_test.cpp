@@ -157,7 +157,7 @@ void ExpectVisits(const char* trusted, ProxyTrust::Header mode, const std::vecto
             for (const std::string& piece : visit.pieces) {
                 ASSERT_TRUE(client.Send(piece));
                 sent += piece.size();
-                ASSERT_TRUE(WaitFor([&] { return metrics.bytesIn.Value() >= sent; }));
+                ASSERT_TRUE(Eventually([&] { return metrics.bytesIn.Value() >= sent; }));
             }
         };
         std::unique_ptr<Client> client;

@@ -1,10 +1,14 @@
 // The framework end to end over real loopback sockets.
 #include <dlfcn.h>
 #include <netdb.h>
+#include <sys/resource.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <csignal>
+#include <deque>
+#include <filesystem>
 #include <memory>
 #include <random>
 
@@ -12,6 +16,7 @@
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
 #include "NetFixture.h"
+#include "NetSender.h"
 #include "WriteHold.h"
 
 // In the C library's place, to count.
@@ -75,6 +80,132 @@ TEST(Tcp, OpensAndSealsEncodedBodies) {
     EXPECT_EQ(server.Encode(body, 4073, ENCODE_AES, body, 4088), -1);  // would not fit
     EXPECT_EQ(server.Decode(body, 33, ENCODE_AES, body, 16), -1);
     EXPECT_EQ(server.Encode(body, 4, 2, body, 4088), -1);
+}
+
+TEST(Tcp, AnApplicationMayReadForItselfAndBringItsOwnCodec) {
+    struct Own : TestServer {
+        ~Own() override { Shutdown(); }
+        bool OnReadComplete(IPlayerNode* node, void*&, long&, void* data, long length) override {
+            return std::memcmp(data, "raw", 3) == 0 && SendData(node, data, length);
+        }
+        long Encode(char* src, long length, long encode, char* dst, long) override {
+            std::transform(src, src + length, dst, [&](char c) { return char(c ^ encode); });
+            return length;
+        }
+        long Decode(char* src, long length, long encode, char* dst, long capacity) override {
+            return Encode(src, length, encode, dst, capacity);
+        }
+    } server;
+    server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
+        EXPECT_EQ(std::string(data + 8, static_cast<size_t>(length - 8)), "aaa");
+        server.SendData(node, type, data, length, 2);
+    };
+    server.Listen();
+    Client client(server.port);
+    EXPECT_TRUE(client.Send("raw bytes"));
+    EXPECT_EQ(client.Read(9), "raw bytes");
+    EXPECT_EQ(client.Ask(Message(9, "fff", 7)), Message(9, "ccc", 2));
+}
+
+TEST(NetSender, FillsHeadersOfWhatFits) {
+    TestServer codec;
+    NetSender sender(nullptr, &codec, 100);
+    const struct {
+        long length, encode, capacity, filled;  // 0: refused
+    } rows[] = {
+        {-1, ENCODE_NONE, 4096, 8},   {0, ENCODE_AES, 4096, 8},  {4096, ENCODE_NONE, 4096, 4096},
+        {4097, ENCODE_NONE, 5000, 0}, {100, ENCODE_NONE, 99, 0}, {7, ENCODE_AES, 4096, 0},
+        {8, ENCODE_AES, 4096, 8},     {9, ENCODE_AES, 4096, 25}, {4080, ENCODE_AES, 4096, 4096},
+        {4081, ENCODE_AES, 4096, 0},  {20, 2, 4096, 0}};
+    std::string body(5000, 'b'), out(5000, 'x');
+    for (const auto& row : rows) {
+        long length = row.length;
+        const char* const filled =
+            sender.FillHeader(0x1234, body.data(), length, row.encode, out.data(), row.capacity);
+        EXPECT_EQ(filled, row.filled != 0 ? out.data() : nullptr) << row.length;
+        if (row.filled == 0) continue;
+        EXPECT_EQ(length, row.filled);
+        const auto size = static_cast<size_t>(length), code = static_cast<size_t>(row.encode);
+        EXPECT_EQ(out.substr(0, 8), Bytes({5, code, size >> 8, size, 3, 0, 0x12, 0x34}));
+    }
+}
+
+TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
+    const auto threads = [] {
+        return static_cast<unsigned long>(
+            std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+    };
+    // None of an earlier test.
+    EXPECT_TRUE(Eventually([&] {
+        const unsigned long were = threads();
+        std::this_thread::sleep_for(20ms);
+        return were == threads();
+    }));
+    const auto processors = static_cast<unsigned long>(::sysconf(_SC_NPROCESSORS_ONLN));
+    const unsigned long most = 2 * (processors + 1);
+    for (const auto& [wanted, made] :
+         {std::pair(0UL, processors), {1UL, 1UL}, {most, most}, {most + 1, processors}}) {
+        const unsigned long before = threads();
+        {
+            TestServer server;
+            EXPECT_EQ(server.Create(true, "127.0.0.1", 0, 0, 1, 2, 1, 6), nullptr);
+            for (int time = 0; time < 2; ++time) {
+                EXPECT_TRUE(server.Initialize(0, 0, ~0UL, ~0UL, wanted, 0, 0));
+                EXPECT_EQ(threads() - before, made + 2) << "and worker and sender";
+            }
+        }
+        EXPECT_TRUE(Eventually([&] { return threads() == before; }));
+    }
+    TestServer server;
+    server.Listen();
+    // Every address, until it is closed.
+    IPlayerNode* any = server.Create(true, nullptr, 0, 0, 9, 2, 1, 6);
+    ASSERT_TRUE(any != nullptr && server.RecvData(any));
+    sockaddr_in addr{};
+    EXPECT_EQ(server.GetPlayerAddrIn(any, &addr, true), INADDR_ANY);
+    EXPECT_TRUE(Client(ntohs(addr.sin_port)).Echoes());
+    server.Close(any);
+    EXPECT_TRUE(Eventually([&] { return static_cast<TestNode*>(any)->released == 1; }));
+    EXPECT_FALSE(Client(ntohs(addr.sin_port)).Echoes());
+    // Without a time-out a connect takes as long as it takes.
+    EXPECT_NE(server.Create(false, "127.0.0.1", server.port, 0, 1, 2, 1, 6), nullptr);
+    server.Shutdown();
+    EXPECT_EQ(server.Dial(server.port), nullptr);
+}
+
+// The worker stands still at the 5,000th client it looks at until a signal comes, and without
+// sweeps looks at none.
+TEST(Tcp, ASweepOfFiveThousandStopsAndNoneWithoutAnInterval) {
+    const rlimit room{12000, 12000};
+    if (::setrlimit(RLIMIT_NOFILE, &room) != 0) GTEST_SKIP() << "no room for so many";
+    std::signal(SIGUSR2, [](int) {});
+    HandClock clock;
+    for (const unsigned long interval : {20ul, ~0ul}) {
+        TestServer server;
+        std::atomic<pthread_t> worker{};
+        server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
+            worker = ::pthread_self();
+            server.SendData(node, type, data, length, ENCODE_NONE);
+        };
+        server.Listen({.interval = interval, .timeout = 120});
+        std::deque<Client> crowd;
+        while (crowd.size() < 5000)
+            crowd.emplace_back(server.port);
+        ASSERT_TRUE(Eventually([&] { return crowd.back().Echoes(); }));
+        clock.Advance(20);
+        if (interval == 20) {
+            EXPECT_TRUE(Eventually([&] {
+                const long ticks = server.ticks;
+                std::this_thread::sleep_for(300ms);
+                return ticks == server.ticks;
+            }));
+            ::pthread_kill(worker, SIGUSR2);
+        }
+        EXPECT_TRUE(crowd.back().Echoes());
+        clock.Advance(interval == 20 ? 0 : 10000);
+        EXPECT_TRUE(crowd.front().Echoes());
+        EXPECT_EQ(server.closes, 0);
+    }
 }
 
 TEST(Tcp, AFullRingClosesTheConnection) {
@@ -159,7 +290,7 @@ TEST(Tcp, ABudgetClosesThoseWhoHoldMostAndNobodyElse) {
         deaf.back()->Send(Message(kFlood));
         EXPECT_TRUE(modest.Echoes());
     }
-    EXPECT_TRUE(WaitFor([&] { return server.messages == 24 && used() <= kBudget; }));
+    EXPECT_TRUE(Eventually([&] { return server.messages == 24 && used() <= kBudget; }));
     EXPECT_TRUE(modest.Echoes());
     EXPECT_GE(server.closes, 8);
     EXPECT_LE(server.closes, 11);
@@ -183,7 +314,7 @@ TEST(Tcp, AMassBufferGoesToEveryReceiver) {
     for (Client* client : {&one, &two})
         EXPECT_EQ(client->Ask(Message(1)).size(), 108u);
     ASSERT_TRUE(
-        WaitFor([&] { return std::atomic_ref(shared.load()->ulReferenceCount).load() == 1; }));
+        Eventually([&] { return std::atomic_ref(shared.load()->ulReferenceCount).load() == 1; }));
     DropReference(shared);
 }
 
@@ -217,14 +348,14 @@ TEST(Tcp, ASlowHandlerIsNotTheSilenceOfTheClientsBehindIt) {
     TestServer server;
     std::atomic<bool> release{false};
     server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
-        if (type == 1) WaitFor([&] { return release.load(); });
+        if (type == 1) Eventually([&] { return release.load(); });
         if (type == 2) clock.Advance(120);
         if (type == 77) server.SendData(node, type, data, length, ENCODE_NONE);
     };
     server.Listen({.interval = 20, .timeout = 120});
     Client first(server.port), slow(server.port), behind(server.port);
     const auto queued = [&](uint64_t count) {
-        EXPECT_TRUE(WaitFor([&] { return metrics.recordsQueued.Value() == count; }));
+        EXPECT_TRUE(Eventually([&] { return metrics.recordsQueued.Value() == count; }));
     };
     queued(3);
     first.Send(Message(1));
@@ -249,7 +380,7 @@ TEST(Tcp, AClosedPeerThatNeverReadsIsGivenUpAfterTheIdleTimeout) {
     stuck.Send(Message(kFlood));
     ASSERT_TRUE(server.AwaitClosed(1));
     clock.Advance(119);
-    EXPECT_TRUE(WaitFor([&, ticks = server.ticks + 60] { return server.ticks > ticks; }));
+    EXPECT_TRUE(Eventually([&, ticks = server.ticks + 60] { return server.ticks > ticks; }));
     EXPECT_EQ(server.Released(), 0);
     clock.Advance(1);
     EXPECT_TRUE(server.AwaitReleased(1));
@@ -266,14 +397,14 @@ TEST(Tcp, TheBrakeOfTheSendThreadHoldsOnlyTheRingGoneMad) {
     {
         Client stuck(server.port, 4096);
         stuck.Send(Message(kFlood));
-        ASSERT_TRUE(WaitFor([&] { return server.flooded == 8000; }));
+        ASSERT_TRUE(Eventually([&] { return server.flooded == 8000; }));
         stuck.ResetOnClose();
     }
     ASSERT_TRUE(server.AwaitClosed(1));
     Stopwatch watch;
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(other.Echoes());
-    EXPECT_LT(watch.Lap(), 8s);
+    EXPECT_LT(watch.Lap(), 8);
     EXPECT_EQ(server.Released(), 0);
     clock.Advance(10);
     EXPECT_TRUE(server.AwaitReleased(1));
@@ -295,6 +426,9 @@ TEST(Tcp, NothingIsDeliveredBehindAClose) {
     EXPECT_EQ(server.messages, 3);
     EXPECT_EQ(server.closes, 1);
     EXPECT_TRUE(server.lastFlag);
+    Client(server.port).Echoes();
+    EXPECT_TRUE(server.AwaitClosed(2));
+    EXPECT_FALSE(server.lastFlag) << "by the peer";
 }
 
 // Answers of a back-end were lost when the lobby had something to send just after it hung up.
@@ -306,11 +440,11 @@ TEST(Tcp, WhatThePeerSentBeforeSendingFailedIsDelivered) {
             std::atomic<bool> sent{false};
             server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
                 if (type != 1) return;
-                EXPECT_TRUE(WaitFor([&] { return sent.load(); }));
+                EXPECT_TRUE(Eventually([&] { return sent.load(); }));
                 if (end == End::FullRing) return server.Flood(node);
                 EPOLLContext* context = nullptr;
                 node->GetContext(&context);
-                EXPECT_TRUE(WaitFor([&] {  // the first is answered by a reset
+                EXPECT_TRUE(Eventually([&] {  // the first is answered by a reset
                     server.SendData(node, 1, nullptr, 0, ENCODE_NONE);
                     if (auto* hold = WriteHold::Mine()) hold->Flush();
                     return context->IsClosed();
@@ -322,7 +456,7 @@ TEST(Tcp, WhatThePeerSentBeforeSendingFailedIsDelivered) {
             auto client = std::make_unique<Client>(server.port, 4096);
             for (uint16_t type = 1; type <= 6; ++type) {
                 client->Send(Message(type, "answer"));
-                if (type == 1) WaitFor([&] { return server.messages == 1; });
+                if (type == 1) Eventually([&] { return server.messages == 1; });
             }
             if (end != End::FullRing) client.reset();
             sent = true;
@@ -339,12 +473,12 @@ TEST(Tcp, TooManyUnhandledBuffersCloseTheConnection) {
         EPOLLContext* context = nullptr;
         node->GetContext(&context);
         // The worker stands still until the connection has outrun it.
-        EXPECT_TRUE(type != 1 || WaitFor([&] { return context->IsClosed(); }));
+        EXPECT_TRUE(type != 1 || Eventually([&] { return context->IsClosed(); }));
     };
     server.Listen({.recv = 5});
     Client client(server.port);
     client.Send(Message(1));
-    ASSERT_TRUE(WaitFor([&] { return server.messages == 1; }));
+    ASSERT_TRUE(Eventually([&] { return server.messages == 1; }));
     std::thread flood = client.SendUntilClosed(Message(2, std::string(4088, 'x')));
     EXPECT_TRUE(server.AwaitClosed(1));
     flood.join();
@@ -381,8 +515,8 @@ TEST(Tcp, ConnectsFailInTime) {
     Stopwatch watch;
     EXPECT_EQ(server.Create(false, addr, 300, 1, 2, 1, 6), nullptr);
     const auto waited = watch.Lap();
-    EXPECT_GE(waited, 300ms);
-    EXPECT_LT(waited, 3s);
+    EXPECT_GE(waited, 0.3);
+    EXPECT_LT(waited, 3);
     ::close(full);
 }
 
@@ -408,7 +542,7 @@ TEST(Tcp, SendersOnManyThreadsLoseAndMixNothing) {
     server.Listen({.send = 4000});
     Client client(server.port);
     client.Send(Message(1));
-    ASSERT_TRUE(WaitFor([&] { return node != nullptr; }));
+    ASSERT_TRUE(Eventually([&] { return node != nullptr; }));
     constexpr int kThreads = 4, kEach = 500;
     std::vector<std::thread> senders;
     for (int t = 0; t < kThreads; ++t) {
@@ -436,7 +570,7 @@ TEST(Tcp, ASlowHandlerDoesNotKeepAnswersBack) {
     TestServer server;
     server.onMessage = [&](TestNode* from, uint16_t type, char*, long) {
         server.SendData(from, type, nullptr, 0, ENCODE_NONE);
-        if (type == 2) WaitFor([&] { return release.load(); });
+        if (type == 2) Eventually([&] { return release.load(); });
     };
     server.Listen();
     Client client(server.port);
@@ -457,14 +591,14 @@ TEST(Tcp, AWakeupCutsTheWaitAndKeepsTheTimer) {
     for (int i = 0; i < kRounds; ++i) {
         ASSERT_TRUE(client.Echoes());
         // Each waits for the whole of the worker's pause when nothing cuts it short.
-        if (watch.Lap() < 500us) ++fast;
+        if (watch.Lap() < 500e-6) ++fast;
     }
     EXPECT_GT(fast, kRounds / 10);
     const long before = server.ticks;
     std::this_thread::sleep_for(300ms);
     const long ticks = server.ticks - before;
     EXPECT_GT(ticks, 6);
-    EXPECT_LE(ticks, watch.Lap() / 1ms + 10);
+    EXPECT_LE(ticks, watch.Lap() * 1000 + 10);
 }
 
 // The resolver once overflowed the stack of the thread that looked a name up.
@@ -491,7 +625,7 @@ TYPED_TEST(Reader, WhoStopsHoldsNobodyUpAndLosesNothing) {
     server.Listen();
     TypeParam stopped(server.port, 4096), one(server.port), two(server.port);
     stopped.SendMessage(Message(kFlood));
-    ASSERT_TRUE(WaitFor([&] { return server.messages == 1; }));
+    ASSERT_TRUE(Eventually([&] { return server.messages == 1; }));
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(one.Echoes() && two.Echoes());
     for (int i = 0; i < server.flood; ++i) {

@@ -56,7 +56,7 @@ TEST(WebServer, OnlyTheFirstBytesOfAClientUpgrade) {
     IPlayerNode* link = caller.Dial(peer.port);
     ASSERT_TRUE(link != nullptr && caller.RecvData(link));
     caller.SendData(link, 5, nullptr, 0, 0);
-    EXPECT_TRUE(WaitFor([&] { return caller.messages == 1; }));
+    EXPECT_TRUE(Eventually([&] { return caller.messages == 1; }));
 }
 
 // Many small frames in one read must not wear the count of queued buffers away or up.

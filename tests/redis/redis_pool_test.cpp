@@ -7,7 +7,7 @@
 #include "RedisDBSlice.h"
 #include "RedisProxy.h"
 #include "RedisServer.h"
-#include "RedisWait.h"
+#include "Waiting.h"
 #include "xredis/xRedisClient.h"
 
 namespace {
@@ -131,7 +131,7 @@ TEST_F(RedisPoolTest, EveryConnectionLentMeansFailureAtOnce) {
     RedisConnPtr second = slice.GetConn(0);
     ASSERT_TRUE(first && second);
     RedisConnPtr none;
-    EXPECT_LT(Took([&] { none = slice.GetConn(0); }), 250ms);
+    EXPECT_LT(Took([&] { none = slice.GetConn(0); }), 0.25);
     EXPECT_FALSE(none);
     EXPECT_EQ(slice.Status(), 2U);
     slice.FreeConn(std::move(first), RedisOutcome::Answered);
@@ -144,15 +144,15 @@ TEST_F(RedisPoolTest, HungServerCostsOneTimeOutThenNothingUntilItAnswers) {
     ASSERT_TRUE(Connect(Node(server)));
     ASSERT_TRUE(Set());
     server.Hang();
-    EXPECT_LT(Took([&] { EXPECT_FALSE(Exists()); }), 1s);
+    EXPECT_LT(Took([&] { EXPECT_FALSE(Exists()); }), 1);
     EXPECT_EQ(error, "redis connection be closed");
     const auto fails = [&] {
         for (int i = 0; i < 20; ++i)
             EXPECT_FALSE(Exists());
     };
-    EXPECT_LT(Took(fails), 250ms);
+    EXPECT_LT(Took(fails), 0.25);
     EXPECT_EQ(error, "get connection error");
-    EXPECT_LT(Took([&] { client.Keepalive(); }), 1500ms);
+    EXPECT_LT(Took([&] { client.Keepalive(); }), 1.5);
     EXPECT_FALSE(Exists()) << "a connect to a hung server is no answer";
     server.Resume();
     client.Keepalive();
@@ -177,7 +177,7 @@ TEST_F(RedisPoolTest, LostConnectionsCostNothingWhileOthersAreWell) {
     RedisNode node = Node(server, "", 8);
     node.port = static_cast<unsigned int>(proxy.Port());
     ASSERT_TRUE(Connect(node));
-    ASSERT_TRUE(Within(5s, [&] { return proxy.Count() == 8; }));
+    ASSERT_TRUE(Eventually([&] { return proxy.Count() == 8; }));
     for (int lost = 0; lost < 7; ++lost) {
         proxy.Kill(0, lost % 2 == 0);
         for (int i = 0; i < 8; ++i)
@@ -265,7 +265,7 @@ TEST_F(RedisPoolTest, ManyThreadsShareThePoolThroughARestart) {
             client.Keepalive();
     });
     server.Restart();
-    EXPECT_TRUE(Within(10s, [&] { return server.Command("EXISTS key0 key1 key2 key3") == ":4"; }));
+    EXPECT_TRUE(Eventually([&] { return server.Command("EXISTS key0 key1 key2 key3") == ":4"; }));
     stop = true;
     for (auto& thread : threads)
         thread.join();

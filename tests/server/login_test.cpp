@@ -1,6 +1,6 @@
 #include <random>
 
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 
 TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     IPlayerNode* node = net.Connect();
@@ -41,8 +41,11 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     std::memcpy(expected.szReserve3, info.szReserve3, 64);
     EXPECT_EQ(Body(answer.bytes), Body(BytesOf(expected)));
     EXPECT_EQ(Only(Link(DATA)).type, 0xD012);
-    EXPECT_EQ(player->llGameCoin, 1000);
-    EXPECT_EQ(player->llControlNum, 77);
+    EXPECT_EQ((std::vector<int64_t>{
+                  player->llControlNum, player->iMachineIndex, player->iPlayGameTime,
+                  player->iAllYuanBaoAmount, player->iAccountsourceid, player->isBindingmobile,
+                  player->iFriendPropNum, player->llGameCoin, player->llBankCoin}),
+              (std::vector<int64_t>{77, 21, 22, 23, 24, 25, 26, 1000, 500}));
     notice.iUserID = 10002;  // a second notice is ignored
     net.Deliver(player, 0xA1, notice);
     EXPECT_EQ(player->m_iUserID, 10001);
@@ -162,7 +165,7 @@ TEST_F(LobbyTest, SensitiveNamesAreReplacedAndDisabledUsersAppendedByTheReload) 
     EXPECT_EQ(lobby->isContainSensitiveName("a bad name"), 1);
     EXPECT_EQ(lobby->isContainSensitiveName("小猪头"), 1);
     EXPECT_EQ(lobby->isContainSensitiveName("BAD ba d"), 0);
-    Write("SensitiveName.cfg", "[config]\nSensitiveName=new\n");
+    WriteFile("SensitiveName.cfg", "[config]\nSensitiveName=new\n");
     net.Tick(g_testNow);
     net.Tick(g_testNow + 1799);
     EXPECT_EQ(lobby->m_vecStrSensitiveName.size(), 2u);
@@ -178,7 +181,7 @@ TEST_F(LobbyTest, SensitiveNameListMayBeAMegabyteButNoLonger) {
         while (names.size() + 10 <= size)
             names += "fragment1,";
         names.resize(size, 'x');
-        Write("SensitiveName.cfg", "[config]\nSensitiveName=" + names + "\n");
+        WriteFile("SensitiveName.cfg", "[config]\nSensitiveName=" + names + "\n");
         lobby->loadSensitiveNameCfg();
         EXPECT_EQ(lobby->m_vecStrSensitiveName.size(), size == 1023999u ? 102400u : 0u);
     }

@@ -1,5 +1,5 @@
 // The keys of LobbyServer.cfg that switch extras on.
-#include "LobbyWorld.h"
+#include "LobbyTest.h"
 #include "MessageLimits.h"
 
 TEST(MessageLimits, TakesGoodLinesAndNamesTheFaultOfOthers) {
@@ -77,13 +77,6 @@ class LimitsTest : public LobbyTest {
     }
 };
 
-size_t Count(const std::string& log, const std::string& text) {
-    size_t count = 0;
-    for (size_t at = 0; (at = log.find(text, at)) != std::string::npos; at += text.size())
-        ++count;
-    return count;
-}
-
 }  // namespace
 
 TEST_F(LimitsTest, DropsWhatIsBeyondAndLogsItOnce) {
@@ -131,8 +124,9 @@ TEST_F(LobbyTest, StartNamesFaultyExtrasAndIgnoresThem) {
         {"maxconnection=4999\n[log]\nwarnings=0\n", {}},
         {"", {}}};
     for (const auto& row : cases) {
-        Write("LobbyServer.cfg",
-              "[Redis]\nredis_server=127.0.0.1:1\n[listen]\naddr=127.0.0.1:9100\n" + row.config);
+        WriteFile(
+            "LobbyServer.cfg",
+            "[Redis]\nredis_server=127.0.0.1:1\n[listen]\naddr=127.0.0.1:9100\n" + row.config);
         MemoryNet other;
         testing::internal::CaptureStderr();
         const std::string log = LogOf([&] {

@@ -1,5 +1,4 @@
-#include "LobbyWorld.h"
-#include "PublisherMsg.h"
+#include "LobbyTest.h"
 #include "SessionList.h"
 
 TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
@@ -29,24 +28,6 @@ TEST_F(LobbyTest, LinksLoseUnknownTypesAndAreClosedFor9000) {
     EXPECT_TRUE(net.IsClosed(Link(CENTER)));
     EXPECT_TRUE(Has(LogOf([&] { lobby->OnNetMessage(nullptr, 1, nullptr, 0); }),
                     "OnNetMessage lpPlayerNode == NULL"));
-}
-
-TEST_F(LobbyTest, UnsubscribeTakesExactly144Bytes) {
-    LobbyPlayer* player = Online(1);
-    lobby->m_lSubscribeKeyInfo.push_back({"farm"});
-    ClientSubscribeMsg msg{};
-    std::strcpy(msg.szKey, "farm");
-    net.Deliver(player, 0xF2, msg);
-    for (const size_t size : {143u, 145u, 144u}) {
-        EXPECT_EQ(lobby->m_mapPlayerToStrKey[1].size(), 1u) << size;
-        std::string bytes = BytesOf(msg);
-        bytes.resize(size);
-        const std::string log = LogOf([&] { net.Deliver(player, 0xF3, bytes); });
-        const auto text =
-            "CLIENT_UNSUBSCRIBE_MSG_C2S size[144] != length[" + std::to_string(size) + "]";
-        EXPECT_EQ(Has(log, text), size != 144);
-    }
-    EXPECT_TRUE(lobby->m_mapPlayerToStrKey[1].empty());
 }
 
 TEST_F(LobbyTest, PeriodicJobsKeepTheirPace) {

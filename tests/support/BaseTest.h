@@ -2,42 +2,17 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "Common/Thread.h"
+#include "Files.h"
 
-// A file of given content that goes away with the object.
-class TempFile {
-  public:
-    explicit TempFile(const std::string& content) {
-        m_path = testing::TempDir() + "lobby-base-XXXXXX";
-        close(mkstemp(m_path.data()));
-        std::ofstream(m_path, std::ios::binary) << content;
-    }
-    ~TempFile() { unlink(m_path.c_str()); }
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-    const char* Path() const { return m_path.c_str(); }
-
-  private:
-    std::string m_path;
-};
-
-inline std::string ReadFile(const std::string& path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
-
-// What the call prints on standard output.
-template <class Call>
-std::string Printed(Call call) {
+// What it prints on standard output, where the log goes, too.
+template <class Work>
+std::string LogOf(Work work) {
     testing::internal::CaptureStdout();
-    call();
+    work();
     return testing::internal::GetCapturedStdout();
 }
 

@@ -7,30 +7,24 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "Files.h"
 
 // Owns the process and the directory, where its "stdout" and "stderr" are kept.
 // Thread: the test's main thread, for the process ends with the thread that started it.
 class ChildProcess {
   public:
-    ChildProcess() {
-        std::string path = (std::filesystem::temp_directory_path() / "lobbyXXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for a process");
-        m_directory = path;
-    }
-    ~ChildProcess() {
-        Kill();
-        std::error_code ignored;
-        std::filesystem::remove_all(m_directory, ignored);
-    }
+    ChildProcess() = default;
+    ~ChildProcess() { Kill(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    const std::filesystem::path& Directory() const { return m_directory; }
+    const std::filesystem::path& Directory() const { return m_directory.Path(); }
+    // On "stdout" or "stderr", so far.
+    std::string Said(const char* name) const { return ReadFile(m_directory / name); }
     pid_t Pid() const { return m_pid; }
 
     // Starts it; returns at once.
@@ -84,7 +78,7 @@ class ChildProcess {
         return open((m_directory / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     }
 
-    std::filesystem::path m_directory;
+    TempFolder m_directory;
     pid_t m_pid = -1;
     std::optional<int> m_status;
 };

@@ -1,31 +1,10 @@
 // The real LobbyServer in a directory of its own.
 #pragma once
 
-#include <chrono>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <thread>
 
 #include "ChildProcess.h"
-
-#ifdef LOBBY_SANITIZED
-inline constexpr int SLOWER = 5;  // instrumented builds get that much more time
-#else
-inline constexpr int SLOWER = 1;
-#endif
-
-// Waits for a condition, at most `seconds` (more in instrumented builds); its last value.
-template <class Condition>
-bool Eventually(Condition condition, double seconds = 10) {
-    using Clock = std::chrono::steady_clock;
-    const auto limit = std::chrono::milliseconds(static_cast<long>(seconds * 1000 * SLOWER));
-    for (const auto end = Clock::now() + limit; Clock::now() < end;) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return condition();
-}
+#include "Waiting.h"
 
 // Section and key to value. An empty value leaves the key out.
 using LobbySettings = std::map<std::string, std::map<std::string, std::string>>;
@@ -38,7 +17,7 @@ class LobbyProcess {
     }
 
     void Write(const std::string& name, const std::string& text) {
-        std::ofstream(Directory() / name) << text;
+        WriteFile(Directory() / name, text);
     }
     void Configure(const LobbySettings& settings) {
         std::string text;
@@ -72,16 +51,13 @@ class LobbyProcess {
     pid_t Pid() const { return m_process.Pid(); }
     const std::filesystem::path& Directory() const { return m_process.Directory(); }
 
-    std::string Output() const { return Read("stdout"); }
-    std::string Errors() const { return Read("stderr"); }
-    std::string LogFile(const std::string& name) const { return Read("log/" + name); }
-    bool LogHas(const std::string& text) const { return Output().find(text) != std::string::npos; }
+    std::string Output() const { return m_process.Said("stdout"); }
+    std::string Errors() const { return m_process.Said("stderr"); }
+    std::string LogFile(const std::string& name) const {
+        return ReadFile(Directory() / "log" / name);
+    }
+    bool LogHas(const std::string& text) const { return Has(Output(), text); }
 
   private:
-    std::string Read(const std::string& name) const {
-        std::ifstream file(Directory() / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
     ChildProcess m_process;
 };

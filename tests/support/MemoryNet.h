@@ -85,10 +85,16 @@ class MemoryNet {
     void Deliver(IPlayerNode* node, uint16_t type, const T& message) {
         Deliver(node, type, std::string_view(reinterpret_cast<const char*>(&message), sizeof(T)));
     }
-    // The peer closes.
-    void Hangup(IPlayerNode* node) {
+    // The peer closes; `flag` as the framework reports it.
+    void Hangup(IPlayerNode* node, bool flag = true) {
         ContextOf(node)->closed = true;
-        m_application->OnClosed(node, true);
+        m_application->OnClosed(node, flag);
+    }
+    // Whether the application has asked for its close; then that is forgotten.
+    bool Reopen(IPlayerNode* node) {
+        const std::lock_guard lock(m_lock);
+        std::erase(m_closing, node);
+        return ContextOf(node)->closed.exchange(false);
     }
     // Reports the closes that the application asked for, those asked for meanwhile included.
     void Settle() {

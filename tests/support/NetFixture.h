@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -21,35 +20,7 @@
 #include "Game/NetGame.h"
 #include "Game/PlayerNode.h"
 #include "NodeManager/NodeRecords.h"
-
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""us;
-
-inline constexpr int kWaitMs = 10000;
-
-// Waits for an event with a bound.
-template <class Predicate>
-bool WaitFor(Predicate&& happened, int limitMs = kWaitMs) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
-    while (!happened()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
-// The time since it was made, or since it was last asked.
-class Stopwatch {
-  public:
-    std::chrono::nanoseconds Lap() {
-        const auto now = std::chrono::steady_clock::now();
-        return now - std::exchange(m_start, now);
-    }
-
-  private:
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
+#include "Waiting.h"
 
 // Both clocks, moved by hand while the object lives.
 class HandClock {
@@ -173,7 +144,7 @@ class Client {
   private:
     bool Readable() {
         pollfd wait{m_fd, POLLIN, 0};
-        return ::poll(&wait, 1, kWaitMs) == 1;
+        return ::poll(&wait, 1, 10000 * SLOWER) == 1;
     }
     int m_fd;
 };
@@ -269,10 +240,10 @@ class TestServer : public GameProvider {
     // A link to a server, not yet registered.
     IPlayerNode* Dial(uint16_t to) { return Create(false, "127.0.0.1", to, 1000, 1, 2, 1, 6); }
     bool AwaitClosed(long count) {
-        return WaitFor([&] { return closes == count; });
+        return Eventually([&] { return closes == count; });
     }
     bool AwaitReleased(int count) {
-        return WaitFor([&] { return Released() == count; });
+        return Eventually([&] { return Released() == count; });
     }
     int Released() {
         const std::lock_guard guard(lock);

@@ -8,21 +8,6 @@
 
 class BankTest : public SystemTest {};
 
-TEST_F(BankTest, CoinsMoveBetweenBankAndHand) {
-    Serve();
-    auto player = LoggedIn(10001);
-    const LoginBankResult opened = player->BankLogin(BANK_PASSWORD);
-    EXPECT_EQ(opened.ucResultType, 0);
-    EXPECT_EQ(+opened.llGameCoin, 10000);
-    EXPECT_EQ(+opened.llBankCoin, 100000);
-    EXPECT_EQ(+player->Take(500, BANK_PASSWORD).llGetCoinNum, 500);
-    EXPECT_EQ(+player->Save(200).llSelfCoin, 10300);
-    EXPECT_EQ(player->BankPassword(BANK_PASSWORD, "new").ucResultType, 0);
-    EXPECT_EQ(LoggedIn(10001)->Take(700, "new").ucResultType, 0);
-    EXPECT_EQ(Account(10001).coin, 11000);
-    EXPECT_EQ(Account(10001).bankCoin, 99000);
-}
-
 // Each on a session of its own, for every session has throttles of its own.
 TEST_F(BankTest, RefusalsCarryTheirCodes) {
     Serve();

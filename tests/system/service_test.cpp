@@ -97,12 +97,8 @@ TEST_F(ServiceTest, TheCommandLineAnswersAndRefuses) {
         process.Start(command);
         ASSERT_TRUE(Eventually([&] { return process.Ended(); }));
         EXPECT_EQ(WEXITSTATUS(process.Status().value_or(-1)), one.status) << one.says;
-        std::string said;
-        for (const char* name : {"stdout", "stderr"}) {
-            std::ifstream file(process.Directory() / name);
-            said.append(std::istreambuf_iterator<char>(file), {});
-        }
-        EXPECT_NE(said.find(one.says), std::string::npos) << said;
+        const std::string said = process.Said("stdout") + process.Said("stderr");
+        EXPECT_TRUE(Has(said, one.says)) << said;
     }
     EXPECT_FALSE(std::filesystem::exists(lobby.Directory() / "log"));
 }

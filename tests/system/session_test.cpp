@@ -1,4 +1,5 @@
-// Logging in: results, the online mark, duplicate logins, maintenance, moving between lobbies.
+// Logging in: results, the online mark, duplicate logins, moving between lobbies; links that go away
+// and come back.
 #include "SystemTest.h"
 #include "queue_server_msg.h"
 
@@ -74,16 +75,31 @@ TEST_F(SessionTest, PlayerMovesToAnotherLobbyAndIsPutOutOfTheFirst) {
     EXPECT_EQ(there->Take(5, BANK_PASSWORD).ucResultType, 0);
 }
 
-TEST_F(SessionTest, MaintenanceEmptiesTheLobbyUntilItIsSwitchedOff) {
+TEST_F(SystemTest, EveryLinkIsBackSoonAfterItsServerAndNoPlayerIsDisconnected) {
     Serve();
     auto player = LoggedIn(10001);
-    platform.DoCommand("stop 1");
-    const auto notice = player->AwaitPush(LOBBY_KICK_OUT_S2C).As<LobbyKickOutNotice>();
-    EXPECT_TRUE(notice.bStopSwitch);
-    EXPECT_TRUE(Closed(*player));
-    EXPECT_THROW(LoggedIn(10002), client::ConnectionLost);
-    EXPECT_TRUE(AwaitOffline(10001));
-    platform.DoCommand("stop 0");
-    EXPECT_TRUE(Eventually([&] { return lobby.LogHas("return stop_switch[0] Success!"); }));
-    EXPECT_NO_THROW(LoggedIn(10002));
+    constexpr std::pair<ServerKind, const char*> kLinks[] = {
+        {ServerKind::Queue, "authen"},  {ServerKind::Center, "center"},
+        {ServerKind::Config, "config"}, {ServerKind::Web, "web"},
+        {ServerKind::Data, "database"}, {ServerKind::Log, "log"}};
+    for (const auto& [kind, name] : kLinks) {
+        SCOPED_TRACE(name);
+        platform.Do([&, k = kind] { platform.Server(k).Drop({}); });
+        player->KeepAlive();
+        const std::string line = std::string(name) + " server has been closed !";
+        ASSERT_TRUE(Eventually([&] { return lobby.LogHas(line); }));
+        // At a moment the keeper does not choose.
+        const double away = Took([&, k = kind] {
+            platform.Do([&] { platform.Server(k).Resume(); });
+            EXPECT_TRUE(Eventually(
+                [&] { return platform.Do([&] { return platform.Server(k).Links(); }) == 1; }));
+        });
+        EXPECT_LT(away, 2 * SLOWER);
+        player->KeepAlive();
+    }
+    EXPECT_EQ(player->Take(5, BANK_PASSWORD).ucResultType, 0);
+    EXPECT_EQ(CountSeen(ServerKind::Center, MSG_CENTER_REGISTER_REQ), 2u);
+    EXPECT_EQ(CountSeen(ServerKind::Data, ACT_REGISTER_REQ), 2u);
+    EXPECT_EQ(CountSeen(ServerKind::Web, MSG_WEB_REGISTER_REQ), 2u);
+    EXPECT_FALSE(player->ServerList().empty());
 }

@@ -9,17 +9,17 @@
 #include "ExampleActivity.h"
 #include "FuzzInput.h"
 #include "LobbyOps.h"
-#include "LobbyServer.h"
-#include "MemoryNet.h"
+#include "MemoryLobby.h"
 
-// Owns lobby, network and an activity. The clock is the process's, moved by Tick alone.
+// Owns lobby, network and an activity. The clock is the process's, moved by Tick alone; Redis
+// answers as Disturb last said.
 // Thread: one; the lobby's reconnect keeper works beside it.
-class LobbyWorld {
+class FuzzWorld : MemoryLobby {
   public:
-    LobbyWorld();
-    ~LobbyWorld();
-    LobbyWorld(const LobbyWorld&) = delete;
-    LobbyWorld& operator=(const LobbyWorld&) = delete;
+    FuzzWorld();
+    ~FuzzWorld();
+    FuzzWorld(const FuzzWorld&) = delete;
+    FuzzWorld& operator=(const FuzzWorld&) = delete;
 
     // Reads one operation off the input and carries it out.
     void Step(FuzzInput& input);
@@ -30,15 +30,13 @@ class LobbyWorld {
     static void PrepareProcess();
 
   private:
-    enum Link : unsigned short { Center = 9001, Web, Queue, Data, Config, Log };
-
     void Connect(unsigned who);
-    void Login(unsigned who);
+    void LogIn(unsigned who);
     void CloseClient(unsigned who);
-    void CloseLink(Link link);
+    void CloseLink(Port link);
     void Disturb(uint8_t what);
     void FromClient(unsigned who, uint16_t type, const std::string& message);
-    void FromLink(Link link, uint16_t type, const std::string& message);
+    void FromLink(Port link, uint16_t type, const std::string& message);
     // A message's bytes, by the row when there is one.
     std::string Body(FuzzInput& input, const catalog::Message* row, unsigned who);
     void PatchFields(std::string& message, const catalog::Message& row, uint8_t flags,
@@ -49,10 +47,8 @@ class LobbyWorld {
     void CheckSent(IPlayerNode* node, catalog::Direction direction);
     void CheckSessions();
 
-    static Link LinkOf(catalog::Direction direction);
+    static Port LinkOf(catalog::Direction direction);
 
-    MemoryNet m_net;
-    std::unique_ptr<LobbyServer> m_lobby;
     std::unique_ptr<ExampleActivity> m_activity;
     std::array<LobbyPlayer*, ops::CLIENTS> m_clients{};  // null when closed
     std::atomic<int> m_failSends{0};
