@@ -30,11 +30,14 @@ RegistryThread::~RegistryThread() {
 }
 
 void RegistryThread::Put(RegistryJob* job) {
+    bool wake = !job->bBare;
     {
         const LockGuard lock(m_lock);
+        wake = wake || m_waiting.Empty();
+        m_bUrgent = m_bUrgent || !job->bBare;
         m_waiting.Push(job);
     }
-    m_changed.notify_one();
+    if (wake) m_changed.notify_one();
 }
 
 void RegistryThread::End(Clock::time_point deadline) {
@@ -62,8 +65,13 @@ void RegistryThread::Loop() {
 // jobs, never waits for a look through all of them.
 bool RegistryThread::AwaitJobs() {
     WaitLock lock(m_lock);
-    const auto due = [this]() NEEDS_LOCK(m_lock) { return m_bEnd || !m_waiting.Empty(); };
-    if (m_own.Empty()) m_changed.wait(lock, due);
+    const auto any = [this]() NEEDS_LOCK(m_lock) { return m_bEnd || !m_waiting.Empty(); };
+    const auto urgent = [this]() NEEDS_LOCK(m_lock) { return m_bEnd || m_bUrgent; };
+    if (m_own.Empty()) {
+        m_changed.wait(lock, any);
+        m_changed.wait_for(lock, kGather, urgent);
+    }
+    m_bUrgent = false;
     m_own.Append(m_waiting);
     return !m_own.Empty() && !(m_bEnd && Clock::now() >= m_deadline);
 }
