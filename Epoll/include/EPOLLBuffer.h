@@ -21,9 +21,9 @@ class IPlayerNode;
 class EPOLLBuffer : public EPOLLReceiver {
   public:
     EPOLLBuffer(IPlayerNode* node, unsigned long maxSendCount);
-    ~EPOLLBuffer() override;
+    ~EPOLLBuffer() override LOCK_UNSEEN;
 
-    void Initialize() override;
+    void Initialize() override LOCK_UNSEEN;  // nobody else knows it yet
     void Release() override;
 
     long Unsent() const override { return m_lEntries.load(std::memory_order_relaxed); }
@@ -33,14 +33,13 @@ class EPOLLBuffer : public EPOLLReceiver {
     friend class EPOLLMessager;
     friend class NetSender;
 
-    // All five with m_lockSend held.
-    void Append(tagSendBuffer* entry);
+    void Append(tagSendBuffer* entry) NEEDS_LOCK(m_lockSend);
     // What is appended next may share the entry's block.
-    void Open(tagSendBuffer* entry) { m_lpOpen = entry; }
+    void Open(tagSendBuffer* entry) NEEDS_LOCK(m_lockSend) { m_lpOpen = entry; }
     // The block that has room for so many bytes more, or null.
-    tagSendBuffer* OpenFor(long length) const;
-    void Grow();
-    void DropPending();
+    tagSendBuffer* OpenFor(long length) const NEEDS_LOCK(m_lockSend);
+    void Grow() NEEDS_LOCK(m_lockSend);
+    void DropPending() NEEDS_LOCK(m_lockSend);
     // The consumer: settles `done` entries (whose references are given up already) and `messages`,
     // and copies up to `room` of the oldest pending entries. Returns how many; 0 when the ring is
     // idle, which is then touched no more.
@@ -53,17 +52,18 @@ class EPOLLBuffer : public EPOLLReceiver {
     long m_lLength = 0;
 
     LightLock m_lockSend;               // serialises producers; before the sender's m_lockClosing
-    bool m_bSendData = false;           // something was queued once; guarded by m_lockSend
     std::atomic<bool> m_bClosed{true};  // no further sends are accepted; hides the base's flag
-    bool m_bReleasing = false;          // OnClosed was called; guarded by m_lockSend
-    tagSendBuffer** m_lpSendBuffer = nullptr;  // null entry: close marker; guarded by m_lockSend
-    long m_lSlots = 0;                         // of m_lpSendBuffer; guarded by m_lockSend
-    const long m_lMaxSendCount;                // the slots grow to this
-    long m_lCurrentPos = 0;                    // slot being sent; guarded by m_lockSend
-    long m_lTailPos = 0;                       // next free slot; guarded by m_lockSend
-    tagSendBuffer* m_lpOpen = nullptr;         // the newest entry, or null; guarded by m_lockSend
-    std::atomic<long> m_lEntries{0};           // pending; changed under m_lockSend
-    std::atomic<long> m_lSendCount{0};         // messages in them, 0 when there are none; the same
+    bool m_bSendData GUARDED_BY(m_lockSend) = false;   // something was queued once
+    bool m_bReleasing GUARDED_BY(m_lockSend) = false;  // OnClosed was called
+    // The slots; a null entry is the close marker.
+    tagSendBuffer** m_lpSendBuffer GUARDED_BY(m_lockSend) = nullptr;
+    long m_lSlots GUARDED_BY(m_lockSend) = 0;
+    const long m_lMaxSendCount;                                // the slots grow to this
+    long m_lCurrentPos GUARDED_BY(m_lockSend) = 0;             // slot being sent
+    long m_lTailPos GUARDED_BY(m_lockSend) = 0;                // next free slot
+    tagSendBuffer* m_lpOpen GUARDED_BY(m_lockSend) = nullptr;  // the newest entry, or null
+    std::atomic<long> m_lEntries{0};                           // pending; changed under m_lockSend
+    std::atomic<long> m_lSendCount{0};  // messages in them, 0 when there are none; the same
 
     EPOLLBuffer* m_lpNextReady = nullptr;  // list of the sender; its owner is whoever links
     std::atomic<bool> m_bReady{false};     // in that list, or set aside

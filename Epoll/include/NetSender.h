@@ -4,12 +4,12 @@
 #include <atomic>
 #include <mutex>
 
+#include "Common/ThreadSafety.h"
 #include "Doorbell.h"
+#include "EPOLLBuffer.h"
 #include "Game/NetGame.h"
 #include "NodeManager/NodeRecords.h"
 #include "SendBatch.h"
-
-class EPOLLBuffer;
 
 // Fills send buffers, queues them on connections and writes the queues; gives a closed connection
 // back to the provider once its queue is settled. Owns its epoll instance; points at provider and
@@ -76,7 +76,7 @@ class NetSender : public INetSender {
     void CloseFailed(IPlayerNode* node);  // not asked for: what the peer sent is still delivered
     // Accepts no further sends; the node's context unless there is none. closed: nor did it before.
     EPOLLBuffer* EndSending(IPlayerNode* node, bool& closed);
-    void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node);
+    void PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node) NEEDS_LOCK(context->m_lockSend);
     void HandOver(EPOLLBuffer* context);   // the context's m_lockSend is held
     void LinkReady(EPOLLBuffer* context);  // by whoever has the idle ring, or the consumer
 
@@ -100,8 +100,8 @@ class NetSender : public INetSender {
     void ResumeAside();
 
     // Closed connections whose peers do not read.
-    void LinkClosing(EPOLLBuffer* context);    // any thread; m_lockClosing is held
-    void UnlinkClosing(EPOLLBuffer* context);  // m_lockClosing is held
+    void LinkClosing(EPOLLBuffer* context) NEEDS_LOCK(m_lockClosing);  // any thread
+    void UnlinkClosing(EPOLLBuffer* context) NEEDS_LOCK(m_lockClosing);
     void GiveUpClosed();
     bool IsHopeless(EPOLLBuffer* context, long now) const;
 
@@ -122,7 +122,7 @@ class NetSender : public INetSender {
     SendBatch m_Batch;
     EPOLLBuffer* m_lpAside = nullptr;  // rings under the brake
 
-    std::mutex m_lockClosing;                // behind a context's m_lockSend
-    EPOLLBuffer* m_lpClosingList = nullptr;  // guarded by m_lockClosing
+    Mutex m_lockClosing;  // behind a context's m_lockSend
+    EPOLLBuffer* m_lpClosingList GUARDED_BY(m_lockClosing) = nullptr;
     std::atomic<long> m_lClosing{0};
 };

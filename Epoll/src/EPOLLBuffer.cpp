@@ -1,7 +1,6 @@
 #include "EPOLLBuffer.h"
 
 #include <algorithm>
-#include <mutex>
 
 #include "Game/NetGame.h"
 
@@ -43,7 +42,7 @@ void EPOLLBuffer::Initialize() {
 void EPOLLBuffer::Release() {
     if (m_lpPlayerNode != nullptr) m_lpPlayerNode->Release();
     {
-        std::lock_guard guard(m_lockSend);
+        const LockGuard guard(m_lockSend);
         m_bClosed = true;
         DropPending();
         delete[] m_lpSendBuffer;
@@ -84,7 +83,7 @@ void EPOLLBuffer::Grow() {
 }
 
 long EPOLLBuffer::Advance(long done, long messages, tagSendBuffer** entries, long room) {
-    const std::lock_guard guard(m_lockSend);
+    const LockGuard guard(m_lockSend);
     const long left = m_lEntries.load(std::memory_order_relaxed) - done;
     if (done > 0) {
         // An idle ring begins anew, so that a busy connection does not spread over all its slots.

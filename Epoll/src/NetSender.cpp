@@ -249,7 +249,7 @@ bool NetSender::ShareBlock(IPlayerNode* node, unsigned short type, void* data, l
     }
     EPOLLBuffer* context = ContextOf(node);
     if (context == nullptr) return false;
-    const std::lock_guard guard(context->m_lockSend);
+    const LockGuard guard(context->m_lockSend);
     tagSendBuffer* block = context->OpenFor(std::max(length, HEADER_SIZE));
     const long pending = context->m_lSendCount.load(std::memory_order_relaxed);
     const bool client = context->m_bAcceptClient;
@@ -279,7 +279,7 @@ NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, l
         __log(_ALL, kTag, "node[%08x], lpContext = NULL", PtrTag(node));
         return Adding::Failed;
     }
-    const std::lock_guard guard(context->m_lockSend);
+    const LockGuard guard(context->m_lockSend);
     if (context->m_bClosed) {
         __log(_ALL, kTag, "node[%08x], has been closed", PtrTag(node));
         return Adding::Failed;
@@ -363,7 +363,7 @@ void NetSender::OnClosed(IPlayerNode* node) {
         return;
     }
     {
-        const std::lock_guard guard(context->m_lockSend);
+        const LockGuard guard(context->m_lockSend);
         context->m_bClosed = true;
         if (context->m_bReleasing) return;
         context->m_bReleasing = true;
@@ -383,7 +383,7 @@ void NetSender::PushCloseMarker(EPOLLBuffer* context, IPlayerNode* node) {
           context->m_bClosed.load(), PtrTag(context));
     // Listed and marked in one step: the send thread must neither find it listed without its
     // marker nor release it before it is listed.
-    const std::lock_guard guard(m_lockClosing);
+    const LockGuard guard(m_lockClosing);
     LinkClosing(context);
     context->Append(nullptr);
     if (context->m_lSendCount == 1) HandOver(context);

@@ -220,7 +220,7 @@ void NetSender::DropEntries(const Settled& done) {
 void NetSender::ReleaseClosed(EPOLLBuffer* context) {
     __log(_ALL, "NetSender::OnSend", "release node[%08x]", PtrTag(context->Node()));
     {
-        const std::lock_guard guard(m_lockClosing);
+        const LockGuard guard(m_lockClosing);
         UnlinkClosing(context);
     }
     context->m_lEntries = 0;  // the marker is no buffer
@@ -277,7 +277,7 @@ void NetSender::GiveUpClosed() {
     EPOLLBuffer* victims[kMaxVictims];
     int count = 0;
     {
-        const std::lock_guard guard(m_lockClosing);
+        const LockGuard guard(m_lockClosing);
         const long now = ClockUptime();
         for (EPOLLBuffer* context = m_lpClosingList; context != nullptr && count < kMaxVictims;
              context = context->m_lpNextClosing) {

@@ -4,7 +4,8 @@
 
 #include <array>
 #include <cstdint>
-#include <mutex>
+
+#include "Common/ThreadSafety.h"
 
 namespace {
 
@@ -19,9 +20,9 @@ struct Watched {
 
 // A fixed table: threads come and go with each framework object, the deepest marks are kept.
 struct Registry {
-    std::mutex lock;
-    std::array<Watched, 256> table;
-    size_t count = 0;
+    Mutex lock;
+    std::array<Watched, 256> table GUARDED_BY(lock);
+    size_t count GUARDED_BY(lock) = 0;
 };
 
 Registry& TheRegistry() {
@@ -64,7 +65,7 @@ ThreadStack::ThreadStack(const char* name) {
     pthread_attr_getstack(&attributes, &base, &size);
     pthread_attr_destroy(&attributes);
     Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
+    const LockGuard guard(registry.lock);
     if (registry.count == registry.table.size()) return;
     m_ulIndex = registry.count++;
     registry.table[m_ulIndex] = {name, static_cast<uint8_t*>(base), size, 0};
@@ -73,7 +74,7 @@ ThreadStack::ThreadStack(const char* name) {
 
 ThreadStack::~ThreadStack() {
     Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
+    const LockGuard guard(registry.lock);
     if (m_ulIndex >= registry.table.size()) return;
     Watched& own = registry.table[m_ulIndex];
     own.used = UsedOf(own.base, own.size);
@@ -84,7 +85,7 @@ ThreadStack::~ThreadStack() {
 
 std::vector<ThreadStack::Mark> ThreadStack::Report() {
     Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
+    const LockGuard guard(registry.lock);
     std::vector<Mark> marks;
     for (size_t i = 0; i < registry.count; ++i) {
         const Watched& thread = registry.table[i];
