@@ -131,6 +131,8 @@ table() {
         "$(of sessions lobby_before per_second)"
     plain "50 players beside one who floods the lobby: longest wait" \
         "$(of flood lobby max_us echo)" 50000 us "$(of flood lobby_before max_us echo)"
+    plain "the same, with messages that cost a line of log each" \
+        "$(of costly lobby max_us echo)" 50000 us "$(of costly lobby_before max_us echo)"
     against "an evening of 4,800 players, one request in 5 s each: CPU" \
         "$(of evening lobby server_cpu_seconds)" "$(of evening lobby_before server_cpu_seconds)" most 1.0 s
     against "a lobby nobody talks to: CPU" "$(of still lobby cpu_percent)" \

@@ -126,6 +126,7 @@ lobby_rounds() {
     done
 }
 do_flood() { load "$1" "${long[@]}" -n 50 echo --size 8 --rate 1000 --flooder; }
+do_costly() { load "$1" "${long[@]}" -n 50 echo --size 8 --rate 1000 --flooder --flood-type 65520; }
 do_sessions() { load "$1" "${short[@]}" -n 64 cycle --size 8; }
 do_logins() {
     redis_commands exists exists Lobby:OnLine:UserID:20001
@@ -156,6 +157,7 @@ do_still() {
 cpu_ms() { cat /proc/"$server_pid"/task/*/schedstat | awk '{n += $1} END {print n / 1e6}'; }
 
 run_flood() { local lenient=1; lobby_rounds flood do_flood; }
+run_costly() { local lenient=1 lines=0; lobby_rounds costly do_costly; }
 run_sessions() { lobby_rounds sessions do_sessions; }
 run_logins() { lobby_rounds logins do_logins; }
 run_rush() { lobby_rounds rush do_rush; }

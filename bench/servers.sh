@@ -38,13 +38,15 @@ redis_pid='' sim_pid=''
 
 # start_lobby [lobby|lobby_before]: of the build or of an older one, as the sample configuration has
 # it but for ports, log level and, when they are set, $pace, the seconds between broadcasts,
-# $metrics, where it serves its figures, and $lenient, which has it bear clients that it would close.
+# $metrics, where it serves its figures, $lines, how many lines of log it writes in a second, and
+# $lenient, which has it bear clients that it would close.
 # It runs under the command ${under[@]}.
 under=()
 start_lobby() {
     server_port=$(free_port)
     make_lobby "$work/lobby" "$server_port" ERROR \
         ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"} \
+        "s/^most_lines=.*/most_lines=${lines:-2000}/" \
         ${lenient:+"/^any=/d;/^0x/d;s/^CLIENT_SEND_COUNT=.*/CLIENT_SEND_COUNT=8192/"} \
         ${metrics:+"s/^;addr=.*/addr=$metrics/"}
     [ "${1:-}" != lobby_before ] || cp "$before/LobbyServer" "$before/LobbyServer.cfg" "$work/lobby/"

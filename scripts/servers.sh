@@ -67,8 +67,8 @@ sim() {
 set_addresses() {
     local file=$1 address=$2 level=$3 expressions=() expression
     shift 3
+    [ "$level" = WARN ] || expressions=(-e 's/^most_lines=.*/most_lines=0/')
     for expression in "$@"; do expressions+=(-e "$expression"); done
-    [ "$level" = WARN ] || expressions+=(-e 's/^most_lines=.*/most_lines=0/')
     sed -i -e "s/^center_server=.*/center_server=127.0.0.1:$center_port/" \
         -e "s/^bulletin_server=.*/bulletin_server=127.0.0.1:$web_port/" \
         -e "s/^queue_server=.*/queue_server=127.0.0.1:$queue_port/" \

@@ -15,6 +15,8 @@ class IPlayerNode;
 // The ring has any number of producers and one consumer at a time, which takes and settles many
 // entries under one lock. Its count hands entries over: the producer that raises it from 0 hands
 // the connection to the consumer, which has it until the count is 0 again.
+// Small messages that wait share a block: whoever queues one behind an open block writes it there.
+// The consumer closes a block when it takes it. Counted are messages, whatever they share.
 // The ring begins small and grows with the largest queue the connection ever had.
 class EPOLLBuffer : public EPOLLReceiver {
   public:
@@ -24,21 +26,25 @@ class EPOLLBuffer : public EPOLLReceiver {
     void Initialize() override;
     void Release() override;
 
-    long Unsent() const override { return m_lSendCount.load(std::memory_order_relaxed); }
+    long Unsent() const override { return m_lEntries.load(std::memory_order_relaxed); }
     IPlayerNode* Node() const { return m_lpPlayerNode; }
 
   private:
     friend class EPOLLMessager;
     friend class NetSender;
 
-    // All three with m_lockSend held.
+    // All five with m_lockSend held.
     void Append(tagSendBuffer* entry);
+    // What is appended next may share the entry's block.
+    void Open(tagSendBuffer* entry) { m_lpOpen = entry; }
+    // The block that has room for so many bytes more, or null.
+    tagSendBuffer* OpenFor(long length) const;
     void Grow();
     void DropPending();
-    // The consumer: settles `done` entries (whose references are given up already) and copies up to
-    // `room` of the oldest pending ones. Returns how many; 0 when the ring is idle, which is then
-    // touched no more.
-    long Advance(long done, tagSendBuffer** entries, long room);
+    // The consumer: settles `done` entries (whose references are given up already) and `messages`,
+    // and copies up to `room` of the oldest pending entries. Returns how many; 0 when the ring is
+    // idle, which is then touched no more.
+    long Advance(long done, long messages, tagSendBuffer** entries, long room);
 
     // Message worker only. What arrives goes through two buffers: the base's members of these names
     // hold a WebSocket frame that is not complete, these the message that the frames' payload, or
@@ -55,7 +61,9 @@ class EPOLLBuffer : public EPOLLReceiver {
     const long m_lMaxSendCount;                // the slots grow to this
     long m_lCurrentPos = 0;                    // slot being sent; guarded by m_lockSend
     long m_lTailPos = 0;                       // next free slot; guarded by m_lockSend
-    std::atomic<long> m_lSendCount{0};         // entries pending; changed under m_lockSend
+    tagSendBuffer* m_lpOpen = nullptr;         // the newest entry, or null; guarded by m_lockSend
+    std::atomic<long> m_lEntries{0};           // pending; changed under m_lockSend
+    std::atomic<long> m_lSendCount{0};         // messages in them, 0 when there are none; the same
 
     EPOLLBuffer* m_lpNextReady = nullptr;  // list of the sender; its owner is whoever links
     std::atomic<bool> m_bReady{false};     // in that list, or set aside

@@ -19,7 +19,10 @@ class EPOLLReceiver : public EPOLLConnection {
     // what came before. Any thread.
     bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
 
-    // Messages queued for it and not written yet. Any thread.
+    // Never a WebSocket: what came first was none. Message worker.
+    bool IsPlain() const { return !m_bFirstData && GetWebStocketStatus() == WEBSOCKET_NONE; }
+
+    // Buffers queued for it and not written yet. Any thread.
     virtual long Unsent() const { return 0; }
 
     // Who the client is: the peer, unless a trusted proxy named somebody else.

@@ -92,6 +92,8 @@ class EPOLLServer : public Epoll, public INetProvider {
     DataBuffer* NextQueued();
     DataBuffer* ReadRecord();
     void AppendOwn(DataBuffer* record);
+    DataBuffer* NewRecord();               // any thread
+    void KeepRecord(DataBuffer* record);
     bool TakeBatch();
     bool MoreAtHand() const;
     void MeasurePass();
@@ -125,15 +127,17 @@ class EPOLLServer : public Epoll, public INetProvider {
 
     // One wake of the worker takes so many records off the queue in one go.
     static constexpr long kBatch = 64;
-    // A worker that reads for itself takes so many events at once, and of each connection so many
-    // blocks: more would let a flood wait in memory, and others behind it.
-    static constexpr int kEvents = 256;
+    // A worker that reads for itself takes so many events at once, that it sees past a crowd that
+    // leaves to those who stay; and of each connection so many blocks: more would let a flood wait
+    // in memory, and others behind it.
+    static constexpr int kEvents = 4096;
     static constexpr int kOwnBlocks = 1;
 
     // Set on the worker's thread.
     static constinit thread_local const EPOLLServer* t_lpWorkerOf;
 
     std::unique_ptr<NodeManager<DataBuffer>> m_lpNode;
+    std::atomic<bool> m_bQueued{false};  // set behind every record put into m_lpNode
     std::unique_ptr<NodeFactory<DataBuffer>> m_lpFactory;
     bool m_bWakeup = false;                      // constant after Initialize
     bool m_bWebSocket = false;                   // constant after Initialize
@@ -172,6 +176,7 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lBatchPos = 0;
     DataBuffer* m_lpOwn = nullptr;  // records of what it read itself, oldest first
     DataBuffer* m_lpOwnTail = nullptr;
+    DataBuffer* m_lpSpare = nullptr;  // a record for what it reads next
     std::unique_ptr<TakenEvents> m_lpEvents;  // with m_bWakeup
     HEADER_MAP m_mapHeader;
     Websocket_Request m_Request;

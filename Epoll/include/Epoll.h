@@ -104,17 +104,22 @@ class Epoll : public virtual EPOLLNet {
         TakenEvents(int most, int blocks);
         ~TakenEvents();
         bool Left() const { return next < count; }
+        // Every few closes: those who stay are not to wait until everybody has gone.
+        bool WantsLook() const { return Left() && closes >= kClosesPerLook; }
+
+        static constexpr int kClosesPerLook = 16;
 
         const int room;
         const int blocksPerTurn;  // of one connection, before the next one's turn
         std::unique_ptr<epoll_event[]> events;
         int count = 0;
         int next = 0;
+        int closes = 0;  // served since the last look
         Paused paused;
     };
     bool Started() const { return m_bStart; }
-    // All with m_lockLead held, by a worker that reads or who stands in for it. The first replaces
-    // what is left, the second serves one of them, if there is one.
+    // All with m_lockLead held, by a worker that reads or who stands in for it. The first adds to
+    // what is left, closes last; the second serves one of them, if there is one.
     void TakeEvents(TakenEvents& taken, int timeoutMs);
     void ServeNext(TakenEvents& taken);
     void ResumeListeners(Paused& paused);

@@ -64,7 +64,13 @@ class NetSender : public INetSender {
 
     // Any thread.
     enum class Adding { Queued, Failed, Refused };  // Refused: the connection is to stay
-    Adding AddData(IPlayerNode* node, tagSendBuffer* buffer, long room = 0);
+    // shared: smaller messages may follow in the same block.
+    Adding AddData(IPlayerNode* node, tagSendBuffer* buffer, long room = 0, bool shared = false);
+    bool ShareBlock(IPlayerNode* node, unsigned short type, void* data, long length, long encode,
+                    long room);
+    long MostPending(bool client) const {
+        return (client ? m_lMaxClientSendCount : m_ulMaxSendCount) - 1;
+    }
     bool SendTyped(IPlayerNode* node, unsigned short type, void* data, long length, long encode,
                    long room);
     void CloseFailed(IPlayerNode* node);  // not asked for: what the peer sent is still delivered
@@ -80,8 +86,15 @@ class NetSender : public INetSender {
     void DrainReady(long most);
     void Drain(EPOLLBuffer* context, bool whole);
     bool Arm(EPOLLBuffer* context);
-    Progress SendEntries(EPOLLBuffer* context, long count, long& done);
-    void DropEntries(long count);
+    // What one write came to: entries that are done with, and messages in them or before the place
+    // in the next one that was reached.
+    struct Settled {
+        long entries = 0;
+        long messages = 0;
+    };
+    Progress SendEntries(EPOLLBuffer* context, long count, Settled& done);
+    void CountSettled(Settled& done, long from, long to);
+    void DropEntries(const Settled& done);
     void ReleaseClosed(EPOLLBuffer* context);
     void SetAside(EPOLLBuffer* context);
     void ResumeAside();

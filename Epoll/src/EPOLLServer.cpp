@@ -70,6 +70,7 @@ void EPOLLServer::Shutdown() {
 
 void EPOLLServer::StopWorker() {
     m_bExit = true;
+    m_WorkerBell.Ring();
     while (m_lThreadCount > 0)
         ::usleep(kPauseUs);
 }
@@ -81,6 +82,7 @@ void EPOLLServer::DiscardRecords() {
             Buffers()->FreeBuffer(record->buffer);
         m_lpFactory->FreeNode(record);
     }
+    m_lpFactory->FreeNode(std::exchange(m_lpSpare, nullptr));
 }
 
 void EPOLLServer::ReleaseContext(EPOLLContext* context) {
@@ -123,13 +125,15 @@ void EPOLLServer::OnConnectionClosed(EPOLLContext* context, bool closed, sockadd
 }
 
 void EPOLLServer::QueueRecord(EPOLLContext* context, void* buffer, long length) {
-    DataBuffer* record = m_lpFactory->CreateNode();
+    DataBuffer* record = NewRecord();
     record->lpContext = static_cast<EPOLLReceiver*>(context);
     record->buffer = buffer;
     record->lLength = length;
     if (auto* metrics = g_NetMetrics.Get()) metrics->recordsQueued.Add();
     if (m_bWakeup && t_lpWorkerOf == this) return AppendOwn(record);
     m_lpNode->SetNode(&record, 1);
+    m_bQueued.store(true);
+    if (m_bWakeup) m_WorkerBell.Ring();
 }
 
 void EPOLLServer::WakeWorker() {

@@ -57,7 +57,7 @@ void EPOLLServer::DoNetMsg() {
         m_lUptime = ClockUptime();
         if (record != nullptr) {
             HandleRecord(*record);
-            m_lpFactory->FreeNode(record);
+            KeepRecord(record);
         }
         // On every pass; the application paces itself.
         if (m_lpNetMessager != nullptr) m_lpNetMessager->OnTimer(ClockNow());
@@ -75,7 +75,9 @@ void EPOLLServer::DoNetMsg() {
     --m_lThreadCount;
 }
 
-// Until there may be something to do, at most a millisecond.
+// Until there may be something to do. One that reads for itself is rung for every tick, by the poll
+// thread: setting a timer for each wait would cost more than many a wait itself. The other sleeps a
+// millisecond.
 void EPOLLServer::Pause() {
     m_ulPassBegin = 0;
     if (m_bWakeup && Started()) {
@@ -84,9 +86,7 @@ void EPOLLServer::Pause() {
         m_WorkerBell.BeforeSleep();
         // Looked at behind the bell: what comes from now on rings.
         const bool woken = m_bWoken.exchange(false);
-        if (!woken && m_lpNode->GetNode(nullptr, 0) == 0) {
-            TakeEvents(*m_lpEvents, kIdleUs / 1000);
-        }
+        if (!woken && !m_bQueued.load() && !m_bExit) TakeEvents(*m_lpEvents, -1);
         m_WorkerBell.AfterSleep();
         return;
     }
@@ -118,9 +118,22 @@ DataBuffer* EPOLLServer::NextQueued() {
 // Serves events until one has brought something. What a poll thread queued meanwhile is older.
 DataBuffer* EPOLLServer::ReadRecord() {
     const Lead lead(*this);
-    while (m_lpOwn == nullptr && m_lpEvents->Left() && !TakeBatch())
+    while (m_lpOwn == nullptr && m_lpEvents->Left() && !TakeBatch()) {
+        if (m_lpEvents->WantsLook()) TakeEvents(*m_lpEvents, 0);
         ServeNext(*m_lpEvents);
+    }
     return NextQueued();
+}
+
+DataBuffer* EPOLLServer::NewRecord() {
+    const bool own = t_lpWorkerOf == this && m_lpSpare != nullptr;
+    return own ? std::exchange(m_lpSpare, nullptr) : m_lpFactory->CreateNode();
+}
+
+void EPOLLServer::KeepRecord(DataBuffer* record) {
+    if (m_lpSpare != nullptr) return m_lpFactory->FreeNode(record);
+    record->__p_next = nullptr;
+    m_lpSpare = record;
 }
 
 void EPOLLServer::AppendOwn(DataBuffer* record) {
@@ -134,8 +147,11 @@ void EPOLLServer::AppendOwn(DataBuffer* record) {
 }
 
 bool EPOLLServer::TakeBatch() {
+    // Mostly there is nothing, and a look costs less than the queue's lock.
+    if (!m_bQueued.load() || !m_bQueued.exchange(false)) return false;
     m_lBatchPos = 0;
     m_lBatchCount = static_cast<long>(m_lpNode->GetNode(m_lpBatch, kBatch));
+    if (m_lBatchCount > 0) m_bQueued.store(true);  // there may be more
     auto* metrics = g_NetMetrics.Get();
     if (metrics != nullptr) metrics->recordsTaken.Add(static_cast<uint64_t>(m_lBatchCount));
     if (metrics != nullptr && m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();

@@ -25,9 +25,15 @@ constexpr unsigned kRefusedUs = 1000;
 constexpr long kStreamGatherUs = 100;
 // A poll thread reads so many blocks of a connection before it goes on to the next.
 constexpr int kBlocksPerTurn = 16;
-// How often a worker that reads for itself is looked at: often while it has much to do.
+// How often a worker that reads for itself is looked at: often while it has much to do. While it
+// has nothing to do that is its timer, too.
 constexpr long kMinWatchMs = 4;
-constexpr long kMaxWatchMs = 32;
+constexpr long kMaxWatchMs = 16;
+
+// The peer sends no more.
+bool IsClose(const epoll_event& event) {
+    return (event.events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
+}
 
 }  // namespace
 
@@ -91,17 +97,29 @@ void Epoll::WaitForEvents(TakenEvents& taken) {
 }
 
 void Epoll::TakeEvents(TakenEvents& taken, int timeoutMs) {
-    const int count = ::epoll_wait(m_iPoll, taken.events.get(), taken.room, timeoutMs);
+    epoll_event* const events = taken.events.get();
+    const int left = taken.count - taken.next;
+    std::copy_n(events + taken.next, left, events);
+    taken.next = taken.closes = 0;
+    taken.count = left;
+    if (left == taken.room) return;
+    const int count = ::epoll_wait(m_iPoll, events + left, taken.room - left, timeoutMs);
     if (count < 0 && errno != EINTR) {
         __log(_ERROR, "Epoll::PollWait", "epoll_wait() error, %s", std::strerror(errno));
         ::usleep(1000);
     }
-    taken.next = 0;
-    taken.count = std::max(count, 0);
+    taken.count += std::max(count, 0);
+    // The others keep their order.
+    int others = 0;
+    for (int i = 0; i < taken.count; ++i) {
+        if (!IsClose(events[i])) std::swap(events[others++], events[i]);
+    }
 }
 
 void Epoll::ServeNext(TakenEvents& taken) {
-    OnEvent(taken.events[taken.next++], taken);
+    const epoll_event& event = taken.events[taken.next++];
+    taken.closes += IsClose(event);
+    OnEvent(event, taken);
 }
 
 void Epoll::WatchWorker() {
@@ -114,8 +132,9 @@ void Epoll::WatchWorker() {
         const unsigned long progress = WorkerProgress();
         const unsigned long passes = progress - seen;
         seen = progress;
+        // One that waits has passed at every ring.
         if (passes == 0) StandIn(taken, progress);
-        // Idle it passes once a millisecond.
+        m_WorkerBell.Ring();
         const bool busy = passes == 0 || passes > 2 * static_cast<unsigned long>(pauseMs);
         pauseMs = busy ? kMinWatchMs : std::min(2 * pauseMs, kMaxWatchMs);
     }

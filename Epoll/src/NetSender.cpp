@@ -5,6 +5,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -20,6 +21,7 @@ namespace {
 
 constexpr unsigned long kDefaultSendCount = 100;
 constexpr unsigned kPauseUs = 1000;
+constexpr long kSmallMessage = 512;
 
 // A raw record of the recycler, or null.
 tagSendBuffer* TakeBuffer() {
@@ -127,6 +129,7 @@ void* NetSender::AllocMassData(unsigned long count, unsigned short type, void* d
     buffer->ulLength = static_cast<uint64_t>(length);
     buffer->ulReferenceCount = count;
     buffer->ucFrame = WEBSOCKET_DATA_FRAME;
+    buffer->usMessages = 1;
     return buffer;
 }
 
@@ -151,6 +154,7 @@ void* NetSender::AllocMassData(unsigned long count, void* data, long length) {
     buffer->ulLength = static_cast<uint64_t>(length);
     buffer->ulReferenceCount = count;
     buffer->ucFrame = WEBSOCKET_DATA_FRAME;
+    buffer->usMessages = 1;
     return buffer;
 }
 
@@ -182,6 +186,7 @@ bool NetSender::SendIfRoom(IPlayerNode* node, unsigned short type, void* data, l
 bool NetSender::SendTyped(IPlayerNode* node, unsigned short type, void* data, long length,
                           long encode, long room) {
     constexpr const char* kTag = "NetSender::SendData";
+    if (ShareBlock(node, type, data, length, encode, room)) return true;
     auto* buffer = static_cast<tagSendBuffer*>(AllocMassData(1, type, data, length, encode));
     if (buffer == nullptr) {
         __log(_ALL, kTag, "node[%08x], type[%x], lpData = NULL, AllocMassData() error",
@@ -189,7 +194,7 @@ bool NetSender::SendTyped(IPlayerNode* node, unsigned short type, void* data, lo
         CloseFailed(node);
         return false;
     }
-    const Adding result = AddData(node, buffer, room);
+    const Adding result = AddData(node, buffer, room, true);
     if (result == Adding::Queued) return true;
     __log(_ALL, kTag, "node[%08x], type[%x], AddData() error", PtrTag(node),
           static_cast<unsigned>(type));
@@ -234,7 +239,36 @@ bool NetSender::SendControl(IPlayerNode* node, unsigned char opcode, const void*
     return false;
 }
 
-NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, long room) {
+// Writes a small message into the block that the last one of this thread to the same receiver waits
+// in. False: nothing was done, it needs a block of its own. Not for frames: each message has one.
+bool NetSender::ShareBlock(IPlayerNode* node, unsigned short type, void* data, long length,
+                           long encode, long room) {
+    WriteHold* hold = WriteHold::Mine();
+    if (hold == nullptr || node == nullptr || encode != ENCODE_NONE || length > kSmallMessage) {
+        return false;
+    }
+    EPOLLBuffer* context = ContextOf(node);
+    if (context == nullptr) return false;
+    const std::lock_guard guard(context->m_lockSend);
+    tagSendBuffer* block = context->OpenFor(std::max(length, HEADER_SIZE));
+    const long pending = context->m_lSendCount.load(std::memory_order_relaxed);
+    const bool client = context->m_bAcceptClient;
+    if (block == nullptr || context->m_bClosed) return false;
+    if (pending + room >= MostPending(client)) return false;
+    if (FillHeader(type, data, length, encode, block->szSendBuffer + block->ulLength,
+                   kSmallMessage) == nullptr) {
+        return false;
+    }
+    block->ulLength += static_cast<uint64_t>(length);
+    ++block->usMessages;
+    context->m_lSendCount.store(pending + 1, std::memory_order_relaxed);
+    if (auto* metrics = g_NetMetrics.Get()) metrics->Of(client).out.Add(type);
+    hold->CountQueued();
+    return true;
+}
+
+NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, long room,
+                                     bool shared) {
     constexpr const char* kTag = "NetSender::AddData";
     if (node == nullptr) {
         __log(_ALL, kTag, "lpPlayerNode = NULL");
@@ -252,7 +286,7 @@ NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, l
     }
     auto* metrics = g_NetMetrics.Get();
     const bool client = context->m_bAcceptClient;
-    const long most = (client ? m_lMaxClientSendCount : m_ulMaxSendCount) - 1;
+    const long most = MostPending(client);
     const long pending = context->m_lSendCount;
     if (pending + room >= most) {
         __log(_ALL, kTag, "node[%08x], m_lMaxSendCount - 1 [%ld] <= send count[%ld]", PtrTag(node),
@@ -265,7 +299,10 @@ NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, l
     if (metrics != nullptr) metrics->Of(client).out.Add(TypeOf(buffer));
     context->Append(buffer);
     context->m_bSendData = true;
-    if (WriteHold* hold = WriteHold::Mine()) hold->CountQueued();
+    if (WriteHold* hold = WriteHold::Mine()) {
+        hold->CountQueued();
+        if (shared && context->IsPlain()) context->Open(buffer);
+    }
     if (pending == 0) HandOver(context);  // otherwise the consumer is at it
     return Adding::Queued;
 }

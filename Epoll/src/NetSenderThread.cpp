@@ -1,10 +1,12 @@
 // The send thread of NetSender.
+#include <arpa/inet.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -26,6 +28,18 @@ constexpr int kMaxEvents = 1000;
 constexpr int kTickMs = 50;
 constexpr int kGuardSeconds = 10;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
+
+// How many of a shared block's messages end behind `from` bytes of it and not behind `to`.
+long MessagesIn(const tagSendBuffer* block, long from, long to) {
+    long count = 0;
+    for (long end = 0;;) {
+        tagMsgHeader header;
+        std::memcpy(&header, block->szSendBuffer + end, sizeof(header));
+        end += ntohs(header.length);
+        if (end > to) return count;
+        if (end > from) ++count;
+    }
+}
 
 }  // namespace
 
@@ -98,10 +112,11 @@ void NetSender::DrainReady(long most) {
 void NetSender::Drain(EPOLLBuffer* context, bool whole) {
     context->m_bBlocked = false;
     int passes = 0;
-    long done = 0;
+    Settled done;
     for (;;) {
         // At 0 the next producer hands the ring over anew: nothing of it may be touched then.
-        const long count = context->Advance(done, m_lpEntries, SendBatch::kMaxEntries);
+        const long count = context->Advance(done.entries, done.messages, m_lpEntries,
+                                            SendBatch::kMaxEntries);
         if (count == 0) return;
         if (!whole && (passes > 0 || count == SendBatch::kMaxEntries)) return LinkReady(context);
         if (++passes > kPassGuard) {
@@ -115,10 +130,10 @@ void NetSender::Drain(EPOLLBuffer* context, bool whole) {
         }
         const Progress progress =
             SendEntries(context, std::min<long>(count, kPassGuard - passes + 1), done);
-        passes += static_cast<int>(std::max(done - 1, 0L));
+        passes += static_cast<int>(std::max(done.messages - 1, 0L));
         DropEntries(done);
         if (progress == Progress::Blocked) {
-            context->Advance(done, m_lpEntries, 0);
+            context->Advance(done.entries, done.messages, m_lpEntries, 0);
             context->m_bBlocked = true;
             if (!Arm(context)) __log(_ALL, "NetSender::OnSend", "epoll_ctl(1) error");
             return;
@@ -141,9 +156,10 @@ bool NetSender::Arm(EPOLLBuffer* context) {
     return armed;
 }
 
-// One system call for the entries before the close marker. done: how many are written, or are to
-// be dropped.
-NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, long& done) {
+// One system call for the entries before the close marker. done: what is written, or is to be
+// dropped.
+NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, Settled& done) {
+    const long from = context->m_lSendPos;
     m_Batch.Start(context->GetWebStocketStatus() == WEBSOCKET_UPGRADED, context->Frame(),
                   context->m_lSendPos);
     for (long i = 0; i < count && m_lpEntries[i] != nullptr; ++i) {
@@ -156,25 +172,41 @@ NetSender::Progress NetSender::SendEntries(EPOLLBuffer* context, long count, lon
     if (sent < 0 && errno != EAGAIN) {
         context->m_lSendPos = 0;
         context->Frame().Reset();
-        done = 1;
+        done = {1, m_lpEntries[0]->usMessages};
         return Progress::Failed;
     }
     auto* metrics = g_NetMetrics.Get();
     if (metrics != nullptr && sent > 0) metrics->bytesOut.Add(static_cast<uint64_t>(sent));
-    done = m_Batch.Settle(std::max(sent, 0L), context->m_lSendPos);
+    done.entries = m_Batch.Settle(std::max(sent, 0L), context->m_lSendPos);
+    CountSettled(done, from, context->m_lSendPos);
     // Less than was offered: the socket is full.
-    return done < m_Batch.Entries() ? Progress::Blocked : Progress::Sent;
+    return done.entries < m_Batch.Entries() ? Progress::Blocked : Progress::Sent;
+}
+
+// from and to: bytes written of the first entry before, and of the one behind those done now.
+void NetSender::CountSettled(Settled& done, long from, long to) {
+    done.messages = 0;
+    for (long i = 0; i < done.entries; ++i)
+        done.messages += m_lpEntries[i]->usMessages;
+    if (done.entries == m_Batch.Entries()) return;
+    tagSendBuffer* next = m_lpEntries[done.entries];
+    if (next->usMessages == 1) return;
+    const long written = MessagesIn(next, done.entries == 0 ? from : 0, to);
+    next->usMessages = static_cast<uint16_t>(next->usMessages - written);
+    done.messages += written;
 }
 
 // Gives up the references of the oldest entries; what becomes free returns in one go.
-void NetSender::DropEntries(long count) {
+void NetSender::DropEntries(const Settled& done) {
     auto* metrics = g_NetMetrics.Get();
-    if (metrics != nullptr && count > 0) metrics->messagesSettled.Add(static_cast<uint64_t>(count));
+    if (metrics != nullptr && done.messages > 0) {
+        metrics->messagesSettled.Add(static_cast<uint64_t>(done.messages));
+    }
     WriteHold* hold = WriteHold::Mine();
     tagSendBuffer* first = nullptr;
     tagSendBuffer* last = nullptr;
     uint64_t freed = 0;
-    for (long i = 0; i < count; ++i) {
+    for (long i = 0; i < done.entries; ++i) {
         tagSendBuffer* entry = m_lpEntries[i];
         if (!WasLastReference(entry)) continue;
         if (hold != nullptr && hold->Keep(entry)) continue;
@@ -191,7 +223,8 @@ void NetSender::ReleaseClosed(EPOLLBuffer* context) {
         const std::lock_guard guard(m_lockClosing);
         UnlinkClosing(context);
     }
-    context->m_lSendCount = 0;  // the marker is no buffer
+    context->m_lEntries = 0;  // the marker is no buffer
+    context->m_lSendCount = 0;
     if (context->m_bPolled) {
         ::epoll_ctl(m_iSendPoll, EPOLL_CTL_DEL, context->Socket(), nullptr);
     }

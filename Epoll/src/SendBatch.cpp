@@ -63,6 +63,11 @@ bool SendBatch::Join(const char* data, long length) {
 }
 
 int SendBatch::Settle(long sent, long& position) {
+    if (sent == m_lBytes && m_iEntries > 0) {
+        m_lpFrame->Reset();
+        position = 0;
+        return m_iEntries;
+    }
     for (int i = 0; i < m_iEntries; ++i) {
         OutgoingFrame& frame = m_Frames[i];
         const long head = m_bFramed ? frame.HeadLeft() : 0;

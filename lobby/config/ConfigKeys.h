@@ -92,6 +92,8 @@ inline constexpr ConfigKey kLobbyServer[] = {
         "MAX_RECV_COUNT of clients alone; 0: the same"),
     Int("network", "link_reserve", 0, 0, 1'000'000,
         "messages of a link's MAX_SEND_COUNT that clients' requests leave free; 0: none"),
+    Int("network", "stranger_rate", 0, 0, 1'000'000,
+        "requests a second of all clients without a login together; 0: any number"),
     Int("network", "buffer_budget", 0, 0, 1'000'000,
         "MiB of buffers that may be in use before the largest holders are closed; 0: any"),
     Flag("network", "wakeup", "1 wakes the worker when data arrives"),

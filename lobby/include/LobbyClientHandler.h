@@ -108,8 +108,8 @@ class LobbyClientHandler {
     template <class Op>
     void RelayNamedReq(const Op& op, IPlayerNode* node, void* data, unsigned short length);
     void RelayPassword(const tagModifyPassWordReq& req, LobbyPlayer* player);
-    // A request on the queue link; false when it is down or the send fails.
-    bool SendToQueue(uint16_t type, void* msg, long length);
+    // The player's request on the queue link; false when it is down or refuses the request.
+    bool SendToQueue(const LobbyPlayer* player, uint16_t type, void* msg, long length);
 
     // The result code of a transfer the lobby refuses, or 0.
     int32_t DecideExchange(const LobbyPlayer* player, int32_t receiver, int64_t amount, time_t now);

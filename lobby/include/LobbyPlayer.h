@@ -48,6 +48,7 @@ struct PlayerSession {
     char szReserve3[64] = {};
     time_t m_tLastExchangeCoinTime = 0;
     MessageLimits::Usage m_Usage;     // counts for the configured limits
+    bool m_bConfirmed = false;        // the queue server knows the user and the token
     bool m_bEarlySubscriber = false;  // subscribed to a farm key while m_iUserID was 0
 
     // What OnlineRegistry knows of the session.

@@ -21,6 +21,7 @@
 #include "NodeSet.h"
 #include "OnlineRegistry.h"
 #include "ReconnectService.h"
+#include "RelayGuard.h"
 
 class ActivitySystem;
 class IActivityHandler;
@@ -72,11 +73,10 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     // Takes the closed link of that row down and has the keeper open it again; false when node is
     // not the link.
     bool CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, size_t row);
-    // Sends on a link what a client caused. Where the key link_reserve is set it may be refused,
-    // counted and logged: a request where the link's ring has no more free places than that, a
-    // login where it has half of them. What is the lobby's own is sent as everything else.
-    // Message worker.
-    bool Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login = false);
+    // Sends on a link what a client caused, unless RelayGuard refuses it. What is the lobby's own
+    // is sent as everything else. Message worker.
+    bool Relay(const LobbyPlayer& asker, IPlayerNode* link, uint16_t type, void* data, long length,
+               bool login = false);
     // Opens the listener, then connects Redis, whose failure does not matter. 0 or -1. Main.
     int64_t StartLobbyService();
     // Always true: the registry starts without Redis and finds it later. Main.
@@ -169,10 +169,8 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     std::atomic<bool> m_bReloaded{false};
     std::atomic<bool> m_bDraining{false};
 
-    MessageLimits m_Limits;   // message worker, once constructed
-    long m_lLinkReserve = 0;  // constant once constructed
-    uint64_t m_ulNotRelayed = 0;
-    long m_lNotRelayedTime = 0;  // seconds since boot of the line last logged about that
+    MessageLimits m_Limits;  // message worker, once constructed
+    RelayGuard m_Relays;     // the same
 
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};

@@ -1,3 +1,4 @@
+#include "DataServerHandler.h"
 #include "LobbyTest.h"
 #include "activitySystem/Activity_Data_Msg.h"
 #include "compete_msg.h"
@@ -72,6 +73,22 @@ TEST_F(DirectoryTest, WhatIsToBeSentOnALostLinkIsLogged) {
     EXPECT_TRUE(Has(logged(QUEUE, [&] { net.Deliver(player, 0xF0, request); }),
                     "[ERROR] [LobbyClientHandler::HandleClientCompeteInfoReq] userid[31] len[12] "
                     "size[12]"));
+}
+
+// A link that is down has no node, either: a message of none is not its own.
+TEST_F(DirectoryTest, NoLinkThatIsDownTakesAMessageOfNoNode) {
+    char message[64] = {};
+    const auto expect = [&](Port port, auto& handler) {
+        net.failCreatePort = port;
+        net.Hangup(Link(port));
+        EXPECT_FALSE(handler.OnNetMessage(nullptr, 0xA1, message, sizeof(message))) << port;
+    };
+    expect(CENTER, *lobby->m_lpCenterServerHandler);
+    expect(WEB, *lobby->m_lpWebServerHandler);
+    expect(QUEUE, *lobby->m_lpQueueServerHandler);
+    expect(DATA, *lobby->m_lpDataServerHandler);
+    expect(CONFIG, *lobby->m_lpConfigServerHandler);
+    expect(LOG, *lobby->m_lpLogServerHandler);
 }
 
 TEST_F(DirectoryTest, CenterFeedsTheDirectories) {

@@ -36,7 +36,9 @@ void EchoLoad::OnAllTried() {
     }
     if (m_open.empty()) return Stop();
     if (m_settings.stopped) m_stopped.emplace(m_settings.host, m_settings.port);
-    if (m_settings.flooder) m_flooder.emplace(m_settings.host, m_settings.port);
+    if (m_settings.flooder) {
+        m_flooder.emplace(m_settings.host, m_settings.port, m_settings.floodType);
+    }
     BeginMeasuring();
     m_sendBegin = Loop::Now();
     if (m_settings.rate > 0) return SendDue();

@@ -12,8 +12,8 @@
 #include "Game/NetMessage.h"
 #include "Link.h"
 
-Flooder::Flooder(const std::string& host, uint16_t port)
-    : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+Flooder::Flooder(const std::string& host, uint16_t port, uint16_t type)
+    : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), m_type(type) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -35,7 +35,7 @@ void Flooder::Run() {
     static_assert(sizeof(tagMsgHeader) == 8);
     std::array<tagMsgHeader, 8192> messages;
     for (tagMsgHeader& message : messages)
-        FillHeader(&message, MSG_KEEP_ALIVE, sizeof(message));
+        FillHeader(&message, m_type, sizeof(message));
     const auto* bytes = reinterpret_cast<const char*>(messages.data());
     std::array<char, 65536> answers;
     while (!m_stop && !m_lost) {

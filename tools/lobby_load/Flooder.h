@@ -6,12 +6,12 @@
 #include <string>
 #include <thread>
 
-// Sends the smallest message over and over and throws the answers away. Owns its socket and its
+// Sends the smallest message of a type over and over and throws the answers away. Owns its socket and its
 // thread. Thread: its creator's.
 class Flooder {
   public:
     // Throws std::runtime_error when the server refuses it.
-    Flooder(const std::string& host, uint16_t port);
+    Flooder(const std::string& host, uint16_t port, uint16_t type);
     ~Flooder();
     Flooder(const Flooder&) = delete;
     Flooder& operator=(const Flooder&) = delete;
@@ -25,6 +25,7 @@ class Flooder {
     void Run();
 
     int m_fd;
+    const uint16_t m_type;
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_lost{false};
     std::atomic<uint64_t> m_sent{0};  // bytes

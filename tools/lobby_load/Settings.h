@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "Game/NetMessage.h"
+
 struct Settings {
     std::string mode;
     std::string host = "127.0.0.1";
@@ -24,7 +26,8 @@ struct Settings {
     double rate = 0;         // messages or operations per second over all; 0: closed loop
     uint32_t rounds = 20;    // broadcasts
     bool stopped = false;    // beside a WebSocket client that does not read
-    bool flooder = false;    // beside a client that sends as fast as the server takes it
+    bool flooder = false;    // beside a client that sends as fast as the server takes it ...
+    uint16_t floodType = MSG_KEEP_ALIVE;  // ... messages of this type
     bool broadcast = false;  // one message to all instead; lobby_echo only
 
     // Players.

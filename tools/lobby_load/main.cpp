@@ -65,6 +65,7 @@ void DeclareEchoMode(CLI::App& echo, Settings& settings) {
                     "messages per second over all connections (0: no rate)");
     echo.add_flag("--stopped", settings.stopped, "beside a WebSocket client that does not read");
     echo.add_flag("--flooder", settings.flooder, "beside a client that floods the server");
+    echo.add_option("--flood-type", settings.floodType, "number of the messages it floods with");
     echo.add_flag("--broadcast", settings.broadcast,
                   "one message to all instead (lobby_echo only)");
     DeclareRounds(echo, settings);

@@ -9,13 +9,14 @@
 
 class EPOLLReceiver;
 
-// One filled outgoing message. Taken from g_SendFactory by the sender of the message, given back
+// One filled outgoing message, or several small ones to one receiver. Taken from g_SendFactory by the sender of the message, given back
 // by whoever drops the last reference. May be shared by many connections.
 struct tagSendBuffer {
     uint64_t ulReferenceCount;       // connections that still hold it; see DropReference
     uint64_t ulLength;               // bytes still to send; consumer only, once queued
     char szSendBuffer[SEND_BUFFER];  // the message, header first
     uint8_t ucFrame;                 // first byte of its frame, where the receiver takes frames
+    uint16_t usMessages;             // in it, not written whole yet; guarded as its ring entry is
     tagSendBuffer* __p_next;
 };
 

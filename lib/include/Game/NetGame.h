@@ -103,7 +103,8 @@ class GameProvider : public IGameProvider {
     GameProvider& operator=(const GameProvider&) = delete;
 
     // True: received data wakes the message worker at once; false, the default: it looks every
-    // millisecond. OnTimer comes about a thousand times a second either way. Before Initialize.
+    // millisecond. OnTimer comes with every piece of work and while there is none about a thousand
+    // times a second; with true, which lets the machine rest, some sixty times. Before Initialize.
     void SetWakeup(bool wakeup) { m_bWakeup = wakeup; }
     // The proxies that may name the address of their client, which then is the remote address of
     // its connection; none by default. Before Initialize.

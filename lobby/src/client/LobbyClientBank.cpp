@@ -169,7 +169,7 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
     ZeroMsg(msg);
     msg.base = req;
     FillSession(msg, player);
-    const bool sent = SendToQueue(op.queueType, &msg, sizeof(msg));
+    const bool sent = SendToQueue(player, op.queueType, &msg, sizeof(msg));
     const auto& text = sent ? op.sentText : op.failText;
     const LOG_LEVEL level = sent ? _WARN : _ERROR;
     if (text && LogEnabled(level)) {

@@ -99,7 +99,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
     ZeroMsg(msg);
     msg.iUserId = req.iUserId;
     SetSession(msg, player);
-    if (!SendToQueue(REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
+    if (!SendToQueue(player, REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
     }
 }
@@ -242,7 +242,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     msg.iUserIDFrom = player->m_iUserID;
     msg.iUserIDRecv = req.iRecvUserID;
     msg.llExchangeCoin = req.llExhangeCoin;
-    SendToQueue(EXCHANGE_COIN_L2Q, &msg, sizeof(msg));
+    SendToQueue(player, EXCHANGE_COIN_L2Q, &msg, sizeof(msg));
     // "illegal" although it was accepted: required.
     __log(_WARN, tag, "userid[%d] firstmoney[%lld] exchagecoin[%lld] to idrecv[%d] illegal.",
           player->m_iUserID, static_cast<long long>(player->llGameCoin),

@@ -57,13 +57,13 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
     CompeteLobbyUserInfoReq req;
     ZeroMsg(req);
     req.iUserID = msg.iUserID;
-    req.ulPlayerNode = NodeHandle(node);
-    req.ulPlayerNodeId = *static_cast<LobbyPlayer*>(node);
+    const auto& player = *static_cast<LobbyPlayer*>(node);
+    SetSession(req, &player);
     IPlayerNode* const queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
     // While the link is down this is a failed send; the client gets no answer.
     const bool sent =
         queue != nullptr &&
-        m_lpLobbyServer->Relay(queue, MSG_QUEUE_COMPETE_USER_INFO_REQ, &req, sizeof(req));
+        m_lpLobbyServer->Relay(player, queue, MSG_QUEUE_COMPETE_USER_INFO_REQ, &req, sizeof(req));
     __log(sent ? _DEBUG : _ERROR, tag, "userid[%d] len[%d] size[%d]", msg.iUserID, length,
           static_cast<int>(sizeof(msg)));
 }

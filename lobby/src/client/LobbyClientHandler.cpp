@@ -111,7 +111,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     __log(_DEBUG, "LobbyClientHandler::OnLobbyClientConnectNotice",
           "userid[%d] node[0x%08x] connect", player->m_iUserID, NodeTag(player));
     // Without the queue server the client waits, and logs in by connecting anew.
-    SendToQueue(USER_INFO_L2Q, &req, sizeof(req));
+    SendToQueue(player, USER_INFO_L2Q, &req, sizeof(req));
 }
 
 bool LobbyClientHandler::OnClosed(IPlayerNode* node, bool bClosed) {
@@ -172,8 +172,9 @@ void LobbyClientHandler::SendMsgToAllLobbyClent(unsigned short type, void* data,
     });
 }
 
-bool LobbyClientHandler::SendToQueue(uint16_t type, void* msg, long length) {
+bool LobbyClientHandler::SendToQueue(const LobbyPlayer* player, uint16_t type, void* msg,
+                                     long length) {
     IPlayerNode* queue = m_lpLobbyServer->GetQueueServerHandler()->m_lpQueueServer;
     return queue != nullptr &&
-           m_lpLobbyServer->Relay(queue, type, msg, length, type == USER_INFO_L2Q);
+           m_lpLobbyServer->Relay(*player, queue, type, msg, length, type == USER_INFO_L2Q);
 }

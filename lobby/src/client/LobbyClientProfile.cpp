@@ -95,7 +95,7 @@ void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPla
         __log(_DEBUG, tag, "userid[%d] 修改密码old[%s]new[%s] IP[%s]!!!", player->m_iUserID,
               TextStr(req.szOldPassWd).c_str(), TextStr(req.szNewPassWd).c_str(), msg.szClientIP);
     }
-    if (!SendToQueue(MODIFY_PASSWORD_L2Q, &msg, sizeof(msg))) {
+    if (!SendToQueue(player, MODIFY_PASSWORD_L2Q, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserName [%d] ", player->m_iUserID);
     }
 }
@@ -122,7 +122,7 @@ void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* da
     msg.base.iUserId = req.iUserId;
     CopyText(msg.base.*op.text, req.*op.text);
     SetSession(msg, player);
-    if (!SendToQueue(op.type, &msg, sizeof(msg))) {
+    if (!SendToQueue(player, op.type, &msg, sizeof(msg))) {
         __log(_ERROR, op.tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
     }
 }
@@ -140,7 +140,7 @@ void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayer
     ZeroMsg(msg);
     msg.base = req;
     SetSession(msg, player);
-    if (!SendToQueue(type, &msg, sizeof(msg))) {
+    if (!SendToQueue(player, type, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
     }
 }

@@ -93,6 +93,7 @@ void QueueServerHandler::HandleUserInfoRes(IPlayerNode* /*node*/, unsigned short
                     player->m_iUserID, info.iFriendPropNum);
         m_lpLobbyServer->GetDataServerHandler()->SendActivityProgressReq(player);
         StoreAccount(player, info);
+        player->m_bConfirmed = true;
         m_lpLobbyServer->m_OnlineRegistry.Enter(player);
         return;
     }

@@ -102,11 +102,13 @@ void LobbyServer::SetRingLimits(int sendCount) {
     const auto read = [](const ConfigKey& key) {
         return static_cast<unsigned long>(std::max(ReadInt(m_ConfigFile, key), 0));
     };
-    m_lLinkReserve = static_cast<long>(read(KeyOf("network", "link_reserve")));
-    m_lLinkReserve = std::min(m_lLinkReserve, (sendCount > 0 ? sendCount : 100) * 3L / 4);
+    const long most = (sendCount > 0 ? sendCount : 100) * 3L / 4;
+    const long reserve = std::min(static_cast<long>(read(KeyOf("network", "link_reserve"))), most);
+    m_Relays.SetReserve(reserve);
+    m_Relays.SetStrangerRate(read(KeyOf("network", "stranger_rate")));
     SetLimits({.clientRecvCount = read(KeyOf("network", "CLIENT_RECV_COUNT")),
                .clientSendCount = read(KeyOf("network", "CLIENT_SEND_COUNT")),
-               .keepFullLinks = m_lLinkReserve > 0,
+               .keepFullLinks = reserve > 0,
                .buffers = read(KeyOf("network", "buffer_budget")) * kBuffersPerMiB});
 }
 

@@ -151,19 +151,14 @@ bool LobbyServer::CloseLink(LinkNode& link, IPlayerNode* node, bool bClosed, siz
     return true;
 }
 
-bool LobbyServer::Relay(IPlayerNode* link, uint16_t type, void* data, long length, bool login) {
-    const long room = login ? m_lLinkReserve / 2 : m_lLinkReserve;
-    if (SendIfRoom(link, type, data, length, ENCODE_NONE, room)) return true;
-    if (m_lLinkReserve == 0) return false;
-    ++m_ulNotRelayed;
-    if (auto* metrics = g_LobbyMetrics.Get()) metrics->notRelayed.Add();
-    if (const long now = ClockUptime(); now != m_lNotRelayedTime) {
-        m_lNotRelayedTime = now;
-        __log(_WARN, "LobbyServer::Relay",
-              "node[0x%08x], type[0x%x] is not relayed, [%llu] so far, the link does not keep up",
-              NodeTag(link), type, static_cast<unsigned long long>(m_ulNotRelayed));
+bool LobbyServer::Relay(const LobbyPlayer& asker, IPlayerNode* link, uint16_t type, void* data,
+                        long length, bool login) {
+    if (!m_Relays.MayAsk(asker, login)) {
+        return m_Relays.Refuse(link, type, "clients without a login ask for too much");
     }
-    return false;
+    const long reserve = m_Relays.Reserve(login);
+    if (SendIfRoom(link, type, data, length, ENCODE_NONE, reserve)) return true;
+    return reserve > 0 && m_Relays.Refuse(link, type, "the link does not keep up");
 }
 
 int64_t LobbyServer::StartLobbyService() {
