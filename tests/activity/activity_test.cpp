@@ -381,7 +381,8 @@ TEST_F(ActivityTest, ItsListenersAreCalledOnceUntilItLetsThemGo) {
     int calls = 0;
     EventListener own(EVENT_READY, [&](void*, void*, int) { ++calls; }, {});
     const auto dispatch = [&] {
-        EventDispatcher::getInstance()->dispatchEvent(EVENT_READY, player, nullptr, 0);
+        EventDispatcher::getInstance()->dispatchEvent(
+            EVENT_READY, static_cast<IPlayerNode*>(player), nullptr, 0);
         return calls;
     };
     example->addEventListener(&own);
