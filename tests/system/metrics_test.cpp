@@ -243,7 +243,7 @@ TEST_F(MetricsTest, RefusalsClosesKicksAndLinksAreCounted) {
     };
     for (const auto& [sample, value] : expected)
         EXPECT_EQ(scrape[sample], value) << sample;
-    EXPECT_GT(scrape["lobby_worker_pass_seconds_count"], 0);
+    EXPECT_GT(scrape["lobby_worker_pass_seconds_sum"], 0);
     EXPECT_GE(scrape["lobby_redis_command_seconds_count"], 7);
     EXPECT_LE(scrape["lobby_buffers{pool=\"send\",state=\"in_use\"}"], 70);
     EXPECT_GE(scrape["lobby_buffers{pool=\"send\",state=\"free\"}"], 0);
