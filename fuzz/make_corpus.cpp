@@ -72,7 +72,8 @@ void LobbySeeds(const fs::path& folder, ops::Kind kind, const Rows& rows) {
     }
 }
 
-// Time passes over a whole day with players in the lobby, and every link drops.
+// Time passes over a whole day with players in the lobby, every link drops, and Redis gives each of
+// its answers to somebody who leaves and comes back.
 std::string DaySeed() {
     std::string seed{static_cast<char>(ops::Login), static_cast<char>(ops::Login | 0x20)};
     for (size_t step = 0; step < std::size(ops::STEPS); ++step)
@@ -81,6 +82,10 @@ std::string DaySeed() {
         seed += {static_cast<char>(ops::CloseLink), link,
                  static_cast<char>(ops::Disturb),   static_cast<char>(link),
                  static_cast<char>(ops::Tick),      6};
+    }
+    for (int redis = 0; redis < 8; ++redis) {
+        seed += {static_cast<char>(ops::Disturb), static_cast<char>(0x80 | redis << 2),
+                 static_cast<char>(ops::CloseClient), static_cast<char>(ops::Login)};
     }
     return seed +
            std::string{static_cast<char>(ops::Disturb), '\x81', static_cast<char>(ops::Tick), 9};

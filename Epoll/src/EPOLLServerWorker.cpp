@@ -143,7 +143,10 @@ void EPOLLServer::AppendOwn(DataBuffer* record) {
         m_lpOwnTail->__p_next = record;
     }
     m_lpOwnTail = record;
-    if (auto* metrics = g_NetMetrics.Get()) metrics->recordsTaken.Add();
+    auto* metrics = g_NetMetrics.Get();
+    if (metrics == nullptr) return;
+    metrics->recordsTaken.Add();
+    if (m_ulPassBegin == 0) m_ulPassBegin = MonotonicNanos();
 }
 
 bool EPOLLServer::TakeBatch() {

@@ -377,6 +377,22 @@ TEST_F(ActivityTest, OtherMessagesReachEveryOpenActivityOfThePlayerAndATakenIdSt
     second.removeAllEventListener();
 }
 
+TEST_F(ActivityTest, ItsListenersAreCalledOnceUntilItLetsThemGo) {
+    int calls = 0;
+    EventListener own(EVENT_READY, [&](void*, void*, int) { ++calls; }, {});
+    const auto dispatch = [&] {
+        EventDispatcher::getInstance()->dispatchEvent(
+            EVENT_READY, static_cast<IPlayerNode*>(player), nullptr, 0);
+        return calls;
+    };
+    example->addEventListener(&own);
+    example->addEventListener(&own);
+    EXPECT_EQ(dispatch(), 1);
+    example->removeEventListener(&own);
+    example->removeEventListener(&own);
+    EXPECT_EQ(dispatch(), 1);
+}
+
 TEST_F(ActivityTest, GlobalMessagesReachClosedActivitiesToo) {
     for (const uint16_t type : {0xE001, 0xE002, 0xE003, 0xE004})
         net.Deliver(Link(DATA), type, Zeros(8));

@@ -50,6 +50,9 @@ TEST(Encodings, XorTwiceRestores) {
     digest::EncodeXor(text.data(), text.size(), "key", 3);
     EXPECT_EQ(text, "the quick brown fox");
     EXPECT_EQ(digest::EncodeXor(text.data(), text.size(), "key", 0), nullptr);
+    EXPECT_EQ(digest::EncodeXor(text.data(), text.size(), nullptr, 3), nullptr);
+    EXPECT_EQ(digest::EncodeXor(text.data(), 0, "key", 3), nullptr);
+    EXPECT_EQ(digest::EncodeXor(nullptr, 3, "key", 3), nullptr);
 }
 
 // Eight septets store their carry behind the result, but never past the size given.
@@ -69,6 +72,16 @@ TEST(Encodings, SeptetsAreThoseOfGsm) {
                   row.length);
         EXPECT_EQ(out, row.out + std::string(10 - row.out.size(), 'x'));
     }
+}
+
+TEST(Encodings, SeptetsTellTheirSizeWhereTheyDoNotFit) {
+    char out[8] = "x";
+    EXPECT_EQ(digest::Encode7Bit(nullptr, 8, out, 8) + digest::Encode7Bit("a", 0, out, 8), 0u);
+    EXPECT_EQ(digest::Decode7Bit(nullptr, 8, out, 8) + digest::Decode7Bit("a", 0, out, 8), 0u);
+    EXPECT_EQ(digest::Encode7Bit("12345678", 8, nullptr, 8), 7u);
+    EXPECT_EQ(digest::Decode7Bit("1234567", 7, nullptr, 8), 8u);
+    EXPECT_EQ(digest::Decode7Bit("1234567", 7, out, 7), 8u);
+    EXPECT_STREQ(out, "x");
 }
 
 TEST(Encodings, SeptetsComeBackAtEveryLength) {

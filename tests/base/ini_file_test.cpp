@@ -67,7 +67,15 @@ TEST(IniFile, SizesAndSmallBuffers) {
     EXPECT_STREQ(buf, "8000  ");
     EXPECT_EQ(ini.GetValueStr("s", "missing", buf, 7), 0);
     EXPECT_STREQ(buf, "");
-    EXPECT_EQ(ini.GetValueStr(nullptr, "k", buf, 7), 0);
+    for (const auto& [section, key] :
+         {std::pair<const char*, const char*>(nullptr, "k"), {"s", nullptr}}) {
+        buf[0] = 'x';
+        EXPECT_EQ(ini.GetValueStr(section, key, buf, 0), 0);
+        EXPECT_EQ(buf[0], 'x');
+        EXPECT_EQ(ini.GetValueStr(section, key, buf, 1), 0);
+        EXPECT_EQ(buf[0], '\0');
+    }
+    EXPECT_EQ(ini.GetKeyNames(nullptr, buf, 7), 0);
 
     for (const auto& [key, value] : {std::pair("k", 8000),
                                      {"empty", 0},
@@ -129,7 +137,14 @@ TEST(IniFile, WritingBack) {
         EXPECT_EQ(ReadFile(file.Path()), row.after != nullptr ? row.after : row.before);
     }
     CIniFile unnamed;
-    EXPECT_EQ(set(unnamed), 0);
+    const TempFile file("[s]\nk=1\n");
+    CIniFile named(file.Path());
+    EXPECT_EQ(set(unnamed) + unnamed.DeleteSection("s") + unnamed.DeleteKey("s", "k"), 0);
+    EXPECT_EQ(named.SetValueStr(nullptr, "k", "2", true) +
+                  named.SetValueStr("s", nullptr, "2", true) + named.DeleteSection(nullptr) +
+                  named.DeleteKey(nullptr, "k") + named.DeleteKey("s", nullptr),
+              0);
+    EXPECT_EQ(ReadFile(file.Path()), "[s]\nk=1\n");
 }
 
 TEST(IniFile, NameLists) {

@@ -179,8 +179,15 @@ TEST_F(LogTest, JsonLinesBesideTheGivenFormat) {
         g_time += kDay;
         __log(_WARN, "t", "new");
     });
+    setenv("TZ", "XXX3:30", 1);
+    tzset();
+    LogOf([] { __log(_WARN, std::string(600, 't').c_str(), "west"); });
+    unsetenv("TZ");
+    tzset();
+    EXPECT_TRUE(Has(File(".json"), "-03:30\",\"level\":\"WARN\",\"tag\":\"ttt"));
+    EXPECT_TRUE(File(".json").ends_with("t\",\"text\":\"west\"}\n"));
     EXPECT_EQ(File("20261114.json"), json);
-    EXPECT_EQ(File(".json").find('\n'), File(".json").size() - 1);
+    EXPECT_EQ(Count(File(".json"), "\n"), 2u);
 }
 
 // A key of a request with a line break and an escape sequence in it made a line of its own in the
@@ -372,6 +379,12 @@ TEST_F(LogTest, ReopenedLogGoesOnWithItsFile) {
     }
     const std::string line = "2026-11-14 13:05:09 line\r\n";
     EXPECT_EQ(ReadFile(path), line + line + line);
+    ASSERT_TRUE(log.InitLog(path.c_str(), true, false, false)) << "anew";
+    log._log("one");
+    g_time += kDay;
+    log._log("two");
+    log.CloseLog();
+    EXPECT_EQ(ReadFile(path), "2026-11-14 13:05:09 one\r\n2026-11-15 13:05:09 two\r\n");
 }
 
 TEST_F(LogTest, ALogThatCannotBeReopenedGoesToTheConsole) {

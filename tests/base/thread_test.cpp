@@ -5,9 +5,26 @@
 
 namespace {
 
+TEST(Mutex, ItsHolderMayLockItAgain) {
+    CMutex mutex;
+    EXPECT_EQ(mutex.lock() + mutex.lock(), 0);
+    std::atomic<int> held{2};
+    std::thread other([&] {
+        mutex.lock();
+        EXPECT_EQ(held, 0);
+        mutex.unlock();
+    });
+    while (held > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        --held;
+        EXPECT_EQ(mutex.unlock(), 0);
+    }
+    other.join();
+}
+
 TEST(Event, AutomaticSetsAccumulateAndTheThirdWaitBlocks) {
     CEvent event;
-    EXPECT_FALSE(event.Set()) << "before Init";
+    EXPECT_FALSE(event.Set() || event.Wait() || event.TryWait()) << "before Init";
     ASSERT_TRUE(event.Init(false, true));
     event.Set();
     EXPECT_TRUE(event.Wait());

@@ -9,6 +9,7 @@ class FaultTest : public UnderAttack {
     using tcp = boost::asio::ip::tcp;
     static void StartLogged(LobbyProcess& process, LobbySettings settings) {
         settings["log"] = {{"level", "ALL"}};
+        settings.erase("metrics");  // its threads take a second to end
         settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
         process.Configure(settings);
         process.Start();

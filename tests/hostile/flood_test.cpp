@@ -310,9 +310,8 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
         auto player = LoggedIn(20101);
         double slowest = 0;
         while (!over) {
-            slowest = std::max(slowest, Took([&] {
-                                   EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0);
-                               }));
+            slowest = std::max(
+                slowest, Took([&] { EXPECT_EQ(player->Take(1, BANK_PASSWORD).ucResultType, 0); }));
             std::this_thread::sleep_for(milliseconds(3100));
         }
         return slowest;

@@ -17,9 +17,11 @@ tagServerInfoNotice Servers(uint16_t count) {
     return msg;
 }
 
-// A win bulletin full of text, but for its gap.
+// A win bulletin full of text that differs from field to field, but for its gap.
 std::string WinBulletin(char userId) {
-    std::string bytes(sizeof(WinCoinBulletinNotice), 'x');
+    std::string bytes(sizeof(WinCoinBulletinNotice), '\0');
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>('a' + i % 23);
     bytes[offsetof(WinCoinBulletinNotice, iUserId)] = userId;
     return bytes.replace(10, 2, Zeros(2));
 }

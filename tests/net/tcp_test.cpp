@@ -426,7 +426,7 @@ TEST(Tcp, NothingIsDeliveredBehindAClose) {
     EXPECT_EQ(server.messages, 3);
     EXPECT_EQ(server.closes, 1);
     EXPECT_TRUE(server.lastFlag);
-    Client(server.port).Echoes();
+    { const Client gone(server.port); }
     EXPECT_TRUE(server.AwaitClosed(2));
     EXPECT_FALSE(server.lastFlag) << "by the peer";
 }

@@ -1,14 +1,10 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <memory>
-
 #include "BaseTest.h"
 #include "Common/Log.h"
 #include "LobbyRedisServer.h"
 #include "RedisServer.h"
 #include "ThreadStack.h"
-#include "Waiting.h"
 
 namespace {
 
@@ -105,43 +101,6 @@ TEST(LobbyRedisServer, SaysWhyItFoundNoRedisAtTheStart) {
     LobbyRedisServer registry;
     Start(registry, server, "pass");
     EXPECT_EQ(registry.StartError().text, "");
-}
-
-// Redis comes after the lobby, hangs, restarts, and hangs again while the lobby ends.
-TEST(LobbyRedisServer, NeverStallsWhateverRedisDoes) {
-    RedisServer server("pass", false);
-    auto registry = std::make_unique<LobbyRedisServer>();
-    double longest = 0;
-    const auto login = [&] {
-        bool stored = false;
-        longest = std::max(longest, Took([&] {
-                               registry->IsLobbyOnline(1);
-                               stored = registry->InsertLobbyOnline(1) == 1;
-                           }));
-        return stored;
-    };
-    EXPECT_THAT(LogOf([&] { EXPECT_TRUE(Start(*registry, server, "pass")); }),
-                HasSubstr("GameRedis::Start ip:port[" + server.Address() + "] failed"));
-    const std::string log = LogOf([&] {
-        EXPECT_FALSE(login());
-        server.Start();
-        EXPECT_TRUE(Eventually(login));
-        server.Hang();
-        EXPECT_FALSE(Eventually(login, 2)) << "nobody answers";
-        server.Resume();
-        EXPECT_TRUE(Eventually(login));
-        server.Stop();
-        EXPECT_FALSE(login());
-        server.Start();
-        EXPECT_TRUE(Eventually(login));
-    });
-    EXPECT_LT(longest, 1.5);
-    // One line per outage, not per command; a busy machine may see one more.
-    EXPECT_THAT(Count(log, "does not answer"), testing::AllOf(testing::Ge(2u), testing::Le(4u)));
-    EXPECT_LE(Count(log, "commands are sent"), Count(log, "does not answer") + 1);
-    server.Hang();
-    std::this_thread::sleep_for(2100ms);  // the keep-alive thread is amid its pass
-    EXPECT_LT(Took([&] { registry.reset(); }), 1.5);
 }
 
 // The message worker has 16 KiB; a command once read its reply into as much.

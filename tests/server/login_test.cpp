@@ -1,6 +1,7 @@
 #include <random>
 
 #include "LobbyTest.h"
+#include "activitySystem/Activity_Data_Msg.h"
 
 TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     IPlayerNode* node = net.Connect();
@@ -40,7 +41,8 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
     std::memcpy(expected.szReserve1, info.szReserve1, 64);
     std::memcpy(expected.szReserve3, info.szReserve3, 64);
     EXPECT_EQ(Body(answer.bytes), Body(BytesOf(expected)));
-    EXPECT_EQ(Only(Link(DATA)).type, 0xD012);
+    const tagDBUserActivityProgressReq progress{{}, NodeHandle(player), *player, 10001, 0};
+    EXPECT_EQ(Got(Link(DATA)), (Messages{{0xD012, BytesOf(progress)}}));
     EXPECT_EQ((std::vector<int64_t>{
                   player->llControlNum, player->iMachineIndex, player->iPlayGameTime,
                   player->iAllYuanBaoAmount, player->iAccountsourceid, player->isBindingmobile,

@@ -1,5 +1,5 @@
-// Logging in: results, the online mark, duplicate logins, moving between lobbies; links that go away
-// and come back.
+// Logging in: results, the online mark, duplicate logins, moving between lobbies; links that go
+// away and come back.
 #include "SystemTest.h"
 #include "queue_server_msg.h"
 
