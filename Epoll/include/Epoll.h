@@ -85,6 +85,7 @@ class Epoll : public virtual EPOLLNet {
     void CancelConnects() { m_bCancelConnects = true; }
     // See GameProvider. Before the first listener.
     void SetReusePort(bool reuse) { m_bReusePort = reuse; }
+    void SetReceiveBuffer(int bytes);
 
   protected:
     // Shutdown in three steps, so that a derived class can end its own threads between them.
@@ -179,7 +180,8 @@ class Epoll : public virtual EPOLLNet {
 
     std::atomic<bool> m_bStart{false};
     std::atomic<bool> m_bShutdown{false};
-    bool m_bReusePort = false;  // constant once there is a listener
+    bool m_bReusePort = false;    // constant once there is a listener
+    int m_iReceiveBuffer = 4096;  // the same
     std::atomic<bool> m_bCancelConnects{false};
     std::atomic<bool> m_bStarved{false};  // out of descriptors; one log line per episode
     int m_iPoll = -1;

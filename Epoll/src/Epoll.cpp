@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -22,7 +23,9 @@ using Guard = std::lock_guard<CMutex>;
 
 constexpr unsigned kPauseUs = 1000;
 constexpr int kBacklog = 2147483647;
-constexpr int kBufferSize = 4096;
+constexpr int kSendBuffer = 4096;
+// What such a socket holds is read in one turn; see ReadSome.
+constexpr int kMostReceiveBuffer = 32768;
 // So long may what a link has sent go without an acknowledgement. With a message every 25 s a peer
 // whose machine is gone is noticed within a minute; the kernel alone takes a quarter of an hour.
 constexpr int kDeadPeerMs = 30000;
@@ -209,13 +212,17 @@ EPOLLContext* Epoll::Create(bool listen, sockaddr_in& addr, unsigned long connec
     return AddAConnection(context, context) ? context : nullptr;
 }
 
+void Epoll::SetReceiveBuffer(int bytes) {
+    if (bytes > 0) m_iReceiveBuffer = std::min(bytes, kMostReceiveBuffer);
+}
+
 int Epoll::OpenSocket(long family, long type, long protocol) {
     const int socket = ::socket(static_cast<int>(family), static_cast<int>(type) | SOCK_CLOEXEC,
                                 static_cast<int>(protocol));
     if (socket < 0) return -1;
     if (!SetOption(socket, SOL_SOCKET, SO_REUSEADDR, 1) ||
-        !SetOption(socket, SOL_SOCKET, SO_RCVBUF, kBufferSize) ||
-        !SetOption(socket, SOL_SOCKET, SO_SNDBUF, kBufferSize)) {
+        !SetOption(socket, SOL_SOCKET, SO_RCVBUF, m_iReceiveBuffer) ||
+        !SetOption(socket, SOL_SOCKET, SO_SNDBUF, kSendBuffer)) {
         CloseKeepingErrno(socket);
         return -1;
     }

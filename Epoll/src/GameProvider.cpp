@@ -77,6 +77,7 @@ bool GameProvider::Initialize(unsigned long maxRecvCount, unsigned long maxSendC
         server->SetWakeup(m_bWakeup);
         server->SetWebSocket(m_bWebSocket);
         server->SetReusePort(m_bReusePort);
+        server->SetReceiveBuffer(m_iReceiveBuffer);
         server->SetProxyTrust(std::move(m_Trust));
         server->SetLimits(m_Limits);
         m_lpNetProvider = server;

@@ -21,6 +21,7 @@ constexpr size_t kBroadcastBytes = 3272;  // five bulletins
 constexpr unsigned long kNoSweeps = ~0UL;
 constexpr unsigned long kQueueLimit = 8192;
 constexpr unsigned long kMaxClients = 30000;
+constexpr int kSampleReceiveBuffer = 16384;  // as the sample configuration has it with wakeup=1
 
 struct EchoNode : PlayerNode {
     bool known = false;  // message worker only, like all of it
@@ -102,7 +103,9 @@ int main(int argc, char** argv) {
     BlockSignals();
     InitializeLog("lobby_echo.cfg", nullptr);
     EchoServer server;
-    server.SetWakeup(argc > 2 && std::strcmp(argv[2], "--wakeup") == 0);
+    const bool asShipped = argc > 2 && std::strcmp(argv[2], "--wakeup") == 0;
+    server.SetWakeup(asShipped);
+    if (asShipped) server.SetReceiveBuffer(kSampleReceiveBuffer);
     if (!server.Listen(static_cast<unsigned short>(std::strtol(argv[1], nullptr, 10)))) {
         std::perror("lobby_echo");
         return 1;

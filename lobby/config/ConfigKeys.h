@@ -97,6 +97,7 @@ inline constexpr ConfigKey kLobbyServer[] = {
     Int("network", "buffer_budget", 0, 0, 1'000'000,
         "MiB of buffers that may be in use before the largest holders are closed; 0: any"),
     Flag("network", "wakeup", "1 wakes the worker when data arrives"),
+    Int("network", "receive_buffer", 0, 0, 32768, "bytes of a socket's receive buffer; 0: 4096"),
     Int("init", "sendbulletintime", 30, 1, kDay, "seconds between two bulletin broadcasts"),
     Int("init", "draintime", 3600, 1, 7 * kDay, "seconds that players may stay after SIGUSR1"),
     Address("connect", "center_server", "center server"),

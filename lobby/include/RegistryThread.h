@@ -55,6 +55,8 @@ class RegistryThread {
 
     static constexpr size_t kBatch = 256;
     static constexpr size_t kStamps = 1024;
+    // Nobody waits for the leaving of one who never entered: so long more of them come together.
+    static constexpr std::chrono::milliseconds kGather{5};
 
     LobbyRedisServer& m_registry;
     RegistryDone& m_done;
@@ -63,6 +65,7 @@ class RegistryThread {
     std::mutex m_lock;
     std::condition_variable m_changed;
     RegistryJobList m_waiting;       // guarded by m_lock
+    bool m_bUrgent = false;          // guarded by m_lock: others than bare ones are waiting
     bool m_bEnd = false;             // guarded by m_lock
     Clock::time_point m_deadline{};  // guarded by m_lock; of the end
 

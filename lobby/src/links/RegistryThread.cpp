@@ -30,11 +30,14 @@ RegistryThread::~RegistryThread() {
 }
 
 void RegistryThread::Put(RegistryJob* job) {
+    bool wake = !job->bBare;
     {
         const std::lock_guard lock(m_lock);
+        wake = wake || m_waiting.Empty();
+        m_bUrgent = m_bUrgent || !job->bBare;
         m_waiting.Push(job);
     }
-    m_changed.notify_one();
+    if (wake) m_changed.notify_one();
 }
 
 void RegistryThread::End(Clock::time_point deadline) {
@@ -62,7 +65,11 @@ void RegistryThread::Loop() {
 // jobs, never waits for a look through all of them.
 bool RegistryThread::AwaitJobs() {
     std::unique_lock lock(m_lock);
-    if (m_own.Empty()) m_changed.wait(lock, [this] { return m_bEnd || !m_waiting.Empty(); });
+    if (m_own.Empty()) {
+        m_changed.wait(lock, [this] { return m_bEnd || !m_waiting.Empty(); });
+        m_changed.wait_for(lock, kGather, [this] { return m_bEnd || m_bUrgent; });
+    }
+    m_bUrgent = false;
     m_own.Append(m_waiting);
     return !m_own.Empty() && !(m_bEnd && Clock::now() >= m_deadline);
 }

@@ -118,6 +118,7 @@ void LobbyServer::InitializeNetwork() {
     const int sendCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_SEND_COUNT"));
     const int recvCount = ReadInt(m_ConfigFile, KeyOf("network", "MAX_RECV_COUNT"));
     SetWakeup(ReadInt(m_ConfigFile, KeyOf("network", "wakeup")) != 0);
+    SetReceiveBuffer(ReadInt(m_ConfigFile, KeyOf("network", "receive_buffer")));
     SetReusePort(ReadInt(m_ConfigFile, KeyOf("listen", "reuse_port")) != 0);
     SetWebSocket(ReadInt(m_ConfigFile, KeyOf("listen", "websocket")) != 0);
     SetRingLimits(sendCount);
