@@ -168,7 +168,9 @@ class EPOLLServer : public Epoll, public INetProvider {
     long m_lSweepTime = 0;       // seconds since boot
     uint64_t m_ulPassBegin = 0;  // nanoseconds; 0: not begun, or not measured
     bool m_bShutdownSwept = false;
-    long m_lRelieveTime = 0;                                 // milliseconds: not before
+    bool m_bRelieving = false;  // more is to be closed
+    long m_lRelieveTime = 0;    // milliseconds: by then the closed ones' buffers are free
+    long m_lDropping = 0;       // messages of clients closed until then
     std::vector<std::pair<long, EPOLLReceiver*>> m_Holders;  // work space of Relieve
     long m_lUnflushed = 0;                                   // passes since the last flush
     DataBuffer* m_lpBatch[kBatch];

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <functional>
 
 #include "Common/Log.h"
 #include "EPOLLServer.h"
@@ -14,6 +15,7 @@ namespace {
 constexpr long kPauseMs = 20;
 // Who holds less is not to blame.
 constexpr long kFewUnsent = 8;
+constexpr long kMostAtOnce = 32;
 
 long MonotonicMillis() {
     timespec now{};
@@ -37,18 +39,28 @@ bool EPOLLServer::IsBudgetSpent() const {
     return m_ulBudget != 0 && BuffersInUse() > m_ulBudget;
 }
 
-// Closes the clients that hold most of what is unsent, until an eighth of the budget is free again.
+// Closes the clients that hold most of what is unsent, until an eighth of the budget is free again:
+// some at a time, as everybody else waits meanwhile.
 void EPOLLServer::Relieve() {
-    if (const long now = MonotonicMillis(); now < m_lRelieveTime) return;
+    if (const long now = MonotonicMillis(); now >= m_lRelieveTime) {
+        m_lDropping = 0;
+        m_lRelieveTime = now + kPauseMs;
+    }
     const unsigned long used = BuffersInUse();
+    const auto excess =
+        static_cast<long>(used) - static_cast<long>(m_ulBudget - m_ulBudget / 8) - m_lDropping;
+    m_bRelieving = excess > 0;
+    if (!m_bRelieving) return;
     m_Holders.clear();
     for (EPOLLReceiver* client = m_lpClientList; client != nullptr; client = client->m_lpNext) {
         const long unsent = client->IsClosed() ? 0 : client->Unsent();
         if (unsent >= kFewUnsent) m_Holders.emplace_back(unsent, client);
     }
-    if (m_Holders.empty()) return;
-    std::sort(m_Holders.rbegin(), m_Holders.rend());
-    const auto excess = static_cast<long>(used - (m_ulBudget - m_ulBudget / 8));
+    m_bRelieving = !m_Holders.empty();
+    if (!m_bRelieving) return;
+    const auto most = m_Holders.begin() + std::min<long>(kMostAtOnce, std::ssize(m_Holders));
+    std::partial_sort(m_Holders.begin(), most, m_Holders.end(), std::greater<>());
+    m_Holders.erase(most, m_Holders.end());
     long held = 0;
     int closed = 0;
     for (const auto& [unsent, client] : m_Holders) {
@@ -62,5 +74,5 @@ void EPOLLServer::Relieve() {
     __log(_WARN, "EPOLLServer::Relieve",
           "buffers[%lu] are more than the budget[%lu]: clients[%d] with [%ld] of them closed", used,
           m_ulBudget, closed, held);
-    m_lRelieveTime = MonotonicMillis() + kPauseMs;
+    m_lDropping += held;
 }

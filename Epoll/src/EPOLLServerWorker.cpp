@@ -67,7 +67,7 @@ void EPOLLServer::DoNetMsg() {
         if (more && ++m_lUnflushed < kFlushEvery && !hold->IsFull()) continue;
         m_lUnflushed = 0;
         hold->Flush();
-        if (IsBudgetSpent()) Relieve();
+        if (m_bRelieving || IsBudgetSpent()) Relieve();
         // One that reads for itself sees for itself that nothing is left.
         if (!swept && (m_bWakeup ? !MoreAtHand() : record == nullptr)) Pause();
     }
