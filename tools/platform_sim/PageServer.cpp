@@ -38,6 +38,9 @@ PageServer::PageServer(const std::string& folder, uint16_t port, const PageConfi
     : m_server(std::make_unique<Server>()) {
     httplib::Server& http = m_server->http;
     http.set_file_extension_and_mimetype_mapping("mjs", "text/javascript");
+    // A connection has one of a few threads to itself, and browsers keep some that they do not use.
+    http.set_keep_alive_max_count(1);
+    http.set_keep_alive_timeout(1);
     http.Get("/config.json",
              [text = ToJson(config)](const httplib::Request&, httplib::Response& answer) {
                  answer.set_content(text, "application/json");
