@@ -188,7 +188,9 @@ pids+=("$redis_pid"); disown
 start_simulator --control-port "$(usual_port 9110)" --players 5000 --web-root "$web" --lobby-address "ws://127.0.0.1:$lobby_port"
 pids+=("$sim_pid"); disown
 metrics_port=$(free_port)
-start_lobby lobby "$lobby_port" "s/^;addr=.*/addr=127.0.0.1:$metrics_port/"
+# Load is what the sample's limits are against.
+limits=(); [ "$mode" = tour ] || limits=("/^any=/d;/^0x/d")
+start_lobby lobby "$lobby_port" "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" "${limits[@]}"
 
 if [ "$mode" = --serve ]; then
     title "The lobby is running."
@@ -200,6 +202,7 @@ if [ "$mode" = --serve ]; then
     say "Players 10001 to 10030 and 20001 to 25000, token \"token\", bank password \"888888\"."
     say "Platform:        type help into: nc 127.0.0.1 $control_port   (recharge, bulletin, farm, stop ...)"
     say "Redis:           redis-cli -p $redis_port"
+    say "The configuration is the sample's, but for addresses, the log, bulletins every two seconds, and no limits."
     say "Ctrl-C ends all of it."
     while sleep 1; do kill -0 "$lobby_pid" 2>/dev/null || fail "the lobby has ended"; done
 fi

@@ -37,7 +37,7 @@ int Check(const std::string& path) {
 
 int main(int argc, char** argv) try {
     CLI::App app(
-        "Checks the four configuration files of a LobbyServer. Exit status: 0 nothing "
+        "Checks the four configuration files of a LobbyServer.\nExit status: 0 nothing "
         "found, 1 problems found, 2 wrong usage.");
     std::string path = ".";
     bool keys = false;

@@ -33,8 +33,11 @@ void DeclareCommon(CLI::App& app, Settings& settings) {
     app.add_flag("-q,--quiet", settings.quiet, "no progress lines");
 }
 
-void DeclareRounds(CLI::App& mode, Settings& settings) {
-    mode.add_option("--rounds", settings.rounds, "messages to all, one after another");
+// A lobby sends bulletins once in 30 seconds unless configured: a few rounds will do.
+constexpr uint32_t kBulletinRounds = 3;
+
+CLI::Option* DeclareRounds(CLI::App& mode, Settings& settings) {
+    return mode.add_option("--rounds", settings.rounds, "messages to all, one after another");
 }
 
 void DeclareEcho(CLI::App& mode, Settings& settings) {
@@ -88,7 +91,7 @@ void DeclareModes(CLI::App& app, Settings& settings) {
     CLI::App* bulletins = app.add_subcommand("bulletins", "five bulletins to all players");
     DeclarePlayers(*bulletins, settings);
     bulletins->add_option("--control", settings.control, "the simulator's control port");
-    DeclareRounds(*bulletins, settings);
+    DeclareRounds(*bulletins, settings)->default_str(std::to_string(kBulletinRounds));
     bulletins->add_option("--slow", settings.slow,
                           "every so many-th player reads slowly (0: none)");
 }
@@ -102,11 +105,11 @@ std::unique_ptr<Load> Make(const Settings& settings) {
     return std::make_unique<PlayerLoad>(settings);
 }
 
-// Rounds end by themselves; a lobby sends one in 30 seconds unless configured.
+// Rounds end by themselves.
 void SetUsualTimes(const CLI::App& app, Settings& settings) {
     const bool inRounds = settings.broadcast || settings.mode == "bulletins";
     if (settings.mode == "bulletins" && app.get_subcommand("bulletins")->count("--rounds") == 0) {
-        settings.rounds = 3;
+        settings.rounds = kBulletinRounds;
     }
     if (inRounds && app.count("--seconds") == 0) settings.seconds = 40.0 * settings.rounds;
 }
