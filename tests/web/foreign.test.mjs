@@ -7,16 +7,16 @@ import fs from 'node:fs/promises';
 import http from 'node:http';
 import os from 'node:os';
 import path from 'node:path';
-import test from 'node:test';
+import { after, describe, it } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
-const seconds = Number(process.env.FOREIGN_SECONDS ?? 3);
-const interval = seconds >= 60 ? 20 : 1;
+const seconds = Number(process.env.FOREIGN_SECONDS ?? 9);
+const interval = seconds >= 60 ? 20 : 4;
 const KEEP_ALIVE = [5, 0, 0, 8, 3, 0, 0xf0, 0xf1];
 const system = await startSystem();
-test.after(() => system.stop());
+after(() => system.stop());
 
 // Runs in a browser and in node alike.
 async function stay(Socket, url, ms, message) {
@@ -38,56 +38,59 @@ async function stay(Socket, url, ms, message) {
   return `${(await end).code} ${(await end).wasClean}`;
 }
 
-for (const library of ['websockets', 'websocket', 'aiohttp']) {
-  test(`Debian's python3-${library}`, async () => {
-    const script = fileURLToPath(new URL('foreign/libraries.py', import.meta.url));
-    const child = spawn('/usr/bin/python3', [script, library, system.url, seconds, interval],
-      { stdio: ['ignore', 'inherit', 'inherit'] });
-    assert.deepEqual(await once(child, 'close'), [0, null]);
-  });
-}
-
-test("npm's ws", async () => {
-  let pongs = 0;
-  class Pinging extends WebSocket {
-    constructor(url) {
-      super(url);
-      this.on('pong', (data) => { pongs += String(data) === 'alive'; });
-      const timer = setInterval(() => this.ping('alive'), interval * 1000);
-      this.on('close', () => clearInterval(timer));
-    }
-  }
-  assert.equal(await stay(Pinging, system.url, seconds * 1000 + 500, KEEP_ALIVE), '1000 true');
-  assert.ok(pongs >= Math.floor(seconds / interval), `${pongs} pongs`);
-});
-
-const browsers = {
-  chromium: (url, home) => ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run',
-    '--disable-background-networking', `--user-data-dir=${home}`, url],
-  'firefox-esr': (url, home) => ['--headless', '--no-remote', '--profile', home, url],
-};
-for (const [program, argumentsOf] of Object.entries(browsers)) {
-  test(program, async (t) => {
-    const home = await fs.mkdtemp(path.join(os.tmpdir(), 'browser-'));
-    let report;
-    const outcome = new Promise((resolve) => { report = resolve; });
-    const server = http.createServer((request, response) => {
-      if (request.method === 'POST') request.on('data', (text) => report(String(text)));
-      response.setHeader('content-type', 'text/html');
-      response.end(`<script>(${stay})(WebSocket, '${system.url}', ${seconds * 1000}, [${KEEP_ALIVE}])
-        .catch((e) => String(e.code ?? e)).then((body) => fetch('/', { method: 'POST', body }));</script>`);
-    }).listen(0, '127.0.0.1');
-    await once(server, 'listening');
-    const child = spawn(program, argumentsOf(`http://127.0.0.1:${server.address().port}/`, home),
-      { stdio: 'ignore', detached: true, env: { ...process.env, HOME: home } });
-    t.after(async () => {
-      process.kill(-child.pid, 'SIGKILL');
-      await once(child, 'close');
-      server.closeAllConnections();
-      server.close();
-      await fs.rm(home, { recursive: true, force: true, maxRetries: 5 });
+// All at once: what takes their time is staying.
+describe('clients that ping', { concurrency: true }, () => {
+  for (const library of ['websockets', 'websocket', 'aiohttp']) {
+    it(`Debian's python3-${library}`, async () => {
+      const script = fileURLToPath(new URL('foreign/libraries.py', import.meta.url));
+      const child = spawn('/usr/bin/python3', [script, library, system.url, seconds, interval],
+        { stdio: ['ignore', 'inherit', 'inherit'] });
+      assert.deepEqual(await once(child, 'close'), [0, null]);
     });
-    child.on('close', () => report('ended'));
-    assert.equal(await outcome, '1000 true');
+  }
+
+  it("npm's ws", async () => {
+    let pongs = 0;
+    class Pinging extends WebSocket {
+      constructor(url) {
+        super(url);
+        this.on('pong', (data) => { pongs += String(data) === 'alive'; });
+        const timer = setInterval(() => this.ping('alive'), interval * 1000);
+        this.on('close', () => clearInterval(timer));
+      }
+    }
+    assert.equal(await stay(Pinging, system.url, seconds * 1000 + 500, KEEP_ALIVE), '1000 true');
+    assert.ok(pongs >= Math.floor(seconds / interval), `${pongs} pongs`);
   });
-}
+
+  const browsers = {
+    chromium: (url, home) => ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run',
+      '--disable-background-networking', `--user-data-dir=${home}`, url],
+    'firefox-esr': (url, home) => ['--headless', '--no-remote', '--profile', home, url],
+  };
+  for (const [program, argumentsOf] of Object.entries(browsers)) {
+    it(program, async (t) => {
+      const home = await fs.mkdtemp(path.join(os.tmpdir(), 'browser-'));
+      let report;
+      const outcome = new Promise((resolve) => { report = resolve; });
+      const server = http.createServer((request, response) => {
+        if (request.method === 'POST') request.on('data', (text) => report(String(text)));
+        response.setHeader('content-type', 'text/html');
+        response.end(`<script>(${stay})(WebSocket, '${system.url}', ${seconds * 1000}, [${KEEP_ALIVE}])
+          .catch((e) => String(e.code ?? e)).then((body) => fetch('/', { method: 'POST', body }));</script>`);
+      }).listen(0, '127.0.0.1');
+      await once(server, 'listening');
+      const child = spawn(program, argumentsOf(`http://127.0.0.1:${server.address().port}/`, home),
+        { stdio: 'ignore', detached: true, env: { ...process.env, HOME: home } });
+      t.after(async () => {
+        process.kill(-child.pid, 'SIGKILL');
+        await once(child, 'close');
+        server.closeAllConnections();
+        server.close();
+        await fs.rm(home, { recursive: true, force: true, maxRetries: 5 });
+      });
+      child.on('close', () => report('ended'));
+      assert.equal(await outcome, '1000 true');
+    });
+  }
+});

@@ -1,7 +1,7 @@
 // The operator's page in Chromium, while a link goes down and comes back.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { launch, PHONE, picture } from './support/browser.mjs';
+import { launch, look, PHONE } from './support/browser.mjs';
 import { startSystem } from './support/system.mjs';
 
 let system, browser;
@@ -31,7 +31,7 @@ test('the page shows the lobby, and a link that goes and comes back', async () =
   await system.command('down queue');
   await queue.getByText('down', { exact: true }).waitFor();
   assert.doesNotMatch(await queue.textContent(), /never/);
-  assert.deepEqual(await picture(page, 'operator-link-down'), { isTooWide: false });
+  await look(page, 'operator-link-down');
   await system.command('up queue');
   await queue.getByText('up', { exact: true }).waitFor();
 
@@ -40,8 +40,8 @@ test('the page shows the lobby, and a link that goes and comes back', async () =
   for (const figure of await page.locator('.figure').all()) {
     assert.match(await figure.textContent(), /\d.*at most [\d.,]+/);
   }
-  assert.deepEqual(await picture(page, 'operator', { width: 1280, height: 900 }), { isTooWide: false });
-  assert.deepEqual(await picture(page, 'operator-phone', PHONE), { isTooWide: false });
+  await look(page, 'operator', { width: 1280, height: 900 });
+  await look(page, 'operator-phone', PHONE);
   assert.deepEqual({ faults, elsewhere }, { faults: [], elsewhere: [] });
 
   await system.stop();

@@ -1,17 +1,19 @@
-// The library as others get it: packed, installed, its types checked.
+// The library as others get it: packed, installed, its types checked, its README's client run.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
+import { execFile, execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { installed } from './support/library.mjs';
+import { promisify } from 'node:util';
+import { codeBlock, installed } from './support/library.mjs';
+import { startSystem } from './support/system.mjs';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
 const modules = process.env.WEB_MODULES;
+const { folder, files, version } = installed();
 
 test('the package holds what it needs and nothing else; its types are checked by tsc', () => {
-  const { folder, files, version } = installed();
   const project = fs.readFileSync(path.join(here, '../../CMakeLists.txt'), 'utf8');
   assert.equal(version, /LobbyServer VERSION (\S+)/.exec(project)[1]);
   assert.deepEqual(files.sort(), ['README.md', 'lobby-codec.js', 'lobby-layouts.js',
@@ -22,4 +24,12 @@ test('the package holds what it needs and nothing else; its types are checked by
   execFileSync(process.execPath, [tsc, '--strict', '--noEmit', '--target', 'es2022', '--module',
     'nodenext', '--moduleResolution', 'nodenext', 'client.ts'],
   { cwd: folder, stdio: ['ignore', 'inherit', 'inherit'] });
+});
+
+test('the client of the README runs as it stands there', async (t) => {
+  const system = await startSystem();
+  t.after(() => system.stop());
+  fs.writeFileSync(path.join(folder, 'client.js'), codeBlock('README.md', 'js'));
+  const { stdout } = await promisify(execFile)(process.execPath, ['client.js', system.url], { cwd: folder });
+  assert.match(stdout, /in the bank: \d+n\nrefused 157 The amount must be at least 1\.\nclosed: asked/);
 });

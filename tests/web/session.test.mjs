@@ -1,13 +1,8 @@
 // Real players on the real lobby: the library over the npm package `ws`, and the page in Chromium.
 import assert from 'node:assert/strict';
-import { execFile } from 'node:child_process';
-import fs from 'node:fs';
-import path from 'node:path';
 import { after, before, test } from 'node:test';
-import { promisify } from 'node:util';
 import { LobbyClient } from '../../web/lobby-protocol.js';
-import { launch, openPage, PHONE, picture } from './support/browser.mjs';
-import { codeBlock, installed } from './support/library.mjs';
+import { launch, look, openPage, PHONE } from './support/browser.mjs';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
@@ -79,13 +74,6 @@ test('every request of the library is understood', async () => {
   lobby.close();
 });
 
-test('the client of the README runs as it stands there', async () => {
-  const { folder } = installed();
-  fs.writeFileSync(path.join(folder, 'client.js'), codeBlock('README.md', 'js'));
-  const { stdout } = await promisify(execFile)(process.execPath, ['client.js', system.url], { cwd: folder });
-  assert.match(stdout, /in the bank: \d+n\nrefused 157 The amount must be at least 1\.\nclosed: asked/);
-});
-
 // The page.
 
 const format = (amount) => amount.toLocaleString('en-US');
@@ -95,17 +83,14 @@ const hasText = (selector, text) => page.locator(selector, { hasText: text }).fi
 async function fill(fields) {
   for (const [id, text] of Object.entries(fields)) await page.fill(`#${id}`, text);
 }
-async function open(userId, options) {
+async function open(userId, options, where = system) {
   await page?.close();
-  page = await openPage(browser, system.page, options);
+  page = await openPage(browser, where.page, options);
   await fill({ 'user-id': String(userId), token: TOKEN });
 }
 async function logIn() {
   await page.click('#login');
   await hasText('#status', 'logged in');
-}
-async function fits(name, size) {
-  assert.equal((await picture(page, name, size)).isTooWide, false, name);
 }
 const focus = () => page.evaluate(() => document.activeElement.id);
 
@@ -178,8 +163,6 @@ test('rooms, tournament, subscription, profile and transfer', async () => {
   await page.locator('#servers').press('Enter');
   await hasText('#server-list-form .result', 'rooms');
   assert.equal(await focus(), 'servers');
-  await page.click('#servers');
-  await hasText('#server-list-form .result', 'rooms');
   assert.ok(await page.locator('#server-rows tr').count() > 45);
   await page.click('#tournament-show');
   await hasText('#tournament', ' → ');
@@ -234,49 +217,46 @@ test('every push shows as it comes, as text and nothing else', async () => {
   assert.equal(await page.locator('#notices img').count(), 0);
   assert.equal(await textOf('#coins-hand'), '10,100');
   assert.deepEqual(page.faults, []);
-  await fits('session-desktop');
-  await fits('session-phone', PHONE);
+  await look(page, 'session-desktop');
+  await look(page, 'session-phone', PHONE);
   giver.close();
 });
 
 test('the page fits a phone, light and dark', async () => {
   for (const colorScheme of ['light', 'dark']) {
     await open(10009, { colorScheme });
-    await fits(`page-login-${colorScheme}`, PHONE);
+    await look(page, `page-login-${colorScheme}`, PHONE);
     await logIn();
     await page.click('#servers');
     await hasText('#server-list-form .result', 'rooms');
     await page.click('#tournament-show');
     await system.command(`bulletin sys ${'x'.repeat(200)}`);
     await hasText('#notices', 'xxx');
-    await fits(`page-desktop-${colorScheme}`, { width: 1280, height: 900 });
-    await fits(`page-phone-${colorScheme}`, PHONE);
+    await look(page, `page-desktop-${colorScheme}`, { width: 1280, height: 900 });
+    await look(page, `page-phone-${colorScheme}`, PHONE);
   }
 });
 
-// The last: it ends the lobby.
-test('the end of a session is told in words', async () => {
+// The last: nobody is let into the lobby after it.
+test('the end of a session is told in words', async (t) => {
+  const other = await startSystem();
+  t.after(() => other.stop());
   const endings = [
-    [() => system.command('kick 10002'), 'logged in somewhere else'],
-    [async () => {
+    [other, () => other.stop(), '#banner', 'connection to the lobby was lost'],
+    [system, () => system.command('kick 10002'), '#banner', 'logged in somewhere else'],
+    [system, async () => {
       await page.focus('#take');
       await system.command('stop 1');
       await page.waitForSelector('#login-card');
       assert.equal(await focus(), 'login');
       await page.click('#login');
-      await hasText('#login-result', 'closed for maintenance');
-    }, ''],
-    [() => system.stop(), 'connection to the lobby was lost'],
+    }, '#login-result', 'closed for maintenance'],
   ];
-  for (const [cause, text] of endings) {
-    await open(10002);
-    for (let tries = 0; tries < 60 && await textOf('#status') !== 'logged in'; tries += 1) {
-      await page.click('#login');
-      await page.waitForTimeout(500);
-    }
+  for (const [where, cause, place, text] of endings) {
+    await open(10002, {}, where);
+    await logIn();
     await cause();
-    if (text) await hasText('#banner', text);
+    await hasText(place, text);
     await page.waitForSelector('#login-card');
-    await system.command('stop 0').catch(() => {});
   }
 });

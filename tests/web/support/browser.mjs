@@ -1,7 +1,8 @@
 // Chromium with the page in it.
+import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
 import path from 'node:path';
-import { chromium } from './modules.mjs';
+import { AXE, chromium } from './modules.mjs';
 
 const SHOTS = process.env.WEB_SHOTS;
 
@@ -28,13 +29,19 @@ export async function openPage(browser, url, options = {}) {
 
 export const PHONE = { width: 390, height: 844 };
 
-// Writes a picture of the whole page, and says whether the page is wider than its window.
-export async function picture(page, name, viewport) {
+// Writes a picture of the whole page, which is not wider than its window, and in which the checker of
+// accessibility finds nothing.
+export async function look(page, name, viewport) {
   if (viewport) await page.setViewportSize(viewport);
   await page.evaluate(() => window.scrollTo(0, 0));
-  const isTooWide = await page.evaluate(() =>
-    document.documentElement.scrollWidth > document.documentElement.clientWidth);
   await fs.mkdir(SHOTS, { recursive: true });
   await page.screenshot({ path: path.join(SHOTS, `${name}.png`), fullPage: true });
-  return { isTooWide };
+  const isTooWide = await page.evaluate(() =>
+    document.documentElement.scrollWidth > document.documentElement.clientWidth);
+  assert.equal(isTooWide, false, name);
+  await page.evaluate(await fs.readFile(AXE, 'utf8'));
+  const { violations, passes } = await page.evaluate(() => window.axe.run());
+  assert.deepEqual(violations.flatMap(({ id, nodes }) =>
+    nodes.map((node) => `${id}: ${node.html}: ${node.failureSummary}`)), [], name);
+  assert.ok(passes.some(({ id }) => id === 'color-contrast'), name);
 }

@@ -6,3 +6,4 @@ const require = createRequire(path.join(process.env.WEB_MODULES, 'package.json')
 
 export const { WebSocket } = require('ws');
 export const { chromium } = require('playwright-core');
+export const AXE = require.resolve('axe-core/axe.min.js');
