@@ -7,7 +7,7 @@ mode=${1:-run}
 packages=(build-essential cmake ninja-build pkg-config git ca-certificates procps
           libhiredis-dev libcjson-dev libboost-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libcli11-dev libcpp-httplib-dev libevent-dev libuv1-dev libwebsockets-dev
-          prometheus-cpp-dev libedit-dev
+          prometheus-cpp-dev libedit-dev file gzip
           redis-server redis-tools netcat-openbsd)
 if [ "$mode" = test ]; then
     packages+=(chromium firefox-esr python3-websockets python3-websocket python3-aiohttp

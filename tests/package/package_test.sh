@@ -13,7 +13,7 @@ fail() { echo "FAILED: $*" >&2; exit 1; }
 step() { printf '== %s (%s s)\n' "$*" "$SECONDS"; }
 
 [ "$(id -u)" -eq 0 ] || skip "only root can lay out a system root"
-for tool in mmdebstrap dpkg-shlibdeps redis-server redis-cli unshare; do
+for tool in mmdebstrap dpkg-shlibdeps lintian redis-server redis-cli unshare; do
     command -v "$tool" >/dev/null || skip "$tool is not installed"
 done
 unshare --mount true 2>/dev/null || skip "no mount namespaces here"
@@ -73,14 +73,41 @@ prepare_root() {
     in_root true 2>/dev/null || skip "no system root can be entered here"
 }
 
+# What Debian asks of the packages and of the programs in them; links between the documents.
+check_packages() {
+    local program symbols link file
+    dpkg-deb -x "$package" "$work/files"
+    dpkg-deb -x "$tools" "$work/files"
+    for program in "$work"/files/usr/{bin/*,lib/lobby-server/LobbyServer}; do
+        symbols=$(readelf -WhlSd --dyn-syms "$program")
+        for file in 'DYN (Position' GNU_RELRO BIND_NOW __stack_chk_fail '_chk@GLIBC' '\.gnu_debuglink'; do
+            grep -q "$file" <<<"$symbols" || fail "$program is built without $file"
+        done
+        file=$work/symbols/$(readelf -n "$program" | sed -n 's,.*Build ID: \(..\)\(.*\),usr/lib/debug/.build-id/\1/\2.debug,p')
+        [[ $(readelf -WS "$file" 2>&1) = *.debug_info* ]] || fail "no symbols of $program"
+    done
+    while IFS=: read -r file link; do
+        [ -e "$(dirname "$file")/$link" ] || fail "$file leads to $link, which is not there"
+    done < <(grep -roP --include='*.md' '\]\(\K[^)#:]+(?=[)#])' "$work/files/usr/share/doc")
+    zgrep -q draintime "$work/files/usr/share/man/man5/LobbyServer.cfg.5.gz" || fail "keys are missing"
+    ! grep -rqF "$source_tree" "$work/files" "$work/symbols" || fail "a path of this machine"
+    file=$(zcat "$work/files/usr/share/doc/lobby-server/changelog.gz" | head -n 1)
+    [[ $file = *"($(dpkg-deb -f "$package" Version))"* ]] || fail "the change log begins with $file"
+    lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$package" "$tools" || fail "lintian"
+}
+
 build_package() {
-    (cd "$build" && cpack -G DEB -B "$work/out") >"$work/cpack.log" 2>&1 || fail "cpack"
-    package=$(echo "$work"/out/*.deb)
+    local symbols
+    # As packages for use are, but packed faster.
+    (cd "$build" && cpack -G DEB -D CPACK_DEBIAN_COMPRESSION_TYPE=gzip -B "$work/out") >"$work/cpack.log" 2>&1 || fail "cpack"
+    package=$(echo "$work"/out/lobby-server_*.deb)
+    tools=$(echo "$work"/out/lobby-server-tools_*.deb)
+    for symbols in "$work"/out/*.ddeb; do dpkg-deb -x "$symbols" "$work/symbols"; done
     # The next release: another version, another sample.
     dpkg-deb -R "$package" "$work/next"
     sed -i 's/^\(Version: .*\)$/\1+next/' "$work/next/DEBIAN/control"
     sed -i 's/^sendbulletintime=.*/sendbulletintime=31/' "$work/next/etc/lobby-server/LobbyServer.cfg"
-    dpkg-deb -b "$work/next" "$work/next.deb" >>"$work/cpack.log"
+    dpkg-deb -Zgzip -b "$work/next" "$work/next.deb" >>"$work/cpack.log"
 }
 
 # The unit as systemd would load it, and how much of the system it can reach.
@@ -105,6 +132,8 @@ check_installed() {
     expect "mode of the logs" "750 lobby-server:lobby-server" "$(stat_of /var/log/lobby-server)"
     expect "the sample" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
     in_root lobby_client --help >/dev/null
+    in_root lobby_load --help-all >/dev/null
+    in_root platform_sim --dump-accounts | grep -q player10001 || fail "the simulator"
 }
 
 # What systemd does once a day.
@@ -170,17 +199,20 @@ serve() {
 # What removal leaves behind, compared with the clean root.
 leftovers() { comm -13 "$work/before" <(files) | tr '\n' ' '; }
 
-step "build the package"
+step "build the packages"
 build_package
+check_packages
 step "lay out a clean system"
 prepare_root
 files >"$work/before"
 step "install"
 cp "$package" "$root/tmp/lobby.deb"
+cp "$tools" "$root/tmp/tools.deb"
 cp "$work/next.deb" "$root/tmp/"
+packages=(/tmp/lobby.deb /tmp/tools.deb)
 # The lists of a root that was laid out long ago may be stale.
-apt_in_root install --no-install-recommends /tmp/lobby.deb ||
-    { apt_in_root update && apt_in_root install --no-install-recommends /tmp/lobby.deb; } ||
+apt_in_root install --no-install-recommends "${packages[@]}" ||
+    { apt_in_root update && apt_in_root install --no-install-recommends "${packages[@]}"; } ||
     fail "installation"
 check_unit
 check_installed
@@ -205,7 +237,7 @@ serve "next release"
 stop_lobby
 step "remove"
 in_root systemctl --quiet enable lobby-server || fail "enable"
-apt_in_root remove --auto-remove lobby-server || fail "removal"
+apt_in_root remove --auto-remove lobby-server lobby-server-tools || fail "removal"
 cfg=./etc/lobby-server
 expect "left by removal" "$cfg $cfg/LobbyServer.cfg $cfg/LobbyServer.cfg.dpkg-dist \
 $cfg/SensitiveName.cfg $cfg/compete_info.cfg $cfg/disconnectuserid.cfg ./var/log/lobby-server \
