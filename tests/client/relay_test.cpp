@@ -1,4 +1,5 @@
 // Requests that are wrapped for the queue server, and results unwrapped for their clients.
+#include "BankInfoDef.h"
 #include "LobbyTest.h"
 #include "config_server_msg.h"
 
@@ -201,6 +202,19 @@ TEST_F(LobbyTest, ForbiddenNamesAreRefusedByTheLobby) {
         const Sent answer = Only(player);
         EXPECT_EQ(answer.type, row.type);
         EXPECT_EQ(Body(answer.bytes), "\1" + std::string(row.size - 9, '\0'));
+    }
+    EXPECT_TRUE(Nothing(Link(QUEUE)));
+}
+
+TEST_F(LobbyTest, AmountsBelowOneAreRefusedWhoeverAsks) {
+    LobbyPlayer* player = Online(10001);
+    for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {
+        net.Deliver(player, 0xD5, GetBankCoinReq{{}, 10002, 0, 0, 0, amount, {}});
+        net.Deliver(player, 0xD7, SaveCoinReq{{}, 10002, 0, 0, 0, amount, 0});
+        const auto answers = Received(player);
+        ASSERT_EQ(answers.size(), 2u);
+        for (const Sent& answer : answers)
+            EXPECT_EQ(answer.At<uint8_t>(8), 157);
     }
     EXPECT_TRUE(Nothing(Link(QUEUE)));
 }

@@ -104,19 +104,6 @@ test('the operator finds every configuration key, its default and its bounds', (
     keys.map((key) => `${key.file} [${key.section}] ${nameOf(key)}`).sort());
 });
 
-test('the samples have every key', () => {
-  for (const file of new Set(keys.map((key) => key.file))) {
-    let section = '';
-    const inSample = read(`deploy/config/${file}`).split('\n').map((line) => {
-      section = /^\[(.*)\]/.exec(line)?.[1] ?? section;
-      return `[${section}] ${/^;?(\w+)=/.exec(line)?.[1]}`;
-    });
-    const lacking = keys.filter((key) => key.file === file && !/[%*]/.test(key.name))
-      .map((key) => `[${key.section}] ${key.name}`).filter((key) => !inSample.includes(key));
-    assert.deepEqual(lacking, [], file);
-  }
-});
-
 test('the lines to alert on are written, at that level and under that tag', () => {
   const product = sources.filter((file) => !/^(tests|tools|bench|fuzz)\//.test(file));
   const calls = product.flatMap((file) => {

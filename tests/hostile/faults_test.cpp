@@ -97,25 +97,6 @@ TEST_F(FaultTest, ABackEndThatHangsUpIsTriedOnceASecond) {
     EXPECT_LT(Took([&] { longer = logs.accept(); }), 0.9 * SLOWER) << "not at once, as ever";
 }
 
-TEST_F(FaultTest, ANameThatCannotBeResolvedEndsTheStart) {
-    static constexpr struct {
-        const char *section, *key, *what;
-    } kCases[] = {{"listen", "addr", "the name cannot be resolved\n"},
-                  {"connect", "queue_server",
-                   "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n"}};
-    for (const auto& [section, key, what] : kCases) {
-        LobbyProcess process;
-        LobbySettings settings = AttackSettings();
-        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
-        settings[section][key] = "no-such.invalid:7";
-        process.Configure(settings);
-        process.Start();
-        EXPECT_EQ(process.AwaitEnd(15), 0) << key;
-        EXPECT_EQ(process.Errors(), std::string("LobbyServer.cfg: section [") + section +
-                                        "], key \"" + key + "\": " + what);
-    }
-}
-
 // Before main has run the signal's own effect ends the process; afterwards it ends in order.
 TEST_F(FaultTest, TerminationInEveryPhaseOfTheStart) {
     for (const int ms : {0, 1, 2, 4, 6, 8, 10, 15, 20, 30, 50, 100, 200}) {

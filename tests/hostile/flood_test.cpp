@@ -16,11 +16,6 @@ namespace fs = std::filesystem;
 
 const fs::path kSamples = fs::path(PROJECT_SOURCE_DIR) / "deploy/config";
 
-std::string ReadText(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 template <class T>
 std::string Packed(uint16_t type, const T& message) {
     const wire::Bytes bytes = wire::Pack(type, message);
@@ -169,7 +164,7 @@ Outcome HoardLists(uint16_t port, Until end) {
 
 // Every client sends of every type as much as the sample's limits let through, evenly.
 Outcome JustBelow(uint16_t port, Until end) {
-    const std::string sample = ReadText(kSamples / "LobbyServer.cfg");
+    const std::string sample = ReadFile(kSamples / "LobbyServer.cfg");
     const std::regex rule("\n(0x[0-9A-F]+|any)=(\\d+)/(\\d+)([sm]) ");
     struct Share {
         std::string message;
@@ -264,8 +259,8 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
         port = static_cast<uint16_t>(RedisServer::FreePort());
         values["addr"] = "127.0.0.1:" + std::to_string(port);
         for (const auto& file : fs::directory_iterator(kSamples))
-            lobby.Write(file.path().filename(), ReadText(file.path()));
-        std::string text = ReadText(kSamples / "LobbyServer.cfg");
+            lobby.Write(file.path().filename(), ReadFile(file.path()));
+        std::string text = ReadFile(kSamples / "LobbyServer.cfg");
         for (const auto& [key, value] : values)
             text =
                 std::regex_replace(text, std::regex("\n" + key + "=.*"), "\n" + key + "=" + value);

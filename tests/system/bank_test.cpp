@@ -11,23 +11,6 @@ class BankTest : public SystemTest {};
 // Each on a session of its own, for every session has throttles of its own.
 TEST_F(BankTest, RefusalsCarryTheirCodes) {
     Serve();
-    const auto asOther = [this] {  // a session of 10001 whose requests name 10002
-        auto player = Connect(10002);
-        tagLobbyClientConnectNotice notice{};
-        notice.iUserID = 10001;
-        wire::SetText(notice.szToken, "token");
-        player->Line().Send(CLIENT_CONNECT_NOTICE_C2S, notice);
-        player->Await(LOBBY_AUTHEN_RES_S2C);
-        return player;
-    };
-    EXPECT_EQ(asOther()->BankLogin(BANK_PASSWORD).ucResultType, 150);
-    EXPECT_EQ(asOther()->Take(1, BANK_PASSWORD).ucResultType, 150);
-    EXPECT_EQ(asOther()->Save(1).ucResultType, 150);
-    EXPECT_EQ(asOther()->BankPassword(BANK_PASSWORD, "x").ucResultType, 150);
-    for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {  // judged before the user
-        EXPECT_EQ(asOther()->Take(amount, BANK_PASSWORD).ucResultType, 157);
-        EXPECT_EQ(asOther()->Save(amount).ucResultType, 157);
-    }
     EXPECT_EQ(LoggedIn(10001)->Take(1, "wrong").ucResultType, sim::BANK_WRONG_PASSWORD);
     EXPECT_EQ(LoggedIn(10001)->Take(INT64_MAX, BANK_PASSWORD).ucResultType, sim::BANK_NOT_ENOUGH);
     EXPECT_EQ(LoggedIn(10001)->Save(10001).ucResultType, sim::BANK_NOT_ENOUGH);

@@ -78,9 +78,12 @@ TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
 
 TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
     struct Fault {
-        std::string section, key, value, said;
+        std::string section, key, value, said, logged = "' error !";
     };
     std::vector<Fault> faults = {
+        {"listen", "addr", "no-such.invalid:7", "the name cannot be resolved\n", "Create() error"},
+        {"connect", "queue_server", "no-such.invalid:7",
+         "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n", "Create() error"},
         {"connect", "log_server", "a-host-name-that-is-too-long.example:1", "longer than"},
         {"connect", "log_server", "nohost", "not of the form"},
         {"connect", "log_server", ":80", "not of the form"},
@@ -92,13 +95,14 @@ TEST_F(HostileTest, StartThatFailsSaysWhyAndEndsInOrder) {
     for (const Fault& fault : faults) {
         SCOPED_TRACE(testing::Message() << fault.key << "=" << fault.value);
         LobbySettings settings = good;
-        settings["listen"]["addr"] = "127.0.0.1:1";
+        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(RedisServer::FreePort());
         settings[fault.section][fault.key] = fault.value;
         LobbyProcess process;
         process.Configure(settings);
         process.Start();
         EXPECT_EQ(process.AwaitEnd(20), 0);
-        EXPECT_TRUE(process.LogHas("m_ConfigFile.GetValueStr() '" + fault.key + "' error !"));
+        EXPECT_TRUE(
+            process.LogHas(fault.logged == "' error !" ? fault.key + fault.logged : fault.logged));
         EXPECT_TRUE(process.LogHas("has been exit !"));
         EXPECT_THAT(process.Errors(),
                     testing::HasSubstr("LobbyServer.cfg: section [" + fault.section + "], key \"" +
