@@ -107,9 +107,9 @@ void DeafPlayers(const Target& target) {
             one.SendLogin();
         }
     }
-    for (int i = 0; i < 700; ++i) {  // more than waits for anybody
+    for (int i = 0; i < 1500; ++i) {  // more than the kernel holds and waits for anybody
         target.platform("farm all " + std::string(400, 'f'));
-        if (i % 2 == 0) std::this_thread::sleep_for(milliseconds(2));
+        if (i % 4 == 0) std::this_thread::sleep_for(milliseconds(2));
     }
 }
 
