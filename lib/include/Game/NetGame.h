@@ -113,8 +113,9 @@ class GameProvider : public IGameProvider {
     // is answered by a close, frames may have any size, a request may come in pieces and is refused
     // in words. False, the default: every frame but a close counts as data. Before Initialize.
     void SetWebSocket(bool standard) { m_bWebSocket = standard; }
-    // Bytes of the receive buffer of each socket, at most 32768; 0, the default, is 4096, with which
-    // most reads of many small messages cost an acknowledgement of their own. Before Initialize.
+    // Bytes of the receive buffer of each socket, at most 32768; 0, the default, is 4096, with
+    // which most reads of many small messages cost an acknowledgement of their own. Before
+    // Initialize.
     void SetReceiveBuffer(int bytes) { m_iReceiveBuffer = bytes; }
     // Before Initialize.
     void SetLimits(const NetLimits& limits) { m_Limits = limits; }
@@ -197,7 +198,7 @@ class GameProvider : public IGameProvider {
     bool m_bWakeup = false;                   // constant after Initialize
     bool m_bReusePort = false;                // constant after Initialize
     int m_iReceiveBuffer = 0;
-    bool m_bWebSocket = false;                // constant after Initialize
-    ProxyTrust m_Trust;                       // moved on by Initialize
-    NetLimits m_Limits;                       // constant after Initialize
+    bool m_bWebSocket = false;  // constant after Initialize
+    ProxyTrust m_Trust;         // moved on by Initialize
+    NetLimits m_Limits;         // constant after Initialize
 };
