@@ -47,7 +47,7 @@ start_lobby() {
     make_lobby "$work/lobby" "$server_port" ERROR \
         ${pace:+"s/^sendbulletintime=.*/sendbulletintime=$pace/"} \
         "s/^most_lines=.*/most_lines=${lines:-2000}/" \
-        ${lenient:+"/^any=/d;/^0x/d;s/^CLIENT_SEND_COUNT=.*/CLIENT_SEND_COUNT=8192/"} \
+        ${lenient:+"/^any=/d;/^0x/d;s/^CLIENT_SEND_COUNT=.*/CLIENT_SEND_COUNT=100000/"} \
         ${metrics:+"s/^;addr=.*/addr=$metrics/"}
     [ "${1:-}" != lobby_before ] || cp "$before/LobbyServer" "$before/LobbyServer.cfg" "$work/lobby/"
     [ "${1:-}" != lobby_before ] || set_addresses "$work/lobby/LobbyServer.cfg" \

@@ -149,8 +149,10 @@ Outcome HoardLists(uint16_t port, Until end) {
         crowd.emplace_back(Rude(port, true), true);
         crowd.back().first.Send(hello.data(), hello.size());
     }
-    for (; Clock::now() < end; std::this_thread::sleep_for(milliseconds(3100))) {
-        for (size_t i = 0; i < crowd.size(); ++i) {
+    // Spread over the time between two answers: each answer is work for the lobby.
+    for (auto next = Clock::now(); next < end; next += milliseconds(100)) {
+        for (size_t i = 0; i < crowd.size(); ++i, next += milliseconds(1)) {
+            std::this_thread::sleep_until(next);
             auto& [client, open] = crowd[i];
             if (!open) continue;
             const std::string request =
