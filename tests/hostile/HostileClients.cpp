@@ -100,16 +100,18 @@ void SlowUpgrade(const Target& target) {
 
 // Each push is dealt out to players who read nothing.
 void DeafPlayers(const Target& target) {
-    Crowd crowds[] = {Connect(target, 33), Connect(target, 17, Transport::WebSocket)};
+    // Others than the first: a second login of a user would put out the first.
+    const Target others{target.port, target.firstUser + 50, target.platform};
+    Crowd crowds[] = {Connect(target, 33), Connect(others, 17, Transport::WebSocket)};
     for (Crowd& crowd : crowds) {
         for (Player& one : crowd) {
             SetOption(one, SO_RCVBUF, 1);
             one.SendLogin();
         }
     }
-    for (int i = 0; i < 1500; ++i) {  // more than the kernel holds and waits for anybody
+    for (int i = 0; i < 700; ++i) {  // more than the kernel holds and waits for anybody
         target.platform("farm all " + std::string(400, 'f'));
-        if (i % 4 == 0) std::this_thread::sleep_for(milliseconds(2));
+        if (i % 2 == 0) std::this_thread::sleep_for(milliseconds(2));
     }
 }
 
