@@ -209,7 +209,9 @@ TEST_F(LobbyTest, ForbiddenNamesAreRefusedByTheLobby) {
 TEST_F(LobbyTest, AmountsBelowOneAreRefusedWhoeverAsks) {
     LobbyPlayer* player = Online(10001);
     for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {
+        g_testNow += 2;  // else it is too soon
         net.Deliver(player, 0xD5, GetBankCoinReq{{}, 10002, 0, 0, 0, amount, {}});
+        g_testNow += 2;
         net.Deliver(player, 0xD7, SaveCoinReq{{}, 10002, 0, 0, 0, amount, 0});
         const auto answers = Received(player);
         ASSERT_EQ(answers.size(), 2u);
