@@ -30,13 +30,12 @@ TEST(Console, DropsWholeLinesOfAReaderWhoStandsStillAndSaysHowMany) {
             line = std::to_string(i) + std::string(i % 1000, '.') + "\n";
         }
         sent.resize(sent.rfind('\n', sent.size() - 2) + 1);  // the first that was not taken
-        console.Write("a\nb\n", 4);
         readAll();
         console.Write("last\n", 5);
         readAll();
-        EXPECT_TRUE(got == sent + "[3] lines were not taken by the console\r\nlast\n")
+        EXPECT_TRUE(got == sent + "[1] lines were not taken by the console\r\nlast\n")
             << got.substr(got.size() - 100);
-        EXPECT_EQ(g_ConsoleDropped.Value() - before, 3u);
+        EXPECT_EQ(g_ConsoleDropped.Value() - before, 1u);
         close(ends[0]);
         close(ends[1]);
     }
