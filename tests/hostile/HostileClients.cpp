@@ -113,6 +113,15 @@ void DeafPlayers(const Target& target) {
         target.platform("farm all " + std::string(400, 'f'));
         if (i % 2 == 0) std::this_thread::sleep_for(milliseconds(2));
     }
+    // Pushes keep their order: they have had theirs when somebody who comes now has the last.
+    Player witness("127.0.0.1", target.port, target.firstUser + 100, milliseconds(10000));
+    witness.Login();
+    target.platform("farm all enough");
+    std::string text;
+    while (text.find("enough") == std::string::npos) {
+        const auto push = witness.AwaitPush(MSG_CLIENT_FARM_NOTICE);
+        text.assign(push.bytes.begin(), push.bytes.end());
+    }
 }
 
 void DeafEchoes(const Target& target) {

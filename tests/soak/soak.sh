@@ -67,6 +67,8 @@ make_lobby "$work/lobby" "$lobby_port" ERROR \
 clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
 slack=1024
 if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock='' slack=$((256 * 1024)); fi
+# The thread sanitizer keeps several times what the buffers take.
+if ldd "$bin/LobbyServer" | grep -q libtsan; then slack=$((4 * 1024 * 1024)); fi
 echo +0 >"$work/clock"
 env ${clock:+LD_PRELOAD="$clock" FAKETIME_TIMESTAMP_FILE="$work/clock" FAKETIME_CACHE_DURATION=1
     FAKETIME_DONT_FAKE_MONOTONIC=1 NO_FAKE_STAT=1} \
