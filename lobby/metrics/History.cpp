@@ -63,8 +63,11 @@ void History::Take() {
 }
 
 std::string History::ToJson() const {
-    const LockGuard lock(m_lock);
-    const std::vector<Sample>& samples = m_samples;
+    std::vector<Sample> samples;
+    {
+        const LockGuard lock(m_lock);
+        samples = m_samples;
+    }
     std::string json;
     const auto add = [&](const char* name, auto figure) {
         json += json.empty() ? "\"" : ",\"";
