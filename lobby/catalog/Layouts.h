@@ -78,7 +78,8 @@ struct Notes {
 template <class T>
 std::vector<Field> FieldsOf() {
     std::vector<Field> all;
-    const auto add = [&all]<class F>(const WireField<F>& field) {
+    const auto add = [&all](const auto& field) {
+        using F = typename std::remove_cvref_t<decltype(field)>::Type;
         if constexpr (std::is_class_v<F>) {
             if (std::string_view(field.name) == "base") {
                 all = LayoutOf<F>().fields;

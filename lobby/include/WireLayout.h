@@ -32,13 +32,13 @@ consteval WireField<T> At(const char* name, size_t offset, size_t agreed) {
 // A message begins with the header; a record, or a message wrapped for another peer, with a field.
 template <class T>
 consteval size_t FirstOffset() {
-    return requires {
+    constexpr bool message = requires {
         &T::header;
-    }
-    || requires {
+    };
+    constexpr bool wrapped = requires {
         &T::msgHeadInfo;
-    }
-    ? HEADER_SIZE : 0;
+    };
+    return message || wrapped ? HEADER_SIZE : 0;
 }
 
 constexpr size_t RoundUp(size_t value, size_t alignment) {
@@ -52,7 +52,8 @@ template <class T>
 consteval bool Holds() {
     size_t end = FirstOffset<T>();
     bool holds = true;
-    const auto check = [&]<class F>(const WireField<F>& field) {
+    const auto check = [&](const auto& field) {
+        using F = typename std::remove_cvref_t<decltype(field)>::Type;
         holds = holds && field.offset == field.agreed &&
                 field.offset == RoundUp(end, std::min<size_t>(alignof(F), 4));
         end = field.offset + sizeof(F);
