@@ -7,12 +7,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
 inline std::string ReadFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;  // not letter by letter: lobbies write logs of many megabytes
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return std::move(text).str();
 }
 inline void WriteFile(const std::filesystem::path& path, std::string_view content) {
     std::ofstream(path, std::ios::binary) << content;
