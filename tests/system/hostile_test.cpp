@@ -43,7 +43,7 @@ TEST_F(HostileTest, BadInputClosesThatConnectionOnlyAndIsLogged) {
 
 // Also those that never read: what waits for them must not hold the process.
 TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
-    constexpr int clients = 1000, deaf = 100;
+    constexpr int clients = 1000, deaf = 20;
     RaiseDescriptorLimit();
     LobbySettings settings = Settings();
     settings["network"]["MAX_SEND_COUNT"] = "400";
