@@ -63,12 +63,11 @@ make_lobby "$work/lobby" "$lobby_port" ERROR \
     's/^sendbulletintime=.*/sendbulletintime=1/' "s/^;addr=.*/addr=127.0.0.1:$metrics_port/" "s/^maxconnection=.*/maxconnection=$((players + 2600))/"
 
 # A clock that can be stepped, where there is one. It cannot stand before a sanitizer's run-time,
-# which also keeps up to 256 MiB of what was freed.
+# which also keeps what was freed, and several times what the buffers take: lost memory is its own to
+# report.
 clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
 slack=1024
-if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock='' slack=$((256 * 1024)); fi
-# The thread sanitizer keeps several times what the buffers take.
-if ldd "$bin/LobbyServer" | grep -q libtsan; then slack=$((4 * 1024 * 1024)); fi
+if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock='' slack=$((4 * 1024 * 1024)); fi
 echo +0 >"$work/clock"
 env ${clock:+LD_PRELOAD="$clock" FAKETIME_TIMESTAMP_FILE="$work/clock" FAKETIME_CACHE_DURATION=1
     FAKETIME_DONT_FAKE_MONOTONIC=1 NO_FAKE_STAT=1} \
