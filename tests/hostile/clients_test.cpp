@@ -26,7 +26,9 @@ TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
         }
         if (round == 1) resident = ResidentKiB();
     }
-    EXPECT_LT(ResidentKiB(), resident + 16 * 1024 * SLOWER) << "memory grows with every attack";
+    if (SLOWER == 1) {  // sanitizers keep what was freed, and report what is lost
+        EXPECT_LT(ResidentKiB(), resident + 16 * 1024) << "memory grows with every attack";
+    }
     RecordProperty("resident_kib", static_cast<int>(ResidentKiB()));
     EXPECT_EQ(AllCoins(), coins);
 }

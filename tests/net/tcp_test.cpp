@@ -170,6 +170,7 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
     EXPECT_FALSE(Client(ntohs(addr.sin_port)).Echoes());
     // Without a time-out a connect takes as long as it takes.
     EXPECT_NE(server.Create(false, "127.0.0.1", server.port, 0, 1, 2, 1, 6), nullptr);
+    EXPECT_TRUE(Client(server.port).Echoes());  // then who came before is established
     server.Shutdown();
     EXPECT_EQ(server.Dial(server.port), nullptr);
 }
