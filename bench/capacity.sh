@@ -10,10 +10,10 @@
 set -euo pipefail
 root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 players=${PLAYERS:-4800} seconds=${SECONDS_EACH:-20} thinks=(25 10 1) marks=100000
-wss=900 rounds=20
+wss=900 rounds=20 settle=5 warm=3
 if [ "${1:-}" = quick ]; then
     shift
-    players=200 seconds=9 thinks=(1) marks=1000 wss=60 rounds=2
+    players=200 seconds=4 thinks=(1) marks=1000 wss=60 rounds=2 settle=2 warm=1
 fi
 bin=$(readlink -f "${1:-$root/build/release/bin}")
 export WEB_MODULES=${WEB_MODULES:-$root/build/release/tests/web/npm}
@@ -106,7 +106,7 @@ measure_lobby() {
 
 # measure_players THINK EMPTY: seconds between two requests of a player; memory without players.
 measure_players() {
-    local think=$1 empty=$2 warmup=$(($1 * 3 / 2 + 3)) pid=$server_pid mix=() before job peak
+    local think=$1 empty=$2 warmup=$(($1 * 3 / 2 + warm)) pid=$server_pid mix=() before job peak
     local name="$players players, usual mix, one request in $think s each"
     if [ "$think" = 25 ]; then
         mix=(--mix keep-alive=1)
@@ -118,14 +118,14 @@ measure_players() {
     wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
     sleep $((warmup + 1))
     before=$(threads "$pid")
-    sleep $((seconds - 5))
+    sleep $((seconds - settle))
     peak=$(join <(echo "$before") <(threads "$pid") |
         awk '$3 - $2 > n { n = $3 - $2 } END { print n }')
     wait "$job"
     say "$name: per second" "$(calc "$(figure "think$think" per_second)" 0)" requests
     say "    CPU of all threads" \
         "$(calc "$(figure "think$think" server_cpu_seconds) * 100 / $seconds")" "% of a core"
-    say "    CPU of the busiest thread" "$(calc "$peak / ($seconds - 5) / 10000000")" "% of a core"
+    say "    CPU of the busiest thread" "$(calc "$peak / ($seconds - $settle) / 10000000")" "% of a core"
     say "    memory for each player" \
         "$(calc "($(figure "think$think" server_rss_kib) * 1024 - $empty) / $players / 1024")" KiB
     wait_for 20 eval '[ "$(redis dbsize)" = 0 ]'
@@ -206,16 +206,16 @@ measure_haproxy() {
     local empty cpu pids
     pids="$haproxy_pid $(children "$haproxy_pid")"
     empty=$(resident "$haproxy_pid")
-    load through "$entrance_port" -n "$players" --ramp 1500 --warmup 3 -d "$seconds" players \
+    load through "$entrance_port" -n "$players" --ramp 1500 --warmup "$warm" -d "$seconds" players \
         --think 1 &
     local job=$!
     wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
-    sleep 5
+    sleep "$settle"
     # shellcheck disable=SC2086
     cpu=$(cpu_us $pids)
-    sleep $((seconds - 8))
+    sleep $((seconds - settle - 1))
     # shellcheck disable=SC2086
-    cpu=$(calc "($(cpu_us $pids) - $cpu) / ($seconds - 8) / 10000")
+    cpu=$(calc "($(cpu_us $pids) - $cpu) / ($seconds - $settle - 1) / 10000")
     say "haproxy memory for each player" \
         "$(calc "($(resident "$haproxy_pid") - $empty) / $players / 1024")" KiB
     wait "$job"

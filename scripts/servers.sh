@@ -3,9 +3,26 @@
 # on free loopback ports. The caller sets
 #   $bin   the folder with the binaries
 #   $work  a folder of its own
-# and ends what it started: redis_pid, sim_pid and the pids of its lobbies.
+# and ends what it started: redis_pid, sim_pid and the pids of its lobbies, or with end_with_script.
 
 servers_root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+
+# Ends with the script whatever it has in the background, and its $work; its status stays. One that
+# fails shows the ends of its logs.
+end_with_script() {
+    trap 'end_all $?' EXIT
+    trap 'exit 130' INT TERM HUP PIPE
+}
+end_all() {
+    trap - EXIT
+    set +e
+    [ "$1" -eq 0 ] || [ "$1" -eq 77 ] || tail -n 20 "$work"/*.log 2>/dev/null | cut -c 1-200 >&2
+    # shellcheck disable=SC2046
+    kill $(jobs -p) 2>/dev/null
+    wait
+    rm -rf "$work"
+    exit "$1"
+}
 
 listens() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 

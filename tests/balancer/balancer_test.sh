@@ -17,19 +17,7 @@ work=$(mktemp -d)
 PATH=$PATH:/usr/sbin  # haproxy and nginx
 ulimit -n "$(ulimit -Hn)"
 
-pids=()
-finish() {
-    status=$?
-    trap - EXIT
-    set +e
-    [ "$status" -eq 0 ] || tail -n 5 "$work"/*.log >&2
-    kill -TERM "${pids[@]}" 2>/dev/null
-    wait
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
-trap 'exit 130' INT TERM HUP PIPE
+end_with_script
 fail() { echo "balancer_test: $*" >&2; exit 1; }
 
 first=20001 last=20600
@@ -39,7 +27,6 @@ declare -A lobby_port lobby_pid
 start_lobby() {
     "$work/$1/LobbyServer" >"$work/$1.log" 2>&1 &
     lobby_pid[$1]=$!
-    pids+=($!)
 }
 
 # A change, one that the operator's document shows as well. haproxy answers with an empty line when
@@ -105,9 +92,7 @@ clock() { date +%s%3N; }
 
 haproxy -c -f "$root/deploy/haproxy.cfg" >/dev/null  # as it stands
 start_redis
-pids+=("$redis_pid")
 start_simulator --quiet --players $((last - first + 1))
-pids+=("$sim_pid")
 for lobby in "${lobbies[@]}"; do
     lobby_port[$lobby]=$(free_port)
     make_lobby "$work/$lobby" "${lobby_port[$lobby]}" DEBUG
@@ -120,15 +105,12 @@ sed 's/^ *server lobby3 .*/& send-proxy-v2 check-send-proxy/' "$root/deploy/hapr
 export LOBBY_MAXCONN=2000
 start_haproxy "$work/haproxy.cfg" "${lobby_port[lobby1]}" "${lobby_port[lobby2]}" \
     "${lobby_port[lobby3]}"
-pids+=("$haproxy_pid")
 start_nginx
-pids+=("$nginx_pid")
 for lobby in "${lobbies[@]}"; do wait_for 30 is_up "$lobby"; done
 wait_for 10 listens "$secure_port"
 export TCP_URL=tcp://127.0.0.1:$entrance_port WSS_URL=wss://localhost:$secure_port
 export WSS_CERTIFICATE=$work/cert.pem
 coproc crowd { exec node "$root/tests/balancer/players.mjs" 2>"$work/players.log"; }
-pids+=("$crowd_PID")
 
 printf '%-44s %7s %7s %7s %7s %8s\n' "" "${lobbies[@]}" marks ms
 began=$(clock)

@@ -1,4 +1,5 @@
-// Real players on the real lobby: the library over the npm package `ws`, and the page in Chromium.
+// Real players on the real lobby: the library over the npm package `ws`, and the page in Chromium,
+// where the operator has one, too.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { LobbyClient } from '../../web/lobby-protocol.js';
@@ -30,14 +31,6 @@ const account = async (userId) => {
   const [, coin, bank] = /coin=(\d+) bank=(\d+)/.exec(await system.command(`player ${userId}`));
   return { coin: BigInt(coin), bank: BigInt(bank) };
 };
-
-test('a second login ends the first', async () => {
-  const first = await player(10003);
-  const ended = new Promise((resolve) => { first.on('close', resolve); });
-  const second = await player(10003);
-  assert.deepEqual(await ended, { reason: 'kicked', willReconnect: false });
-  second.close();
-});
 
 test('every request of the library is understood', async () => {
   const lobby = await player(10005, { keepAliveMs: 50 });
@@ -83,9 +76,9 @@ const hasText = (selector, text) => page.locator(selector, { hasText: text }).fi
 async function fill(fields) {
   for (const [id, text] of Object.entries(fields)) await page.fill(`#${id}`, text);
 }
-async function open(userId, options, where = system) {
+async function open(userId, options) {
   await page?.close();
-  page = await openPage(browser, where.page, options);
+  page = await openPage(browser, system.page, options);
   await fill({ 'user-id': String(userId), token: TOKEN });
 }
 async function logIn() {
@@ -96,16 +89,14 @@ const focus = () => page.evaluate(() => document.activeElement.id);
 
 test('a refused login and a lobby that is not there are told in words', async () => {
   await open(10001);
-  await fill({ token: 'bad' });
-  await page.click('#login');
-  await hasText('#login-result', 'The token is wrong.');
-  await fill({ token: TOKEN });
+  for (const [url, token, text] of [[system.url, 'bad', 'The token is wrong.'],
+    ['ws://127.0.0.1:1', TOKEN, 'The lobby cannot be reached']]) {
+    await fill({ 'server-url': url, token });
+    await page.click('#login');
+    await hasText('#login-result', text);
+  }
+  await fill({ 'server-url': system.url });
   await logIn();
-  assert.deepEqual(page.faults, []);
-  await open(10001);
-  await fill({ 'server-url': 'ws://127.0.0.1:1' });
-  await page.click('#login');
-  await hasText('#login-result', 'The lobby cannot be reached');
 });
 
 test('only a page of this machine takes a lobby from its address, and it speaks to its own only', async () => {
@@ -217,46 +208,70 @@ test('every push shows as it comes, as text and nothing else', async () => {
   assert.equal(await page.locator('#notices img').count(), 0);
   assert.equal(await textOf('#coins-hand'), '10,100');
   assert.deepEqual(page.faults, []);
-  await look(page, 'session-desktop');
-  await look(page, 'session-phone', PHONE);
   giver.close();
 });
 
 test('the page fits a phone, light and dark', async () => {
   for (const colorScheme of ['light', 'dark']) {
-    await open(10009, { colorScheme });
-    await look(page, `page-login-${colorScheme}`, PHONE);
+    await open(10009, { colorScheme, viewport: PHONE });
+    await look(page, `page-login-${colorScheme}`);
     await logIn();
     await page.click('#servers');
     await hasText('#server-list-form .result', 'rooms');
     await page.click('#tournament-show');
     await system.command(`bulletin sys ${'x'.repeat(200)}`);
     await hasText('#notices', 'xxx');
-    await look(page, `page-desktop-${colorScheme}`, { width: 1280, height: 900 });
-    await look(page, `page-phone-${colorScheme}`, PHONE);
+    await look(page, `page-phone-${colorScheme}`);
   }
+  await look(page, 'page-desktop-dark', { width: 1280, height: 900 });
 });
 
-// The last: nobody is let into the lobby after it.
-test('the end of a session is told in words', async (t) => {
-  const other = await startSystem();
-  t.after(() => other.stop());
+let operator;
+test("the operator's page shows the lobby, and a link that goes and comes back", async () => {
+  operator = await openPage(browser, system.metrics, {}, 'main');
+  const queue = operator.getByRole('row', { name: /^queue / });
+  await queue.getByText('up', { exact: true }).waitFor();
+  assert.equal(await operator.getByRole('status').textContent(), 'serving');
+  assert.match(await operator.locator('#about').textContent(), /^version 4\.[\d.]+, up \d/);
+  assert.equal(await operator.getByRole('row').count(), 1 + 6 + 1);
+
+  await system.command('down queue');
+  await queue.getByText('down', { exact: true }).waitFor();
+  assert.doesNotMatch(await queue.textContent(), /never/);
+  await look(operator, 'operator-link-down');
+  await system.command('up queue');
+  await queue.getByText('up', { exact: true }).waitFor();
+
+  // A sample every five seconds: the second is the first to show, as a flat line without height.
+  await operator.locator('.figure path[d^=M]').first().waitFor({ state: 'attached' });
+  for (const figure of await operator.locator('.figure').all()) {
+    assert.match(await figure.textContent(), /\d.*at most [\d.,]+/);
+  }
+  await look(operator, 'operator-phone', PHONE);
+  assert.deepEqual([operator.faults, operator.elsewhere], [[], []]);
+});
+
+// The last: the lobby ends in it.
+test('the end of a session is told in words', async () => {
   const endings = [
-    [other, () => other.stop(), '#banner', 'connection to the lobby was lost'],
-    [system, () => system.command('kick 10002'), '#banner', 'logged in somewhere else'],
-    [system, async () => {
+    [() => system.command('kick 10002'), '#banner', 'logged in somewhere else'],
+    [async () => {
       await page.focus('#take');
       await system.command('stop 1');
       await page.waitForSelector('#login-card');
       assert.equal(await focus(), 'login');
       await page.click('#login');
+      await hasText('#login-result', 'closed for maintenance');
+      await system.command('stop 0');
     }, '#login-result', 'closed for maintenance'],
+    [() => system.stop(), '#banner', 'connection to the lobby was lost'],
   ];
-  for (const [where, cause, place, text] of endings) {
-    await open(10002, {}, where);
+  for (const [cause, place, text] of endings) {
+    await open(10002);
     await logIn();
     await cause();
     await hasText(place, text);
     await page.waitForSelector('#login-card');
   }
+  await operator.getByRole('status').getByText('does not answer').waitFor();
 });

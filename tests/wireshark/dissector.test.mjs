@@ -71,17 +71,19 @@ const ENTITIES = { amp: '&', lt: '<', gt: '>', quot: '"', '#x27': "'" };
 const plain = (xml) => xml.replace(/&(amp|lt|gt|quot|#x27);/g, (_, name) => ENTITIES[name]);
 const attribute = (tag, name) => plain(new RegExp(` ${name}="([^"]*)"`).exec(tag)?.[1] ?? '');
 
-function tshark(...args) {
-  // A home of its own: nobody's preferences and plug-ins.
+// In a home of its own, with nobody's preferences and plug-ins but the given ones.
+function tsharkWith(plugins, ...args) {
   const home = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-tshark-'));
+  if (plugins) fs.cpSync(plugins, path.join(home, '.local/lib/wireshark/plugins'), { recursive: true });
   try {
     const env = { ...process.env, HOME: home, XDG_CONFIG_HOME: home, LC_ALL: 'C.UTF-8' };
-    return execFileSync('tshark', ['-X', `lua_script:${LUA}`, ...args],
-      { env, stdio: ['ignore', 'pipe', 'pipe'], maxBuffer: 1 << 28 }).toString();
+    return execFileSync('tshark', args, { env, stdio: ['ignore', 'pipe', 'pipe'], maxBuffer: 1 << 28 })
+      .toString();
   } finally {
     fs.rmSync(home, { recursive: true });
   }
 }
+const tshark = (...args) => tsharkWith('', '-X', `lua_script:${LUA}`, ...args);
 
 // Bytes of each direction of each connection, "port>port" -> Buffer.
 function streamsOf(file) {
@@ -147,13 +149,8 @@ test('every message of a recorded session is shown with its name, fields and val
 });
 
 test('installed, it says what a field means', () => {
-  const home = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-tshark-'));
-  const plugins = path.join(home, '.local/lib/wireshark/plugins');
-  fs.cpSync(path.dirname(LUA), plugins, { recursive: true });
-  const fields = execFileSync('tshark', ['-G', 'fields'],
-    { env: { ...process.env, HOME: home }, maxBuffer: 1 << 28, stdio: ['ignore', 'pipe', 'ignore'] });
-  fs.rmSync(home, { recursive: true });
-  assert.match(fields.toString(), /lobby\.GetBankCoinReq\.llGetNum.*coins to move from the bank/);
+  assert.match(tsharkWith(path.dirname(LUA), '-G', 'fields'),
+    /lobby\.GetBankCoinReq\.llGetNum.*coins to move from the bank/);
 });
 
 // A capture of packets that bear the given bytes from one port to another.

@@ -8,29 +8,20 @@ bin=$(readlink -f ../../build/release/bin)
 work=$(mktemp -d)
 # shellcheck source=../../scripts/servers.sh
 . ../../scripts/servers.sh
-pids=()
-finish() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap finish EXIT
+end_with_script
 
 player() { "$bin/lobby_client" --port 9100 --user "$@" >/dev/null || true; }
 
 tshark -q -i lo -F pcap -w "$work/session.pcap" -f 'tcp portrange 9100-9106' 2>"$work/tshark.log" &
-pids+=($!)
+tshark=$!
 wait_for 20 grep -q 'Capture started' "$work/tshark.log"
 redis_port=9108
 start_redis
-pids+=("$redis_pid")
 start_simulator --quiet --center-port 9101 --web-port 9102 --queue-port 9103 --data-port 9104 \
     --config-port 9105 --log-port 9106
-pids+=("$sim_pid")
 make_lobby "$work/lobby" 9100 WARN 's/^sendbulletintime=.*/sendbulletintime=1/'
 "$work/lobby/LobbyServer" >"$work/lobby.log" &
 lobby=$!
-pids+=("$lobby")
 wait_for 20 listens 9100
 
 player 10001 login bank-login take 500 save 200 keep-alive
@@ -40,9 +31,7 @@ player 10003 login nickname 明月 gender 1 signature hello face 3 mobile 138001
 sim keys
 sim vip
 "$bin/lobby_client" --watch --port 9100 --user 10004 login subscribe farm.harvest >"$work/four" &
-pids+=($!)
 "$bin/lobby_client" --watch --ws --port 9100 --user 10005 login >"$work/five" &
-pids+=($!)
 wait_for 20 grep -q LobbyAuthenRes "$work/four"
 wait_for 20 grep -q LobbyAuthenRes "$work/five"
 player 10001 login exchange 10004 25 refresh activity 20180901 1 1
@@ -68,7 +57,7 @@ exec 4>&-
 kill -TERM "$lobby"
 wait "$lobby"
 sleep 1
-kill -INT "${pids[0]}"
-wait "${pids[0]}" || true
+kill -INT "$tshark"
+wait "$tshark" || true
 install -m 644 "$work/session.pcap" session.pcap
 ls -l session.pcap

@@ -50,7 +50,7 @@ def websocket_client(url, seconds, interval):
     app = websocket.WebSocketApp(
         url, on_message=on_data, on_error=lambda _, error: faults.append(error),
         on_open=lambda app: threading.Thread(target=follow, args=(app,), daemon=True).start())
-    app.run_forever(ping_interval=interval, ping_timeout=interval / 2, ping_payload="alive")
+    app.run_forever(ping_interval=interval, ping_timeout=interval - 0.5, ping_payload="alive")
     assert seen == [KEEP_ALIVE] * 2 and not faults, (seen, faults)
 
 

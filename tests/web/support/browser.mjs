@@ -15,15 +15,18 @@ export function launch() {
   });
 }
 
-// Opens the page; errors the page throws end up in `faults`.
-export async function openPage(browser, url, options = {}) {
+// Opens a page; errors that it throws end up in `faults`, what it loads from elsewhere in `elsewhere`.
+export async function openPage(browser, url, options = {}, ready = 'body[data-ready]') {
   const page = await browser.newPage({ viewport: { width: 1280, height: 900 }, ...options });
   page.setDefaultTimeout(15000);
   page.faults = [];
+  page.elsewhere = [];
+  page.on('request', (request) =>
+    request.url().startsWith(new URL(url).origin) || page.elsewhere.push(request.url()));
   page.on('pageerror', (error) => page.faults.push(error.message));
   page.on('console', (line) => line.type() === 'error' && page.faults.push(line.text()));
   await page.goto(url);
-  await page.waitForSelector('body[data-ready]');
+  await page.waitForSelector(ready);
   return page;
 }
 

@@ -8,23 +8,14 @@ root=$(cd "$(dirname "$(readlink -f "$0")")/../../.." && pwd)
 bin=$1 work=$(mktemp -d)
 # shellcheck source=../../../scripts/servers.sh
 . "$root/scripts/servers.sh"
-pids=()
-finish() {
-    kill "${pids[@]}" 2>/dev/null || true
-    wait
-    rm -rf "$work"
-}
-trap finish EXIT
+end_with_script
 
 lobby_port=$(free_port) metrics_port=$(free_port)
 start_redis
-pids+=("$redis_pid")
 start_simulator --quiet --web-root "$root/web" --lobby-address "ws://127.0.0.1:$lobby_port"
-pids+=("$sim_pid")
 make_lobby "$work/lobby" "$lobby_port" WARN 's/^sendbulletintime=.*/sendbulletintime=1/' \
     "s/^;addr=.*/addr=127.0.0.1:$metrics_port/"
 "$work/lobby/LobbyServer" >"$work/lobby.log" 2>&1 &
-pids+=($!)
 wait_for 20 listens "$lobby_port"
 echo "ws://127.0.0.1:$lobby_port http://127.0.0.1:$page_port/ $control_port http://127.0.0.1:$metrics_port/"
 cat >/dev/null
