@@ -8,69 +8,25 @@
 #include <string>
 
 #include "CenterServerHandler.h"
-#include "Game/NetGame.h"
+#include "CountingSender.h"
 #include "LobbyPlayer.h"
+#include "MemoryNet.h"
 #include "ServerList.h"
 
 namespace {
 
 constexpr int kSiteEntries = 1000;
 
-// A sender that only counts.
-struct CountingSender : INetSender {
-    bool Initialize() override { return true; }
-    bool SendData(IPlayerNode*, unsigned short, void* data, long length, long) override {
-        benchmark::DoNotOptimize(data);
-        bytes += length;
-        return true;
-    }
-    bool SendData(IPlayerNode*, void*, long) override { return false; }
-    void* AllocMassData(unsigned long, unsigned short, void*, long, long) override {
-        return nullptr;
-    }
-    void* AllocMassData(unsigned long, void*, long) override { return nullptr; }
-    bool SendMassData(IPlayerNode*, void*) override { return false; }
-    void Close(IPlayerNode*) override {}
-    void OnClosed(IPlayerNode*) override {}
-    long bytes = 0;
-};
-
-struct NoMessager : INetMessager {
-    void OnReadCompleted(EPOLLContext*, void*, long) override {}
-    void OnConnectionClosed(EPOLLContext*, bool) override {}
-    void OnTimer(long) override {}
-    EPOLLContext* OnCreateContext() override { return nullptr; }
-};
-
-struct NoNetwork : INetProvider {
-    bool Initialize(unsigned long, unsigned long, unsigned long) override { return true; }
-    bool Initialize(unsigned long, unsigned long, unsigned long, unsigned long,
-                    unsigned long) override {
-        return true;
-    }
-    void Shutdown() override {}
-    void CancelConnects() override {}
-    EPOLLContext* Create(bool, const char*, unsigned short, unsigned long, unsigned long, long,
-                         long, long) override {
-        return nullptr;
-    }
-    EPOLLContext* Create(bool, sockaddr_in&, unsigned long, unsigned long, long, long,
-                         long) override {
-        return nullptr;
-    }
-    void ReleaseContext(EPOLLContext*) override {}
-};
-
-NetParts Parts() {
-    NetParts parts;
-    parts.messager = std::make_unique<NoMessager>();
-    parts.provider = std::make_unique<NoNetwork>();
+NetParts Parts(MemoryNet& net) {
+    NetParts parts = net.Parts();
     parts.sender = std::make_unique<CountingSender>();
     return parts;
 }
 
 struct Application : GameProvider {
-    Application() : GameProvider(Parts()) { Initialize(0, 0, 0, 0, 1, 0, 0); }
+    explicit Application(MemoryNet& net) : GameProvider(Parts(net)) {
+        Initialize(0, 0, 0, 0, 1, 0, 0);
+    }
     long Start() override { return 0; }
     IPlayerNode* OnCreatePlayer() override { return nullptr; }
 };
@@ -126,7 +82,8 @@ BENCHMARK(Rebuild)
     ->Unit(benchmark::kMillisecond);
 
 void SendList(benchmark::State& state) {
-    Application application;
+    MemoryNet net;
+    Application application(net);
     LobbyPlayer player;
     player.m_cLoginType = LOGIN_LOBBY;
     player.m_iLoginSiteID = 1;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The form of the project's own code (clang-format, the length of functions, shellcheck) and its
-# static analysis: clang-tidy by .clang-tidy, and cppcheck. `locks` is the part of clang-tidy that
-# looks whether the lock that guards a field is held (GUARDED_BY).
+# static analysis: clang-tidy by .clang-tidy, and cppcheck, which reads the tests as well. `locks` is
+# the part of clang-tidy that looks whether the lock that guards a field is held (GUARDED_BY).
 # Usage: scripts/lint.sh [form|locks|tidy|cppcheck|all] [FILES...]      all files by default
 # Ends with 1 when one of them finds something.
 set -euo pipefail
@@ -21,8 +21,11 @@ fi
 build=build/release
 [ -f "$build/compile_commands.json" ] || cmake --preset release -Wno-dev >/dev/null
 areas=(Common AesLib libJson xredis Epoll lobby tools fuzz bench)
-files=("$@")
-[ ${#files[@]} -gt 0 ] || mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}" | grep -v '_test\.cpp$')
+files=("$@") tests=()
+if [ ${#files[@]} -eq 0 ]; then
+    mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}" | grep -v '_test\.cpp$')
+    mapfile -t tests < <(git ls-files -- '*_test.cpp' 'tests/*.cpp')
+fi
 
 failed=0
 if [ "$what" = form ] || [ "$what" = all ]; then
@@ -48,9 +51,11 @@ if [ "$what" = tidy ] || [ "$what" = all ]; then
     tidy || failed=1
 fi
 if [ "$what" = cppcheck ] || [ "$what" = all ]; then
-    cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
+    cppcheck --quiet --std=c++20 --language=c++ --library=googletest \
+        --enable=warning,performance,portability \
         --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$(nproc)" \
         -I lib/include -I lobby/include -I Epoll/include -I AesLib/include -I xredis/include \
-        -I lobby/catalog -I lobby/config -I tools/platform_sim -I tools/lobby_client "${files[@]}" || failed=1
+        -I lobby/catalog -I lobby/config -I tools/platform_sim -I tools/lobby_client -I tests/support \
+        "${files[@]}" "${tests[@]}" || failed=1
 fi
 exit $failed

@@ -7,8 +7,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
+
+#include "Common/Clock.h"
 
 namespace {
 
@@ -41,8 +42,6 @@ bool TellSupervisor(const char* state) {
 }
 
 bool TellReloading() {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    const std::string micros = std::to_string(now.tv_sec * 1000000 + now.tv_nsec / 1000);
+    const std::string micros = std::to_string(MonotonicNanos() / 1000);
     return TellSupervisor(("RELOADING=1\nMONOTONIC_USEC=" + micros).c_str());
 }

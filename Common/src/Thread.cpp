@@ -67,12 +67,6 @@ pthread_mutex_t* CreateEvent(void*, bool, bool, const char*) {
     return mutex;
 }
 
-void DestroyEvent(pthread_mutex_t* mutex) {
-    if (mutex == nullptr) return;
-    pthread_mutex_destroy(mutex);
-    delete mutex;
-}
-
 // Detached from the start: nobody joins, and the stack goes back when the routine returns.
 bool CreateThread(void*, size_t, ThreadRoutine routine, void* argument, unsigned long,
                   unsigned long*) {

@@ -2,9 +2,9 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <ctime>
 #include <functional>
 
+#include "Common/Clock.h"
 #include "Common/Log.h"
 #include "EPOLLServer.h"
 #include "Epoll/NetMetrics.h"
@@ -16,12 +16,6 @@ constexpr long kPauseMs = 20;
 // Who holds less is not to blame.
 constexpr long kFewUnsent = 8;
 constexpr long kMostAtOnce = 32;
-
-long MonotonicMillis() {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1000 + now.tv_nsec / 1000000;
-}
 
 unsigned long InUse(const PoolCounters& pool) {
     const uint64_t returned = pool.returned.Value();
@@ -42,7 +36,7 @@ bool EPOLLServer::IsBudgetSpent() const {
 // Closes the clients that hold most of what is unsent, until an eighth of the budget is free again:
 // some at a time, as everybody else waits meanwhile.
 void EPOLLServer::Relieve() {
-    if (const long now = MonotonicMillis(); now >= m_lRelieveTime) {
+    if (const long now = MonotonicNanos() / 1000000; now >= m_lRelieveTime) {
         m_lDropping = 0;
         m_lRelieveTime = now + kPauseMs;
     }

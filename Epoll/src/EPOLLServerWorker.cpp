@@ -21,20 +21,7 @@
 namespace {
 
 constexpr unsigned kIdleUs = 1000;
-constexpr long kNanos = 1000000000;
 constexpr long kFlushEvery = 16;
-
-long MonotonicMicros() {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
-}
-
-uint64_t MonotonicNanos() {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * kNanos + static_cast<uint64_t>(now.tv_nsec);
-}
 
 }  // namespace
 
@@ -90,7 +77,7 @@ void EPOLLServer::Pause() {
         m_WorkerBell.AfterSleep();
         return;
     }
-    m_lPauseEnd.store(MonotonicMicros() + kIdleUs, std::memory_order_relaxed);
+    m_lPauseEnd.store(MonotonicNanos() / 1000 + kIdleUs, std::memory_order_relaxed);
     m_bPausing.store(true);
     ::usleep(kIdleUs);
     m_bPausing.store(false);
@@ -101,7 +88,7 @@ long EPOLLServer::GatherTime() const {
     // The poll threads are to be back before the pause is over.
     constexpr long kEarlyUs = 150;
     if (!m_bPausing) return kBusyUs;
-    return m_lPauseEnd.load(std::memory_order_relaxed) - MonotonicMicros() - kEarlyUs;
+    return m_lPauseEnd.load(std::memory_order_relaxed) - MonotonicNanos() / 1000 - kEarlyUs;
 }
 
 DataBuffer* EPOLLServer::NextRecord() {

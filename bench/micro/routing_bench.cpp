@@ -2,32 +2,14 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <stdexcept>
 
+#include "CountingSender.h"
 #include "MemoryLobby.h"
 #include "queue_server_msg.h"
 
 namespace {
 
 constexpr int32_t kFirstUser = 20001;
-
-struct CountingSender : INetSender {
-    bool Initialize() override { return true; }
-    bool SendData(IPlayerNode*, unsigned short, void* data, long, long) override {
-        benchmark::DoNotOptimize(data);
-        ++s_sent;
-        return true;
-    }
-    bool SendData(IPlayerNode*, void*, long) override { return false; }
-    void* AllocMassData(unsigned long, unsigned short, void*, long, long) override {
-        return nullptr;
-    }
-    void* AllocMassData(unsigned long, void*, long) override { return nullptr; }
-    bool SendMassData(IPlayerNode*, void*) override { return false; }
-    void Close(IPlayerNode*) override { throw std::logic_error("the lobby closed a node"); }
-    void OnClosed(IPlayerNode*) override {}
-    static inline long s_sent = 0;
-};
 
 // A serving lobby with so many players.
 class World : MemoryLobby {
@@ -54,7 +36,11 @@ class World : MemoryLobby {
     LobbyPlayer* m_oldest = nullptr;
 };
 
-void CheckSent(benchmark::State& state, long before) {
+// Times what gives one message each.
+void Time(benchmark::State& state, const auto& once) {
+    const long before = CountingSender::s_sent;
+    for (auto _ : state)
+        once();
     if (CountingSender::s_sent - before != state.iterations()) state.SkipWithError("not sent");
 }
 
@@ -65,10 +51,7 @@ void Players(benchmark::internal::Benchmark* bench) {
 void RouteKeepAlive(benchmark::State& state) {
     World world(state.range(0));
     MsgHeader message{};
-    const long before = CountingSender::s_sent;
-    for (auto _ : state)
-        world.Deliver(world.Oldest(), MSG_KEEP_ALIVE, message);
-    CheckSent(state, before);
+    Time(state, [&] { world.Deliver(world.Oldest(), MSG_KEEP_ALIVE, message); });
 }
 BENCHMARK(RouteKeepAlive)->Apply(Players);
 
@@ -77,10 +60,7 @@ void RouteRequest(benchmark::State& state) {
     World world(state.range(0));
     ModifyGenderReq message{};
     message.iUserId = kFirstUser;
-    const long before = CountingSender::s_sent;
-    for (auto _ : state)
-        world.Deliver(world.Oldest(), MODIFY_GENDER_C2S, message);
-    CheckSent(state, before);
+    Time(state, [&] { world.Deliver(world.Oldest(), MODIFY_GENDER_C2S, message); });
 }
 BENCHMARK(RouteRequest)->Apply(Players);
 
@@ -91,10 +71,7 @@ void RouteAnswer(benchmark::State& state) {
     message.ulPlayerNode = NodeHandle(world.Oldest());
     message.ulPlayerNodeId = world.Oldest()->m_ulPlayerNodeId;
     IPlayerNode* queue = world.QueueLink();
-    const long before = CountingSender::s_sent;
-    for (auto _ : state)
-        world.Deliver(queue, MODIFY_GENDER_Q2L, message);
-    CheckSent(state, before);
+    Time(state, [&] { world.Deliver(queue, MODIFY_GENDER_Q2L, message); });
 }
 BENCHMARK(RouteAnswer)->Apply(Players);
 
@@ -102,11 +79,9 @@ BENCHMARK(RouteAnswer)->Apply(Players);
 void SendToUser(benchmark::State& state) {
     World world(state.range(0));
     char message[28] = {};
-    const long before = CountingSender::s_sent;
-    for (auto _ : state) {
+    Time(state, [&] {
         world.Lobby().SendMsgToPlayerByID(kFirstUser, SYCH_USER_DATA_S2C, message, sizeof(message));
-    }
-    CheckSent(state, before);
+    });
 }
 BENCHMARK(SendToUser)->Apply(Players);
 

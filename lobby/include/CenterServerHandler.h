@@ -30,15 +30,11 @@ class CenterServerHandler : public LinkHandler {
 
     // The notices. A wrong size of one of fixed size closes the link, which is then re-opened and
     // registered again, so that the center sends everything anew.
-    void OnCenterServerInfoNotice(void* data, long length);
-    void OnCenterServerInfoUpdate(void* data, long length);
-    void OnCenterServerCloseNotice(void* data, long length);
-    void OnCenterTerminateNotice(void* data, long length);
+    LinkMessage OnCenterServerInfoNotice, OnCenterServerInfoUpdate, OnCenterServerCloseNotice;
+    LinkMessage OnCenterTerminateNotice, OnCenterNoticeKickOut;
     // The site lists do not rebuild the show lists; these catch up with the next server notice
     // that does, or with the timer.
-    void OnCenterServerGameListNotice(void* data, long length);
-    void OnCenterSiteGameTerminateNotice(void* data, long length);
-    void OnCenterNoticeKickOut(void* data, long length);
+    LinkMessage OnCenterServerGameListNotice, OnCenterSiteGameTerminateNotice;
 
     LinkNode& m_lpCenterServer = m_Node;
     ServerList m_ServerList;

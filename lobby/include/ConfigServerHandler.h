@@ -27,13 +27,11 @@ class ConfigServerHandler : public LinkHandler {
     int32_t OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
 
     // The results. One of the wrong size is dropped, the link stays.
-    void OnVipLevelConfigRes(void* data, long length);
-    void OnVipPhotoConfigRes(void* data, long length);
-    void OnVipFrameConfigRes(void* data, long length);
+    LinkMessage OnVipLevelConfigRes, OnVipPhotoConfigRes, OnVipFrameConfigRes;
     // Above 0 the lobby's timer empties the lobby, 0 opens it again.
-    void OnConfigLobbySwitchRes(void* data, long length);
+    LinkMessage OnConfigLobbySwitchRes;
     // A list too long for one message comes as one that starts afresh and others that append.
-    void OnSubscribeKeyRes(void* data, long length);
+    LinkMessage OnSubscribeKeyRes;
 
     LinkNode& m_lpConfigServer = m_Node;
 };

@@ -26,11 +26,8 @@ class DataServerHandler : public LinkHandler {
     void SendActivityProgressReq(LobbyPlayer* player);
     void SendUpdateActivityProgressReq(int, void*, long) {}
 
-    void HandleActivityConfigRes(void* data, long length);
-    void HandleActivityProgressRes(void* data, long length);
-    void HandleUpdateActivityProgressRes(void* data, long length);
-    void HandleAccountTypeRes(void* data, long length);
-    void HandleSingleProgressRes(void* data, long length);
+    LinkMessage HandleActivityConfigRes, HandleActivityProgressRes, HandleSingleProgressRes;
+    LinkMessage HandleUpdateActivityProgressRes, HandleAccountTypeRes;
 
     LinkNode& m_lpDataServer = m_Node;
 };

@@ -55,3 +55,9 @@ consteval auto ClientRequests(
     const DispatchRow<Handler, IPlayerNode*, void*, unsigned short> (&rows)[N]) {
     return DispatchTable<N, Handler, IPlayerNode*, void*, unsigned short>(rows);
 }
+
+// What anybody may send: his node, the whole message and its length.
+template <class Handler, size_t N>
+consteval auto AnyonesMessages(const DispatchRow<Handler, IPlayerNode*, void*, long> (&rows)[N]) {
+    return DispatchTable<N, Handler, IPlayerNode*, void*, long>(rows);
+}

@@ -15,12 +15,15 @@ struct tagModifyPassWordReq;
 // and relays the rest to the queue server. Keeps the list of the sessions. Owned by
 // LobbyServer; owns no session.
 //
-// Request handlers take the whole message with its header. Where checks of similar requests
-// differ in order or outcome (answer, silence, close), clients rely on the difference.
+// Where checks of similar requests differ in order or outcome (answer, silence, close), clients
+// rely on the difference.
 //
 // Thread: message worker.
 class LobbyClientHandler {
   public:
+    // Takes a client's message, whole with its header.
+    using Request = void(IPlayerNode* node, void* data, unsigned short length);
+
     explicit LobbyClientHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
     virtual ~LobbyClientHandler() = default;
     LobbyClientHandler(const LobbyClientHandler&) = delete;
@@ -50,21 +53,14 @@ class LobbyClientHandler {
     void SendMsgToAllLobbyClent(unsigned short type, void* data, long length);
 
     // Bank.
-    void HandleBankLoginReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleGetCoinReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleSaveCoinReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleModifyBankPasswdReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleBankLoginReq, HandleGetCoinReq, HandleSaveCoinReq, HandleModifyBankPasswdReq;
 
     // Profile.
-    void HandleModifyPassWordReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleModifyNickName(IPlayerNode* node, void* data, unsigned short length);
-    void HandleModifyGender(IPlayerNode* node, void* data, unsigned short length);
-    void HandleModifyPersonalSignature(IPlayerNode* node, void* data, unsigned short length);
-    void HandleModifyFaceId(IPlayerNode* node, void* data, unsigned short length);
-    void HandleBindingMobileReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleRealNameAuthenReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleModifyPassWordReq, HandleModifyNickName, HandleModifyGender;
+    Request HandleModifyPersonalSignature, HandleModifyFaceId, HandleBindingMobileReq;
+    Request HandleRealNameAuthenReq;
     // Not reachable from the network: no client request has this message number.
-    void HandleModifyFaceFrameReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleModifyFaceFrameReq;
 
     // Coin notices of the web server, and refresh. Notices for absent players are dropped, and
     // everything is while there is no lobby.
@@ -75,14 +71,13 @@ class LobbyClientHandler {
     void HandleSychUserDataMsg(void* data, long length);
     void HandleSychUserDataMsg(IPlayerNode* node, void* data, long length);
     // At most once per clock second and session, whoever asks.
-    void HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleRechargeRefreshCoinReq;
 
     // Coin exchange.
-    void HandleClientExchangeCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleClientExchangeCoinReq;
 
     // Server list and tournament.
-    void HandleClientServerInfoReq(IPlayerNode* node, void* data, unsigned short length);
-    void HandleClientCompeteInfoReq(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleClientServerInfoReq, HandleClientCompeteInfoReq;
 
     // Farm subscriptions; an empty key drops all of the player's.
     void subscribe(IPlayerNode* node, void* data, long length);
@@ -95,10 +90,7 @@ class LobbyClientHandler {
 
   private:
     // Table entries whose work has another signature or a preamble.
-    void HandleSubscribe(IPlayerNode* node, void* data, unsigned short length);
-    void HandleCompeteInfo(IPlayerNode* node, void* data, unsigned short length);
-    void HandleUnsubscribe(IPlayerNode* node, void* data, unsigned short length);
-    void HandleActivity(IPlayerNode* node, void* data, unsigned short length);
+    Request HandleSubscribe, HandleCompeteInfo, HandleUnsubscribe, HandleActivity;
 
     template <class Op>
     void RelayBankReq(const Op& op, IPlayerNode* node, void* data, unsigned short length);

@@ -3,13 +3,14 @@
 
 #include <cstdint>
 
+#include "BankInfoDef_Trans.h"
 #include "Game/NetGame.h"
 #include "LinkHandler.h"
 #include "LobbyPlayer.h"
 #include "LogText.h"
+#include "queue_server_msg.h"
 
 class LobbyServer;
-struct QueueExchangeCoinRes;
 
 // Completes logins and passes the queue server's answers on to the sessions they belong to. An
 // answer carries the handle and the node id of the session that asked; it is dropped when that
@@ -27,38 +28,40 @@ class QueueServerHandler : public LinkHandler {
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
 
     // The account of a login; it is complete, and answered, once the registry has been asked.
-    void OnUserInfoRes(void* data, long length);
+    LinkMessage OnUserInfoRes;
     void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
     // The registry has taken the session in. `online`: there was a mark, which now stands for this
     // session; older, the session it stood for, is put out, or, when null, looked for elsewhere.
     void OnEntered(LobbyPlayer* player, bool online, LobbyPlayer* older);
 
     // Bank.
-    void OnBankLoginRes(void* data, long length);
-    void OnGetCoinRes(void* data, long length);
-    void OnSaveCoinRes(void* data, long length);
-    void OnModifyBankPasswd(void* data, long length);
+    void OnBankLoginRes(void* data, long length) { Relay(BANK_LOGIN_Q2L, data, length); }
+    void OnGetCoinRes(void* data, long length) { Relay(BANK_GET_COIN_Q2L, data, length); }
+    void OnSaveCoinRes(void* data, long length) { Relay(BANK_SAVE_COIN_Q2L, data, length); }
+    void OnModifyBankPasswd(void* data, long length) {
+        Relay(BANK_MODIFY_PASSWD_Q2L, data, length);
+    }
 
     // Profile.
-    void OnModifyPasswd(void* data, long length);
-    void OnModifyNickName(void* data, long length);
-    void OnModifyGender(void* data, long length);
-    void OnModifyPersonalSignature(void* data, long length);
-    void OnModifyFaceId(void* data, long length);
-    void OnBindingMobile(void* data, long length);
-    void OnRealNameAuthen(void* data, long length);
-    void OnModifyFaceFrame(void* data, long length);
+    void OnModifyPasswd(void* data, long length) { Relay(MODIFY_PASSWORD_Q2L, data, length); }
+    void OnModifyNickName(void* data, long length) { Relay(MODIFY_NICKNAME_Q2L, data, length); }
+    void OnModifyGender(void* data, long length) { Relay(MODIFY_GENDER_Q2L, data, length); }
+    void OnModifyPersonalSignature(void* data, long length) {
+        Relay(MODIFY_SIGNATURE_Q2L, data, length);
+    }
+    void OnModifyFaceId(void* data, long length) { Relay(MODIFY_FACE_ID_Q2L, data, length); }
+    void OnBindingMobile(void* data, long length) { Relay(BINDING_MOBILE_Q2L, data, length); }
+    void OnRealNameAuthen(void* data, long length) { Relay(REAL_NAME_Q2L, data, length); }
+    void OnModifyFaceFrame(void* data, long length) { Relay(MODIFY_FACE_FRAME_Q2L, data, length); }
 
     // Coins and tournament.
-    void OnUserExchangeCoinRes(void* data, long length);
-    void OnRechargeRefreshCoin(void* data, long length);
-    void OnCompeteLobbyUserInfoRes(void* data, long length);
+    LinkMessage OnUserExchangeCoinRes, OnRechargeRefreshCoin, OnCompeteLobbyUserInfoRes;
 
     LinkNode& m_lpQueueServer = m_Node;  // null while the link is down
 
   private:
-    template <class Trans, class Result, class Row>
-    void RelayResult(const Row& row, void* data, long length);
+    // Passes a result on by its row in QueueServerResults.cpp.
+    void Relay(uint16_t queueType, void* data, long length);
     // The session an answer belongs to; logs and returns null when it is gone.
     LobbyPlayer* SessionOf(uint64_t handle, uint64_t nodeId, const char* tag,
                            LogText<int, int> text);

@@ -31,15 +31,12 @@ class WebServerHandler : public LinkHandler {
     void OnTimer(long now);
 
     void PushIntoBulletinNotice(WinCoinBulletinNotice_2& item);
-    void HandlerWinBulletinNotice(void* data, long length);
-    void HandlerSysBulletinNotice(void* data, long length);
+    LinkMessage HandlerWinBulletinNotice, HandlerSysBulletinNotice;
     // To the subscribers of its key when it is a published one, else to its user or to everybody;
     // direct deliveries are recorded at the log server.
-    void HandleFarmTransferMsg(void* data, long length);
+    LinkMessage HandleFarmTransferMsg;
     // These go on to LobbyServer.
-    void HandleRechargeSucessNotice(void* data, long length);
-    void HandleConsumeSucessNotice(void* data, long length);
-    void HandleSychUserDataMsg(void* data, long length);
+    LinkMessage HandleRechargeSucessNotice, HandleConsumeSucessNotice, HandleSychUserDataMsg;
 
     LinkNode& m_lpWebServer = m_Node;
     BulletinQueue m_lBulletinItem;

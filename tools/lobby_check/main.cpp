@@ -1,9 +1,6 @@
 // lobby_check: says what is wrong with a configuration before the lobby reads it.
-#include <CLI/CLI.hpp>
-
-#include <iostream>
-
 #include "ConfigCheck.h"
+#include "RunTool.h"
 
 namespace {
 
@@ -21,10 +18,7 @@ void PrintKeys() {
 int Check(const std::string& path) {
     std::string fault;
     const auto problems = check::CheckPath(path, fault);
-    if (!fault.empty()) {
-        std::cerr << "lobby_check: " << fault << "\n";
-        return 2;
-    }
+    if (!fault.empty()) throw std::invalid_argument(fault);
     // On standard error, where a supervisor keeps them.
     for (const check::Problem& problem : problems)
         std::cerr << check::TextOf(problem) << "\n";
@@ -35,7 +29,7 @@ int Check(const std::string& path) {
 
 }  // namespace
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     CLI::App app(
         "Checks the four configuration files of a LobbyServer.\nExit status: 0 nothing "
         "found, 1 problems found, 2 wrong usage.");
@@ -44,15 +38,10 @@ int main(int argc, char** argv) try {
     app.add_option("path", path, "the directory of the files, or one of them")
         ->capture_default_str();
     app.add_flag("--keys", keys, "print every key with its meaning, default and bounds");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    if (!keys) return Check(path);
-    PrintKeys();
-    return 0;
-} catch (const std::exception& error) {
-    std::cerr << "lobby_check: " << error.what() << "\n";
-    return 2;
+    const auto run = [&] {
+        if (!keys) return Check(path);
+        PrintKeys();
+        return 0;
+    };
+    return RunTool("lobby_check", app, argc, argv, run, 2);
 }

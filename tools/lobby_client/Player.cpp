@@ -4,8 +4,6 @@
 
 namespace client {
 
-using wire::SetText;
-
 Player::Player(const std::string& host, uint16_t port, int32_t userId,
                std::chrono::milliseconds patience, Transport transport)
     : m_userId(userId),
@@ -50,12 +48,9 @@ void Player::Drain() {
 }
 
 void Player::SendLogin(const std::string& token, int32_t site) {
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = m_userId;
-    notice.iLobbySiteID = site;
-    SetText(notice.szToken, token);
-    SetText(notice.szChannelID, "lobby_client");
-    m_connection.Send(CLIENT_CONNECT_NOTICE_C2S, notice);
+    using Notice = tagLobbyClientConnectNotice;
+    Tell<Notice>(CLIENT_CONNECT_NOTICE_C2S, &Notice::iLobbySiteID, site, &Notice::szToken, token,
+                 &Notice::szChannelID, "lobby_client");
 }
 
 LobbyAuthenRes Player::Login(const std::string& token, int32_t site) {
@@ -64,17 +59,13 @@ LobbyAuthenRes Player::Login(const std::string& token, int32_t site) {
 }
 
 LoginBankResult Player::BankLogin(const std::string& password) {
-    UserBankLoginReq req{};
-    req.iUserID = m_userId;
-    SetText(req.szBankPass, password);
-    return Ask<LoginBankResult>(BANK_LOGIN_C2S, req, BANK_LOGIN_S2C);
+    return Ask<LoginBankResult, UserBankLoginReq>(BANK_LOGIN_C2S, BANK_LOGIN_S2C,
+                                                  &UserBankLoginReq::szBankPass, password);
 }
 
 void Player::SendTake(int64_t amount, const std::string& password) {
-    GetBankCoinReq req{};
-    req.iUserID = m_userId;
+    auto req = Request<GetBankCoinReq>(&GetBankCoinReq::szBankerPwd, password);
     req.llGetNum = amount;
-    SetText(req.szBankerPwd, password);
     m_connection.Send(BANK_GET_COIN_C2S, req);
 }
 
@@ -84,88 +75,69 @@ GetCoinResult Player::Take(int64_t amount, const std::string& password) {
 }
 
 SaveCoinRes Player::Save(int64_t amount) {
-    SaveCoinReq req{};
-    req.iUserID = m_userId;
+    auto req = Request<SaveCoinReq>();
     req.llSaveCoinNum = amount;
-    return Ask<SaveCoinRes>(BANK_SAVE_COIN_C2S, req, BANK_SAVE_COIN_S2C);
+    m_connection.Send(BANK_SAVE_COIN_C2S, req);
+    return Await(BANK_SAVE_COIN_S2C).As<SaveCoinRes>();
 }
 
 ModifyBankPasswdRes Player::BankPassword(const std::string& from, const std::string& to) {
-    ModifyBankPasswdReq req{};
-    req.iUserID = m_userId;
-    SetText(req.szOldPassWd, from);
-    SetText(req.szNewPassWd, to);
-    return Ask<ModifyBankPasswdRes>(BANK_MODIFY_PASSWD_C2S, req, BANK_MODIFY_PASSWD_S2C);
+    return Ask<ModifyBankPasswdRes, ModifyBankPasswdReq>(
+        BANK_MODIFY_PASSWD_C2S, BANK_MODIFY_PASSWD_S2C, &ModifyBankPasswdReq::szOldPassWd, from,
+        &ModifyBankPasswdReq::szNewPassWd, to);
 }
 
 tagModifyPassWordRes Player::Password(const std::string& from, const std::string& to) {
-    tagModifyPassWordReq req{};
-    req.iUserID = m_userId;
-    SetText(req.szOldPassWd, from);
-    SetText(req.szNewPassWd, to);
-    return Ask<tagModifyPassWordRes>(MODIFY_PASSWORD_C2S, req, MODIFY_PASSWORD_S2C);
+    return Ask<tagModifyPassWordRes, tagModifyPassWordReq>(MODIFY_PASSWORD_C2S, MODIFY_PASSWORD_S2C,
+                                                           &tagModifyPassWordReq::szOldPassWd, from,
+                                                           &tagModifyPassWordReq::szNewPassWd, to);
 }
 
 ModifyNickNameRes Player::Nickname(const std::string& nickname) {
-    ModifyNickNameReq req{};
-    req.iUserId = m_userId;
-    SetText(req.szNickName, nickname);
-    return Ask<ModifyNickNameRes>(MODIFY_NICKNAME_C2S, req, MODIFY_NICKNAME_S2C);
+    return Ask<ModifyNickNameRes, ModifyNickNameReq>(MODIFY_NICKNAME_C2S, MODIFY_NICKNAME_S2C,
+                                                     &ModifyNickNameReq::szNickName, nickname);
 }
 
 ModifyGenderRes Player::Gender(int32_t gender) {
-    ModifyGenderReq req{};
-    req.iUserId = m_userId;
-    req.iGender = gender;
-    return Ask<ModifyGenderRes>(MODIFY_GENDER_C2S, req, MODIFY_GENDER_S2C);
+    return Ask<ModifyGenderRes, ModifyGenderReq>(MODIFY_GENDER_C2S, MODIFY_GENDER_S2C,
+                                                 &ModifyGenderReq::iGender, gender);
 }
 
 ModifyPersonalSignatureRes Player::Signature(const std::string& signature) {
-    ModifyPersonalSignatureReq req{};
-    req.iUserId = m_userId;
-    SetText(req.szPersonalSignature, signature);
-    return Ask<ModifyPersonalSignatureRes>(MODIFY_SIGNATURE_C2S, req, MODIFY_SIGNATURE_S2C);
+    return Ask<ModifyPersonalSignatureRes, ModifyPersonalSignatureReq>(
+        MODIFY_SIGNATURE_C2S, MODIFY_SIGNATURE_S2C,
+        &ModifyPersonalSignatureReq::szPersonalSignature, signature);
 }
 
 ModifyFaceIdRes Player::FaceId(int32_t id) {
-    ModifyFaceIdReq req{};
-    req.iUserId = m_userId;
-    req.iFaceId = id;
-    return Ask<ModifyFaceIdRes>(MODIFY_FACE_ID_C2S, req, MODIFY_FACE_ID_S2C);
+    return Ask<ModifyFaceIdRes, ModifyFaceIdReq>(MODIFY_FACE_ID_C2S, MODIFY_FACE_ID_S2C,
+                                                 &ModifyFaceIdReq::iFaceId, id);
 }
 
 BindingMobileRes Player::Mobile(const std::string& number) {
-    BindingMobileReq req{};
-    req.iUserId = m_userId;
-    SetText(req.szMobileNumber, number);
-    return Ask<BindingMobileRes>(BINDING_MOBILE_C2S, req, BINDING_MOBILE_S2C);
+    return Ask<BindingMobileRes, BindingMobileReq>(BINDING_MOBILE_C2S, BINDING_MOBILE_S2C,
+                                                   &BindingMobileReq::szMobileNumber, number);
 }
 
 RealNameAuthenRes Player::RealName(const std::string& name, const std::string& identity) {
-    RealNameAuthenReq req{};
-    req.iUserId = m_userId;
-    SetText(req.szRealName, name);
-    SetText(req.szIdentity, identity);
-    return Ask<RealNameAuthenRes>(REAL_NAME_C2S, req, REAL_NAME_S2C);
+    return Ask<RealNameAuthenRes, RealNameAuthenReq>(REAL_NAME_C2S, REAL_NAME_S2C,
+                                                     &RealNameAuthenReq::szRealName, name,
+                                                     &RealNameAuthenReq::szIdentity, identity);
 }
 
 RechargeReFreshCoinRes Player::Refresh() {
-    RechargeReFreshCoinReq req{};
-    req.iUserId = m_userId;
-    return Ask<RechargeReFreshCoinRes>(REFRESH_COIN_C2S, req, REFRESH_COIN_S2C);
+    return Ask<RechargeReFreshCoinRes, RechargeReFreshCoinReq>(REFRESH_COIN_C2S, REFRESH_COIN_S2C);
 }
 
 ExchangeGameCoinRes Player::Exchange(int32_t receiver, int64_t amount) {
-    ExchangeGameCoinReq req{};
-    req.iRecvUserID = receiver;
+    auto req = Request<ExchangeGameCoinReq>(&ExchangeGameCoinReq::iRecvUserID, receiver);
     req.llExhangeCoin = amount;
-    return Ask<ExchangeGameCoinRes>(EXCHANGE_COIN_C2S, req, EXCHANGE_COIN_S2C);
+    m_connection.Send(EXCHANGE_COIN_C2S, req);
+    return Await(EXCHANGE_COIN_S2C).As<ExchangeGameCoinRes>();
 }
 
 std::vector<tagServerInfo> Player::ServerList() {
-    GameServerInfoReq req{};
-    req.iUserID = m_userId;
-    m_connection.Send(MSG_CLIENT_SERVER_INFO_REQ, req);
+    Tell<GameServerInfoReq>(MSG_CLIENT_SERVER_INFO_REQ);
     std::vector<tagServerInfo> list;
     for (;;) {
         const auto part = Await(MSG_CLIENT_SERVER_INFO_RES).As<tagGameServer>();
@@ -176,9 +148,8 @@ std::vector<tagServerInfo> Player::ServerList() {
 }
 
 LobbyClientCompeteRes Player::Tournament() {
-    ClientLobbyCompeteReq req{};
-    req.iUserID = m_userId;
-    return Ask<LobbyClientCompeteRes>(MSG_CLIENT_COMPETE_REQ, req, MSG_CLIENT_COMPETE_RES);
+    return Ask<LobbyClientCompeteRes, ClientLobbyCompeteReq>(MSG_CLIENT_COMPETE_REQ,
+                                                             MSG_CLIENT_COMPETE_RES);
 }
 
 void Player::KeepAlive() {
@@ -187,23 +158,16 @@ void Player::KeepAlive() {
 }
 
 void Player::Subscribe(const std::string& key) {
-    ClientSubscribeMsg msg{};
-    SetText(msg.szKey, key);
-    m_connection.Send(CLIENT_SUBSCRIBE_MSG_C2S, msg);
+    Tell<ClientSubscribeMsg>(CLIENT_SUBSCRIBE_MSG_C2S, &ClientSubscribeMsg::szKey, key);
 }
 
 void Player::Unsubscribe(const std::string& key) {
-    ClientUnsubscribeMsg msg{};
-    SetText(msg.szKey, key);
-    m_connection.Send(CLIENT_UNSUBSCRIBE_MSG_C2S, msg);
+    Tell<ClientUnsubscribeMsg>(CLIENT_UNSUBSCRIBE_MSG_C2S, &ClientUnsubscribeMsg::szKey, key);
 }
 
 void Player::Activity(int32_t activity, int32_t level, int32_t progress) {
-    UserProgressReq req{};
-    req.iActivityId = activity;
-    req.iLevel = level;
-    req.iProgress = progress;
-    m_connection.Send(CLIENT_USER_PROGRESS_REQ, req);
+    Tell<UserProgressReq>(CLIENT_USER_PROGRESS_REQ, &UserProgressReq::iActivityId, activity,
+                          &UserProgressReq::iLevel, level, &UserProgressReq::iProgress, progress);
 }
 
 }  // namespace client

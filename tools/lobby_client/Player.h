@@ -67,10 +67,37 @@ class Player {
     void SendKeepAlive() { m_connection.Send(MSG_KEEP_ALIVE); }
 
   private:
+    // A request with the player's id and these fields: a member and its value, by turns.
+    template <class Req>
+    Req Request(const auto&... fields) const {
+        Req req{};
+        if constexpr (
+            requires { req.iUserID; } || requires { req.iUserId; }) {
+            wire::UserOf(req) = m_userId;
+        }
+        Fill(req, fields...);
+        return req;
+    }
+    template <class Req>
+    void Tell(uint16_t type, const auto&... fields) {
+        m_connection.Send(type, Request<Req>(fields...));
+    }
     template <class Res, class Req>
-    Res Ask(uint16_t type, const Req& req, uint16_t answerType) {
-        m_connection.Send(type, req);
-        return Await(answerType).As<Res>();
+    Res Ask(uint16_t type, uint16_t answer, const auto&... fields) {
+        Tell<Req>(type, fields...);
+        return Await(answer).template As<Res>();
+    }
+    static void Fill(const auto& /*req*/) {}
+    template <class Req, class Field, class... More>
+    static void Fill(Req& req, Field Req::*field, const auto& value, const More&... more) {
+        // A field of 64 bits lies at any multiple of 4, where no reference may point.
+        static_assert(alignof(Field) <= 4);
+        if constexpr (std::is_array_v<Field>) {
+            wire::SetText(req.*field, value);
+        } else {
+            req.*field = value;
+        }
+        Fill(req, more...);
     }
 
     int32_t m_userId;

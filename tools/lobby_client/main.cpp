@@ -1,10 +1,7 @@
 // lobby_client: a player on the command line.
-#include <CLI/CLI.hpp>
-
-#include <iostream>
-
 #include "Commands.h"
 #include "Console.h"
+#include "RunTool.h"
 
 namespace {
 
@@ -37,6 +34,18 @@ void Declare(CLI::App& app, Settings& s) {
     app.add_option("commands", s.words, "commands and their words");
 }
 
+// The steps of the command line, and passwords that were left to be asked for.
+std::vector<client::Step> Prepare(Settings& s) {
+    for (auto* secret : {&s.manner.token, &s.manner.bankPassword}) {
+        const bool isToken = secret == &s.manner.token;
+        if (*secret == "-") *secret = client::AskSecret(isToken ? "Token" : "Bank password");
+    }
+    std::vector<client::Step> steps;
+    std::string error;
+    if (client::Parse(s.words, steps, error)) return steps;
+    throw std::invalid_argument(error + "; --help lists the commands");
+}
+
 // 0, 1 or, by exception, 3.
 int Play(const Settings& s, const std::vector<client::Step>& steps) {
     const auto patience = std::chrono::milliseconds(static_cast<long>(s.timeout * 1000));
@@ -53,27 +62,10 @@ int Play(const Settings& s, const std::vector<client::Step>& steps) {
 
 }  // namespace
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     CLI::App app{"Plays a player of the lobby."};
     Settings settings;
     Declare(app, settings);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    for (auto* secret : {&settings.manner.token, &settings.manner.bankPassword}) {
-        const bool isToken = secret == &settings.manner.token;
-        if (*secret == "-") *secret = client::AskSecret(isToken ? "Token" : "Bank password");
-    }
-    std::vector<client::Step> steps;
-    std::string error;
-    if (!client::Parse(settings.words, steps, error)) {
-        std::cerr << "lobby_client: " << error << "; --help lists the commands\n";
-        return 2;
-    }
-    return Play(settings, steps);
-} catch (const std::exception& failure) {
-    std::cerr << "lobby_client: " << failure.what() << "\n";
-    return 3;
+    return RunTool("lobby_client", app, argc, argv,
+                   [&] { return Play(settings, Prepare(settings)); });
 }

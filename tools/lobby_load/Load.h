@@ -51,10 +51,8 @@ class Load : protected LinkOwner, protected Loop::Timed {
     static constexpr uint64_t kOwnTokens = uint64_t{1} << 32;
     void After(Nanos when, uint64_t token) { m_loop.At(when, this, token); }
 
-    bool AllTried() const { return m_allTried; }
     bool Measuring() const { return m_measuring; }
     double MeasuredSeconds() const;
-    uint64_t Completed() const { return m_completed; }
     double ServerCpu() const { return m_server.CpuSeconds() - m_cpuBefore; }
     const ServerProcess& Server() const { return m_server; }
 

@@ -36,7 +36,7 @@ T From(const PlayerFacts& player) {
     auto message = Zeroed<T>();
     if constexpr (requires { message.iUserID; }) {
         message.iUserID = player.id;
-    } else {
+    } else if constexpr (requires { message.iUserId; }) {
         message.iUserId = player.id;
     }
     return message;
@@ -47,94 +47,80 @@ void Send(Link& link, uint16_t type, T message) {
     link.Send(type, &message, sizeof(message));
 }
 
-// A request of nothing but the player's id.
+// A request of the player, of nothing but his id, or with what FILL adds to it.
 template <class T, uint16_t TYPE>
 void Ask(Link& link, const PlayerFacts& player) {
     Send(link, TYPE, From<T>(player));
+}
+
+template <uint16_t TYPE, auto FILL>
+void Ask(Link& link, const PlayerFacts& player) {
+    const auto filled = [&]<class T>(void (*fill)(T&, const PlayerFacts&)) {
+        auto message = From<T>(player);
+        fill(message, player);
+        return message;
+    };
+    Send(link, TYPE, filled(FILL));
 }
 
 void KeepAlive(Link& link, const PlayerFacts&) {
     Send(link, MSG_KEEP_ALIVE, Zeroed<MsgHeader>());
 }
 
-void BankLogin(Link& link, const PlayerFacts& player) {
-    auto message = From<UserBankLoginReq>(player);
+void BankLogin(UserBankLoginReq& message, const PlayerFacts&) {
     Fill(message.szBankPass, kBankPassword);
-    Send(link, BANK_LOGIN_C2S, message);
 }
 
-void Take(Link& link, const PlayerFacts& player) {
-    auto message = From<GetBankCoinReq>(player);
+void Take(GetBankCoinReq& message, const PlayerFacts& player) {
     message.iSiteID = player.site;
     message.llGetNum = 1;
     Fill(message.szBankerPwd, kBankPassword);
-    Send(link, BANK_GET_COIN_C2S, message);
 }
 
-void Save(Link& link, const PlayerFacts& player) {
-    auto message = From<SaveCoinReq>(player);
+void Save(SaveCoinReq& message, const PlayerFacts& player) {
     message.iSiteID = player.site;
     message.llSaveCoinNum = 1;
-    Send(link, BANK_SAVE_COIN_C2S, message);
 }
 
 // From the password to itself, so that the next one works too.
-void BankPassword(Link& link, const PlayerFacts& player) {
-    auto message = From<ModifyBankPasswdReq>(player);
+void BankPassword(ModifyBankPasswdReq& message, const PlayerFacts&) {
     Fill(message.szOldPassWd, kBankPassword);
     Fill(message.szNewPassWd, kBankPassword);
-    Send(link, BANK_MODIFY_PASSWD_C2S, message);
 }
 
-void Password(Link& link, const PlayerFacts& player) {
-    auto message = From<tagModifyPassWordReq>(player);
+void Password(tagModifyPassWordReq& message, const PlayerFacts&) {
     Fill(message.szOldPassWd, kPassword);
     Fill(message.szNewPassWd, kPassword);
-    Send(link, MODIFY_PASSWORD_C2S, message);
 }
 
-void Nickname(Link& link, const PlayerFacts& player) {
-    auto message = From<ModifyNickNameReq>(player);
+void Nickname(ModifyNickNameReq& message, const PlayerFacts& player) {
     Fill(message.szNickName, "player" + std::to_string(player.id));
-    Send(link, MODIFY_NICKNAME_C2S, message);
 }
 
-void Gender(Link& link, const PlayerFacts& player) {
-    auto message = From<ModifyGenderReq>(player);
+void Gender(ModifyGenderReq& message, const PlayerFacts& player) {
     message.iGender = static_cast<int32_t>(player.turn % 2);
-    Send(link, MODIFY_GENDER_C2S, message);
 }
 
-void Signature(Link& link, const PlayerFacts& player) {
-    auto message = From<ModifyPersonalSignatureReq>(player);
+void Signature(ModifyPersonalSignatureReq& message, const PlayerFacts&) {
     Fill(message.szPersonalSignature, "luck is a matter of patience");
-    Send(link, MODIFY_SIGNATURE_C2S, message);
 }
 
-void FaceId(Link& link, const PlayerFacts& player) {
-    auto message = From<ModifyFaceIdReq>(player);
+void FaceId(ModifyFaceIdReq& message, const PlayerFacts&) {
     message.iFaceId = 1;
-    Send(link, MODIFY_FACE_ID_C2S, message);
 }
 
-void Mobile(Link& link, const PlayerFacts& player) {
-    auto message = From<BindingMobileReq>(player);
+void Mobile(BindingMobileReq& message, const PlayerFacts& player) {
     Fill(message.szMobileNumber, "138" + std::to_string(10000000 + player.id));
-    Send(link, BINDING_MOBILE_C2S, message);
 }
 
-void RealName(Link& link, const PlayerFacts& player) {
-    auto message = From<RealNameAuthenReq>(player);
+void RealName(RealNameAuthenReq& message, const PlayerFacts&) {
     Fill(message.szRealName, "Jo Player");
     Fill(message.szIdentity, "110101199001011234");
-    Send(link, REAL_NAME_C2S, message);
 }
 
-void Exchange(Link& link, const PlayerFacts& player) {
-    auto message = Zeroed<ExchangeGameCoinReq>();
+void Exchange(ExchangeGameCoinReq& message, const PlayerFacts& player) {
     message.iRecvUserID = player.partner;
     message.llExhangeCoin = 1;
-    Send(link, EXCHANGE_COIN_C2S, message);
 }
 
 // Neither is answered; the keep-alive behind it comes back once it has been dealt with.
@@ -149,22 +135,25 @@ void Subscribe(Link& link, const PlayerFacts& player) {
 
 constexpr Operation kOperations[] = {
     {"keep-alive", MSG_KEEP_ALIVE, 0, 30, AnswerCode::None, KeepAlive},
-    {"bank-login", BANK_LOGIN_S2C, 3, 5, AnswerCode::Byte8, BankLogin},
-    {"take", BANK_GET_COIN_S2C, 3, 8, AnswerCode::Int8, Take},
-    {"save", BANK_SAVE_COIN_S2C, 3, 8, AnswerCode::Int8, Save},
-    {"bank-password", BANK_MODIFY_PASSWD_S2C, 3, 1, AnswerCode::Byte8, BankPassword},
-    {"login-password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8, Password},
+    {"bank-login", BANK_LOGIN_S2C, 3, 5, AnswerCode::Byte8, Ask<BANK_LOGIN_C2S, BankLogin>},
+    {"take", BANK_GET_COIN_S2C, 3, 8, AnswerCode::Int8, Ask<BANK_GET_COIN_C2S, Take>},
+    {"save", BANK_SAVE_COIN_S2C, 3, 8, AnswerCode::Int8, Ask<BANK_SAVE_COIN_C2S, Save>},
+    {"bank-password", BANK_MODIFY_PASSWD_S2C, 3, 1, AnswerCode::Byte8,
+     Ask<BANK_MODIFY_PASSWD_C2S, BankPassword>},
+    {"login-password", MODIFY_PASSWORD_S2C, 7, 1, AnswerCode::Byte8,
+     Ask<MODIFY_PASSWORD_C2S, Password>},
     {"refresh", REFRESH_COIN_S2C, 2, 10, AnswerCode::Int12,
      Ask<RechargeReFreshCoinReq, REFRESH_COIN_C2S>},
     {"server-list", MSG_CLIENT_SERVER_INFO_RES, 4, 10, AnswerCode::None,
      Ask<GameServerInfoReq, MSG_CLIENT_SERVER_INFO_REQ>},
-    {"nickname", MODIFY_NICKNAME_S2C, 0, 2, AnswerCode::Int8, Nickname},
-    {"gender", MODIFY_GENDER_S2C, 0, 2, AnswerCode::Int8, Gender},
-    {"signature", MODIFY_SIGNATURE_S2C, 0, 2, AnswerCode::Int8, Signature},
-    {"face", MODIFY_FACE_ID_S2C, 0, 3, AnswerCode::Int8, FaceId},
-    {"mobile", BINDING_MOBILE_S2C, 0, 1, AnswerCode::Int8, Mobile},
-    {"real-name", REAL_NAME_S2C, 0, 1, AnswerCode::Int8, RealName},
-    {"exchange", EXCHANGE_COIN_S2C, 7, 2, AnswerCode::Int8, Exchange},
+    {"nickname", MODIFY_NICKNAME_S2C, 0, 2, AnswerCode::Int8, Ask<MODIFY_NICKNAME_C2S, Nickname>},
+    {"gender", MODIFY_GENDER_S2C, 0, 2, AnswerCode::Int8, Ask<MODIFY_GENDER_C2S, Gender>},
+    {"signature", MODIFY_SIGNATURE_S2C, 0, 2, AnswerCode::Int8,
+     Ask<MODIFY_SIGNATURE_C2S, Signature>},
+    {"face", MODIFY_FACE_ID_S2C, 0, 3, AnswerCode::Int8, Ask<MODIFY_FACE_ID_C2S, FaceId>},
+    {"mobile", BINDING_MOBILE_S2C, 0, 1, AnswerCode::Int8, Ask<BINDING_MOBILE_C2S, Mobile>},
+    {"real-name", REAL_NAME_S2C, 0, 1, AnswerCode::Int8, Ask<REAL_NAME_C2S, RealName>},
+    {"exchange", EXCHANGE_COIN_S2C, 7, 2, AnswerCode::Int8, Ask<EXCHANGE_COIN_C2S, Exchange>},
     {"tournament", MSG_CLIENT_COMPETE_RES, 0, 5, AnswerCode::None,
      Ask<ClientLobbyCompeteReq, MSG_CLIENT_COMPETE_REQ>},
     {"subscribe", MSG_KEEP_ALIVE, 0, 5, AnswerCode::None, Subscribe},

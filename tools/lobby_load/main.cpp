@@ -1,10 +1,7 @@
 // lobby_load: puts a lobby, or an echo server of the benchmarks, under load.
-#include <CLI/CLI.hpp>
-
 #include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <iostream>
 #include <memory>
 
 #include "BroadcastLoad.h"
@@ -13,6 +10,7 @@
 #include "EchoLoad.h"
 #include "IdleLoad.h"
 #include "PlayerLoad.h"
+#include "RunTool.h"
 
 namespace {
 
@@ -140,7 +138,7 @@ void ReportWhenInterrupted() {
 
 }  // namespace
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{
         "Load for a lobby.\nExit status: 0 done, 1 there were errors, 2 wrong use, "
@@ -151,19 +149,10 @@ int main(int argc, char** argv) try {
     app.set_help_all_flag("--help-all", "the help of all subcommands");
     app.require_subcommand(1);
     app.fallthrough();
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    settings.mode = app.get_subcommands().front()->get_name();
-    SetUsualTimes(app, settings);
-    ReportWhenInterrupted();
-    return RunLoad(settings);
-} catch (const std::invalid_argument& mistake) {
-    std::cerr << "lobby_load: " << mistake.what() << "\n";
-    return 2;
-} catch (const std::exception& failure) {
-    std::cerr << "lobby_load: " << failure.what() << "\n";
-    return 3;
+    return RunTool("lobby_load", app, argc, argv, [&] {
+        settings.mode = app.get_subcommands().front()->get_name();
+        SetUsualTimes(app, settings);
+        ReportWhenInterrupted();
+        return RunLoad(settings);
+    });
 }

@@ -5,25 +5,23 @@
 namespace sim {
 namespace {
 
-// Lists that travel in several messages: the records of one part.
-template <class Msg, class Record, class Source, size_t N>
-std::vector<Msg> Parts(const Source& source, Record (Msg::*list)[N]) {
-    std::vector<Msg> parts;
-    size_t used = N;
-    for (const Record& record : source) {
-        if (used == N) {
-            parts.push_back({});
-            used = 0;
-        }
-        (parts.back().*list)[used++] = record;
-    }
-    return parts;
-}
-
 // Length up to the last used record.
 template <class Msg, size_t N, class Record>
 wire::Bytes Shortened(uint16_t type, const Msg& msg, Record (Msg::*)[N], size_t count) {
     return wire::Pack(type, &msg, sizeof(msg) - (N - count) * sizeof(Record));
+}
+
+// Records in as many messages as they fill; none in none.
+template <class Msg, class Record, size_t N>
+void SendParts(Link& link, uint16_t type, const std::vector<Record>& records,
+               Record (Msg::*list)[N], auto Msg::*counter) {
+    for (size_t at = 0; at < records.size(); at += N) {
+        const size_t count = std::min(N, records.size() - at);
+        Msg part{};
+        std::copy_n(&records[at], count, part.*list);
+        part.*counter = static_cast<std::remove_reference_t<decltype(part.*counter)>>(count);
+        link.Send(Shortened(type, part, list, count));
+    }
 }
 
 }  // namespace
@@ -35,24 +33,14 @@ CenterServer::CenterServer(Platform& platform) : BackEnd(platform, ServerKind::C
 
 // The site lists first: the lobby joins the two when the last server record is in.
 void CenterServer::OnRegister(Link& link, const tagServerRegisterReq&) {
-    const auto& sites = TheWorld().sites;
-    auto lists = Parts(sites, &tagLoginMobileCenterSiteGameListMsg::GameList);
-    for (size_t i = 0; i < lists.size(); ++i) {
-        const size_t count = std::min<size_t>(50, sites.size() - i * 50);
-        lists[i].iListCount = static_cast<int32_t>(count);
-        link.Send(Shortened(MSG_CENTER_SITE_GAME_LIST, lists[i],
-                            &tagLoginMobileCenterSiteGameListMsg::GameList, count));
-    }
+    using Sites = tagLoginMobileCenterSiteGameListMsg;
+    SendParts(link, MSG_CENTER_SITE_GAME_LIST, TheWorld().sites, &Sites::GameList,
+              &Sites::iListCount);
     std::vector<tagServerInfo> servers;
     for (const auto& entry : TheWorld().servers)
         servers.push_back(entry.second);
-    auto notices = Parts(servers, &tagServerInfoNotice::ServerInfoList);
-    for (size_t i = 0; i < notices.size(); ++i) {
-        const size_t count = std::min<size_t>(10, servers.size() - i * 10);
-        notices[i].usListCount = static_cast<uint16_t>(count);
-        link.Send(Shortened(MSG_CENTER_SERVER_INFO, notices[i],
-                            &tagServerInfoNotice::ServerInfoList, count));
-    }
+    SendParts(link, MSG_CENTER_SERVER_INFO, servers, &tagServerInfoNotice::ServerInfoList,
+              &tagServerInfoNotice::usListCount);
 }
 
 void CenterServer::OnKickOut(Link& link, const NoticeLobbyKickOut& notice) {

@@ -1,17 +1,29 @@
 #include "QueueServer.h"
 
-#include <algorithm>
+#include <type_traits>
 
 namespace sim {
 namespace {
 
-// The session an answer belongs to travels back unchanged.
+// The session an answer belongs to travels back unchanged, and what else tells whose it is.
 template <class Res, class Req>
 Res AnswerTo(const Req& req) {
     Res res{};
+    if constexpr (requires { res.base.iError; }) {
+        // Of the profile: the layout of its request, with the error where that has the user id.
+        static_assert(sizeof(Res) == sizeof(Req));
+        std::memcpy(&res, &req, sizeof(res));
+        return res;
+    }
     res.ulPlayerNode = req.ulPlayerNode;
     res.ulPlayerNodeId = req.ulPlayerNodeId;
+    if constexpr (requires { res.iUserId; }) res.iUserId = req.iUserId;
+    if constexpr (requires { res.iUserID; }) res.iUserID = req.iUserID;
     return res;
+}
+
+bool AllDigits(std::string_view text) {
+    return text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 void Fill(UserInfoRes& res, const Player& player) {
@@ -43,103 +55,140 @@ Code Move(int64_t& from, int64_t& to, int64_t amount) {
 
 }  // namespace
 
+// A request of a player and its answer. fill(player, request, answer) makes his part of it and says
+// how it went; an unknown player is refused.
+template <class Req, class Res>
+void QueueServer::Serve(uint16_t type, uint16_t answer, auto fill) {
+    On(type, [this, answer, fill](Link& link, const Message& message) {
+        const Req req = message.As<Req>();
+        Res res = AnswerTo<Res>(req);
+        Player* player = TheWorld().FindPlayer(wire::UserOf(req));
+        const Code code = player == nullptr ? UNKNOWN_USER : fill(*player, req, res);
+        auto& field = wire::CodeOf(res);
+        field = static_cast<std::remove_reference_t<decltype(field)>>(code);
+        link.Send(answer, res);
+    });
+}
+
+// A change of the player's profile: change(player, client's request), which may refuse it.
+template <class Req, class Res>
+void QueueServer::Profile(uint16_t type, uint16_t answer, auto change) {
+    Serve<Req, Res>(type, answer, [change](Player& player, const Req& req, Res&) {
+        if constexpr (std::is_void_v<decltype(change(player, req.base))>) {
+            change(player, req.base);
+            return OK;
+        } else {
+            return change(player, req.base);
+        }
+    });
+}
+
 QueueServer::QueueServer(Platform& platform) : BackEnd(platform, ServerKind::Queue) {
-    On(USER_INFO_L2Q, &QueueServer::OnUserInfo);
-    On(BANK_LOGIN_L2Q, &QueueServer::OnBankLogin);
-    On(BANK_GET_COIN_L2Q, &QueueServer::OnTake);
-    On(BANK_SAVE_COIN_L2Q, &QueueServer::OnSave);
-    On(BANK_MODIFY_PASSWD_L2Q, &QueueServer::OnBankPassword);
-    On(MODIFY_PASSWORD_L2Q, &QueueServer::OnPassword);
-    On(MODIFY_NICKNAME_L2Q, &QueueServer::OnNickname);
-    On(MODIFY_GENDER_L2Q, &QueueServer::OnGender);
-    On(MODIFY_SIGNATURE_L2Q, &QueueServer::OnSignature);
-    On(MODIFY_FACE_ID_L2Q, &QueueServer::OnFaceId);
-    On(BINDING_MOBILE_L2Q, &QueueServer::OnMobile);
-    On(REAL_NAME_L2Q, &QueueServer::OnRealName);
-    On(MODIFY_FACE_FRAME_L2Q, &QueueServer::OnFaceFrame);
-    On(REFRESH_COIN_L2Q, &QueueServer::OnRefresh);
+    Serve<UserInfoReq, UserInfoRes>(USER_INFO_L2Q, USER_INFO_Q2L,
+                                    [](Player& player, auto& req, auto& res) {
+                                        if (player.token != TextOf(req.szPasswdToken))
+                                            return WRONG_TOKEN;
+                                        Fill(res, player);
+                                        return OK;
+                                    });
+    ServeBank();
+    ServeProfile();
+    ServeFigures();
     On(EXCHANGE_COIN_L2Q, &QueueServer::OnExchange);
-    On(MSG_QUEUE_COMPETE_USER_INFO_REQ, &QueueServer::OnTournament);
     On(ACT_UPDATE_USER_PROP, &QueueServer::OnReward);
 }
 
-void QueueServer::OnUserInfo(Link& link, const UserInfoReq& req) {
-    auto res = AnswerTo<UserInfoRes>(req);
-    const Player* player = TheWorld().FindPlayer(req.userID);
-    if (player == nullptr) {
-        res.cError = UNKNOWN_USER;
-    } else if (player->token != TextOf(req.szPasswdToken)) {
-        res.cError = WRONG_TOKEN;
-    } else {
-        Fill(res, *player);
-    }
-    link.Send(USER_INFO_Q2L, res);
+void QueueServer::ServeBank() {
+    Serve<UserBankLoginReq_trans, LoginBankResult_trans>(
+        BANK_LOGIN_L2Q, BANK_LOGIN_Q2L, [](Player& player, auto& req, auto& res) {
+            if (player.bankPassword != TextOf(req.base.szBankPass)) return BANK_WRONG_PASSWORD;
+            res.base.llGameCoin = player.coin;
+            res.base.llBankCoin = player.bankCoin;
+            return OK;
+        });
+    Serve<GetBankCoinReq_trans, GetCoinResult_trans>(
+        BANK_GET_COIN_L2Q, BANK_GET_COIN_Q2L, [](Player& player, auto& req, auto& res) {
+            if (player.bankPassword != TextOf(req.base.szBankerPwd)) return BANK_WRONG_PASSWORD;
+            const Code code = Move(player.bankCoin, player.coin, req.base.llGetNum);
+            if (code == OK) res.base.llGetCoinNum = req.base.llGetNum;
+            return code;
+        });
+    Serve<SaveCoinReq_trans, SaveCoinRes_trans>(
+        BANK_SAVE_COIN_L2Q, BANK_SAVE_COIN_Q2L, [](Player& player, auto& req, auto& res) {
+            const Code code = Move(player.coin, player.bankCoin, req.base.llSaveCoinNum);
+            res.base.llSelfCoin = player.coin;
+            return code;
+        });
+    Serve<ModifyBankPasswdReq_trans, ModifyBankPasswdRes_trans>(
+        BANK_MODIFY_PASSWD_L2Q, BANK_MODIFY_PASSWD_Q2L, [](Player& player, auto& req, auto&) {
+            if (player.bankPassword != TextOf(req.base.szOldPassWd)) return BANK_WRONG_PASSWORD;
+            player.bankPassword = TextOf(req.base.szNewPassWd);
+            return OK;
+        });
 }
 
-void QueueServer::OnBankLogin(Link& link, const UserBankLoginReq_trans& req) {
-    auto res = AnswerTo<LoginBankResult_trans>(req);
-    const Player* player = TheWorld().FindPlayer(req.base.iUserID);
-    if (player == nullptr) {
-        res.base.ucResultType = UNKNOWN_USER;
-    } else if (player->bankPassword != TextOf(req.base.szBankPass)) {
-        res.base.ucResultType = BANK_WRONG_PASSWORD;
-    } else {
-        res.base.llGameCoin = player->coin;
-        res.base.llBankCoin = player->bankCoin;
-    }
-    link.Send(BANK_LOGIN_Q2L, res);
+void QueueServer::ServeProfile() {
+    Profile<ModifyPassWordReq_trans, ModifyPassWordRes_trans>(
+        MODIFY_PASSWORD_L2Q, MODIFY_PASSWORD_Q2L, [](Player& player, auto& req) {
+            if (player.password != TextOf(req.szOldPassWd)) return WRONG_PASSWORD;
+            player.password = TextOf(req.szNewPassWd);
+            return OK;
+        });
+    Profile<ModifyNickNameReq_trans, ModifyNickNameRes_trans>(
+        MODIFY_NICKNAME_L2Q, MODIFY_NICKNAME_Q2L, [this](Player& player, auto& req) {
+            const std::string nickname = TextStr(req.szNickName);
+            if (nickname.empty()) return BAD_TEXT;
+            if (TheWorld().NicknameTaken(nickname, player.id)) return NICKNAME_TAKEN;
+            player.nickname = nickname;
+            return OK;
+        });
+    Profile<ModifyGenderReq_trans, ModifyGenderRes_trans>(
+        MODIFY_GENDER_L2Q, MODIFY_GENDER_Q2L,
+        [](Player& player, auto& req) { player.gender = req.iGender; });
+    Profile<ModifyPersonalSignatureReq_trans, ModifyPersonalSignatureRes_trans>(
+        MODIFY_SIGNATURE_L2Q, MODIFY_SIGNATURE_Q2L,
+        [](Player& player, auto& req) { player.signature = TextOf(req.szPersonalSignature); });
+    Profile<ModifyFaceIdReq_trans, ModifyFaceIdRes_trans>(
+        MODIFY_FACE_ID_L2Q, MODIFY_FACE_ID_Q2L,
+        [](Player& player, auto& req) { player.faceId = req.iFaceId; });
+    Profile<BindingMobileReq_trans, BindingMobileRes_trans>(
+        BINDING_MOBILE_L2Q, BINDING_MOBILE_Q2L, [](Player& player, auto& req) {
+            const std::string mobile = TextStr(req.szMobileNumber);
+            if (mobile.size() < 5 || !AllDigits(mobile)) return BAD_TEXT;
+            player.mobile = mobile;
+            return OK;
+        });
+    Profile<RealNameAuthenReq_trans, RealNameAuthenRes_trans>(
+        REAL_NAME_L2Q, REAL_NAME_Q2L, [](Player& player, auto& req) {
+            const auto name = TextOf(req.szRealName), identity = TextOf(req.szIdentity);
+            if (name.empty() || identity.size() != 18) return BAD_TEXT;
+            player.realName = name;
+            player.identity = identity;
+            return OK;
+        });
+    Profile<ModifyFaceFrameReq_trans, ModifyFaceFrameRes_trans>(
+        MODIFY_FACE_FRAME_L2Q, MODIFY_FACE_FRAME_Q2L,
+        [](Player& player, auto& req) { player.faceFrame = req.iFrameId; });
 }
 
-void QueueServer::OnTake(Link& link, const GetBankCoinReq_trans& req) {
-    auto res = AnswerTo<GetCoinResult_trans>(req);
-    Player* player = TheWorld().FindPlayer(req.base.iUserID);
-    if (player == nullptr) {
-        res.base.ucResultType = UNKNOWN_USER;
-    } else if (player->bankPassword != TextOf(req.base.szBankerPwd)) {
-        res.base.ucResultType = BANK_WRONG_PASSWORD;
-    } else {
-        res.base.ucResultType = Move(player->bankCoin, player->coin, req.base.llGetNum);
-    }
-    if (res.base.ucResultType == OK) res.base.llGetCoinNum = req.base.llGetNum;
-    link.Send(BANK_GET_COIN_Q2L, res);
-}
-
-void QueueServer::OnSave(Link& link, const SaveCoinReq_trans& req) {
-    auto res = AnswerTo<SaveCoinRes_trans>(req);
-    Player* player = TheWorld().FindPlayer(req.base.iUserID);
-    if (player == nullptr) {
-        res.base.ucResultType = UNKNOWN_USER;
-    } else {
-        res.base.ucResultType = Move(player->coin, player->bankCoin, req.base.llSaveCoinNum);
-        res.base.llSelfCoin = player->coin;
-    }
-    link.Send(BANK_SAVE_COIN_Q2L, res);
-}
-
-void QueueServer::OnBankPassword(Link& link, const ModifyBankPasswdReq_trans& req) {
-    auto res = AnswerTo<ModifyBankPasswdRes_trans>(req);
-    Player* player = TheWorld().FindPlayer(req.base.iUserID);
-    if (player == nullptr) {
-        res.base.ucResultType = UNKNOWN_USER;
-    } else if (player->bankPassword != TextOf(req.base.szOldPassWd)) {
-        res.base.ucResultType = BANK_WRONG_PASSWORD;
-    } else {
-        player->bankPassword = TextOf(req.base.szNewPassWd);
-    }
-    link.Send(BANK_MODIFY_PASSWD_Q2L, res);
-}
-
-void QueueServer::OnRefresh(Link& link, const RechargeRefresReq_trans& req) {
-    auto res = AnswerTo<RechargeRefresRes_trans>(req);
-    res.iUserId = req.iUserId;
-    if (const Player* player = TheWorld().FindPlayer(req.iUserId)) {
-        res.llCurGameCoin = player->coin;
-        res.llTotalRechageNum = player->recharged;
-        res.llBankCoin = player->bankCoin;
-    } else {
-        res.iError = UNKNOWN_USER;
-    }
-    link.Send(REFRESH_COIN_Q2L, res);
+void QueueServer::ServeFigures() {
+    Serve<RechargeRefresReq_trans, RechargeRefresRes_trans>(
+        REFRESH_COIN_L2Q, REFRESH_COIN_Q2L, [](Player& player, auto&, auto& res) {
+            res.llCurGameCoin = player.coin;
+            res.llTotalRechageNum = player.recharged;
+            res.llBankCoin = player.bankCoin;
+            return OK;
+        });
+    Serve<CompeteLobbyUserInfoReq, CompeteLobbyUserInfoRes>(
+        MSG_QUEUE_COMPETE_USER_INFO_REQ, MSG_QUEUE_COMPETE_USER_INFO_RES,
+        [](Player& player, auto&, auto& res) {
+            res.iFreeCount = player.freeCount;
+            res.iDayTicketCount = player.dayTickets;
+            res.iMonthTicketCount = player.monthTickets;
+            res.iCompeteMonthScore = player.monthScore;
+            res.iCompeteMonthRank = player.monthRank;
+            return OK;
+        });
 }
 
 void QueueServer::OnExchange(Link& link, const QueueExchangeCoinReq& req) {
@@ -157,21 +206,6 @@ void QueueServer::OnExchange(Link& link, const QueueExchangeCoinReq& req) {
         res.iError = EXCHANGE_NOT_ENOUGH;
     }
     link.Send(EXCHANGE_COIN_Q2L, res);
-}
-
-void QueueServer::OnTournament(Link& link, const CompeteLobbyUserInfoReq& req) {
-    auto res = AnswerTo<CompeteLobbyUserInfoRes>(req);
-    res.iUserID = req.iUserID;
-    if (const Player* player = TheWorld().FindPlayer(req.iUserID)) {
-        res.iFreeCount = player->freeCount;
-        res.iDayTicketCount = player->dayTickets;
-        res.iMonthTicketCount = player->monthTickets;
-        res.iCompeteMonthScore = player->monthScore;
-        res.iCompeteMonthRank = player->monthRank;
-    } else {
-        res.iErrorCode = UNKNOWN_USER;
-    }
-    link.Send(MSG_QUEUE_COMPETE_USER_INFO_RES, res);
 }
 
 // Not answered.

@@ -31,22 +31,14 @@ class QueueServer : public BackEnd {
     explicit QueueServer(Platform& platform);
 
   private:
-    void OnUserInfo(Link& link, const UserInfoReq& req);
-    void OnBankLogin(Link& link, const UserBankLoginReq_trans& req);
-    void OnTake(Link& link, const GetBankCoinReq_trans& req);
-    void OnSave(Link& link, const SaveCoinReq_trans& req);
-    void OnBankPassword(Link& link, const ModifyBankPasswdReq_trans& req);
-    void OnPassword(Link& link, const ModifyPassWordReq_trans& req);
-    void OnNickname(Link& link, const ModifyNickNameReq_trans& req);
-    void OnGender(Link& link, const ModifyGenderReq_trans& req);
-    void OnSignature(Link& link, const ModifyPersonalSignatureReq_trans& req);
-    void OnFaceId(Link& link, const ModifyFaceIdReq_trans& req);
-    void OnMobile(Link& link, const BindingMobileReq_trans& req);
-    void OnRealName(Link& link, const RealNameAuthenReq_trans& req);
-    void OnFaceFrame(Link& link, const ModifyFaceFrameReq_trans& req);
-    void OnRefresh(Link& link, const RechargeRefresReq_trans& req);
+    template <class Req, class Res>
+    void Serve(uint16_t type, uint16_t answer, auto fill);
+    template <class Req, class Res>
+    void Profile(uint16_t type, uint16_t answer, auto change);
+    void ServeBank();
+    void ServeProfile();
+    void ServeFigures();  // coins and tournament
     void OnExchange(Link& link, const QueueExchangeCoinReq& req);
-    void OnTournament(Link& link, const CompeteLobbyUserInfoReq& req);
     void OnReward(Link& link, const tagDBUpdateUserPropInfo& req);
 };
 

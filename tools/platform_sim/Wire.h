@@ -65,6 +65,38 @@ void SetText(char (&field)[N], std::string_view text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
+// The field of a message that names its player; of a wrapped message, the client's.
+auto& UserOf(auto& message) {
+    if constexpr (requires { message.base; }) {
+        return UserOf(message.base);
+    } else if constexpr (requires { message.iUserID; }) {
+        return message.iUserID;
+    } else if constexpr (requires { message.iUserId; }) {
+        return message.iUserId;
+    } else {
+        return message.userID;
+    }
+}
+
+// The field of an answer that says how it went.
+auto& CodeOf(auto& answer) {
+    if constexpr (requires { answer.base; }) {
+        return CodeOf(answer.base);
+    } else if constexpr (requires { answer.ucResultType; }) {
+        return answer.ucResultType;
+    } else if constexpr (requires { answer.iError; }) {
+        return answer.iError;
+    } else if constexpr (requires { answer.iErrorCode; }) {
+        return answer.iErrorCode;
+    } else if constexpr (requires { answer.usErrorCode; }) {
+        return answer.usErrorCode;
+    } else if constexpr (requires { answer.ucErrNo; }) {
+        return answer.ucErrNo;
+    } else {
+        return answer.cError;
+    }
+}
+
 // Keeps a socket out of the programs this one starts: they would hold it open.
 void KeepPrivate(int fd);
 

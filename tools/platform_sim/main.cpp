@@ -1,15 +1,13 @@
 // platform_sim: the six back-end servers of the platform in one program.
-#include <CLI/CLI.hpp>
-
 #include <unistd.h>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <iostream>
 #include <memory>
 
 #include "PageServer.h"
 #include "Platform.h"
+#include "RunTool.h"
 
 namespace {
 
@@ -72,7 +70,7 @@ sim::PageConfig VisitorOf(const Settings& settings, const sim::World& world) {
     return {settings.lobbyAddress, player.id, player.token, player.bankPassword};
 }
 
-int Serve(const Settings& settings, sim::World world) {
+int Serve(const Settings& settings, sim::World world) try {
     const sim::PageConfig visitor = VisitorOf(settings, world);
     sim::Platform platform(std::move(world));
     if (!settings.quiet) {
@@ -89,45 +87,35 @@ int Serve(const Settings& settings, sim::World world) {
     }
     std::cout << "ports " << line << std::endl;
     if (!settings.portsFile.empty() && !WritePorts(settings.portsFile, line)) {
-        std::cerr << "platform_sim: cannot write " << settings.portsFile << "\n";
-        return 3;
+        throw std::runtime_error("cannot write " + settings.portsFile);
     }
     platform.ReadCommandsFrom(STDIN_FILENO);
     platform.Run(true);
+    return 0;
+} catch (const boost::system::system_error& failure) {
+    throw std::runtime_error(std::string("cannot listen: ") + failure.what());
+}
+
+int Start(const Settings& settings) {
+    sim::World world = sim::DefaultWorld();
+    std::string error;
+    if (!settings.accounts.empty() && !sim::LoadWorld(settings.accounts, world, error)) {
+        throw std::runtime_error(settings.accounts + ": " + error);
+    }
+    world.AddPlayers(20001, settings.players);
+    if (!settings.dump) return Serve(settings, std::move(world));
+    std::cout << sim::DumpWorld(world);
     return 0;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{
         "Plays the platform's back-end servers for lobbies on this machine.\nExit status: 0 "
         "ended, 2 wrong use, 3 it could not run."};
     Settings settings;
     Declare(app, settings);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-
-    sim::World world = sim::DefaultWorld();
-    std::string error;
-    if (!settings.accounts.empty() && !sim::LoadWorld(settings.accounts, world, error)) {
-        std::cerr << "platform_sim: " << settings.accounts << ": " << error << "\n";
-        return 3;
-    }
-    world.AddPlayers(20001, settings.players);
-    if (settings.dump) {
-        std::cout << sim::DumpWorld(world);
-        return 0;
-    }
-    return Serve(settings, std::move(world));
-} catch (const boost::system::system_error& failure) {
-    std::cerr << "platform_sim: cannot listen: " << failure.what() << "\n";
-    return 3;
-} catch (const std::exception& failure) {
-    std::cerr << "platform_sim: " << failure.what() << "\n";
-    return 3;
+    return RunTool("platform_sim", app, argc, argv, [&] { return Start(settings); });
 }

@@ -51,10 +51,9 @@ class CEvent {
 };
 
 // Despite its name a plain, non-recursive mutex; all arguments are ignored. The caller destroys
-// and frees it (DestroyEvent does both).
+// and deletes it.
 pthread_mutex_t* CreateEvent(void* attributes = nullptr, bool manual = false,
                              bool initialState = false, const char* name = nullptr);
-void DestroyEvent(pthread_mutex_t* mutex);
 
 // Stack of every thread made by CreateThread, in bytes (larger under sanitizers, whose frames
 // would not fit). About 13 KiB of the 16 KiB are usable: keep large buffers off the stack.

@@ -83,17 +83,19 @@ class IActivityHandler {
     GameProvider* m_pGameProvider;             // not owned
 
   private:
+    using Self = IActivityHandler;
     using Hook = void (IActivityHandler::*)(IPlayerNode*, tagDBUserActivityProgressData*, void*,
                                             void*, int);
 
     bool isWithinWindow() const;
     void forwardEvent(Hook hook, void* player, void* argument, int number);
-    void callbackInitialize(void* player, void* argument, int number);
-    void callbackSitdown(void* player, void* argument, int number);
-    void callbackReady(void* player, void* argument, int number);
-    void callbackGameStart(void* player, void* argument, int number);
-    void callbackGameEnd(void* player, void* argument, int number);
-    void callbackReGame(void* player, void* argument, int number);
+    // What the listeners call: the player, the event's own pointer and its number.
+    void callbackInitialize(void* p, void* a, int n) { forwardEvent(&Self::onInitialize, p, a, n); }
+    void callbackSitdown(void* p, void* a, int n) { forwardEvent(&Self::onSitdown, p, a, n); }
+    void callbackReady(void* p, void* a, int n) { forwardEvent(&Self::onReady, p, a, n); }
+    void callbackGameStart(void* p, void* a, int n) { forwardEvent(&Self::onGameStart, p, a, n); }
+    void callbackGameEnd(void* p, void* a, int n) { forwardEvent(&Self::onGameEnd, p, a, n); }
+    void callbackReGame(void* p, void* a, int n) { forwardEvent(&Self::onReGame, p, a, n); }
 
     int m_iActivityId;
     std::vector<std::unique_ptr<EventListener>> m_vecEventListener;

@@ -121,27 +121,3 @@ void IActivityHandler::forwardEvent(Hook hook, void* player, void* argument, int
     }
     (this->*hook)(node, progress, argument, nullptr, number);
 }
-
-void IActivityHandler::callbackInitialize(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onInitialize, player, argument, number);
-}
-
-void IActivityHandler::callbackSitdown(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onSitdown, player, argument, number);
-}
-
-void IActivityHandler::callbackReady(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onReady, player, argument, number);
-}
-
-void IActivityHandler::callbackGameStart(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onGameStart, player, argument, number);
-}
-
-void IActivityHandler::callbackGameEnd(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onGameEnd, player, argument, number);
-}
-
-void IActivityHandler::callbackReGame(void* player, void* argument, int number) {
-    forwardEvent(&IActivityHandler::onReGame, player, argument, number);
-}

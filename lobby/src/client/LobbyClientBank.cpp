@@ -28,15 +28,17 @@ struct BankRequest {
     uint16_t queueType;   // of the relayed one
     uint16_t resultType;  // of an answer the lobby itself gives
     time_t LobbyPlayer::*stamp;
-    bool answerTooSoon;
-    LogText<int, int, int, int> tooSoonText;  // user, gap, now, stamp
-    LogText<int> announceText;                // length; printed
-    LogText<int, int> sizeText;               // length, size
-    int64_t Req::*amount;                     // null: none
-    LogText<int, int> amountText;             // user, amount
-    LogText<int, int> otherUserText;          // user of the request, of the session
-    LogText<int, int, const char*> sentText;  // user, team tag, account
-    LogText<int, int, const char*> failText;  // the same
+    LogText<int, int> sizeText;                         // length, size
+    LogText<int, int, const char*> failText;            // user, team tag, account
+    LogText<int, int, const char*> sentText = nullptr;  // the same
+    bool answerTooSoon = true;
+    // User, gap, now, stamp.
+    LogText<int, int, int, int> tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]";
+    LogText<int> announceText = nullptr;     // length; printed
+    int64_t Req::*amount = nullptr;          // null: none
+    LogText<int, int> amountText = nullptr;  // user, amount
+    // User of the request, of the session.
+    LogText<int, int> otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]";
 };
 
 // The session's part of a wrapped request; only coin movements carry account data.
@@ -57,15 +59,10 @@ constexpr BankRequest<UserBankLoginReq, UserBankLoginReq_trans, LoginBankResult>
     .queueType = BANK_LOGIN_L2Q,
     .resultType = BANK_LOGIN_S2C,
     .stamp = &LobbyPlayer::iLastBankLoginTime,
+    .sizeText = "Len[%d] != sizeof(UserBankLoginReqDef)[%d]",
+    .failText = "SendData fail---- userid [%d] ",
     .answerTooSoon = false,
     .tooSoonText = "Player [%d] operate bank is illegal---Gap Time [%d]",
-    .announceText = nullptr,
-    .sizeText = "Len[%d] != sizeof(UserBankLoginReqDef)[%d]",
-    .amount = nullptr,
-    .amountText = nullptr,
-    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
-    .sentText = nullptr,
-    .failText = "SendData fail---- userid [%d] ",
 };
 
 constexpr BankRequest<GetBankCoinReq, GetBankCoinReq_trans, GetCoinResult> kGetCoin = {
@@ -74,15 +71,13 @@ constexpr BankRequest<GetBankCoinReq, GetBankCoinReq_trans, GetCoinResult> kGetC
     .queueType = BANK_GET_COIN_L2Q,
     .resultType = BANK_GET_COIN_S2C,
     .stamp = &LobbyPlayer::iLastGetCoinTime,
-    .answerTooSoon = true,
+    .sizeText = "Len[%d] != sizeof(GetBankCoinReqDef)[%d]",
+    .failText = "userid [%d] ",
+    .sentText = "userid [%d] ",
     .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]--tmNow[%d]--GetCoinTime[%d]",
     .announceText = "HandleGetCoinReq : len[%d] ....\n",
-    .sizeText = "Len[%d] != sizeof(GetBankCoinReqDef)[%d]",
     .amount = &GetBankCoinReq::llGetNum,
     .amountText = "玩家[%d]非法操作银行！取款值为[%d]!!!",
-    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
-    .sentText = "userid [%d] ",
-    .failText = "userid [%d] ",
 };
 
 constexpr BankRequest<SaveCoinReq, SaveCoinReq_trans, SaveCoinRes> kSaveCoin = {
@@ -91,15 +86,11 @@ constexpr BankRequest<SaveCoinReq, SaveCoinReq_trans, SaveCoinRes> kSaveCoin = {
     .queueType = BANK_SAVE_COIN_L2Q,
     .resultType = BANK_SAVE_COIN_S2C,
     .stamp = &LobbyPlayer::iLastSaveCoinTime,
-    .answerTooSoon = true,
-    .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]",
-    .announceText = nullptr,
     .sizeText = "Len[%d] != sizeof(SaveCoinReqDef)[%d]",
+    .failText = "userid[%d] teamtag[%d] outaccount[%s]",
+    .sentText = "userid[%d] teamtag[%d] outaccount[%s]",
     .amount = &SaveCoinReq::llSaveCoinNum,
     .amountText = "玩家[%d]非法操作银行！存款值为[%d]!!!",
-    .otherUserText = "msg->iUserID[%d]  != pPlayerNode->m_iUserID[%d]",
-    .sentText = "userid[%d] teamtag[%d] outaccount[%s]",
-    .failText = "userid[%d] teamtag[%d] outaccount[%s]",
 };
 
 constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBankPasswdRes>
@@ -109,15 +100,9 @@ constexpr BankRequest<ModifyBankPasswdReq, ModifyBankPasswdReq_trans, ModifyBank
         .queueType = BANK_MODIFY_PASSWD_L2Q,
         .resultType = BANK_MODIFY_PASSWD_S2C,
         .stamp = &LobbyPlayer::iLastModifyPdTime,
-        .answerTooSoon = true,
-        .tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]",
-        .announceText = nullptr,
         .sizeText = "Len[%d] != sizeof(ModifyBankPasswdReqDef)[%d]",
-        .amount = nullptr,
-        .amountText = nullptr,
-        .otherUserText = "msg->iUserID[%d]  != pPlayerNode->iUserID[%d]",
-        .sentText = nullptr,
         .failText = "SendData fail---- UserName [%d] ",
+        .otherUserText = "msg->iUserID[%d]  != pPlayerNode->iUserID[%d]",
 };
 
 }  // namespace

@@ -3,23 +3,10 @@
 #include <cstdio>
 
 #include "Common/Log.h"
-#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 
 namespace {
-
-using Center = CenterServerHandler;
-
-constexpr auto kDispatch = LinkMessages<Center>({
-    {MSG_CENTER_SERVER_INFO, &Center::OnCenterServerInfoNotice},
-    {MSG_CENTER_SERVER_UPDATE, &Center::OnCenterServerInfoUpdate},
-    {MSG_CENTER_SERVER_TERMINATE, &Center::OnCenterTerminateNotice},
-    {MSG_CENTER_SITE_GAME_LIST, &Center::OnCenterServerGameListNotice},
-    {MSG_CENTER_SITE_GAME_TERMINATE, &Center::OnCenterSiteGameTerminateNotice},
-    {MSG_CENTER_KICK_OUT, &Center::OnCenterNoticeKickOut},
-    {MSG_CENTER_SERVER_CLOSE, &Center::OnCenterServerCloseNotice},
-});
 
 constexpr char kNotEqual[] = "buffer length is not match ! length[%d] != sizeof(%d)";
 // The "<" is printed where equality is checked as well; operators search for it.
@@ -28,6 +15,17 @@ constexpr char kCloseText[] = "server close notice, game_id[%u], server_id[%u]";
 constexpr char kInfoNoticeTag[] = "CenterServerHandler::OnCenterServerInfoNotice";
 
 constexpr int kMaxSiteEntries = 50;
+
+// Calls take(entry, index) for those of a site list that the message holds. Neither site list
+// closes the link over a bad count: the message is dropped, and false.
+template <class Entry>
+bool ForEachEntry(const void* data, long length, size_t offset, int32_t count, const auto& take) {
+    if (count < 0 || count > kMaxSiteEntries) return false;
+    const size_t entries = ItemsWithin<Entry>(length, offset, static_cast<size_t>(count));
+    for (size_t i = 0; i < entries; ++i)
+        take(ReadItem<Entry>(data, length, offset, i), static_cast<int>(i));
+    return true;
+}
 
 }  // namespace
 
@@ -42,13 +40,6 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
     ZeroMsg(msg);
     msg.iRegisterType = 3;  // a lobby; its game and server ids are 0
     m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
-}
-
-bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
-    if (!IsMine(node)) return false;
-    // Unknown types are swallowed without a line: the center announces more than lobbies need.
-    kDispatch.Call(*this, type, data, length);
-    return true;
 }
 
 void CenterServerHandler::refreshShowGameList() {
@@ -114,46 +105,32 @@ void CenterServerHandler::OnCenterTerminateNotice(void* data, long length) {
     m_ServerList.DeleteInfo(*msg, m_GameSiteList, true);
 }
 
-// Neither site list closes the link over a bad count: the message is dropped.
 void CenterServerHandler::OnCenterServerGameListNotice(void* data, long length) {
     static constexpr char tag[] = "CenterServerHandler::OnCenterServerGameListNotice";
     using Notice = tagLoginMobileCenterSiteGameListMsg;
     if (data == nullptr) return;
     const auto count = ReadItem<int32_t>(data, length, offsetof(Notice, iListCount), 0);
-    if (count < 0 || count > kMaxSiteEntries) {
-        __log(_ERROR, tag, "LoginMibileCenterSiteGameListMsg size[%d] error!", count);
-        return;
-    }
-    constexpr size_t offset = offsetof(Notice, GameList);
-    const size_t entries =
-        ItemsWithin<tagSiteMobileGameList>(length, offset, static_cast<size_t>(count));
-    for (size_t i = 0; i < entries; ++i) {
-        auto entry = ReadItem<tagSiteMobileGameList>(data, length, offset, i);
+    const auto take = [this](tagSiteMobileGameList entry, int index) {
         if (LogEnabled(_DEBUG)) {
             __log(_DEBUG, tag,
                   "LoginMibileCenterSiteGameListMsg size[%d], gameID[%d], siteID[%d], "
                   "szGamename[%s]!",
-                  static_cast<int>(i), entry.iGameID, entry.iSiteID,
-                  TextStr(entry.szGameName).c_str());
+                  index, entry.iGameID, entry.iSiteID, TextStr(entry.szGameName).c_str());
         }
         m_GameSiteList.InsertInfo(entry);
-    }
+    };
+    if (!ForEachEntry<tagSiteMobileGameList>(data, length, offsetof(Notice, GameList), count, take))
+        __log(_ERROR, tag, "LoginMibileCenterSiteGameListMsg size[%d] error!", count);
 }
 
 void CenterServerHandler::OnCenterSiteGameTerminateNotice(void* data, long length) {
     using Notice = tagLoginCenterSiteGameTerminateNotice;
     const auto count = ReadItem<int32_t>(data, length, offsetof(Notice, iSiteGameListCount), 0);
-    if (count < 0 || count > kMaxSiteEntries) {
+    const auto take = [this](TerminateGameSiteInfo key, int) { m_GameSiteList.DeleteInfo(key); };
+    if (!ForEachEntry<TerminateGameSiteInfo>(data, length, offsetof(Notice, siteGameInfo), count,
+                                             take)) {
         __log(_ERROR, "CenterServerHandler::OnCenterSiteGameTerminateNotice",
               "LoginCenterSiteGameTerminateNotice size[%d] error!", count);
-        return;
-    }
-    constexpr size_t offset = offsetof(Notice, siteGameInfo);
-    const size_t entries =
-        ItemsWithin<TerminateGameSiteInfo>(length, offset, static_cast<size_t>(count));
-    for (size_t i = 0; i < entries; ++i) {
-        auto key = ReadItem<TerminateGameSiteInfo>(data, length, offset, i);
-        m_GameSiteList.DeleteInfo(key);
     }
 }
 

@@ -4,22 +4,11 @@
 #include <type_traits>
 
 #include "Common/Log.h"
-#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "LogText.h"
 #include "MsgView.h"
 
 namespace {
-
-using Config = ConfigServerHandler;
-
-constexpr auto kDispatch = LinkMessages<Config>({
-    {MSG_CONFIG_VIP_LEVEL_RES, &Config::OnVipLevelConfigRes},
-    {MSG_CONFIG_VIP_PHOTO_RES, &Config::OnVipPhotoConfigRes},
-    {MSG_CONFIG_VIP_FRAME_RES, &Config::OnVipFrameConfigRes},
-    {MSG_CONFIG_STOP_SWITCH_RES, &Config::OnConfigLobbySwitchRes},
-    {MSG_CONFIG_SUBSCRIBE_KEY_RES, &Config::OnSubscribeKeyRes},
-});
 
 // Unlike at the center, a message of the wrong size does not cost the link. The "=" is how the
 // line reads everywhere.
@@ -33,7 +22,7 @@ bool CheckLength(const char* tag, long length, size_t expected) {
 // What distinguishes the three tables in the log.
 struct TableTexts {
     const char* tag;
-    const char* success;
+    const char* name;
     LogText<int, int> item;  // key, number
 };
 
@@ -42,7 +31,7 @@ struct TableTexts {
 template <class Msg, class Map>
 void LoadTable(const TableTexts& texts, const void* data, long length, Map& live, Map& staging) {
     if (!CheckLength(texts.tag, length, sizeof(Msg))) return;
-    __log(_DEBUG, texts.tag, "%s", texts.success);
+    __log(_DEBUG, texts.tag, "config_server return %s Success!", texts.name);
     const auto msg = ReadMsg<Msg>(data, length);
     // The count is trusted as far as the message goes, which has its full size here.
     const size_t count = std::min<size_t>(msg.usItemCount, std::size(msg.item));
@@ -81,41 +70,26 @@ void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
     m_lpLobbyServer->SendMsgToConfigServer(MSG_CONFIG_STOP_SWITCH_REQ, nullptr, 0);
 }
 
-int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
-                                          long length) {
-    if (!IsMine(node)) return 0;
-    if (!kDispatch.Call(*this, type, data, length)) {
-        __log(_ERROR, "ConfigServerHandler::OnNetMessage",
-              "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
-    }
-    return 1;
-}
-
 void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {
-    static constexpr TableTexts texts{"ConfigServerHandler::OnVipLevelConfigRes",
-                                      "config_server return vip_level Success!",
-                                      "vip level[%d], recharge[%d]"};
     VipTables& vip = m_lpLobbyServer->Vip();
-    LoadTable<tagVipLevelConfigRes>(texts, data, length, vip.m_mapConfigVipLevel,
-                                    vip.m_mapConfigVipLevel1);
+    LoadTable<tagVipLevelConfigRes>(
+        {"ConfigServerHandler::OnVipLevelConfigRes", "vip_level", "vip level[%d], recharge[%d]"},
+        data, length, vip.m_mapConfigVipLevel, vip.m_mapConfigVipLevel1);
 }
 
 void ConfigServerHandler::OnVipPhotoConfigRes(void* data, long length) {
-    static constexpr TableTexts texts{"ConfigServerHandler::OnVipPhotoConfigRes",
-                                      "config_server return vip_photo Success!",
-                                      "vip photo_id[%d], open_level[%d]"};
     VipTables& vip = m_lpLobbyServer->Vip();
-    LoadTable<tagVipPhotoConfigRes>(texts, data, length, vip.m_mapConfigVipPhoto,
+    LoadTable<tagVipPhotoConfigRes>({"ConfigServerHandler::OnVipPhotoConfigRes", "vip_photo",
+                                     "vip photo_id[%d], open_level[%d]"},
+                                    data, length, vip.m_mapConfigVipPhoto,
                                     vip.m_mapConfigVipPhoto1);
 }
 
 void ConfigServerHandler::OnVipFrameConfigRes(void* data, long length) {
-    static constexpr TableTexts texts{"ConfigServerHandler::OnVipFrameConfigRes",
-                                      "config_server return vip_frame Success!",
-                                      "vip frame_id[%d], open_level[%d]"};
     VipTables& vip = m_lpLobbyServer->Vip();
-    LoadTable<tagVipFrameConfig>(texts, data, length, vip.m_mapConfigVipFrame,
-                                 vip.m_mapConfigVipFrame1);
+    LoadTable<tagVipFrameConfig>({"ConfigServerHandler::OnVipFrameConfigRes", "vip_frame",
+                                  "vip frame_id[%d], open_level[%d]"},
+                                 data, length, vip.m_mapConfigVipFrame, vip.m_mapConfigVipFrame1);
 }
 
 void ConfigServerHandler::OnConfigLobbySwitchRes(void* data, long length) {

@@ -9,7 +9,6 @@
 #include <cstdio>
 
 #include "Common/Log.h"
-#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "activitySystem/ActivitySystem.h"
@@ -17,28 +16,19 @@
 
 namespace {
 
-using Data = DataServerHandler;
-
-constexpr auto kDispatch = LinkMessages<Data>({
-    {ACT_ACCOUNT_TYPE_RES, &Data::HandleAccountTypeRes},
-    {ACT_CONFIG_RES, &Data::HandleActivityConfigRes},
-    {ACT_PROGRESS_RES, &Data::HandleActivityProgressRes},
-    {ACT_SINGLE_PROGRESS_RES, &Data::HandleSingleProgressRes},
-    {ACT_UPDATE_ACK, &Data::HandleUpdateActivityProgressRes},
-});
-
-// Whether a list of `count` records of `record` bytes behind a head of `head` bytes is exactly as
-// long as the message. Computed in 64 bits: no count wraps around to a length that fits.
-bool CheckListLength(const char* tag, long length, long head, int count, long record) {
-    if (length < head) {
+// Whether a list of records behind its head is exactly as long as the message. Computed in 64
+// bits: no count wraps around to a length that fits.
+template <class Record, class List>
+bool CheckListLength(const char* tag, long length, const List& list) {
+    if (length < static_cast<long>(sizeof(List))) {
         __log(_ERROR, tag, "2 buffer length is not match ! length[%d] != sizeof(%d)",
-              static_cast<int>(length), static_cast<int>(head));
+              static_cast<int>(length), static_cast<int>(sizeof(List)));
         return false;
     }
-    const int64_t expected = head + static_cast<int64_t>(record) * count;
+    const int64_t expected = sizeof(List) + static_cast<int64_t>(sizeof(Record)) * list.iCount;
     if (length == expected) return true;
     __log(_ERROR, tag, "1 buffer length is not match, iCount[%d], ! length[%d] != sizeof(%d)",
-          count, static_cast<int>(length), static_cast<int>(expected));
+          list.iCount, static_cast<int>(length), static_cast<int>(expected));
     return false;
 }
 
@@ -46,21 +36,6 @@ bool CheckListLength(const char* tag, long length, long head, int count, long re
 
 long DataServerHandler::ConnectServer() {
     return Open([this] { RegistDataServerReq(); });
-}
-
-bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
-                                     long length) {
-    if (!IsMine(node)) return false;
-    std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
-    if (kDispatch.Call(*this, type, data, length)) return true;
-    if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
-        ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
-    } else {
-        __log(_ERROR, "DataServerHandler::OnNetMessage",
-              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
-              type);
-    }
-    return true;
 }
 
 void DataServerHandler::RegistDataServerReq() {
@@ -94,32 +69,27 @@ void DataServerHandler::SendActivityProgressReq(LobbyPlayer* player) {
 }
 
 void DataServerHandler::HandleActivityConfigRes(void* data, long length) {
+    using Row = tagDBActivityConfigData;
     std::printf("HandleActivityConfigRes!!!!");
     const auto list = ReadMsg<tagDBSiteActivityList>(data, length);
-    if (!CheckListLength("DataServerHandler::HandleActivityConfigRes", length, sizeof(list),
-                         list.iCount, sizeof(tagDBActivityConfigData))) {
-        return;
-    }
-    for (int i = 0; i < list.iCount; ++i) {
-        const auto row =
-            ReadItem<tagDBActivityConfigData>(data, length, sizeof(list), static_cast<size_t>(i));
-        ActivitySystem::getInstance()->SetActivityConfig(row, list.iIsFinish != 0);
+    if (!CheckListLength<Row>("DataServerHandler::HandleActivityConfigRes", length, list)) return;
+    for (size_t i = 0; i < static_cast<size_t>(list.iCount); ++i) {
+        ActivitySystem::getInstance()->SetActivityConfig(
+            ReadItem<Row>(data, length, sizeof(list), i), list.iIsFinish != 0);
     }
 }
 
 void DataServerHandler::HandleActivityProgressRes(void* data, long length) {
+    using Record = tagDBUserActivityProgressData;
     std::printf("HandleActivityProgressRes!!!!");
     const auto list = ReadMsg<tagDBActivityProgressList>(data, length);
-    if (!CheckListLength("DataServerHandler::HandleActivityProgressRes", length, sizeof(list),
-                         list.iCount, sizeof(tagDBUserActivityProgressData))) {
+    if (!CheckListLength<Record>("DataServerHandler::HandleActivityProgressRes", length, list))
         return;
-    }
     LobbyPlayer* const player =
         m_lpLobbyServer->FindPlayerByHandle(list.ulPlayerNode, list.ulPlayerNodeId);
     if (player == nullptr) return;
-    for (int i = 0; i < list.iCount; ++i) {
-        const auto record = ReadItem<tagDBUserActivityProgressData>(data, length, sizeof(list),
-                                                                    static_cast<size_t>(i));
+    for (size_t i = 0; i < static_cast<size_t>(list.iCount); ++i) {
+        const auto record = ReadItem<Record>(data, length, sizeof(list), i);
         ActivitySystem::getInstance()->AddActivityProgress(player, &record);
     }
     if (list.iFinished != 0) ActivitySystem::getInstance()->AddActivityProgress(player, nullptr);

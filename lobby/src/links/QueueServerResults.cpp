@@ -1,181 +1,132 @@
 // Results of bank and profile operations: twelve rows, one relay.
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 
-#include "BankInfoDef_Trans.h"
 #include "Common/Log.h"
 #include "LobbyServer.h"
-#include "LogText.h"
 #include "MsgView.h"
 #include "QueueServerHandler.h"
-#include "queue_server_msg.h"
 
 namespace {
+
+// What the log says of a result, at which level of a success, and under whose name.
+struct Outcome {
+    const char* what = nullptr;  // the operation; null: nothing is said
+    bool tellsSuccess = true;
+    LOG_LEVEL successLevel = _DEBUG;
+    bool failureNamesUser = false;
+    const char* tag = nullptr;      // null: the row's
+    const char* sizeTag = nullptr;  // of the wrong-size line; null: the row's
+};
 
 // What tells one result from another. Tags borrowed from other functions are what log readers
 // filter by.
 struct ResultRow {
+    uint16_t queueType;
     uint16_t clientType;
     const char* tag;
-    const char* sizeTag;         // of the wrong-size line
-    const char* outcomeTag;      // of the outcome lines
-    LogText<int, int> sizeText;  // size, length
-    LOG_LEVEL okLevel;
-    LogText<int, int> okText;                  // user, code
-    LogText<int> failText;                     // code
-    LogText<int, int> failUserText = nullptr;  // user, code
+    Outcome outcome;
+    const char* name;  // of the wrapped structure
+    long size;         // its size, and of the part that is the client's
+    long clientSize;
+    size_t sessionAt;  // handle and node id of the session
+    size_t codeAt;
+    bool narrowCode;  // one byte, not four
 };
 
-int CodeOf(const auto& result) {
-    if constexpr (requires { result.iError; }) {
-        return result.iError;
+template <class Trans, class Result>
+consteval ResultRow Row(uint16_t queueType, uint16_t clientType, const char* tag, Outcome outcome) {
+    static_assert(offsetof(Trans, ulPlayerNodeId) == offsetof(Trans, ulPlayerNode) + 8);
+    if (outcome.tag == nullptr) outcome.tag = tag;
+    if (outcome.sizeTag == nullptr) outcome.sizeTag = tag;
+    ResultRow row{queueType,
+                  clientType,
+                  tag,
+                  outcome,
+                  WireFields<Trans>::kName,
+                  sizeof(Trans),
+                  sizeof(Result),
+                  offsetof(Trans, ulPlayerNode),
+                  0,
+                  false};
+    if constexpr (requires { &Result::iError; }) {
+        row.codeAt = offsetof(Result, iError);
     } else {
-        return result.ucResultType;
+        row.codeAt = offsetof(Result, ucResultType);
+        row.narrowCode = sizeof(Result::ucResultType) == 1;
     }
-}
-
-void LogOutcome(const ResultRow& row, int userID, int code) {
-    if (code == 0) {
-        row.okText.Log(row.okLevel, row.outcomeTag, userID, code);
-    } else {
-        row.failText.Log(_ERROR, row.outcomeTag, code);
-        row.failUserText.Log(_ERROR, row.outcomeTag, userID, code);
-    }
+    return row;
 }
 
 constexpr const char* kBankLogin = "QueueServerHandler::OnBankLoginRes:";
-constexpr const char* kGetCoin = "QueueServerHandler::OnGetCoinRes:";
 constexpr const char* kSaveCoin = "QueueServerHandler::OnSaveCoinRes:";
 constexpr const char* kBankPasswd = "QueueServerHandler::OnModifyBankPasswd:";
-constexpr const char* kPasswd = "QueueServerHandler::OnModifyPasswd:";
-constexpr const char* kNickName = "QueueServerHandler::OnModifyNickName:";
-constexpr const char* kGender = "QueueServerHandler::OnModifyGender:";
-constexpr const char* kSignature = "QueueServerHandler::OnModifyPersonalSignature:";
-constexpr const char* kFaceId = "QueueServerHandler::OnModifyFaceId:";
-constexpr const char* kMobile = "QueueServerHandler::OnBindingMobile:";
-constexpr const char* kRealName = "QueueServerHandler::OnRealNameAuthen:";
-constexpr const char* kFaceFrame = "QueueServerHandler::OnModifyFaceFrame:";
 
 // clang-format off
-constexpr ResultRow kBankLoginRow = {
-    BANK_LOGIN_S2C, kBankLogin, kBankLogin, kBankLogin,
-    "sizeof(LoginBankResult_trans) %d !=  length %d", _DEBUG, nullptr, nullptr};
-constexpr ResultRow kGetCoinRow = {
-    BANK_GET_COIN_S2C, kGetCoin, kBankLogin, kSaveCoin,
-    "sizeof(GetCoinResult_trans) %d !=  length %d", _DEBUG, nullptr,
-    "银行取钱操作失败.... [%d]"};
-constexpr ResultRow kSaveCoinRow = {
-    BANK_SAVE_COIN_S2C, kSaveCoin, kSaveCoin, kSaveCoin,
-    "sizeof(SaveCoinRes_trans) %d !=  length %d", _DEBUG, nullptr,
-    "银行存钱操作失败.... [%d]"};
-constexpr ResultRow kBankPasswdRow = {
-    BANK_MODIFY_PASSWD_S2C, kBankPasswd, kBankPasswd, kBankPasswd,
-    "sizeof(ModifyBankPasswdRes_trans) %d !=  length %d", _DEBUG, nullptr,
-    "银行修改密码操作失败.... [%d]"};
-constexpr ResultRow kPasswdRow = {
-    MODIFY_PASSWORD_S2C, kPasswd, kBankPasswd, kPasswd,
-    "sizeof(ModifyPassWordRes_trans) %d !=  length %d", _ERROR,
-    "userid[%d]修改密码操作成功.... [%d]", "修改密码操作失败.... [%d]"};
-constexpr ResultRow kNickNameRow = {
-    MODIFY_NICKNAME_S2C, kNickName, kNickName, kNickName,
-    "sizeof(ModifyNickNameRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改昵称操作成功.... [%d]", "修改昵称操作失败.... [%d]"};
-constexpr ResultRow kGenderRow = {
-    MODIFY_GENDER_S2C, kGender, kGender, kGender,
-    "sizeof(ModifyGenderRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改性别操作成功.... [%d]", "修改性别操作失败.... [%d]"};
-constexpr ResultRow kSignatureRow = {
-    MODIFY_SIGNATURE_S2C, kSignature, kSignature, kSignature,
-    "sizeof(ModifyPersonalSignatureRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改个性签名操作成功.... [%d]", "修改个性签名操作失败.... [%d]"};
-constexpr ResultRow kFaceIdRow = {
-    MODIFY_FACE_ID_S2C, kFaceId, kFaceId, kFaceId,
-    "sizeof(ModifyFaceIdRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改头像操作成功.... [%d]", nullptr, "userid[%d]修改头像操作失败.... [%d]"};
-constexpr ResultRow kMobileRow = {
-    BINDING_MOBILE_S2C, kMobile, kMobile, kMobile,
-    "sizeof(BindingMobileRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]绑定手机操作成功.... [%d]", "绑定手机操作失败.... [%d]"};
-constexpr ResultRow kRealNameRow = {
-    REAL_NAME_S2C, kRealName, kRealName, kRealName,
-    "sizeof(RealNameAuthenRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]实名认证操作成功.... [%d]", "实名认证操作失败.... [%d]"};
-constexpr ResultRow kFaceFrameRow = {
-    MODIFY_FACE_FRAME_S2C, kFaceFrame, kFaceFrame, kFaceFrame,
-    "sizeof(ModifyFaceFrameRes_trans) %d !=  length %d", _DEBUG,
-    "userid[%d]修改相框操作成功.... [%d]", "修改相框操作失败.... [%d]"};
+constexpr ResultRow kResults[] = {
+    Row<LoginBankResult_trans, LoginBankResult>(BANK_LOGIN_Q2L, BANK_LOGIN_S2C, kBankLogin, {}),
+    Row<GetCoinResult_trans, GetCoinResult>(BANK_GET_COIN_Q2L, BANK_GET_COIN_S2C,
+        "QueueServerHandler::OnGetCoinRes:",
+        {.what = "银行取钱", .tellsSuccess = false, .tag = kSaveCoin, .sizeTag = kBankLogin}),
+    Row<SaveCoinRes_trans, SaveCoinRes>(BANK_SAVE_COIN_Q2L, BANK_SAVE_COIN_S2C, kSaveCoin,
+        {.what = "银行存钱", .tellsSuccess = false}),
+    Row<ModifyBankPasswdRes_trans, ModifyBankPasswdRes>(BANK_MODIFY_PASSWD_Q2L,
+        BANK_MODIFY_PASSWD_S2C, kBankPasswd, {.what = "银行修改密码", .tellsSuccess = false}),
+    Row<ModifyPassWordRes_trans, tagModifyPassWordRes>(MODIFY_PASSWORD_Q2L, MODIFY_PASSWORD_S2C,
+        "QueueServerHandler::OnModifyPasswd:",
+        {.what = "修改密码", .successLevel = _ERROR, .sizeTag = kBankPasswd}),
+    Row<ModifyNickNameRes_trans, ModifyNickNameRes>(MODIFY_NICKNAME_Q2L, MODIFY_NICKNAME_S2C,
+        "QueueServerHandler::OnModifyNickName:", {.what = "修改昵称"}),
+    Row<ModifyGenderRes_trans, ModifyGenderRes>(MODIFY_GENDER_Q2L, MODIFY_GENDER_S2C,
+        "QueueServerHandler::OnModifyGender:", {.what = "修改性别"}),
+    Row<ModifyPersonalSignatureRes_trans, ModifyPersonalSignatureRes>(MODIFY_SIGNATURE_Q2L,
+        MODIFY_SIGNATURE_S2C, "QueueServerHandler::OnModifyPersonalSignature:",
+        {.what = "修改个性签名"}),
+    Row<ModifyFaceIdRes_trans, ModifyFaceIdRes>(MODIFY_FACE_ID_Q2L, MODIFY_FACE_ID_S2C,
+        "QueueServerHandler::OnModifyFaceId:", {.what = "修改头像", .failureNamesUser = true}),
+    Row<BindingMobileRes_trans, BindingMobileRes>(BINDING_MOBILE_Q2L, BINDING_MOBILE_S2C,
+        "QueueServerHandler::OnBindingMobile:", {.what = "绑定手机"}),
+    Row<RealNameAuthenRes_trans, RealNameAuthenRes>(REAL_NAME_Q2L, REAL_NAME_S2C,
+        "QueueServerHandler::OnRealNameAuthen:", {.what = "实名认证"}),
+    Row<ModifyFaceFrameRes_trans, ModifyFaceFrameRes>(MODIFY_FACE_FRAME_Q2L, MODIFY_FACE_FRAME_S2C,
+        "QueueServerHandler::OnModifyFaceFrame:", {.what = "修改相框"}),
+};
 // clang-format on
+
+void LogOutcome(const Outcome& outcome, int userID, int code) {
+    if (outcome.what == nullptr || (code == 0 && !outcome.tellsSuccess)) return;
+    if (code == 0) {
+        __log(outcome.successLevel, outcome.tag, "userid[%d]%s操作成功.... [%d]", userID,
+              outcome.what, code);
+    } else if (outcome.failureNamesUser) {
+        __log(_ERROR, outcome.tag, "userid[%d]%s操作失败.... [%d]", userID, outcome.what, code);
+    } else {
+        __log(_ERROR, outcome.tag, "%s操作失败.... [%d]", outcome.what, code);
+    }
+}
 
 }  // namespace
 
 // The client gets the first part alone.
-template <class Trans, class Result, class Row>
-void QueueServerHandler::RelayResult(const Row& row, void* data, long length) {
-    if (length != sizeof(Trans)) {
-        row.sizeText.Log(_ERROR, row.sizeTag, static_cast<int>(sizeof(Trans)),
-                         static_cast<int>(length));
+void QueueServerHandler::Relay(uint16_t queueType, void* data, long length) {
+    const ResultRow& row = *std::find_if(std::begin(kResults), std::end(kResults),
+                                         [&](auto& one) { return one.queueType == queueType; });
+    if (length != row.size) {
+        __log(_ERROR, row.outcome.sizeTag, "sizeof(%s) %d !=  length %d", row.name,
+              static_cast<int>(row.size), static_cast<int>(length));
         return;
     }
-    const auto msg = ReadMsg<Trans>(data, length);
-    LobbyPlayer* player = SessionOf(msg.ulPlayerNode, msg.ulPlayerNodeId, row.tag,
+    LobbyPlayer* player = SessionOf(ReadItem<uint64_t>(data, length, row.sessionAt, 0),
+                                    ReadItem<uint64_t>(data, length, row.sessionAt, 1), row.tag,
                                     "pMsg->ulPlayerNodeId [%d] != *pPlayerNode[%d]");
     if (player == nullptr) return;
-    Result result;
-    std::memcpy(&result, &msg, sizeof(result));
-    const int code = CodeOf(result);
+    const int code = row.narrowCode ? ReadItem<uint8_t>(data, length, row.codeAt, 0)
+                                    : ReadItem<int32_t>(data, length, row.codeAt, 0);
     if (row.clientType == BANK_LOGIN_S2C && code == BANK_RESULT_LOGIN_RETRY) {
         player->iLastBankLoginTime = 0;
     }
-    LogOutcome(row, player->m_iUserID, code);
-    if (!m_lpLobbyServer->SendData(player, row.clientType, &result, sizeof(result), ENCODE_NONE)) {
+    LogOutcome(row.outcome, player->m_iUserID, code);
+    if (!m_lpLobbyServer->SendData(player, row.clientType, data, row.clientSize, ENCODE_NONE)) {
         __log(_ERROR, row.tag, "SendData fail----userid [%d] ", player->m_iUserID);
     }
-}
-
-void QueueServerHandler::OnBankLoginRes(void* data, long length) {
-    RelayResult<LoginBankResult_trans, LoginBankResult>(kBankLoginRow, data, length);
-}
-
-void QueueServerHandler::OnGetCoinRes(void* data, long length) {
-    RelayResult<GetCoinResult_trans, GetCoinResult>(kGetCoinRow, data, length);
-}
-
-void QueueServerHandler::OnSaveCoinRes(void* data, long length) {
-    RelayResult<SaveCoinRes_trans, SaveCoinRes>(kSaveCoinRow, data, length);
-}
-
-void QueueServerHandler::OnModifyBankPasswd(void* data, long length) {
-    RelayResult<ModifyBankPasswdRes_trans, ModifyBankPasswdRes>(kBankPasswdRow, data, length);
-}
-
-void QueueServerHandler::OnModifyPasswd(void* data, long length) {
-    RelayResult<ModifyPassWordRes_trans, tagModifyPassWordRes>(kPasswdRow, data, length);
-}
-
-void QueueServerHandler::OnModifyNickName(void* data, long length) {
-    RelayResult<ModifyNickNameRes_trans, ModifyNickNameRes>(kNickNameRow, data, length);
-}
-
-void QueueServerHandler::OnModifyGender(void* data, long length) {
-    RelayResult<ModifyGenderRes_trans, ModifyGenderRes>(kGenderRow, data, length);
-}
-
-void QueueServerHandler::OnModifyPersonalSignature(void* data, long length) {
-    RelayResult<ModifyPersonalSignatureRes_trans, ModifyPersonalSignatureRes>(kSignatureRow, data,
-                                                                              length);
-}
-
-void QueueServerHandler::OnModifyFaceId(void* data, long length) {
-    RelayResult<ModifyFaceIdRes_trans, ModifyFaceIdRes>(kFaceIdRow, data, length);
-}
-
-void QueueServerHandler::OnBindingMobile(void* data, long length) {
-    RelayResult<BindingMobileRes_trans, BindingMobileRes>(kMobileRow, data, length);
-}
-
-void QueueServerHandler::OnRealNameAuthen(void* data, long length) {
-    RelayResult<RealNameAuthenRes_trans, RealNameAuthenRes>(kRealNameRow, data, length);
-}
-
-void QueueServerHandler::OnModifyFaceFrame(void* data, long length) {
-    RelayResult<ModifyFaceFrameRes_trans, ModifyFaceFrameRes>(kFaceFrameRow, data, length);
 }

@@ -26,23 +26,6 @@ namespace {
 
 constexpr const char* kTag = "LobbyServer::Reload";
 
-// Loads the file when lobby_check finds nothing wrong with it; of LobbyServer.cfg only what is read
-// again is looked at. The old is kept otherwise, and the log says why.
-bool LoadGood(const char* name, CIniFile& content) {
-    const auto file =
-        std::find_if(std::begin(kConfigFiles), std::end(kConfigFiles),
-                     [&](const ConfigFile& one) { return one.name == std::string_view(name); });
-    for (const check::Problem& problem : check::CheckFile(*file, ".")) {
-        const bool matters = std::string_view(name) != "LobbyServer.cfg" ||
-                             problem.section.empty() || SameText(problem.section, "limits") ||
-                             SameText(problem.key, "level");
-        if (!matters) continue;
-        __log(_ERROR, kTag, "reload '%s': kept as it was, %s", name, TextOf(problem).c_str());
-        return false;
-    }
-    return content.InitFile(name) != 0;
-}
-
 std::string Value(const CIniFile& file, const char* section, const char* key) {
     std::string value(static_cast<size_t>(file.GetValueStr(section, key, nullptr, 0)), '\0');
     file.GetValueStr(section, key, value.data(), static_cast<int>(value.size()));
@@ -50,47 +33,53 @@ std::string Value(const CIniFile& file, const char* section, const char* key) {
     return value;
 }
 
-std::optional<ForbiddenNames> ReadNames() {
-    CIniFile file;
-    if (!LoadGood("SensitiveName.cfg", file)) return {};
-    ForbiddenNames names;
+void ReadNames(const CIniFile& file, ForbiddenNames& names) {
     names.Load(file);
     LogAlways(kTag, "reload 'SensitiveName.cfg': fragments[%zu]", names.Fragments().size());
-    return names;
 }
 
 // Unlike the load every 30 minutes this takes accounts off the list, too.
-std::optional<DisabledUsers> ReadAccounts() {
-    CIniFile file;
-    if (!LoadGood("disconnectuserid.cfg", file)) return {};
-    DisabledUsers accounts;
+void ReadAccounts(const CIniFile& file, DisabledUsers& accounts) {
     accounts.Load(file);
     LogAlways(kTag, "reload 'disconnectuserid.cfg': accounts[%zu]", accounts.List().size());
-    return accounts;
 }
 
-std::optional<CompeteConfig> ReadTournament() {
-    CIniFile file;
-    if (!LoadGood("compete_info.cfg", file)) return {};
-    CompeteConfig tournament;
+void ReadTournament(const CIniFile&, CompeteConfig& tournament) {
     tournament.ReadConfig();
     LogAlways(kTag, "reload 'compete_info.cfg': rounds by month[%d], by day[%d]",
               tournament.m_usMonthTurnNum, tournament.m_usDayTurnNum);
-    return tournament;
 }
 
-std::optional<MessageLimits> ReadLimitsAndLevel() {
-    CIniFile file;
-    if (!LoadGood("LobbyServer.cfg", file)) return {};
+void ReadLimitsAndLevel(const CIniFile& file, MessageLimits& limits) {
     ReloadLogLevel("LobbyServer.cfg");
-    MessageLimits limits;
     int count = 0;
     ForEachKey(file, "limits", [&](const char* key) {
         if (limits.Add(key, Value(file, "limits", key)) == nullptr) ++count;
     });
     LogAlways(kTag, "reload 'LobbyServer.cfg': limits[%d], log level[%s]", count,
               Value(file, "log", "level").c_str());
-    return limits;
+}
+
+// What the file holds, when lobby_check finds nothing wrong with it; of LobbyServer.cfg only what
+// is read again is looked at. Otherwise nothing, so that the old is kept, and the log says why.
+template <class T>
+std::optional<T> Fresh(const char* name, void (*read)(const CIniFile&, T&)) {
+    const auto row =
+        std::find_if(std::begin(kConfigFiles), std::end(kConfigFiles),
+                     [&](const ConfigFile& one) { return one.name == std::string_view(name); });
+    for (const check::Problem& problem : check::CheckFile(*row, ".")) {
+        const bool matters = std::string_view(name) != "LobbyServer.cfg" ||
+                             problem.section.empty() || SameText(problem.section, "limits") ||
+                             SameText(problem.key, "level");
+        if (!matters) continue;
+        __log(_ERROR, kTag, "reload '%s': kept as it was, %s", name, TextOf(problem).c_str());
+        return {};
+    }
+    CIniFile file;
+    if (file.InitFile(name) == 0) return {};
+    std::optional<T> content(std::in_place);
+    read(file, *content);
+    return content;
 }
 
 }  // namespace
@@ -101,10 +90,10 @@ std::optional<MessageLimits> ReadLimitsAndLevel() {
 void LobbyServer::Reload() {
     TellReloading();
     auto fresh = std::make_shared<Reloaded>();
-    fresh->names = ReadNames();
-    fresh->accounts = ReadAccounts();
-    fresh->tournament = ReadTournament();
-    fresh->limits = ReadLimitsAndLevel();
+    fresh->names = Fresh("SensitiveName.cfg", ReadNames);
+    fresh->accounts = Fresh("disconnectuserid.cfg", ReadAccounts);
+    fresh->tournament = Fresh("compete_info.cfg", ReadTournament);
+    fresh->limits = Fresh("LobbyServer.cfg", ReadLimitsAndLevel);
     m_Reloaded.Put(std::move(fresh));
     TellSupervisor("READY=1");
 }

@@ -5,6 +5,7 @@
 #include "Common/WorkerThread.h"
 #include "ConfigServerHandler.h"
 #include "DataServerHandler.h"
+#include "DispatchTable.h"
 #include "LobbyClientHandler.h"
 #include "LobbyMetrics.h"
 #include "LobbyServer.h"
@@ -20,28 +21,47 @@ constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
 constexpr long kSubscribeKeySeconds = 180;
 
+// What the lobby takes itself, before it asks whose message it is.
+struct OwnMessages {
+    LobbyServer& lobby;
+
+    void Refuse(IPlayerNode* node, void*, long) {
+        __log(_WARN, "LobbyServer::OnNetMessage",
+              "client response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
+              CLIENT_FORBIDDEN_C2S);
+        CountRefusal(Refusal::ForbiddenType);
+        lobby.Close(node);
+    }
+    void Echo(IPlayerNode* node, void*, long) {
+        lobby.SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
+    }
+    void LogIn(IPlayerNode* node, void* data, long length) {
+        lobby.OnLobbyClientConnectNotice(node, data, length);
+    }
+};
+
+constexpr auto kDispatch = AnyonesMessages<OwnMessages>({
+    {CLIENT_FORBIDDEN_C2S, &OwnMessages::Refuse},
+    {MSG_KEEP_ALIVE, &OwnMessages::Echo},
+    {CLIENT_CONNECT_NOTICE_C2S, &OwnMessages::LogIn},
+});
+
 }  // namespace
 
 void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length) {
     AssertWorker();
     if (node == nullptr) {
         __log(_ERROR, "LobbyServer::OnNetMessage", "OnNetMessage lpPlayerNode == NULL");
-    } else if (!m_Limits.Empty() && IsOverLimit(node, type)) {
         return;
-    } else if (type == CLIENT_FORBIDDEN_C2S) {
-        __log(_WARN, "LobbyServer::OnNetMessage",
-              "client response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node), type);
-        CountRefusal(Refusal::ForbiddenType);
-        Close(node);
-    } else if (type == MSG_KEEP_ALIVE) {
-        SendData(node, MSG_KEEP_ALIVE, nullptr, 0, ENCODE_NONE);
-    } else if (type == CLIENT_CONNECT_NOTICE_C2S) {
-        OnLobbyClientConnectNotice(node, data, length);
-    } else if (!m_Links.Take(node, type, data, length) &&
-               !m_lpLobbyClientHandler->OnNetMessage(node, type, data, length)) {
-        __log(_ERROR, "LobbyServer::OnNetMessage", "lpPlayerNode[%d]非法消息类型[%0x]",
-              static_cast<int>(PtrTag(node)), type);
     }
+    if (!m_Limits.Empty() && IsOverLimit(node, type)) return;
+    OwnMessages own{*this};
+    if (kDispatch.Call(own, type, node, data, length) || m_Links.Take(node, type, data, length) ||
+        m_lpLobbyClientHandler->OnNetMessage(node, type, data, length)) {
+        return;
+    }
+    __log(_ERROR, "LobbyServer::OnNetMessage", "lpPlayerNode[%d]非法消息类型[%0x]",
+          static_cast<int>(PtrTag(node)), type);
 }
 
 bool LobbyServer::IsOverLimit(IPlayerNode* node, unsigned short type) {
