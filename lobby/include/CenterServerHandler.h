@@ -30,11 +30,15 @@ class CenterServerHandler : public LinkHandler {
 
     // The notices. A wrong size of one of fixed size closes the link, which is then re-opened and
     // registered again, so that the center sends everything anew.
-    LinkMessage OnCenterServerInfoNotice, OnCenterServerInfoUpdate, OnCenterServerCloseNotice;
-    LinkMessage OnCenterTerminateNotice, OnCenterNoticeKickOut;
+    void OnCenterServerInfoNotice(void* data, long length);
+    void OnCenterServerInfoUpdate(void* data, long length);
+    void OnCenterServerCloseNotice(void* data, long length);
+    void OnCenterTerminateNotice(void* data, long length);
     // The site lists do not rebuild the show lists; these catch up with the next server notice
     // that does, or with the timer.
-    LinkMessage OnCenterServerGameListNotice, OnCenterSiteGameTerminateNotice;
+    void OnCenterServerGameListNotice(void* data, long length);
+    void OnCenterSiteGameTerminateNotice(void* data, long length);
+    void OnCenterNoticeKickOut(void* data, long length);
 
     LinkNode& m_lpCenterServer = m_Node;
     ServerList m_ServerList;

@@ -27,11 +27,13 @@ class ConfigServerHandler : public LinkHandler {
     int32_t OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length);
 
     // The results. One of the wrong size is dropped, the link stays.
-    LinkMessage OnVipLevelConfigRes, OnVipPhotoConfigRes, OnVipFrameConfigRes;
+    void OnVipLevelConfigRes(void* data, long length);
+    void OnVipPhotoConfigRes(void* data, long length);
+    void OnVipFrameConfigRes(void* data, long length);
     // Above 0 the lobby's timer empties the lobby, 0 opens it again.
-    LinkMessage OnConfigLobbySwitchRes;
+    void OnConfigLobbySwitchRes(void* data, long length);
     // A list too long for one message comes as one that starts afresh and others that append.
-    LinkMessage OnSubscribeKeyRes;
+    void OnSubscribeKeyRes(void* data, long length);
 
     LinkNode& m_lpConfigServer = m_Node;
 };

@@ -26,8 +26,11 @@ class DataServerHandler : public LinkHandler {
     void SendActivityProgressReq(LobbyPlayer* player);
     void SendUpdateActivityProgressReq(int, void*, long) {}
 
-    LinkMessage HandleActivityConfigRes, HandleActivityProgressRes, HandleSingleProgressRes;
-    LinkMessage HandleUpdateActivityProgressRes, HandleAccountTypeRes;
+    void HandleActivityConfigRes(void* data, long length);
+    void HandleActivityProgressRes(void* data, long length);
+    void HandleUpdateActivityProgressRes(void* data, long length);
+    void HandleAccountTypeRes(void* data, long length);
+    void HandleSingleProgressRes(void* data, long length);
 
     LinkNode& m_lpDataServer = m_Node;
 };

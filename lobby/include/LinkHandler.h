@@ -15,9 +15,6 @@ class LobbyServer;
 // Thread: message worker, but Open (main or the reconnect keeper).
 class LinkHandler {
   public:
-    // Takes a message of the link, whole with its header.
-    using LinkMessage = void(void* data, long length);
-
     virtual ~LinkHandler() = default;
     LinkHandler(const LinkHandler&) = delete;
     LinkHandler& operator=(const LinkHandler&) = delete;

@@ -15,15 +15,12 @@ struct tagModifyPassWordReq;
 // and relays the rest to the queue server. Keeps the list of the sessions. Owned by
 // LobbyServer; owns no session.
 //
-// Where checks of similar requests differ in order or outcome (answer, silence, close), clients
-// rely on the difference.
+// Request handlers take the whole message with its header. Where checks of similar requests
+// differ in order or outcome (answer, silence, close), clients rely on the difference.
 //
 // Thread: message worker.
 class LobbyClientHandler {
   public:
-    // Takes a client's message, whole with its header.
-    using Request = void(IPlayerNode* node, void* data, unsigned short length);
-
     explicit LobbyClientHandler(LobbyServer* server) : m_lpLobbyServer(server) {}
     virtual ~LobbyClientHandler() = default;
     LobbyClientHandler(const LobbyClientHandler&) = delete;
@@ -53,14 +50,21 @@ class LobbyClientHandler {
     void SendMsgToAllLobbyClent(unsigned short type, void* data, long length);
 
     // Bank.
-    Request HandleBankLoginReq, HandleGetCoinReq, HandleSaveCoinReq, HandleModifyBankPasswdReq;
+    void HandleBankLoginReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleGetCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleSaveCoinReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyBankPasswdReq(IPlayerNode* node, void* data, unsigned short length);
 
     // Profile.
-    Request HandleModifyPassWordReq, HandleModifyNickName, HandleModifyGender;
-    Request HandleModifyPersonalSignature, HandleModifyFaceId, HandleBindingMobileReq;
-    Request HandleRealNameAuthenReq;
+    void HandleModifyPassWordReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyNickName(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyGender(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyPersonalSignature(IPlayerNode* node, void* data, unsigned short length);
+    void HandleModifyFaceId(IPlayerNode* node, void* data, unsigned short length);
+    void HandleBindingMobileReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleRealNameAuthenReq(IPlayerNode* node, void* data, unsigned short length);
     // Not reachable from the network: no client request has this message number.
-    Request HandleModifyFaceFrameReq;
+    void HandleModifyFaceFrameReq(IPlayerNode* node, void* data, unsigned short length);
 
     // Coin notices of the web server, and refresh. Notices for absent players are dropped, and
     // everything is while there is no lobby.
@@ -71,13 +75,14 @@ class LobbyClientHandler {
     void HandleSychUserDataMsg(void* data, long length);
     void HandleSychUserDataMsg(IPlayerNode* node, void* data, long length);
     // At most once per clock second and session, whoever asks.
-    Request HandleRechargeRefreshCoinReq;
+    void HandleRechargeRefreshCoinReq(IPlayerNode* node, void* data, unsigned short length);
 
     // Coin exchange.
-    Request HandleClientExchangeCoinReq;
+    void HandleClientExchangeCoinReq(IPlayerNode* node, void* data, unsigned short length);
 
     // Server list and tournament.
-    Request HandleClientServerInfoReq, HandleClientCompeteInfoReq;
+    void HandleClientServerInfoReq(IPlayerNode* node, void* data, unsigned short length);
+    void HandleClientCompeteInfoReq(IPlayerNode* node, void* data, unsigned short length);
 
     // Farm subscriptions; an empty key drops all of the player's.
     void subscribe(IPlayerNode* node, void* data, long length);
@@ -90,7 +95,10 @@ class LobbyClientHandler {
 
   private:
     // Table entries whose work has another signature or a preamble.
-    Request HandleSubscribe, HandleCompeteInfo, HandleUnsubscribe, HandleActivity;
+    void HandleSubscribe(IPlayerNode* node, void* data, unsigned short length);
+    void HandleCompeteInfo(IPlayerNode* node, void* data, unsigned short length);
+    void HandleUnsubscribe(IPlayerNode* node, void* data, unsigned short length);
+    void HandleActivity(IPlayerNode* node, void* data, unsigned short length);
 
     template <class Op>
     void RelayBankReq(const Op& op, IPlayerNode* node, void* data, unsigned short length);

@@ -28,7 +28,7 @@ class QueueServerHandler : public LinkHandler {
     bool OnNetMessage(IPlayerNode* node, unsigned short type, void* data, long length);
 
     // The account of a login; it is complete, and answered, once the registry has been asked.
-    LinkMessage OnUserInfoRes;
+    void OnUserInfoRes(void* data, long length);
     void HandleUserInfoRes(IPlayerNode* node, unsigned short type, void* data, int length);
     // The registry has taken the session in. `online`: there was a mark, which now stands for this
     // session; older, the session it stood for, is put out, or, when null, looked for elsewhere.
@@ -55,7 +55,9 @@ class QueueServerHandler : public LinkHandler {
     void OnModifyFaceFrame(void* data, long length) { Relay(MODIFY_FACE_FRAME_Q2L, data, length); }
 
     // Coins and tournament.
-    LinkMessage OnUserExchangeCoinRes, OnRechargeRefreshCoin, OnCompeteLobbyUserInfoRes;
+    void OnUserExchangeCoinRes(void* data, long length);
+    void OnRechargeRefreshCoin(void* data, long length);
+    void OnCompeteLobbyUserInfoRes(void* data, long length);
 
     LinkNode& m_lpQueueServer = m_Node;  // null while the link is down
 

@@ -31,12 +31,15 @@ class WebServerHandler : public LinkHandler {
     void OnTimer(long now);
 
     void PushIntoBulletinNotice(WinCoinBulletinNotice_2& item);
-    LinkMessage HandlerWinBulletinNotice, HandlerSysBulletinNotice;
+    void HandlerWinBulletinNotice(void* data, long length);
+    void HandlerSysBulletinNotice(void* data, long length);
     // To the subscribers of its key when it is a published one, else to its user or to everybody;
     // direct deliveries are recorded at the log server.
-    LinkMessage HandleFarmTransferMsg;
+    void HandleFarmTransferMsg(void* data, long length);
     // These go on to LobbyServer.
-    LinkMessage HandleRechargeSucessNotice, HandleConsumeSucessNotice, HandleSychUserDataMsg;
+    void HandleRechargeSucessNotice(void* data, long length);
+    void HandleConsumeSucessNotice(void* data, long length);
+    void HandleSychUserDataMsg(void* data, long length);
 
     LinkNode& m_lpWebServer = m_Node;
     BulletinQueue m_lBulletinItem;

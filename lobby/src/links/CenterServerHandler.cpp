@@ -3,10 +3,23 @@
 #include <cstdio>
 
 #include "Common/Log.h"
+#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 
 namespace {
+
+using Center = CenterServerHandler;
+
+constexpr auto kDispatch = LinkMessages<Center>({
+    {MSG_CENTER_SERVER_INFO, &Center::OnCenterServerInfoNotice},
+    {MSG_CENTER_SERVER_UPDATE, &Center::OnCenterServerInfoUpdate},
+    {MSG_CENTER_SERVER_TERMINATE, &Center::OnCenterTerminateNotice},
+    {MSG_CENTER_SITE_GAME_LIST, &Center::OnCenterServerGameListNotice},
+    {MSG_CENTER_SITE_GAME_TERMINATE, &Center::OnCenterSiteGameTerminateNotice},
+    {MSG_CENTER_KICK_OUT, &Center::OnCenterNoticeKickOut},
+    {MSG_CENTER_SERVER_CLOSE, &Center::OnCenterServerCloseNotice},
+});
 
 constexpr char kNotEqual[] = "buffer length is not match ! length[%d] != sizeof(%d)";
 // The "<" is printed where equality is checked as well; operators search for it.
@@ -40,6 +53,13 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
     ZeroMsg(msg);
     msg.iRegisterType = 3;  // a lobby; its game and server ids are 0
     m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
+}
+
+bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
+    if (!IsMine(node)) return false;
+    // Unknown types are swallowed without a line: the center announces more than lobbies need.
+    kDispatch.Call(*this, type, data, length);
+    return true;
 }
 
 void CenterServerHandler::refreshShowGameList() {

@@ -4,11 +4,22 @@
 #include <type_traits>
 
 #include "Common/Log.h"
+#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "LogText.h"
 #include "MsgView.h"
 
 namespace {
+
+using Config = ConfigServerHandler;
+
+constexpr auto kDispatch = LinkMessages<Config>({
+    {MSG_CONFIG_VIP_LEVEL_RES, &Config::OnVipLevelConfigRes},
+    {MSG_CONFIG_VIP_PHOTO_RES, &Config::OnVipPhotoConfigRes},
+    {MSG_CONFIG_VIP_FRAME_RES, &Config::OnVipFrameConfigRes},
+    {MSG_CONFIG_STOP_SWITCH_RES, &Config::OnConfigLobbySwitchRes},
+    {MSG_CONFIG_SUBSCRIBE_KEY_RES, &Config::OnSubscribeKeyRes},
+});
 
 // Unlike at the center, a message of the wrong size does not cost the link. The "=" is how the
 // line reads everywhere.
@@ -68,6 +79,16 @@ void ConfigServerHandler::LoadConfigs() {
 
 void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
     m_lpLobbyServer->SendMsgToConfigServer(MSG_CONFIG_STOP_SWITCH_REQ, nullptr, 0);
+}
+
+int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
+                                          long length) {
+    if (!IsMine(node)) return 0;
+    if (!kDispatch.Call(*this, type, data, length)) {
+        __log(_ERROR, "ConfigServerHandler::OnNetMessage",
+              "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
+    }
+    return 1;
 }
 
 void ConfigServerHandler::OnVipLevelConfigRes(void* data, long length) {

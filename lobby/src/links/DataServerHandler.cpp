@@ -9,12 +9,23 @@
 #include <cstdio>
 
 #include "Common/Log.h"
+#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "activitySystem/ActivitySystem.h"
 #include "activitySystem/Activity_Data_Msg.h"
 
 namespace {
+
+using Data = DataServerHandler;
+
+constexpr auto kDispatch = LinkMessages<Data>({
+    {ACT_ACCOUNT_TYPE_RES, &Data::HandleAccountTypeRes},
+    {ACT_CONFIG_RES, &Data::HandleActivityConfigRes},
+    {ACT_PROGRESS_RES, &Data::HandleActivityProgressRes},
+    {ACT_SINGLE_PROGRESS_RES, &Data::HandleSingleProgressRes},
+    {ACT_UPDATE_ACK, &Data::HandleUpdateActivityProgressRes},
+});
 
 // Whether a list of records behind its head is exactly as long as the message. Computed in 64
 // bits: no count wraps around to a length that fits.
@@ -36,6 +47,21 @@ bool CheckListLength(const char* tag, long length, const List& list) {
 
 long DataServerHandler::ConnectServer() {
     return Open([this] { RegistDataServerReq(); });
+}
+
+bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
+                                     long length) {
+    if (!IsMine(node)) return false;
+    std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
+    if (kDispatch.Call(*this, type, data, length)) return true;
+    if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
+        ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
+    } else {
+        __log(_ERROR, "DataServerHandler::OnNetMessage",
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
+              type);
+    }
+    return true;
 }
 
 void DataServerHandler::RegistDataServerReq() {

@@ -4,10 +4,33 @@
 
 #include "Common/Log.h"
 #include "DataServerHandler.h"
+#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
+#include "compete_msg.h"
 
 namespace {
+
+// clang-format off
+constexpr auto kDispatch = LinkMessages<QueueServerHandler>({
+    {USER_INFO_Q2L,                   &QueueServerHandler::OnUserInfoRes},
+    {BANK_LOGIN_Q2L,                  &QueueServerHandler::OnBankLoginRes},
+    {BANK_GET_COIN_Q2L,               &QueueServerHandler::OnGetCoinRes},
+    {BANK_SAVE_COIN_Q2L,              &QueueServerHandler::OnSaveCoinRes},
+    {BANK_MODIFY_PASSWD_Q2L,          &QueueServerHandler::OnModifyBankPasswd},
+    {MODIFY_PASSWORD_Q2L,             &QueueServerHandler::OnModifyPasswd},
+    {MODIFY_NICKNAME_Q2L,             &QueueServerHandler::OnModifyNickName},
+    {MODIFY_GENDER_Q2L,               &QueueServerHandler::OnModifyGender},
+    {MODIFY_SIGNATURE_Q2L,            &QueueServerHandler::OnModifyPersonalSignature},
+    {MODIFY_FACE_ID_Q2L,              &QueueServerHandler::OnModifyFaceId},
+    {BINDING_MOBILE_Q2L,              &QueueServerHandler::OnBindingMobile},
+    {REAL_NAME_Q2L,                   &QueueServerHandler::OnRealNameAuthen},
+    {MODIFY_FACE_FRAME_Q2L,           &QueueServerHandler::OnModifyFaceFrame},
+    {EXCHANGE_COIN_Q2L,               &QueueServerHandler::OnUserExchangeCoinRes},
+    {REFRESH_COIN_Q2L,                &QueueServerHandler::OnRechargeRefreshCoin},
+    {MSG_QUEUE_COMPETE_USER_INFO_RES, &QueueServerHandler::OnCompeteLobbyUserInfoRes},
+});
+// clang-format on
 
 // Takes the account over into the session.
 void StoreAccount(LobbyPlayer* player, const UserInfoRes& info) {
@@ -32,6 +55,17 @@ void StoreAccount(LobbyPlayer* player, const UserInfoRes& info) {
 
 int64_t QueueServerHandler::ConnectServer() {
     return Open();
+}
+
+bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
+                                      long length) {
+    if (!IsMine(node)) return false;
+    if (!kDispatch.Call(*this, type, data, length)) {
+        __log(_ERROR, "QueueServerHandler::OnNetMessage",
+              "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
+              type);
+    }
+    return true;
 }
 
 void QueueServerHandler::OnUserInfoRes(void* data, long length) {

@@ -5,11 +5,23 @@
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "Common/WorkerThread.h"
+#include "DispatchTable.h"
 #include "LobbyServer.h"
 #include "MsgView.h"
 #include "Period.h"
 
 namespace {
+
+using Web = WebServerHandler;
+
+constexpr auto kDispatch = LinkMessages<Web>({
+    {MSG_WEB_RECHARGE_NOTICE, &Web::HandleRechargeSucessNotice},
+    {MSG_WEB_CONSUME_NOTICE, &Web::HandleConsumeSucessNotice},
+    {MSG_WEB_SYNC_USER_DATA, &Web::HandleSychUserDataMsg},
+    {MSG_WEB_WIN_BULLETIN, &Web::HandlerWinBulletinNotice},
+    {MSG_WEB_SYS_BULLETIN, &Web::HandlerSysBulletinNotice},
+    {MSG_WEB_FARM_TRANSFER, &Web::HandleFarmTransferMsg},
+});
 
 constexpr uint16_t kMaxBroadcast = 5;
 
@@ -30,6 +42,16 @@ int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
     const bool sent =
         m_lpLobbyServer->SendData(node, MSG_WEB_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
     return sent ? 0 : 1;
+}
+
+bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
+    if (!IsMine(node)) return false;
+    if (!kDispatch.Call(*this, type, data, length)) {
+        __log(_ERROR, "WebServerHandler::OnNetMessage",
+              "webserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
+              static_cast<unsigned>(type));
+    }
+    return true;
 }
 
 void WebServerHandler::OnTimer(long now) {
