@@ -65,6 +65,8 @@ consteval bool Is(F) {
     return true;
 }
 static_assert(
+    Is<long (EPOLLContext::*)(void*, long, bool, sockaddr_in*)>(&EPOLLContext::SendData) &&
+    Is<long (EPOLLContext::*)(void*, long, bool, char*, unsigned short)>(&EPOLLContext::SendData) &&
     Is<void (LobbyServer::*)(void*, long)>(&LobbyServer::HandleSychUserDataMsg) &&
     Is<int64_t (LobbyServer::*)(const char*, IPlayerNode*&)>(&LobbyServer::ConnectServer) &&
     Is<void (ActivitySystem::*)(GameProvider*)>(&ActivitySystem::SetGameProvider) &&
