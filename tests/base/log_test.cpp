@@ -79,7 +79,7 @@ TEST_F(LogTest, OneLineOnConsoleAndInFileFromTheLevelOn) {
     EXPECT_EQ(LogOf([] { __log(_ERROR, "t", "before"); }), "");
     for (const auto& [config, lowest] : kCases) {
         ASSERT_EQ(Start(config), 1);
-        EXPECT_EQ(Start(), 0) << "already open";
+        EXPECT_EQ(Start(config), 0) << "already open";
         std::string file;
         for (const auto& row : kLevels) {
             const bool written = row.level >= lowest;
