@@ -89,7 +89,8 @@ TEST(SendBatch, APartWrittenShortensASharedBuffer) {
         std::string expected;
         for (size_t i = 0; i < 3; ++i)
             expected += i <= cut / 90 ? text : rest;
-        EXPECT_EQ(queue.Write(cut) + queue.Write(1 << 20), expected) << cut;
+        const std::string begin = queue.Write(cut);
+        EXPECT_EQ(begin + queue.Write(1 << 20), expected) << cut;
     }
 }
 
