@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr long kRetryMs = 1000;
 constexpr long kSliceMs = 10;
 
 }  // namespace
 
-Reconnect::Reconnect()
-    : m_lpHostList(NodeManager<HostList>::CreateInstance(NODE_LINK, 0)),
+Reconnect::Reconnect(long retryMs)
+    : m_lRetryMs(retryMs),
+      m_lpHostList(NodeManager<HostList>::CreateInstance(NODE_LINK, 0)),
       m_lpFactory(NodeFactory<HostList>::CreateInstance()) {}
 
 Reconnect::~Reconnect() {
@@ -87,6 +87,6 @@ void Reconnect::DoConnect() {
 }
 
 void Reconnect::SleepBeforeRetry() const {
-    for (long slept = 0; slept < kRetryMs && !m_bExit; slept += kSliceMs)
+    for (long slept = 0; slept < m_lRetryMs && !m_bExit; slept += kSliceMs)
         usleep(kSliceMs * 1000);
 }

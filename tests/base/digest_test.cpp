@@ -97,50 +97,41 @@ TEST(Encodings, SeptetsComeBackAtEveryLength) {
     }
 }
 
-struct Item {
-    int key;
-    int order;
-    bool operator==(const Item&) const = default;
-};
-using Items = std::vector<Item>;
-
-Item& At(void* context, int i) {
-    return static_cast<Items*>(context)->at(static_cast<size_t>(i));
-}
-
-int Compare(int i, int j, void* context) {
-    return At(context, i).key - At(context, j).key;
-}
-
-void Exchange(int i, int j, void* context) {
-    std::swap(At(context, i), At(context, j));
-}
-
-void Move(int from, int to, void* context) {
-    std::rotate(&At(context, to), &At(context, from), &At(context, from) + 1);
-}
+using Items = std::vector<std::pair<int, int>>;  // the key, and the place before
 
 TEST(Sorts, RandomCollectionsWithinTheirRangeOnly) {
+    static constexpr auto at = [](void* items, int i) {
+        return static_cast<Items*>(items)->begin() + i;
+    };
+    constexpr auto compare = [](int i, int j, void* items) {
+        return at(items, i)->first - at(items, j)->first;
+    };
+    constexpr auto exchange = [](int i, int j, void* items) {
+        std::swap(*at(items, i), *at(items, j));
+    };
+    constexpr auto move = [](int from, int to, void* items) {
+        std::rotate(at(items, to), at(items, from), at(items, from) + 1);
+    };
     std::mt19937 random(7);
+    const auto below = [&](size_t most) { return static_cast<int>(random() % most); };
     for (int round = 0; round < 400; ++round) {
         Items items(2 + random() % 40);
-        const int range = 1 + static_cast<int>(random() % 30);
+        const size_t range = 1 + random() % 30;
         for (size_t i = 0; i < items.size(); ++i)
-            items[i] = {static_cast<int>(random()) % range, static_cast<int>(i)};
-        const int first = static_cast<int>(random() % items.size());
-        const int last =
-            first + static_cast<int>(random() % (items.size() - static_cast<size_t>(first)));
+            items[i] = {below(range), static_cast<int>(i)};
+        const int first = below(items.size()),
+                  last = first + below(items.size() - static_cast<size_t>(first));
         // Nothing happens without a callback.
-        digest::qsort(first, last, &items, Compare, nullptr);
-        digest::MergeSort(first, last, &items, Compare, Exchange, nullptr);
+        digest::qsort(first, last, &items, compare, nullptr);
+        digest::MergeSort(first, last, &items, compare, exchange, nullptr);
         Items expected = items, partitioned = items;
         std::stable_sort(expected.begin() + first, expected.begin() + last + 1,
-                         [](const Item& a, const Item& b) { return a.key < b.key; });
-        digest::qsort(first, last, &partitioned, Compare, Exchange);
-        digest::MergeSort(first, last, &items, Compare, Exchange, Move);
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        digest::qsort(first, last, &partitioned, compare, exchange);
+        digest::MergeSort(first, last, &items, compare, exchange, move);
         ASSERT_EQ(items, expected) << "stable";
         for (size_t i = 0; i < items.size(); ++i)
-            ASSERT_EQ(partitioned[i].key, expected[i].key);
+            ASSERT_EQ(partitioned[i].first, expected[i].first);
     }
 }
 

@@ -178,27 +178,18 @@ void ExpectEntriesAgree(const CIniFile& ini) {
     }
 }
 
-TEST(IniFile, RandomBytesAreRead) {
+TEST(IniFile, RandomBytesAreReadAndTakeAValue) {
     std::mt19937 random(1);
     const std::string alphabet = "[]= \t\r\nab;\0";
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 100; ++round) {
         std::string content(1 + random() % 40, '\0');
         for (char& c : content)
             c = alphabet[random() % alphabet.size()];
         TempFile file(content);
         CIniFile ini(file.Path());
-        char buf[64];
-        ini.GetSectionNames(buf, static_cast<int>(random() % 64));
-        for (const char* name : {"a", "b", "ab", ""}) {
-            ini.GetKeyNames(name, buf, static_cast<int>(random() % 64));
-            for (const char* key : {"a", "b", "ab", ""})
-                Value(ini, name, key);
-        }
         ExpectEntriesAgree(ini);
         ini.SetValueStr("a", "b", "value", true);
         EXPECT_EQ(Value(ini, "a", "b"), "value") << content;
-        ini.DeleteKey("a", "b");
-        ini.DeleteSection("a");
     }
 }
 

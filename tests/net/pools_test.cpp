@@ -14,12 +14,7 @@ struct Item {
     Item* __p_next;
 };
 
-template <class Deleted>
-struct Releaser {
-    void operator()(Deleted* object) const { object->Release(); }
-};
-using Queue = std::unique_ptr<NodeManager<Item>, Releaser<NodeManager<Item>>>;
-using Factory = std::unique_ptr<NodeFactory<Item>, Releaser<NodeFactory<Item>>>;
+using Queue = std::unique_ptr<NodeManager<Item>>;
 
 Queue MakeQueue(long kind, unsigned long capacity) {
     return Queue(NodeManager<Item>::CreateInstance(kind, capacity));
@@ -96,26 +91,25 @@ TEST(NodeQueues, RefuseAndReport) {
         EXPECT_EQ(kind == NODE_ROUND ? 1u : 2u, queue->GetNode(nullptr, 9));
     }
     EXPECT_EQ(0u, MakeQueue(NODE_RING, 0)->SetNode(in, 1));
-    EXPECT_EQ(nullptr, NodeManager<Item>::CreateInstance(3, 8));
-    EXPECT_EQ(nullptr, NodeManager<Item>::CreateInstance(-1, 8));
+    EXPECT_FALSE(MakeQueue(3, 8) || MakeQueue(-1, 8));
 }
 
 TEST(NodeRecycle, HandsOutFreedNodesUntouchedButForTheLink) {
-    const Factory factory(NodeFactory<Item>::CreateInstance());
+    const std::unique_ptr<NodeFactory<Item>> factory(NodeFactory<Item>::CreateInstance());
     factory->FreeNode(nullptr);
-    Item* nodes[] = {factory->CreateNode(), factory->CreateNode()};
+    Item* const nodes[] = {factory->CreateNode(), factory->CreateNode()};
     ASSERT_NE(nodes[0], nodes[1]);
-    for (int i : {0, 1}) {
+    for (const int i : {0, 1}) {
         nodes[i]->value = i;
         factory->FreeNode(nodes[i]);
     }
-    for (int i : {1, 0}) {
-        EXPECT_EQ(nodes[i], factory->CreateNode());
-        EXPECT_EQ(i, nodes[i]->value);
-        EXPECT_EQ(nullptr, nodes[i]->__p_next);
+    for (const int i : {1, 0}) {
+        ASSERT_EQ(factory->CreateNode(), nodes[i]);
+        EXPECT_EQ(nodes[i]->value, i);
+        EXPECT_EQ(nodes[i]->__p_next, nullptr);
     }
-    factory->FreeNode(nodes[0]);
-    factory->FreeNode(nodes[1]);
+    for (Item* node : nodes)
+        factory->FreeNode(node);
 }
 
 TEST(SendBuffer, ReturnsWithTheLastReference) {
@@ -136,7 +130,7 @@ TEST(SendBuffer, ReturnsWithTheLastReference) {
 // Records wander factory -> queue -> factory between two producers and one consumer.
 TEST(NodePools, KeepEachProducersOrderBetweenThreads) {
     constexpr int kPerProducer = 20000;
-    const Factory factory(NodeFactory<Item>::CreateInstance());
+    const std::unique_ptr<NodeFactory<Item>> factory(NodeFactory<Item>::CreateInstance());
     const Queue queue = MakeQueue(NODE_LINK, 0);
     auto produce = [&](int first) {
         for (int i = 0; i < kPerProducer; ++i) {

@@ -2,7 +2,6 @@
 // holds the worker up. Clients of both kinds send, ask, leave and come back meanwhile.
 #include <random>
 
-#include "Epoll/NetMetrics.h"
 #include "NetFixture.h"
 
 namespace {
@@ -42,7 +41,7 @@ class Pupil {
   private:
     // What a WebSocket may have under way in all fits one buffer.
     std::string Numbered(unsigned number) const {
-        const unsigned size = number * 37 % (m_bWeb ? 240 : 3000);
+        const unsigned size = number * 37 % (m_bWeb ? 240 : 4089);
         return Message(1 + number % 900, std::string(size, static_cast<char>(number)));
     }
 
@@ -53,9 +52,7 @@ class Pupil {
 };
 
 TEST(Turns, NothingIsLostDoubledOrReordered) {
-    static const TypePlaces types({});
-    static NetMetrics metrics(types);
-    g_NetMetrics.Set(&metrics);
+    const NetMetrics& metrics = Figures();
     std::mt19937 random(3);
     TestServer server;
     server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
@@ -82,7 +79,6 @@ TEST(Turns, NothingIsLostDoubledOrReordered) {
         pupil.join();
     EXPECT_TRUE(server.AwaitReleased(visits));
     EXPECT_EQ(server.closes, visits);  // each node checks that every close came once
-    g_NetMetrics.Set(nullptr);
 }
 
 }  // namespace

@@ -58,20 +58,6 @@ TEST(WebSocketStream, EverySplitYieldsTheSamePayloads) {
     }
 }
 
-TEST(WebSocketStream, LargeFramesComeTogetherFromSmallReads) {
-    const std::vector<std::string> payloads = {Payload(4000), Payload(126), Payload(4000),
-                                               Payload(125)};
-    std::string stream;
-    for (const std::string& payload : payloads)
-        stream += Frame(payload);
-    for (size_t step : {1, 3}) {
-        Link link;
-        for (size_t at = 0; at < stream.size(); at += step)
-            ASSERT_EQ(Result::Ok, link.Read(std::string_view(stream).substr(at, step)));
-        EXPECT_EQ(payloads, link.payloads) << step;
-    }
-}
-
 TEST(WebSocketStream, AnEmptyFrameEndsTheRound) {
     const std::string empty = Frame("", 0x89);
     Link link;
@@ -182,8 +168,10 @@ TEST(ParseStr, AnswersWithTheAcceptKey) {
     for (const auto& [headers, key] : rows) {
         char response[WEBSOCKET_RESPONSE_SIZE] = {'x'};
         const long length = ParseStr(sha1, headers, response);
-        EXPECT_EQ(std::ssize(std::string(response)), length);
-        EXPECT_THAT(response, testing::HasSubstr("Sec-WebSocket-Accept: " + key + "\r\n"));
+        EXPECT_EQ(std::string(response, static_cast<size_t>(length)),
+                  "HTTP/1.1 101 Switching Protocols\r\nConnection: upgrade\r\n"
+                  "Sec-WebSocket-Accept: " +
+                      key + "\r\nUpgrade: websocket\r\n\r\n");
     }
 }
 

@@ -208,18 +208,6 @@ TEST_F(RedisPoolTest, LostConnectionsCostNothingWhileOthersAreWell) {
         return request.answered && request.done;
     };
     EXPECT_TRUE(std::ranges::all_of(batch, answered)) << index.GetErrInfo();
-
-    // Nothing in time on one: the server may hang. Others are found well as soon as they are
-    // pinged.
-    proxy.SetDelay(0ms);
-    client.Keepalive();
-    for (size_t i = 0; i < 8; ++i)
-        proxy.Freeze(i);
-    EXPECT_FALSE(Set());
-    EXPECT_FALSE(Set());
-    EXPECT_EQ(error, "get connection error");
-    client.Keepalive();
-    EXPECT_TRUE(Set()) << error;
 }
 
 TEST_F(RedisPoolTest, SomeConnectionsRefusedLeaveTheOthersInUse) {
@@ -264,7 +252,8 @@ TEST_F(RedisPoolTest, ManyThreadsShareThePoolThroughARestart) {
         while (!stop)
             client.Keepalive();
     });
-    server.Restart();
+    server.Stop();
+    server.Start();
     EXPECT_TRUE(Eventually([&] { return server.Command("EXISTS key0 key1 key2 key3") == ":4"; }));
     stop = true;
     for (auto& thread : threads)

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "Common/WorkerThread.h"
+#include "EPOLLConnection.h"
 #include "Game/NetGame.h"
 
 // Make one, construct the application with Parts(), Attach() it, then Start() it. Must outlive
@@ -57,7 +58,6 @@ class MemoryNet {
 
     NetParts Parts() {
         NetParts parts;
-        parts.messager = std::make_unique<Messager>();
         parts.provider = std::make_unique<Provider>(*this);
         parts.sender = std::make_unique<Sender>(*this);
         return parts;
@@ -87,14 +87,14 @@ class MemoryNet {
     }
     // The peer closes; `flag` as the framework reports it.
     void Hangup(IPlayerNode* node, bool flag = true) {
-        ContextOf(node)->closed = true;
+        ContextOf(node)->m_bClosed = true;
         m_application->OnClosed(node, flag);
     }
     // Whether the application has asked for its close; then that is forgotten.
     bool Reopen(IPlayerNode* node) {
         const std::lock_guard lock(m_lock);
         std::erase(m_closing, node);
-        return ContextOf(node)->closed.exchange(false);
+        return ContextOf(node)->m_bClosed.exchange(false);
     }
     // Reports the closes that the application asked for, those asked for meanwhile included.
     void Settle() {
@@ -111,7 +111,7 @@ class MemoryNet {
         std::lock_guard lock(m_lock);
         return std::exchange(m_sent[node], {});
     }
-    bool IsClosed(IPlayerNode* node) { return ContextOf(node)->closed; }
+    bool IsClosed(IPlayerNode* node) { return ContextOf(node)->IsClosed(); }
     // The open links and listeners, oldest first.
     std::vector<Opened> OpenedNodes() {
         std::lock_guard lock(m_lock);
@@ -134,40 +134,13 @@ class MemoryNet {
     int closedNobody = 0;  // closes of a null node, which the framework logs
 
   private:
-    struct Context : EPOLLContext {
+    struct Context : EPOLLConnection {
+        bool RecvData() override { return net->failRecvPort != ntohs(m_addrRemote.sin_port); }
+        void CloseContext() override { net->Close(node); }
+        using EPOLLConnection::m_addrRemote, EPOLLConnection::m_bClosed;
         MemoryNet* net = nullptr;
         IPlayerNode* node = nullptr;
-        unsigned long associate = 0;
-        sockaddr_in remote{}, local{};
-        unsigned short port = 0;
-        std::atomic<bool> closed{false};
         bool inUse = false;
-
-        void SetContextAssociate(unsigned long value) override { associate = value; }
-        unsigned long GetContextAssociate() override { return associate; }
-        sockaddr_in* GetContextAddrIn(bool isLocal) override { return isLocal ? &local : &remote; }
-        bool RecvData() override { return net->failRecvPort != port; }
-        long SendData(void*, long, bool, sockaddr_in*) override { return -1; }
-        long SendData(void*, long, bool, char*, unsigned short) override { return -1; }
-        long Shutdown(long) override { return 0; }
-        void CloseContext() override { net->Close(node); }
-        bool IsClosed() override { return closed; }
-        long setsockopt(long, long, const char*, long) override { return 0; }
-        long getsockopt(long, long, char*, long*) override { return 0; }
-        long SetKeepAlive(unsigned long, unsigned long, unsigned long, unsigned long) override {
-            return 0;
-        }
-        long SetCustomHeader() override { return 0; }
-        long SetRecvAll(char*) override { return 0; }
-        void Initialize() override {}
-        void Release() override {}
-    };
-
-    struct Messager : INetMessager {
-        void OnReadCompleted(EPOLLContext*, void*, long) override {}
-        void OnConnectionClosed(EPOLLContext*, bool) override {}
-        void OnTimer(long) override {}
-        EPOLLContext* OnCreateContext() override { return nullptr; }
     };
 
     struct Provider : INetProvider {
@@ -187,11 +160,9 @@ class MemoryNet {
             return net.Open(
                 {listen, host != nullptr ? host : "", port, timeoutMs, maxConnections, nullptr});
         }
-        EPOLLContext* Create(bool listen, sockaddr_in& addr, unsigned long timeoutMs,
-                             unsigned long maxConnections, long family, long type,
-                             long protocol) override {
-            return Create(listen, inet_ntoa(addr.sin_addr), ntohs(addr.sin_port), timeoutMs,
-                          maxConnections, family, type, protocol);
+        EPOLLContext* Create(bool, sockaddr_in&, unsigned long, unsigned long, long, long,
+                             long) override {
+            return nullptr;
         }
         void ReleaseContext(EPOLLContext*) override {}
         MemoryNet& net;
@@ -239,14 +210,11 @@ class MemoryNet {
             context->net = this;
             context->node = m_application->OnCreatePlayer();
             context->node->SetContext(context);
-            context->associate = reinterpret_cast<unsigned long>(context->node);
+            context->SetContextAssociate(reinterpret_cast<unsigned long>(context->node));
         }
         context->inUse = true;
-        context->closed = false;
-        context->port = port;
-        context->remote.sin_family = AF_INET;
-        context->remote.sin_port = htons(port);
-        context->remote.sin_addr.s_addr = inet_addr(ip);
+        context->m_bClosed = false;
+        context->m_addrRemote = {AF_INET, htons(port), {inet_addr(ip)}, {}};
         m_sent[context->node].clear();
         lock.unlock();
         context->node->Initialize();
@@ -254,7 +222,7 @@ class MemoryNet {
     }
 
     bool Send(IPlayerNode* node, uint16_t type, void* data, long length) {
-        if (node == nullptr || ContextOf(node)->closed) return false;
+        if (node == nullptr || ContextOf(node)->IsClosed()) return false;
         if (failSend && failSend(node, type)) return false;
         std::string bytes(sizeof(MsgHeader), '\0');
         if (data != nullptr && length > 0) bytes.assign(static_cast<char*>(data), length);
@@ -265,7 +233,7 @@ class MemoryNet {
 
     void Close(IPlayerNode* node) {
         closedNobody += node == nullptr;
-        if (node == nullptr || ContextOf(node)->closed.exchange(true)) return;
+        if (node == nullptr || ContextOf(node)->m_bClosed.exchange(true)) return;
         std::lock_guard lock(m_lock);
         m_closing.push_back(node);
     }

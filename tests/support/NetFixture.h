@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "Common/Clock.h"
+#include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "Game/PlayerNode.h"
 #include "NodeManager/NodeRecords.h"
@@ -173,16 +174,16 @@ class WebClient : public Client {
     std::string response;
 };
 
-// Takes connections and reads nothing.
+// Takes as many connections as the backlog holds and one more, and reads nothing.
 class DeafServer {
   public:
-    DeafServer() : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
+    explicit DeafServer(int backlog = 8) : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
         constexpr int kSmall = 4096;
         ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &kSmall, sizeof(kSmall));
         sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
         socklen_t size = sizeof(addr);
         ::bind(m_fd, reinterpret_cast<sockaddr*>(&addr), size);
-        ::listen(m_fd, 8);
+        ::listen(m_fd, backlog);
         ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
         port = ntohs(addr.sin_port);
     }
@@ -206,6 +207,14 @@ class TestNode : public PlayerNode {
     void Release() override { ++released; }
     std::atomic<int> initialized{0}, released{0}, closed{0}, afterClose{0};
 };
+
+// What the framework counts, from the first call on.
+inline NetMetrics& Figures() {
+    static const TypePlaces none({});
+    static NetMetrics metrics(none);
+    g_NetMetrics.Set(&metrics);
+    return metrics;
+}
 
 // Both values of the key are tested: ctest runs these programs once with each.
 inline bool WakeupUnderTest() {

@@ -1,18 +1,17 @@
-// Stands between a lobby and its Redis: hands answers on late, kills and freezes connections.
+// Stands between a lobby and its Redis: hands answers on late, and kills connections.
 #pragma once
 
-#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_future.hpp>
 #include <boost/asio/write.hpp>
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <deque>
-#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -29,12 +28,9 @@ class RedisProxy {
         : m_redis(boost::asio::ip::address_v4::loopback(), static_cast<uint16_t>(redisPort)),
           m_acceptor(m_io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0)) {
         Accept();
-        m_thread = std::thread([this] { m_io.run(); });
+        m_thread = std::jthread([this] { m_io.run(); });
     }
-    ~RedisProxy() {
-        m_io.stop();
-        m_thread.join();
-    }
+    ~RedisProxy() { m_io.stop(); }
     RedisProxy(const RedisProxy&) = delete;
     RedisProxy& operator=(const RedisProxy&) = delete;
 
@@ -44,23 +40,16 @@ class RedisProxy {
     void SetDelay(std::chrono::microseconds delay) { m_delay = delay; }
     // The connections that are open, oldest first.
     size_t Count() {
-        return Do([this] { return Open().size(); });
+        const auto count = [this] { return Open().size(); };
+        return boost::asio::post(m_io, boost::asio::use_future(count)).get();
     }
     // Ends the i-th of them towards the lobby, as a reset or a plain end of the stream.
     void Kill(size_t i, bool reset) {
-        Do([&] {
+        const auto kill = [=, this] {
             const auto open = Open();
             if (i < open.size()) open[i]->End(reset);
-            return true;
-        });
-    }
-    // Keeps back whatever comes from Redis on the i-th.
-    void Freeze(size_t i) {
-        Do([&] {
-            const auto open = Open();
-            if (i < open.size()) open[i]->frozen = true;
-            return true;
-        });
+        };
+        boost::asio::post(m_io, boost::asio::use_future(kill)).get();
     }
 
   private:
@@ -78,28 +67,26 @@ class RedisProxy {
             Answers();
         }
         void Requests() {
-            lobby.async_read_some(boost::asio::buffer(up), [this, self = shared_from_this()](
-                                                               auto error, size_t size) {
-                if (error) return End(false);
-                boost::asio::write(redis, boost::asio::buffer(up, size), error);
-                return error ? End(false) : Requests();
-            });
+            const auto handOn = [this, self = shared_from_this()](auto error, size_t size) {
+                if (!error) boost::asio::write(redis, boost::asio::buffer(up, size), error);
+                error ? End(false) : Requests();
+            };
+            lobby.async_read_some(boost::asio::buffer(up), handOn);
         }
         void Answers() {
-            redis.async_read_some(boost::asio::buffer(down),
-                                  [this, self = shared_from_this()](auto error, size_t size) {
-                                      if (error) return End(false);
-                                      late.emplace_back(Clock::now() + proxy.m_delay.load(),
-                                                        std::string(down.data(), size));
-                                      if (late.size() == 1) HandOn();
-                                      Answers();
-                                  });
+            const auto keep = [this, self = shared_from_this()](auto error, size_t size) {
+                if (error) return End(false);
+                late.emplace_back(Clock::now() + proxy.m_delay.load(),
+                                  std::string(down.data(), size));
+                if (late.size() == 1) HandOn();
+                Answers();
+            };
+            redis.async_read_some(boost::asio::buffer(down), keep);
         }
         void HandOn() {
             while (!late.empty() && late.front().first <= Clock::now()) {
                 boost::system::error_code error;
-                if (!frozen)
-                    boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
+                boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
                 late.pop_front();
                 if (error) return End(false);
             }
@@ -124,7 +111,6 @@ class RedisProxy {
         boost::asio::steady_timer timer;
         std::array<char, 16384> up, down;
         std::deque<std::pair<Clock::time_point, std::string>> late;
-        bool frozen = false;
     };
 
     void Accept() {
@@ -139,18 +125,11 @@ class RedisProxy {
         std::erase_if(m_pairs, [](const auto& pair) { return !pair->lobby.is_open(); });
         return m_pairs;
     }
-    template <class F>
-    std::invoke_result_t<F> Do(F f) {
-        std::packaged_task<std::invoke_result_t<F>()> task(std::move(f));
-        auto result = task.get_future();
-        boost::asio::post(m_io, [&task] { task(); });
-        return result.get();
-    }
 
     boost::asio::io_context m_io{1};
     tcp::endpoint m_redis;
     tcp::acceptor m_acceptor;
     std::atomic<std::chrono::microseconds> m_delay{std::chrono::microseconds(0)};
     std::vector<std::shared_ptr<Pair>> m_pairs;
-    std::thread m_thread;
+    std::jthread m_thread;
 };

@@ -1,17 +1,16 @@
 // A real redis-server of a test's own, on a free loopback port.
 #pragma once
 
-#include <arpa/inet.h>
 #include <hiredis/hiredis.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 
-#include <chrono>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
 #include <memory>
-#include <thread>
 
 #include "ChildProcess.h"
+#include "Waiting.h"
 
 // Owns the process; keeps nothing on disk, so a restart is empty.
 // Thread: the test's main thread; Command on any.
@@ -36,10 +35,6 @@ class RedisServer {
         if (!TryStart()) throw std::runtime_error("redis-server does not start again");
     }
     void Stop() { m_process.Kill(); }
-    void Restart() {
-        Stop();
-        Start();
-    }
     // The hung server: its kernel still accepts connections, nothing is answered.
     void Hang() { m_process.Signal(SIGSTOP); }
     void Resume() { m_process.Signal(SIGCONT); }
@@ -55,16 +50,11 @@ class RedisServer {
     }
 
     static int FreePort() {
-        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof(address);
-        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0) {
-            getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-        }
-        close(fd);
-        return ntohs(address.sin_port);
+        using boost::asio::ip::tcp;
+        boost::asio::io_context io;
+        return tcp::acceptor(io, {boost::asio::ip::address_v4::loopback(), 0})
+            .local_endpoint()
+            .port();
     }
 
   private:
@@ -93,18 +83,13 @@ class RedisServer {
         m_process.Start({"redis-server", "--bind", "127.0.0.1", "--port", std::to_string(m_port),
                          "--dir", m_process.Directory(), "--save", "", "--appendonly", "no",
                          "--requirepass", m_password});
-        for (int i = 0; i < 1000; ++i) {
-            if (m_process.Ended()) return false;  // the port was taken
-            if (Command("PING") == "+PONG") {
-                // Where that is allowed: a server that a busy machine holds up for 0.3 s is a hung
-                // one to the lobby.
-                setpriority(PRIO_PROCESS, static_cast<id_t>(m_process.Pid()), -10);
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        Stop();
-        return false;
+        const auto answers = [this] { return Command("PING") == "+PONG"; };
+        if (!Eventually([&] { return m_process.Ended() || answers(); })) Stop();
+        if (m_process.Ended()) return false;  // the port was taken
+        // Where that is allowed: a server that a busy machine holds up for 0.3 s is a hung one to
+        // the lobby.
+        setpriority(PRIO_PROCESS, static_cast<id_t>(m_process.Pid()), -10);
+        return true;
     }
 
     std::string m_password;

@@ -18,7 +18,8 @@ class NodeFactory;
 // destroys the object, since OnConnected may run until then.
 class Reconnect {
   public:
-    Reconnect();
+    // retryMs: the pause behind an attempt that failed.
+    explicit Reconnect(long retryMs = 1000);
     // Drops the requests still queued.
     virtual ~Reconnect();
     Reconnect(const Reconnect&) = delete;
@@ -40,9 +41,10 @@ class Reconnect {
   private:
     static void* ThreadProc(void* self);
     void DoConnect();
-    // Keeper thread: one second, or until Stop.
+    // Keeper thread: the pause, or until Stop.
     void SleepBeforeRetry() const;
 
+    const long m_lRetryMs;
     std::atomic<bool> m_bExit{false};     // set by Stop, read by the keeper
     std::atomic<bool> m_bStart{false};    // the keeper thread runs; cleared by it at its end
     NodeManager<HostList>* m_lpHostList;  // owned
