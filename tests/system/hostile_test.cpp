@@ -67,8 +67,8 @@ TEST_F(HostileTest, ShutdownIsQuickWhateverClientsDo) {
         }
     }
     player->KeepAlive();
-    EXPECT_TRUE(Eventually(
-        [&] { return lobby.LogHas("m_lMaxSendCount - 1 [399] <= send count[399]"); }));
+    EXPECT_TRUE(
+        Eventually([&] { return lobby.LogHas("m_lMaxSendCount - 1 [399] <= send count[399]"); }));
     lobby.Terminate();
     const auto status = lobby.AwaitEnd(5);
     ASSERT_TRUE(status) << "still there";
