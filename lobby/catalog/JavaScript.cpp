@@ -68,7 +68,7 @@ std::string FieldRow(const Field& field) {
                              : IsArray(field)            ? "array"
                                                          : NameOf(field.kind);
     std::string row =
-        "{ name: " + Single(field.name) + KeyValue("offset", std::to_string(field.offset)) +
+        "  { name: " + Single(field.name) + KeyValue("offset", std::to_string(field.offset)) +
         KeyValue("kind", Single(kind)) + KeyValue("size", std::to_string(field.size * field.count));
     if (field.kind == Kind::Text && field.count > 0)
         row += KeyValue("room", std::to_string(field.count - (field.filled ? 0 : 1)));
@@ -78,7 +78,7 @@ std::string FieldRow(const Field& field) {
     }
     if (!field.countField.empty()) row += KeyValue("count", Single(field.countField));
     if (field.secret) row += KeyValue("secret", "true");
-    return row + KeyValue("meaning", Single(field.meaning)) + " }";
+    return row + ",\n    meaning: " + Single(field.meaning) + " },\n";
 }
 
 std::string MessageRow(const Message& message, const std::string& name) {
@@ -168,13 +168,13 @@ std::string JavaScript() {
     std::string out = Head("--js");
     out += "export const TO_LOBBY = 'to-lobby';\nexport const FROM_LOBBY = 'from-lobby';\n\n";
     ForEachLayout([&](const Layout& layout) {
-        out += "const " + layout.name + " = [";
+        out += "const " + layout.name + " = [\n";
         for (const Field& field : layout.fields)
-            out += (&field == &layout.fields.front() ? "" : ", ") + FieldRow(field);
-        out += "];\n";
+            out += FieldRow(field);
+        out += "];\n\n";
     });
     out +=
-        "\n// A request's `reply` is the number of its answer; requests without one are never "
+        "// A request's `reply` is the number of its answer; requests without one are never "
         "answered.\nexport const MESSAGES = [\n";
     ForEachMessage(
         [&](const Message& message, const std::string& name) { out += MessageRow(message, name); });

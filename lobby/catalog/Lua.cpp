@@ -9,13 +9,13 @@ namespace {
 
 // {"name", offset, "kind", element size, count[, counting field[, record]], means = "..."}
 std::string FieldRow(const Field& field) {
-    std::string row = "{" + Quoted(field.name) + ", " + std::to_string(field.offset) + ", " +
+    std::string row = "    {" + Quoted(field.name) + ", " + std::to_string(field.offset) + ", " +
                       Quoted(NameOf(field.kind)) + ", " + std::to_string(field.size) + ", " +
                       std::to_string(field.count);
     if (!field.countField.empty() || field.record != nullptr)
         row += ", " + Quoted(field.countField);
     if (field.record != nullptr) row += ", " + Quoted(field.record->name);
-    return row + ", means = " + Quoted(field.meaning) + "}";
+    return row + ", means = " + Quoted(field.meaning) + "},\n";
 }
 
 // Records first: a table names only what stands above it.
@@ -23,10 +23,10 @@ void Write(const Layout* layout, std::set<std::string>& seen, std::string& out) 
     if (layout == nullptr || !seen.insert(layout->name).second) return;
     for (const Field& field : layout->fields)
         Write(field.record, seen, out);
-    out += "  " + layout->name + " = {";
+    out += "  " + layout->name + " = {\n";
     for (const Field& field : layout->fields)
-        out += (&field == &layout->fields.front() ? "" : ", ") + FieldRow(field);
-    out += "},\n";
+        out += FieldRow(field);
+    out += "  },\n";
 }
 
 std::string MessageRow(const Message& message) {
