@@ -120,7 +120,7 @@ tour_account() {
 }
 
 is_gone() { [ "$(redis exists "$1")" = 0 ]; }
-has_record() { sim records | grep -q "$1"; }
+has_record() { sim records | grep "$1" >/dev/null; }
 
 tour_directories() {
     title "8. The game servers of the player's site"

@@ -120,7 +120,7 @@ check_installed() {
     expect "the sample" "No problems found." "$(in_root lobby_check /etc/lobby-server)"
     in_root lobby_client --help >/dev/null
     in_root lobby_load --help-all >/dev/null
-    in_root platform_sim --dump-accounts | grep -q player10001 || fail "the simulator"
+    in_root platform_sim --dump-accounts | grep player10001 >/dev/null || fail "the simulator"
 }
 
 # What systemd does once a day.

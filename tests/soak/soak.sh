@@ -67,7 +67,7 @@ make_lobby "$work/lobby" "$lobby_port" ERROR \
 # report.
 clock=$(compgen -G '/usr/lib/*/faketime/libfaketimeMT.so.1') || clock=
 slack=1024
-if ldd "$bin/LobbyServer" | grep -q 'lib[at]san'; then clock='' slack=$((4 * 1024 * 1024)); fi
+case $(ldd "$bin/LobbyServer") in *lib[at]san*) clock='' slack=$((4 * 1024 * 1024)) ;; esac
 echo +0 >"$work/clock"
 env ${clock:+LD_PRELOAD="$clock" FAKETIME_TIMESTAMP_FILE="$work/clock" FAKETIME_CACHE_DURATION=1
     FAKETIME_DONT_FAKE_MONOTONIC=1 NO_FAKE_STAT=1} \
