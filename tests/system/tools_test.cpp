@@ -156,7 +156,7 @@ TEST_F(ToolsTest, LoadOfEveryKindSucceedsAndSaysWhenItCannot) {
         EXPECT_EQ(load.status, 0) << kind << load.output;
     }
     EXPECT_THAT(Load("-n 2 -d 1 --warmup 0 players --mix take").output, HasSubstr("ran dry"));
-    const Ended cut = Shell(TOOLS "lobby_load --help-all; timeout -s INT 3 " TOOLS
+    const Ended cut = Shell(TOOLS "lobby_load --help-all; timeout --foreground -s INT 3 " TOOLS
                                   "lobby_load -q -n 9 -d 60 -p " +
                             std::to_string(port) + " echo");
     EXPECT_THAT(cut.output, AllOf(HasSubstr("per_second"), HasSubstr("interrupted"),
