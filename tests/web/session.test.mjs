@@ -33,7 +33,7 @@ const account = async (userId) => {
 };
 
 test('every request of the library is understood', async () => {
-  const lobby = await player(10005, { keepAliveMs: 50 });
+  const lobby = await player(10005, { keepAliveMs: 400 });
   const cases = [
     [lobby.bankLogin(BANK), { ucResultType: 0, llGameCoin: 10000n, llBankCoin: 100000n }],
     [lobby.take(500n, BANK), { ucResultType: 0, llGetCoinNum: 500n }],
