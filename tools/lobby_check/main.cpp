@@ -29,7 +29,7 @@ int Check(const std::string& path) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app(
         "Checks the four configuration files of a LobbyServer.\nExit status: 0 nothing "
         "found, 1 problems found, 2 wrong usage.");
@@ -43,5 +43,7 @@ int main(int argc, char** argv) {
         PrintKeys();
         return 0;
     };
-    return RunTool("lobby_check", app, argc, argv, run, 2);
+    return RunTool("lobby_check", app, argc, argv, run);
+} catch (const std::exception& error) {
+    return SayFailure("lobby_check", error, 2);
 }

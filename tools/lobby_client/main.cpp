@@ -62,10 +62,12 @@ int Play(const Settings& s, const std::vector<client::Step>& steps) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Plays a player of the lobby."};
     Settings settings;
     Declare(app, settings);
     return RunTool("lobby_client", app, argc, argv,
                    [&] { return Play(settings, Prepare(settings)); });
+} catch (const std::exception& error) {
+    return SayFailure("lobby_client", error);
 }

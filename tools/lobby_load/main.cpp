@@ -138,7 +138,7 @@ void ReportWhenInterrupted() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{
         "Load for a lobby.\nExit status: 0 done, 1 there were errors, 2 wrong use, "
@@ -155,4 +155,6 @@ int main(int argc, char** argv) {
         ReportWhenInterrupted();
         return RunLoad(settings);
     });
+} catch (const std::exception& error) {
+    return SayFailure("lobby_load", error);
 }

@@ -110,7 +110,7 @@ int Start(const Settings& settings) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{
         "Plays the platform's back-end servers for lobbies on this machine.\nExit status: 0 "
@@ -118,4 +118,6 @@ int main(int argc, char** argv) {
     Settings settings;
     Declare(app, settings);
     return RunTool("platform_sim", app, argc, argv, [&] { return Start(settings); });
+} catch (const std::exception& error) {
+    return SayFailure("platform_sim", error);
 }
