@@ -44,6 +44,13 @@ void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
     }
 }
 
+// Prints an answer; true when its code is 0.
+template <class Res>
+bool Show(const char* label, uint16_t type, const Res& res, int code, const Manner& manner) {
+    ShowMessage(label, wire::Pack(type, res), manner);
+    return code == 0;
+}
+
 void ShowServers(const std::vector<tagServerInfo>& servers) {
     std::printf("%6s %6s %6s %5s %7s %9s  %-20s %s\n", "game", "server", "level", "open", "online",
                 "limit", "name", "address");
@@ -57,7 +64,7 @@ void ShowServers(const std::vector<tagServerInfo>& servers) {
     std::fflush(stdout);
 }
 
-bool ServerList(Player& player, const Words&, const Manner& manner, const Command&) {
+bool ServerList(Player& player, const Words&, const Manner& manner) {
     const auto servers = player.ServerList();
     if (!manner.json) {
         ShowServers(servers);
@@ -80,73 +87,88 @@ struct Command {
     const char*
         words;  // their names; # before one marks a number of 32 bits, + one of 64, * a secret
     const char* help;
-    bool (*run)(Player&, const Words&, const Manner&, const Command&);
-    uint16_t answer = 0;
+    bool (*run)(Player&, const Words&, const Manner&);
 };
 
 namespace {
 
-// A command that is answered: what ask(player, words, manner) returns is printed, and its code says
-// whether it succeeded.
-template <class Ask>
-consteval Command Answered(const char* name, const char* words, const char* help, uint16_t answer,
-                           Ask) {
-    return {name, words, help,
-            [](Player& player, const Words& given, const Manner& manner, const Command& self) {
-                auto res = Ask()(player, given, manner);
-                ShowMessage(self.name, wire::Pack(self.answer, res), manner);
-                return wire::CodeOf(res) == 0;
-            },
-            answer};
-}
-
 // One row per command.
 // clang-format off
 constexpr Command COMMANDS[] = {
-    Answered("login", "", "log in with --user, --token and --site", LOBBY_AUTHEN_RES_S2C,
-             [](Player& p, const Words&, const Manner& m) { return p.Login(m.token, m.site); }),
-    Answered("bank-login", "", "open the bank with --bank-password", BANK_LOGIN_S2C,
-             [](Player& p, const Words&, const Manner& m) { return p.BankLogin(m.bankPassword); }),
-    Answered("take", "+AMOUNT", "take coins out of the bank", BANK_GET_COIN_S2C,
-             [](Player& p, const Words& w, const Manner& m) { return p.Take(Number(w[0]), m.bankPassword); }),
-    Answered("save", "+AMOUNT", "put coins into the bank", BANK_SAVE_COIN_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Save(Number(w[0])); }),
-    Answered("bank-password", "*OLD *NEW", "change the bank password", BANK_MODIFY_PASSWD_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.BankPassword(w[0], w[1]); }),
-    Answered("login-password", "*OLD *NEW", "change the login password", MODIFY_PASSWORD_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Password(w[0], w[1]); }),
-    Answered("nickname", "NAME", "change the nickname", MODIFY_NICKNAME_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Nickname(w[0]); }),
-    Answered("gender", "#NUMBER", "change the gender", MODIFY_GENDER_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Gender(Number32(w[0])); }),
-    Answered("signature", "TEXT", "change the personal signature", MODIFY_SIGNATURE_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Signature(w[0]); }),
-    Answered("face", "#ID", "change the face", MODIFY_FACE_ID_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.FaceId(Number32(w[0])); }),
-    Answered("mobile", "NUMBER", "bind a mobile number", BINDING_MOBILE_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Mobile(w[0]); }),
-    Answered("real-name", "NAME IDENTITY", "authenticate by real name and 18-digit identity", REAL_NAME_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.RealName(w[0], w[1]); }),
-    Answered("refresh", "", "ask for the coin figures", REFRESH_COIN_S2C,
-             [](Player& p, const Words&, const Manner&) { return p.Refresh(); }),
-    Answered("exchange", "#RECEIVER +AMOUNT", "give coins to another player", EXCHANGE_COIN_S2C,
-             [](Player& p, const Words& w, const Manner&) { return p.Exchange(Number32(w[0]), Number(w[1])); }),
+    {"login", "", "log in with --user, --token and --site",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Login(m.token, m.site);
+         return Show("login", LOBBY_AUTHEN_RES_S2C, res, res.ucErrNo, m); }},
+    {"bank-login", "", "open the bank with --bank-password",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.BankLogin(m.bankPassword);
+         return Show("bank-login", BANK_LOGIN_S2C, res, res.ucResultType, m); }},
+    {"take", "+AMOUNT", "take coins out of the bank",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Take(Number(w[0]), m.bankPassword);
+         return Show("take", BANK_GET_COIN_S2C, res, res.ucResultType, m); }},
+    {"save", "+AMOUNT", "put coins into the bank",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Save(Number(w[0]));
+         return Show("save", BANK_SAVE_COIN_S2C, res, res.ucResultType, m); }},
+    {"bank-password", "*OLD *NEW", "change the bank password",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.BankPassword(w[0], w[1]);
+         return Show("bank-password", BANK_MODIFY_PASSWD_S2C, res, res.ucResultType, m); }},
+    {"login-password", "*OLD *NEW", "change the login password",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Password(w[0], w[1]);
+         return Show("login-password", MODIFY_PASSWORD_S2C, res, res.ucResultType, m); }},
+    {"nickname", "NAME", "change the nickname",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Nickname(w[0]);
+         return Show("nickname", MODIFY_NICKNAME_S2C, res, res.iError, m); }},
+    {"gender", "#NUMBER", "change the gender",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Gender(Number32(w[0]));
+         return Show("gender", MODIFY_GENDER_S2C, res, res.iError, m); }},
+    {"signature", "TEXT", "change the personal signature",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Signature(w[0]);
+         return Show("signature", MODIFY_SIGNATURE_S2C, res, res.iError, m); }},
+    {"face", "#ID", "change the face",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.FaceId(Number32(w[0]));
+         return Show("face", MODIFY_FACE_ID_S2C, res, res.iError, m); }},
+    {"mobile", "NUMBER", "bind a mobile number",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Mobile(w[0]);
+         return Show("mobile", BINDING_MOBILE_S2C, res, res.iError, m); }},
+    {"real-name", "NAME IDENTITY", "authenticate by real name and 18-digit identity",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.RealName(w[0], w[1]);
+         return Show("real-name", REAL_NAME_S2C, res, res.iError, m); }},
+    {"refresh", "", "ask for the coin figures",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Refresh();
+         return Show("refresh", REFRESH_COIN_S2C, res, res.iError, m); }},
+    {"exchange", "#RECEIVER +AMOUNT", "give coins to another player",
+     [](Player& p, const Words& w, const Manner& m) {
+         const auto res = p.Exchange(Number32(w[0]), Number(w[1]));
+         return Show("exchange", EXCHANGE_COIN_S2C, res, res.iErrorCode, m); }},
     {"server-list", "", "the game servers of the site", ServerList},
-    Answered("tournament", "", "today's tournament and one's own figures", MSG_CLIENT_COMPETE_RES,
-             [](Player& p, const Words&, const Manner&) { return p.Tournament(); }),
+    {"tournament", "", "today's tournament and one's own figures",
+     [](Player& p, const Words&, const Manner& m) {
+         const auto res = p.Tournament();
+         return Show("tournament", MSG_CLIENT_COMPETE_RES, res, res.usErrorCode, m); }},
     {"subscribe", "KEY", "subscribe to a farm key (not answered)",
-     [](Player& p, const Words& w, const Manner&, const Command&) { p.Subscribe(w[0]); p.KeepAlive(); return true; }},
+     [](Player& p, const Words& w, const Manner&) { p.Subscribe(w[0]); p.KeepAlive(); return true; }},
     {"unsubscribe", "KEY", "end a subscription (not answered)",
-     [](Player& p, const Words& w, const Manner&, const Command&) { p.Unsubscribe(w[0]); p.KeepAlive(); return true; }},
+     [](Player& p, const Words& w, const Manner&) { p.Unsubscribe(w[0]); p.KeepAlive(); return true; }},
     {"activity", "#ID #LEVEL #PROGRESS", "ask an activity; its answer is a push",
-     [](Player& p, const Words& w, const Manner&, const Command&) {
+     [](Player& p, const Words& w, const Manner&) {
          p.Activity(Number32(w[0]), Number32(w[1]), Number32(w[2]));
          p.KeepAlive();
          return true; }},
     {"keep-alive", "", "send a keep-alive and wait for its echo",
-     [](Player& p, const Words&, const Manner&, const Command&) { p.KeepAlive(); return true; }},
+     [](Player& p, const Words&, const Manner&) { p.KeepAlive(); return true; }},
     {"wait", "#SECONDS", "stay connected that long",
-     [](Player& p, const Words& w, const Manner&, const Command&) {
+     [](Player& p, const Words& w, const Manner&) {
          p.Watch(Clock::now() + std::chrono::seconds(Number(w[0])));
          return true; }},
 };
@@ -209,7 +231,7 @@ bool Parse(const Words& words, std::vector<Step>& steps, std::string& error) {
 }
 
 bool Run(const Step& step, Player& player, const Manner& manner) {
-    return step.command->run(player, step.words, manner, *step.command);
+    return step.command->run(player, step.words, manner);
 }
 
 void ShowPush(const Message& message, const Manner& manner) {
