@@ -150,7 +150,7 @@ TEST_F(HostileBackEndTest, EveryOneOfThemLeavesPlayersServedAndNothingBehind) {
     ServeQuietly(AttackSettings());
     ExpectServed();
     const int64_t coins = AllCoins();
-    const long descriptors = Descriptors();
+    const long descriptors = DescriptorsOfAll();
     for (const auto& one : backEnds) {
         SCOPED_TRACE(one.what);
         EXPECT_LT(SlowestDuring(one.attack), AT_ONCE);

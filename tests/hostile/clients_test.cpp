@@ -12,7 +12,7 @@ TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
     const Target target{port, 20001, [this](const std::string& line) { platform.DoCommand(line); }};
     const int64_t coins = AllCoins();
     ExpectServed();
-    const long descriptors = Descriptors();
+    const long descriptors = DescriptorsOfAll();
     long resident = 0;
     for (const int round : {1, 2}) {  // the first fills the pools
         for (const HostileClient& client : HostileClients()) {
