@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <cstring>
-#include <set>
 
 #include "BaseTest.h"
 

@@ -1,9 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
-#include <vector>
+#include "BaseTest.h"
 
 #include "Common/Digest.h"
 

@@ -1,8 +1,5 @@
 #include "Common/IniFile.h"
 
-#include <random>
-#include <set>
-
 #include "BaseTest.h"
 
 namespace {

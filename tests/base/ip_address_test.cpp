@@ -1,8 +1,6 @@
 #include "Common/IpAddress.h"
 
-#include <gtest/gtest.h>
-
-#include <string_view>
+#include "BaseTest.h"
 
 TEST(IpAddress, ReadsAndWritesBothFamilies) {
     const struct {

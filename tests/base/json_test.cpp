@@ -1,6 +1,3 @@
-#include <memory>
-#include <vector>
-
 #include "BaseTest.h"
 #include "cJson/JsonPack.h"
 

@@ -1,12 +1,8 @@
 #include "Common/Log.h"
 
-#include <atomic>
-#include <filesystem>
-
 #include "BaseTest.h"
 #include "Common/Clock.h"
 #include "Common/LogCls.h"
-#include "Waiting.h"
 
 namespace {
 

@@ -1,6 +1,3 @@
-#include <atomic>
-#include <thread>
-
 #include "BaseTest.h"
 
 namespace {

@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
-#include <cstdlib>
-#include <filesystem>
-
 #include "ConfigCheck.h"
 #include "Files.h"
 

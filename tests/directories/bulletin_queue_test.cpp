@@ -1,10 +1,6 @@
 #include "BulletinQueue.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <random>
-#include <vector>
+#include "BaseTest.h"
 
 namespace {
 

@@ -1,14 +1,9 @@
 // Forbidden fragments and disabled accounts, without a lobby.
-#include <gtest/gtest.h>
-
-#include <ctime>
-#include <random>
 
 #include "BaseTest.h"
 #include "Common/IniFile.h"
 #include "DisabledUsers.h"
 #include "ForbiddenNames.h"
-#include "Waiting.h"
 
 namespace {
 
@@ -80,9 +75,7 @@ TEST(ForbiddenNames, LongListsCostLittleAtStartAndNextToNothingAtRequests) {
         ASSERT_EQ(disabled.Contains(7 * i + 1), true);
         ASSERT_EQ(disabled.Contains(7 * i + 2), false);
     }
-    const double each = (CpuSeconds() - asked) / 3000;
-    EXPECT_LT(each, 20e-6 * kSlower);
-    RecordProperty("microseconds", std::to_string(each * 1e6));
+    EXPECT_LT((CpuSeconds() - asked) / 3000, 20e-6 * kSlower);
 }
 
 TEST(DisabledUsers, AreReadAsSingleLookUpsWouldAndAppendedByEachLoad) {

@@ -1,8 +1,6 @@
 #include "ServerList.h"
 
 #include <climits>
-#include <random>
-#include <utility>
 
 #include "LobbyTest.h"
 

@@ -4,8 +4,6 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 
-#include <fstream>
-
 #include "NetFixture.h"
 
 class OwnNetwork : public testing::Test {
@@ -28,8 +26,7 @@ class OwnNetwork : public testing::Test {
 };
 
 TEST_F(OwnNetwork, ALinkDoesNotMeetItself) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     constexpr uint16_t kPort = 40001;
     std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << kPort << " " << kPort;
     {
@@ -47,8 +44,7 @@ TEST_F(OwnNetwork, ALinkDoesNotMeetItself) {
 // which the framework's setting is looked at and then shortened.
 TEST_F(OwnNetwork, APeerThatAcknowledgesNothingLosesItsLink) {
     const DeafServer deaf;
-    TestServer peer;
-    peer.Listen();
+    TestServer peer(kNoLimits);
     for (const bool gone : {false, true}) {
         SCOPED_TRACE(gone);
         TestServer server;

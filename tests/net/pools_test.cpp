@@ -1,9 +1,4 @@
-#include <gmock/gmock.h>
-
-#include <array>
-#include <memory>
-#include <thread>
-#include <vector>
+#include "BaseTest.h"
 
 #include "NodeManager/NodeRecords.h"
 
@@ -125,36 +120,6 @@ TEST(SendBuffer, ReturnsWithTheLastReference) {
     EXPECT_EQ(buffer, g_SendFactory.CreateNode());
     g_SendFactory.FreeNode(buffer);
     g_SendFactory.FreeNode(other);
-}
-
-// Records wander factory -> queue -> factory between two producers and one consumer.
-TEST(NodePools, KeepEachProducersOrderBetweenThreads) {
-    constexpr int kPerProducer = 20000;
-    const std::unique_ptr<NodeFactory<Item>> factory(NodeFactory<Item>::CreateInstance());
-    const Queue queue = MakeQueue(NODE_LINK, 0);
-    auto produce = [&](int first) {
-        for (int i = 0; i < kPerProducer; ++i) {
-            Item* item = factory->CreateNode();
-            item->value = first + i;
-            queue->SetNode(&item, 1);
-        }
-    };
-    std::thread even(produce, 0), odd(produce, kPerProducer);
-    int next[2] = {0, kPerProducer};
-    bool ordered = true;
-    for (int seen = 0; seen < 2 * kPerProducer;) {
-        Item* out[7];
-        const unsigned long taken = queue->GetNode(out, 7);
-        for (unsigned long i = 0; i < taken; ++i, ++seen) {
-            ordered = ordered && out[i]->value == next[out[i]->value / kPerProducer]++;
-            factory->FreeNode(out[i]);
-        }
-        if (taken == 0) std::this_thread::yield();
-    }
-    even.join();
-    odd.join();
-    EXPECT_TRUE(ordered);
-    EXPECT_EQ(0u, queue->GetNode(nullptr, 0));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "Game/Reconnect.h"
 
-#include <gmock/gmock.h>
-
 #include "NetFixture.h"
 
 namespace {

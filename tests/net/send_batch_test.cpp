@@ -1,11 +1,6 @@
 #include "SendBatch.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
+#include "BaseTest.h"
 
 namespace {
 

@@ -3,18 +3,10 @@
 #include <netdb.h>
 #include <sys/resource.h>
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <csignal>
 #include <deque>
-#include <filesystem>
-#include <memory>
-#include <random>
 
-#include "BaseTest.h"
 #include "EPOLLServer.h"
-#include "Epoll/NetMetrics.h"
 #include "NetFixture.h"
 #include "NetSender.h"
 #include "WriteHold.h"
@@ -51,8 +43,7 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
         }
         EXPECT_TRUE(Eventually([&] { return threads() == before; }));
     }
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     // Every address, until it is closed.
     IPlayerNode* any = server.Create(true, nullptr, 0, 0, 9, 2, 1, 6);
     ASSERT_TRUE(any != nullptr && server.RecvData(any));
@@ -70,8 +61,7 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
 }
 
 TEST(Tcp, EchoesEveryCutOfAStream) {
-    TestServer server;
-    server.Listen({.recv = 100000});  // single bytes come faster than they are handled
+    TestServer server({.recv = 100000});  // single bytes come faster than they are handled
     std::string stream;
     for (size_t i = 0; i < 40; ++i)
         stream += Message(i + 1, std::string(i * 97, 'x'));
@@ -203,21 +193,6 @@ TEST(Tcp, ASweepOfFiveThousandStopsAndNoneWithoutAnInterval) {
     }
 }
 
-TEST(Tcp, AFullRingClosesTheConnection) {
-    TestServer server;
-    server.Listen({.send = 6});
-    Client client(server.port, 4096);
-    client.Send(Message(kFlood));
-    ASSERT_TRUE(server.AwaitClosed(1));
-    EXPECT_GE(server.flooded, 5);
-    // What was queued before is still written whole to a peer that reads.
-    const auto size = static_cast<size_t>(server.flooded) * 4096;
-    EXPECT_EQ(client.Read(size).size(), size);
-    EXPECT_TRUE(client.AtEnd());
-    EXPECT_TRUE(server.AwaitReleased(1));
-    EXPECT_TRUE(Client(server.port).Echoes());
-}
-
 // A round is more than the sockets hold, so that writes end anywhere in a block.
 TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
     TestServer server;
@@ -244,6 +219,8 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
     EXPECT_TRUE(server.AwaitClosed(1)) << "for the ring was full";
     EXPECT_THAT(sent, testing::AllOf(testing::Ge(2498), testing::Le(2499)));
     reads(sent - 2400);
+    EXPECT_TRUE(client.AtEnd());
+    EXPECT_TRUE(server.AwaitReleased(1));
 }
 
 TEST(Tcp, AFullRingOfALinkRefusesAndTheLinkStaysWhereThatIsWanted) {
@@ -316,8 +293,7 @@ TEST(Tcp, AMassBufferGoesToEveryReceiver) {
 
 TEST(Tcp, OnlySilentClientsTimeOut) {
     HandClock clock;
-    TestServer server;
-    server.Listen({.interval = 20, .timeout = 120});
+    TestServer server({.interval = 20, .timeout = 120});
     Client silent(server.port), talking(server.port);
     IPlayerNode* link = server.Dial(server.port);
     ASSERT_NE(link, nullptr);
@@ -362,8 +338,7 @@ TEST(Tcp, ASlowHandlerIsNotTheSilenceOfTheClientsBehindIt) {
 
 TEST(Tcp, AClosedPeerThatNeverReadsIsGivenUpAfterTheIdleTimeout) {
     HandClock clock;
-    TestServer server;
-    server.Listen({.interval = 20, .timeout = 120});
+    TestServer server({.interval = 20, .timeout = 120});
     Client stuck(server.port, 4096);
     stuck.Send(Message(kFlood));
     ASSERT_TRUE(server.AwaitClosed(1));
@@ -474,23 +449,8 @@ TEST(Tcp, TooManyUnhandledBuffersCloseTheConnection) {
     EXPECT_LE(server.messages, 4);
 }
 
-TEST(Tcp, ResetsInAnyStateAreReportedOnce) {
-    TestServer server;
-    server.Listen();
-    constexpr int kRounds = 300;
-    for (int i = 0; i < kRounds; ++i) {
-        Client client(server.port);
-        if (i % 3 > 0) client.Send(Message(1, "abc").substr(0, i % 3 == 1 ? 20 : 5));
-        if (i % 2 == 0) client.ResetOnClose();
-    }
-    EXPECT_TRUE(server.AwaitReleased(kRounds));
-    EXPECT_EQ(server.closes, kRounds);
-    EXPECT_TRUE(Client(server.port).Echoes());
-}
-
 TEST(Tcp, ConnectsFailInTime) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     EXPECT_EQ(server.Create(true, "127.0.0.1", server.port, 0, 1, 2, 1, 6), nullptr) << "in use";
     // A listener whose queue is full does not answer at all.
     const DeafServer full(0);
@@ -503,8 +463,7 @@ TEST(Tcp, ConnectsFailInTime) {
 }
 
 TEST(Tcp, AnUnregisteredLinkIsReportedClosedAtOnceAndOnce) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     IPlayerNode* link = server.Dial(server.port);
     ASSERT_NE(link, nullptr);
     sockaddr_in addr{};
@@ -562,8 +521,7 @@ TEST(Tcp, ASlowHandlerDoesNotKeepAnswersBack) {
 }
 
 TEST(Tcp, AWakeupCutsTheWaitAndKeepsTheTimer) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     Client client(server.port);
     ASSERT_TRUE(client.Echoes());
     constexpr int kRounds = 300;

@@ -1,6 +1,5 @@
 // Who reads changes all the time: the worker, and the poll thread that stands in while one message
 // holds the worker up. Clients of both kinds send, ask, leave and come back meanwhile.
-#include <random>
 
 #include "NetFixture.h"
 
@@ -34,6 +33,7 @@ class Pupil {
             }
         }
         if (m_random() % 4 == 0) client->SendMessage(Numbered(m_ulNext++));  // nobody waits for it
+        if (m_random() % 4 == 0) client->Send(Message(1).substr(0, m_random() % 8));
         if (m_random() % 4 == 0) client->ResetOnClose();
         return "";
     }

@@ -2,8 +2,7 @@
 #include "NetFixture.h"
 
 TEST(WebServer, UpgradesAndAnswersInFrames) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     WebClient client(server.port);
     EXPECT_EQ(client.response,
               "HTTP/1.1 101 Switching Protocols\r\nConnection: upgrade\r\n"
@@ -23,8 +22,7 @@ TEST(WebServer, UpgradesAndAnswersInFrames) {
 }
 
 TEST(WebServer, FaultyFramesCloseThatConnection) {
-    TestServer server;
-    server.Listen();
+    TestServer server(kNoLimits);
     WebClient bystander(server.port);
     for (const std::string& bytes :
          {Frame("", 0x88), Frame(std::string(4096, 'x')), Frame("GET / HTTP/1.1"),
@@ -61,8 +59,7 @@ TEST(WebServer, OnlyTheFirstBytesOfAClientUpgrade) {
 
 // Many small frames in one read must not wear the count of queued buffers away or up.
 TEST(WebServer, ALongConnectionKeepsItsReceiveLimit) {
-    TestServer server;
-    server.Listen({.recv = 3});
+    TestServer server({.recv = 3});
     WebClient client(server.port);
     for (int i = 0; i < 200; ++i) {
         client.Send(Frame(Message(1)) + Frame(Message(2)));

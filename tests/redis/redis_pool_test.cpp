@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-#include <vector>
+#include "BaseTest.h"
 
 #include "RedisDBSlice.h"
 #include "RedisProxy.h"
 #include "RedisServer.h"
-#include "Waiting.h"
 #include "xredis/xRedisClient.h"
 
 namespace {
@@ -233,31 +228,6 @@ TEST_F(RedisPoolTest, CommandsWaitForThePingOfTheOnlyConnection) {
         refused += Set() ? 0 : 1;
     keeper.join();
     EXPECT_EQ(refused, 0) << error;
-}
-
-TEST_F(RedisPoolTest, ManyThreadsShareThePoolThroughARestart) {
-    ASSERT_TRUE(Connect(Node(server)));
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (const char* key : {"key0", "key1", "key2", "key3"}) {
-        threads.emplace_back([this, key, &stop] {
-            while (!stop) {
-                RedisDBIdx index(&client);
-                index.CreateDBIndex(key, FirstChar, 0);
-                if (!client.setex(index, key, 9, "1")) std::this_thread::sleep_for(1ms);
-            }
-        });
-    }
-    threads.emplace_back([&] {
-        while (!stop)
-            client.Keepalive();
-    });
-    server.Stop();
-    server.Start();
-    EXPECT_TRUE(Eventually([&] { return server.Command("EXISTS key0 key1 key2 key3") == ":4"; }));
-    stop = true;
-    for (auto& thread : threads)
-        thread.join();
 }
 
 }  // namespace

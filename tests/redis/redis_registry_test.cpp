@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "BaseTest.h"
 #include "Common/Log.h"
 #include "LobbyRedisServer.h"

@@ -1,12 +1,20 @@
-// What several tests of the base libraries need.
+// What most tests need.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <string>
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
 
 #include "Common/Thread.h"
 #include "Files.h"
+#include "Waiting.h"
 
 // What it prints on standard output, where the log goes, too.
 template <class Work>

@@ -1,10 +1,6 @@
 // A lobby on a network in memory, without Redis: for tests, fuzzing and benchmarks.
 #pragma once
 
-#include <memory>
-#include <stdexcept>
-#include <string>
-
 #include "Files.h"
 #include "LobbyServer.h"
 #include "MemoryNet.h"

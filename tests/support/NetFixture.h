@@ -2,26 +2,19 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <mutex>
-#include <string>
-#include <thread>
-#include <vector>
 
+#include "BaseTest.h"
 #include "Common/Clock.h"
 #include "Epoll/NetMetrics.h"
 #include "Game/NetGame.h"
 #include "Game/PlayerNode.h"
 #include "NodeManager/NodeRecords.h"
-#include "Waiting.h"
 
 // Both clocks, moved by hand while the object lives.
 class HandClock {
@@ -117,10 +110,9 @@ class Client {
         return bytes;
     }
     size_t ReadNumber() {
-        const std::string bytes = Read(2);
-        return bytes.size() < 2
-                   ? 0
-                   : static_cast<uint8_t>(bytes[0]) * 256u + static_cast<uint8_t>(bytes[1]);
+        uint16_t number = 0;
+        Read(2).copy(reinterpret_cast<char*>(&number), 2);
+        return ntohs(number);
     }
     virtual bool SendMessage(const std::string& message) { return Send(message); }
     virtual std::string ReadMessage() {
@@ -224,18 +216,21 @@ inline bool WakeupUnderTest() {
 
 inline constexpr uint16_t kFlood = 1000;
 
+struct ServerLimits {
+    unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL;
+};
+inline constexpr ServerLimits kNoLimits{};
+
 // Echoes by default; counts every callback.
 class TestServer : public GameProvider {
   public:
     using OnMessage = std::function<void(TestNode*, uint16_t, char*, long)>;
 
+    TestServer() = default;
+    // Listens at once.
+    explicit TestServer(const ServerLimits& limits) { Listen(limits); }
     ~TestServer() override { Shutdown(); }
-
-    struct Limits {
-        unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL;
-    };
-    void Listen() { Listen(Limits()); }
-    void Listen(const Limits& limits) {
+    void Listen(const ServerLimits& limits = kNoLimits) {
         SetWakeup(WakeupUnderTest());
         ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout, 0, 0, 0));
         // All ones, as from a limit of -1, is no limit.

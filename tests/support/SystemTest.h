@@ -35,9 +35,6 @@ class SystemTest : public testing::Test {
             m_seen[{kind, message.type}].push_back(message);
             m_changed.notify_all();
         });
-        if (std::getenv("SYSTEM_TEST_TRACE")) {
-            platform.SetPrinter([](const std::string& line) { std::puts(line.c_str()); });
-        }
         platform.OpenAll();
         platform.Start();
     }
