@@ -1,6 +1,6 @@
-#include "DataServerHandler.h"
 #include "ExampleActivity.h"
 #include "LobbyTest.h"
+#include "PublisherMsg.h"
 #include "activityHandler/Activity20171211.h"
 #include "activitySystem/ActivityClientMsg.h"
 #include "activitySystem/ActivitySystem.h"
@@ -71,6 +71,13 @@ class ActivityTest : public DirectoryTest {
         Progress* record = nullptr;
         system->FindProgressByUserID(user, id, &record);
         return record;
+    }
+    static void SetAccount(LobbyPlayer* of, int least, const char* out) {
+        of->iAccountsourceid = least;
+        of->iTeamTag = least + 1;
+        of->iLianyunFlag = least + 2;
+        of->usRegisterType = static_cast<uint16_t>(least + 3);
+        std::strcpy(of->szOutAccount, out);
     }
     void Ask(int level, size_t size = sizeof(UserProgressReq)) {
         std::string bytes = BytesOf(UserProgressReq{{}, kId, level, 0, 0, 0, 0});
@@ -231,11 +238,7 @@ TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     Configure({Row()});
     GiveProgress(player, {Record(kId, 3)});
     Received(Link(DATA));
-    player->iAccountsourceid = 4;
-    player->iTeamTag = 5;
-    player->iLianyunFlag = 6;
-    player->usRegisterType = 7;
-    std::memcpy(player->szOutAccount, "out", 4);
+    SetAccount(player, 4, "out");
     Ask(ExampleActivity::kFetch);
     auto confirmed = Confirmation();
     for (const size_t size : {143, 145})
@@ -261,50 +264,16 @@ TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
     EXPECT_EQ(Stored(), nullptr);
 }
 
-// The session that asked may have gone, or its handle may be anybody's: the reward belongs to
-// the user the record names, and no other session may be credited.
-TEST_F(ActivityTest, RewardOfAStaleOrForgedHandleGoesToTheRecordsUser) {
-    Configure({Row()});
-    LobbyPlayer* const other = Login(10002);
-    const struct {
-        const char* name;
-        int32_t user;
-        uint64_t handle, id;
-    } cases[] = {
-        {"stale id", kUser, NodeHandle(player), *player + 100ul},
-        {"another player's node", kUser, NodeHandle(other), *player},
-        {"closed id", kUser, NodeHandle(player), 0},
-        {"foreign memory", kUser, 0x10, 0},
-        {"user not here", 4242, ~0ull, 7},
-    };
-    for (const auto& c : cases) {
-        Received(Link(QUEUE));
-        LobbyActivitySingleProgressUpdateRes result{{}, 0, 0, 0,        0,        10,
-                                                    0,  1, 0, Record(), c.handle, c.id};
-        result.progress.iUserId = c.user;
-        net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result);
-        const auto booked = Received(Link(QUEUE));
-        ASSERT_EQ(booked.size(), 2u) << c.name;
-        EXPECT_EQ(booked[0].As<tagDBUpdateUserPropInfo>().iUserID, c.user) << c.name;
-        EXPECT_EQ(booked[1].As<tagDBUpdateUserPropInfo>().iType, 2) << c.name;
-    }
-}
-
+// The session that asked may have gone, or its handle may be anybody's: the reward belongs to the
+// user that the record names, and no other session may be credited.
 TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
     static const tagDBUpdateUserPropInfo booking{{}, 10002, 3, 0,     0, kId, 1,
                                                  10, 77,    4, "out", 5, 6,   7};
     const std::string line =
         "UserId[10002],GameId[0],SiteID[3],ActivityID[20990101],sourceid[77], type[1], value[10], "
         "ClientType[4] outaccount[out]";
-    const auto setAccount = [](LobbyPlayer* of, int least, const char* out) {
-        of->iAccountsourceid = least;
-        of->iTeamTag = least + 1;
-        of->iLianyunFlag = least + 2;
-        of->usRegisterType = static_cast<uint16_t>(least + 3);
-        std::strcpy(of->szOutAccount, out);
-    };
     LobbyPlayer* const leaver = Login(10002);
-    setAccount(leaver, 4, "out");
+    SetAccount(leaver, 4, "out");
     leaver->m_iSiteID = 3;
     LobbyActivitySingleProgressUpdateRes result{
         {}, 0, 0, 0, 0, 10, 77, 0, 0, Record(), NodeHandle(leaver), *leaver};
@@ -313,16 +282,55 @@ TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
     for (const int user : {10003, 10002}) {  // on the same node
         LobbyPlayer* const next = Login(user);
         ASSERT_EQ(next, leaver);
-        setAccount(next, 40, "other");
+        SetAccount(next, 40, "other");
         Received(Link(QUEUE));
         EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
                         "[DEBUG] [LobbyServer::UpdateActivityUserPropInfo] " + line));
         EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
         net.Hangup(next);
     }
+    LobbyPlayer* const other = Login(10003);
+    const std::tuple<int, uint64_t, uint64_t> forgeries[] = {
+        {kUser, NodeHandle(player), *player + 100ul},
+        {kUser, NodeHandle(other), *player},
+        {kUser, NodeHandle(player), 0},
+        {kUser, 0x10, 0},
+        {4242, ~0ul, 7}};
+    auto forged = result;
+    forged.iYuanBaoNum = 1;
+    for (const auto& [user, handle, id] : forgeries) {
+        Received(Link(QUEUE));
+        forged.ulPlayerNode = handle;
+        forged.ulPlayerNodeId = id;
+        forged.progress.iUserId = user;
+        net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, forged);
+        const auto booked = Received(Link(QUEUE));
+        ASSERT_EQ(booked.size(), 2u);
+        EXPECT_EQ(booked[0].As<tagDBUpdateUserPropInfo>().iUserID, user);
+        EXPECT_EQ(booked[1].As<tagDBUpdateUserPropInfo>().iType, 2);
+    }
     net.failSend = [](IPlayerNode*, uint16_t) { return true; };
     EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
                     "[ERROR] [LobbyServer::UpdateActivityUserPropInfo] " + line));
+}
+
+// The lobby does not look at the token, see docs/security.md.
+TEST_F(ActivityTest, AnUnconfirmedSessionGetsTheUsersPushesAndItsCloseTakesWhatHeHas) {
+    Configure({Row()});
+    GiveProgress(player, {Record()});
+    const std::string key = "key" + Zeros(125);
+    net.Deliver(Link(CONFIG), 0xAD29, BytesOf(WebFarmSubscribeKeyRes{{}, 1, 1}) + key);
+    net.Deliver(player, 0xF2, Zeros(16) + key);
+    ASSERT_EQ(lobby->m_mapPlayerToStrKey.count(kUser), 1u);
+    LobbyPlayer* const fake = Login(kUser);
+    char push[12] = {};
+    lobby->SendMsgToPlayerByID(kUser, 0xB5, push, sizeof(push));
+    EXPECT_EQ(Got(fake), (Messages{{0xB5, Zeros(12)}}));
+    EXPECT_TRUE(fake->m_bDelOnline) << "the user's mark goes with it";
+    net.Hangup(fake);
+    EXPECT_EQ(lobby->m_mapPlayerToStrKey.count(kUser), 0u);
+    EXPECT_EQ(Stored(), nullptr);
+    EXPECT_EQ(lobby->GetPlayerByUserID(kUser), player);
 }
 
 TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {
@@ -379,17 +387,18 @@ TEST_F(ActivityTest, OtherMessagesReachEveryOpenActivityOfThePlayerAndATakenIdSt
 
 TEST_F(ActivityTest, ItsListenersAreCalledOnceUntilItLetsThemGo) {
     int calls = 0;
-    EventListener own(EVENT_READY, [&](void*, void*, int) { ++calls; }, {});
+    EventListener own(EVENT_READY, [&](void*, void*, int) { ++calls; }, {}),
+        mute(EVENT_READY, {}, {});
     const auto dispatch = [&] {
         EventDispatcher::getInstance()->dispatchEvent(
             EVENT_READY, static_cast<IPlayerNode*>(player), nullptr, 0);
         return calls;
     };
-    example->addEventListener(&own);
-    example->addEventListener(&own);
+    for (EventListener* each : {&own, &own, &mute})
+        example->addEventListener(each);
     EXPECT_EQ(dispatch(), 1);
-    example->removeEventListener(&own);
-    example->removeEventListener(&own);
+    for (EventListener* each : {&own, &own, &mute})
+        example->removeEventListener(each);
     EXPECT_EQ(dispatch(), 1);
 }
 

@@ -5,35 +5,25 @@ class CoinsTest : public LobbyTest {
   protected:
     // A consume notice that claims `claimed` bytes of text.
     static std::string Consume(int32_t userId, const std::string& text, int32_t claimed) {
-        ConsumeSucessNotice notice{};
-        notice.userId = userId;
-        notice.iSize = claimed;
-        return BytesOf(notice) + text;
+        return BytesOf(ConsumeSucessNotice{{}, userId, 0, 0, claimed}) + text;
     }
     std::string SendConsume(const std::string& text, int32_t claimed) {
         return LogOf([&] { net.Deliver(Link(WEB), 0xB2, Consume(10001, text, claimed)); });
     }
     void Exchange(LobbyPlayer* giver, int32_t receiver, int64_t amount) {
-        ExchangeGameCoinReq req{};
-        req.iRecvUserID = receiver;
-        req.llExhangeCoin = amount;
-        net.Deliver(giver, 0x50, req);
+        net.Deliver(giver, 0x50, ExchangeGameCoinReq{{}, receiver, amount});
     }
     void ExchangeResult(LobbyPlayer* giver, int32_t receiver, int64_t amount, int32_t error) {
-        QueueExchangeCoinRes res{};
-        SetSession(res, giver);
-        res.iError = error;
-        res.iUserIDFrom = giver->m_iUserID;
-        res.iUserIDRecv = receiver;
-        res.llExchangeCoin = amount;
-        net.Deliver(Link(QUEUE), 0x5A51, res);
+        const int32_t from = giver->m_iUserID;
+        net.Deliver(
+            Link(QUEUE), 0x5A51,
+            QueueExchangeCoinRes{{}, NodeHandle(giver), *giver, error, from, receiver, amount});
     }
 };
 
 TEST_F(CoinsTest, RechargeNoticeAsksForARefreshOncePerSecond) {
     LobbyPlayer* player = Online(10001);
-    RechargeSucessNotice notice{};
-    notice.userId = 10001;
+    RechargeSucessNotice notice{{}, 10001, 0, 0, 0, 0};
     for (const bool asked : {true, false, true}) {
         net.Deliver(Link(WEB), 0xB1, notice);
         EXPECT_EQ(Only(Link(QUEUE)).type, asked ? 0xA003 : 0);
@@ -46,18 +36,18 @@ TEST_F(CoinsTest, RechargeNoticeAsksForARefreshOncePerSecond) {
                     "length[27] != RechargeSucessNoticeDef[28]!!"));
 }
 
+// Nor does it matter whether the login is confirmed; what it brings may be transferred.
 TEST_F(CoinsTest, RefreshResultOverwritesTheSessionWhateverItsCode) {
-    LobbyPlayer* player = Online(10001);
-    RechargeRefresRes_trans result{};
-    result.iError = 9;
-    result.llCurGameCoin = 1;
-    result.llTotalRechageNum = 2;
-    result.llBankCoin = 3;
-    SetSession(result, player);
-    net.Deliver(Link(QUEUE), 0xA004, result);
-    EXPECT_EQ(player->llGameCoin, 1);
-    EXPECT_EQ(player->llControlNum, 2);
-    EXPECT_EQ(player->llBankCoin, 3);
+    LobbyPlayer* player = Login(10001);
+    Received(Link(QUEUE));
+    Exchange(player, 10002, 1);
+    EXPECT_EQ(Only(player).At<int32_t>(8), 3);
+    net.Deliver(Link(QUEUE), 0xA004,
+                RechargeRefresRes_trans{{}, 0, 9, 1, 2, 3, NodeHandle(player), *player});
+    EXPECT_EQ((std::array{player->llGameCoin, player->llControlNum, player->llBankCoin}),
+              (std::array{1L, 2L, 3L}));
+    Exchange(player, 10002, 1);
+    EXPECT_EQ(Only(Link(QUEUE)).type, 0x5A50);
 }
 
 // The text is neither terminated nor as long as its size says; only the message counts. It is
@@ -81,7 +71,6 @@ TEST_F(CoinsTest, ConsumeTextsOfEveryKind) {
         {gain, 0, "node is nil.lpPlayerNode[0x"},
         {some, 500, "userid[10001], vecsize[4]", 1, 6},
         {some, 500, "userid[10001] get type or value error", 1, 6},
-        {"{", 1, "get wsGainList error"},
         {"{}", 2, "get wsGainList error"},
         {R"({"wsGainList":[]})", 17, "GetJsonArray error!"},
         // Whose members are no elements.
@@ -102,9 +91,7 @@ TEST_F(CoinsTest, ConsumeTextsOfEveryKind) {
         EXPECT_TRUE(Has(log, c.log)) << c.text.substr(0, 40) << "\n" << log;
         EXPECT_TRUE(Has(log, "ConsumeSucessNotice userid:10001!!!\n"));
         EXPECT_EQ(player->iFriendPropNum, c.after) << c.text.substr(0, 40);
-        const Sent sent = Only(player);
-        EXPECT_EQ(sent.type, 0xA7);
-        EXPECT_EQ(Body(sent.bytes), Body(Consume(10001, c.text, c.claimed)));
+        EXPECT_EQ(Got(player), One(0xA7, Consume(10001, c.text, c.claimed)));
     }
     EXPECT_TRUE(Has(SendConsume("", 5), "length[24] <= ConsumeSucessNotice[24]!!"));
     EXPECT_TRUE(Nothing(player));
@@ -130,11 +117,9 @@ TEST_F(CoinsTest, UserDataSyncIsForwardedUnchanged) {
     std::string msg = Pattern(28, 10001);
     const std::string log = LogOf([&] { net.Deliver(Link(WEB), 0xB3, msg); });
     EXPECT_TRUE(Has(log, "ConsumeSucessNotice userid:10001!!!\n"));
-    const Sent sent = Only(player);
-    EXPECT_EQ(sent.type, 0xB3);
-    EXPECT_EQ(Body(sent.bytes), Body(msg));
+    EXPECT_EQ(Got(player), One(0xB3, msg));
     lobby->HandleSychUserDataMsg(player, msg.data(), 28);
-    EXPECT_EQ(Only(player).type, 0xB3);
+    EXPECT_EQ(Got(player), One(0xB3, msg));
     EXPECT_TRUE(Has(LogOf([&] { lobby->HandleSychUserDataMsg(player, msg.data(), 27); }),
                     "length[27] <= SychUserLobbyData[28]!!"));
     net.Deliver(Link(WEB), 0xB3, Pattern(29, 10001));
@@ -143,11 +128,7 @@ TEST_F(CoinsTest, UserDataSyncIsForwardedUnchanged) {
 
 TEST_F(CoinsTest, ExchangesKeepFiveSeconds) {
     LobbyPlayer* giver = Online(10001);
-    QueueExchangeCoinReq expected{};
-    SetSession(expected, giver);
-    expected.iUserIDFrom = 10001;
-    expected.iUserIDRecv = 10002;
-    expected.llExchangeCoin = 1000;
+    const QueueExchangeCoinReq expected{{}, NodeHandle(giver), *giver, 0, 0, 10001, 10002, 1000};
     // Refused, which leaves the stamp alone.
     const std::tuple<int32_t, int64_t, int32_t> refused[] = {
         {10001, 5, 4},    {10001, -5, 4},        {10002, 0, 3},        {10002, -5, 3},
@@ -160,9 +141,7 @@ TEST_F(CoinsTest, ExchangesKeepFiveSeconds) {
         EXPECT_EQ(answer.At<int64_t>(20), 1000);
     }
     Exchange(giver, 10002, 1000);
-    const Sent sent = Only(Link(QUEUE));
-    EXPECT_EQ(sent.type, 0x5A50);
-    EXPECT_EQ(Body(sent.bytes), Body(BytesOf(expected)));
+    EXPECT_EQ(Got(Link(QUEUE)), One(0x5A50, BytesOf(expected)));
     g_testNow += 4;
     Exchange(giver, 10002, 1);
     EXPECT_EQ(Only(giver).At<int32_t>(8), 12);
@@ -175,7 +154,7 @@ TEST_F(CoinsTest, ExchangesKeepFiveSeconds) {
 // be in another lobby, or a second session of the giver.
 TEST_F(CoinsTest, ExchangeResultsMoveCoinsBetweenTheSessions) {
     LobbyPlayer* giver = Online(10001);
-    LobbyPlayer* receiver = Online(10002);
+    LobbyPlayer* receiver = Login(10002);  // whose login nobody confirmed
     const struct {
         int64_t giver, receiver, amount;
         int32_t to, error;
@@ -195,11 +174,8 @@ TEST_F(CoinsTest, ExchangeResultsMoveCoinsBetweenTheSessions) {
         EXPECT_EQ(giver->llGameCoin, c.giverAfter);
         EXPECT_EQ(receiver->llGameCoin, c.receiverAfter);
         EXPECT_EQ(Received(giver).back().At<int32_t>(8), c.error);
-        UserExchangeCoinLog record{};
-        record.iSenderID = 10001;
-        record.iReceiverID = c.to;
-        record.llExchangeCoin = c.amount;
-        EXPECT_EQ(Body(Only(Link(LOG)).bytes), c.error == 0 ? Body(BytesOf(record)) : "");
+        const UserExchangeCoinLog record{{}, 0, 0, 10001, c.to, c.amount, {}, {}, 0};
+        EXPECT_EQ(Got(Link(LOG)), c.error == 0 ? One(0x5A48, BytesOf(record)) : Messages());
         EXPECT_EQ(Received(receiver).size(), c.to == 10002 && c.error == 0 ? 1u : 0u);
     }
 }

@@ -7,7 +7,7 @@ constexpr char kSchedule[] =
     "[compete_info]\nmonth_open_day=15\nmonth_open_hour=20\nmonth_open_minute=30\n"
     "month_award_coin=5000\nmonth_user_num=900,800,700,600,500,400,300,200,100\n"
     "day_open_hour=12\nday_open_minute=5\nday_award_coin=70\nday_max_free_count=3\n"
-    "day_user_num=16,x,4\n";
+    "day_user_num=,16,,x,4\n";
 
 constexpr time_t kNoon = 1'784'116'800;  // 15 July 2026 everywhere but on some islands
 
@@ -45,6 +45,8 @@ TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
         3,  1000, 1,  4000, {}};
     WriteFile("compete_info.cfg", kSchedule);
     lobby->m_competeConfig.ReadConfig();
+    net.Deliver(net.Connect(), 0xF0, ClientLobbyCompeteReq{{}, 31});  // for anybody, of nobody
+    EXPECT_EQ(Received(Link(QUEUE)).at(0).As<CompeteLobbyUserInfoReq>().iUserID, 31);
     LobbyPlayer* const player = Login(31);
     Received(Link(QUEUE));
     net.Deliver(player, 0xF0, ClientLobbyCompeteReq{{}, 31});

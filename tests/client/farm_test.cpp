@@ -1,8 +1,3 @@
-#include <algorithm>
-#include <random>
-#include <set>
-#include <tuple>
-
 #include "LobbyTest.h"
 
 namespace {

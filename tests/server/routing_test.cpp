@@ -124,26 +124,3 @@ TEST(WorkerThreadTest, NobodyElseCallsItsFunctions) {
     };
     EXPECT_DEATH(callFromElsewhere(), "Of: called by another thread than the message worker");
 }
-
-TEST(LobbyPlayerTest, InitializeClearsAllButTokenAndChannel) {
-    LobbyPlayer player;
-    player.Initialize();
-    const uint64_t first = player.m_ulPlayerNodeId;
-    player.m_iUserID = 5;
-    player.m_cLoginType = 1;
-    player.m_bDelOnline = false;
-    player.iLastGetCoinTime = player.m_tLastExchangeCoinTime = 9;
-    player.m_lpPrior = player.m_lpNext = &player;
-    std::strcpy(player.m_szToken, "token");
-    std::strcpy(player.m_szChannelID, "channel");
-    std::strcpy(player.szOutAccount, "account");
-    player.Initialize();
-    EXPECT_GT(player.m_ulPlayerNodeId, first);
-    EXPECT_EQ(player.m_iUserID + player.m_cLoginType, 0);
-    EXPECT_TRUE(player.m_bDelOnline);
-    EXPECT_EQ(player.iLastGetCoinTime + player.m_tLastExchangeCoinTime, 0);
-    EXPECT_TRUE(player.m_lpPrior == nullptr && player.m_lpNext == nullptr);
-    EXPECT_STREQ(player.m_szToken, "token");
-    EXPECT_STREQ(player.m_szChannelID, "channel");
-    EXPECT_STREQ(player.szOutAccount, "");
-}

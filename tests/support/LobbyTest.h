@@ -1,20 +1,15 @@
 // A serving lobby in memory, with its six links up and a clock moved by hand, and its players.
 #pragma once
 
-#include <cstring>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "BaseTest.h"
 #include "CenterServerHandler.h"
 #include "Common/Common.h"
 #include "ConfigServerHandler.h"
+#include "DataServerHandler.h"
 #include "LobbyClientHandler.h"
 #include "LogServerHandler.h"
 #include "MemoryLobby.h"
 #include "QueueServerHandler.h"
-#include "Waiting.h"
 #include "WebServerHandler.h"
 #include "queue_server_msg.h"
 
@@ -66,8 +61,12 @@ class DirectoryTest : public FolderTest, protected MemoryLobby {
     Messages Got(IPlayerNode* node) {
         Messages messages;
         for (const auto& sent : Received(node))
-            messages.emplace_back(sent.type, sent.bytes);
+            messages.push_back(One(sent.type, sent.bytes)[0]);
         return messages;
+    }
+    // Without what stands in its header, which the network fills.
+    static Messages One(uint16_t type, std::string bytes) {
+        return {{type, bytes.replace(0, 8, Zeros(8))}};
     }
 
     // The first `size` bytes of a message that holds at least 8.
@@ -77,26 +76,13 @@ class DirectoryTest : public FolderTest, protected MemoryLobby {
         bytes.resize(size);
         net.Deliver(Link(port), type, bytes);
     }
-    // The link's node as its handler has it; the keeper stores it a moment after the connect.
-    IPlayerNode* Held(Port port) {
-        switch (port) {
-            case CENTER:
-                return lobby->GetCenterServerHandler()->m_lpCenterServer;
-            case WEB:
-                return lobby->GetWebServerHandler()->m_lpWebServer;
-            case QUEUE:
-                return lobby->GetQueueServerHandler()->m_lpQueueServer;
-            case CONFIG:
-                return lobby->GetConfigServerHandler()->m_lpConfigServer;
-            case LOG:
-                return lobby->GetLogServerHandler()->m_lpLogServer;
-            default:
-                return Link(port);
-        }
-    }
-    // By the reconnect keeper.
+    // By the reconnect keeper; its handler has it a moment after the connect.
     bool WaitForLink(Port port) {
-        return Eventually([&] { return Link(port) != nullptr && Held(port) == Link(port); });
+        const LinkHandler* const handlers[] = {
+            lobby->m_lpCenterServerHandler, lobby->m_lpWebServerHandler,
+            lobby->m_lpQueueServerHandler,  lobby->m_lpDataServerHandler,
+            lobby->m_lpConfigServerHandler, lobby->m_lpLogServerHandler};
+        return Eventually([&] { return handlers[port - CENTER]->IsMine(Link(port)); });
     }
 
     std::string extraConfig;        // further sections; set before SetUp
@@ -113,19 +99,9 @@ class LobbyTest : public DirectoryTest {
     }
 
     UserInfoRes InfoFor(LobbyPlayer* player) {
-        UserInfoRes info{};
-        info.llGameCoin = 1000;
-        info.llBankCoin = 500;
-        info.llControlNum = 77;
-        info.iMachineIndex = 21;
-        info.iPlayGameTime = 22;
-        info.iAllYuanBaoAmount = 23;
-        info.iAccountsourceid = 24;
-        info.isBindingmobile = 25;
-        info.iFriendPropNum = 26;
-        info.iTeamTag = 11;
-        info.iLianyunFlag = 12;
-        info.usRegisterType = 0xFFF3;
+        // A value of its own for each field; 1000 coins, 500 in the bank.
+        UserInfoRes info{{},  0,  77, 21,     22, 23, 24, 25, 26, 1000,
+                         500, 11, 12, 0xFFF3, {}, {}, {}, 0,  0};
         std::memset(info.szOutAccount, 'o', sizeof(info.szOutAccount));
         SetSession(info, player);
         return info;
@@ -160,9 +136,5 @@ class LobbyTest : public DirectoryTest {
     }
     static void PutSession(std::string& bytes, size_t at, const LobbyPlayer* player) {
         PutSession(bytes, at, NodeHandle(player), player->m_ulPlayerNodeId);
-    }
-    // Both without their headers, which the network fills.
-    static std::string Body(const std::string& bytes, size_t size = std::string::npos) {
-        return bytes.size() < 8 ? "" : bytes.substr(8, size == std::string::npos ? size : size - 8);
     }
 };
