@@ -50,11 +50,8 @@ TEST_F(LobbyTest, LoginFromNoticeToAnswer) {
 }
 
 TEST_F(LobbyTest, RefusedNoticesCloseTheirConnection) {
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 10001;
-    const std::string good = BytesOf(notice);
-    notice.iUserID = 667;
-    const std::string disabled = BytesOf(notice);
+    const std::string good = BytesOf(tagLobbyClientConnectNotice{{}, 10001, 0, {}, {}});
+    const std::string disabled = BytesOf(tagLobbyClientConnectNotice{{}, 667, 0, {}, {}});
     const struct {
         std::string bytes;
         int stopSwitch;
@@ -131,9 +128,7 @@ TEST_F(LobbyTest, LookUpsFindTheNewestSessionOfAUser) {
 
 TEST_F(LobbyTest, LinkThatSentAConnectNoticeLeavesNoTraceInTheList) {
     LobbyPlayer* a = Online(1);
-    tagLobbyClientConnectNotice notice{};
-    notice.iUserID = 2;
-    net.Deliver(Link(WEB), 0xA1, notice);
+    Notice(Link(WEB), 2);
     LobbyPlayer* c = Online(3);
     net.failCreatePort = WEB;
     net.Hangup(Link(WEB));
