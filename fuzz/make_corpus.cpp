@@ -91,7 +91,31 @@ std::string DaySeed() {
            std::string{static_cast<char>(ops::Disturb), '\x81', static_cast<char>(ops::Tick), 9};
 }
 
+// Two messages around a header of any identity and length, and short messages, cut everywhere.
+void CutSeeds(const fs::path& folder) {
+    const std::pair<size_t, size_t> headers[] = {{4, 8},    {5, 7},     {5, 0},
+                                                 {5, 4097}, {5, 65535}, {5, 8}};
+    int number = 0;
+    for (const auto& [identity, length] : headers) {
+        std::string stream = Message(1, 8) + Message(2, 8) + Message(3, 8);
+        stream[8] = static_cast<char>(identity);
+        stream[10] = static_cast<char>(length >> 8);
+        stream[11] = static_cast<char>(length);
+        for (char cut = 0; cut < 17; ++cut)
+            Write(folder / ("header-" + std::to_string(number++)),
+                  Text({cut, '\xFF'}) + '\0' + stream);
+    }
+    const std::string stream =
+        Message(1, 8) + Message(2, 9) + Message(3, 21) + Message(4, 8) + Message(5, 13);
+    for (char first = 0; first < 59; ++first) {
+        for (const char second : {'\0', '\5', '\7', '\xFF'})
+            Write(folder / ("cut-" + std::to_string(number++)),
+                  Text({first, second, '\xFF'}) + '\0' + stream);
+    }
+}
+
 void StreamSeeds(const fs::path& folder) {
+    CutSeeds(folder);
     std::string joined;
     for (const catalog::Message* row : ops::ClientRows())
         joined += Message(row->type, row->size);
@@ -110,6 +134,12 @@ void WebSocketSeeds(const fs::path& folder) {
                                   "Sec-WebSocket-Key: again\r\nX-Real-IP: 10.0.0.1\r\n"
                                   "X-Forwarded-For: 1.2.3.4:5, [::1]:6, 10.9.9.9\r\n\r\n");
     Write(folder / "frames", "\1" + Text("\1\x10\xFF") + "\x82\x07\1\2\2\x40\3\4\x01\xF9\5\6");
+    for (char first = 0; first < 127; ++first) {
+        for (const char second : {'\0', '\3', '\xFF'})
+            Write(folder / ("cut-" + std::to_string(first) + '-' + std::to_string(second)),
+                  "\1" + Text({first, second, '\xFF'}) +
+                      "\x82\1\2\2\x02\x7C\3\4\x81\x7D\5\6\x02\1\7\7");
+    }
     Write(folder / "close", "\2" + Text("") + "\x88\x02\x03\xE8");
     Write(folder / "lengths", "\2" + Text("\3") + std::string("\x82\x7E\1\0", 4) + Message(1, 256) +
                                   std::string("\x82\x88\1\2\3\4", 6) + Message(2, 8) +
