@@ -174,6 +174,7 @@ TEST_F(LogLines, OfCloses) {
     LobbyPlayer* const player = Named(Online(10002), "PLAYER");
     Expect({{"kick-out", From(CENTER, 0x9100, NoticeLobbyKickOut{{}, 10002})},
             {"close of a player", [&] { net.Hangup(player, false); }}});
+    lobby->m_Reconnect.Stop();  // it would open them again, and say so, meanwhile
     bool flag = false;
     for (const auto& [port, name] : {std::pair{CENTER, "CENTER"},
                                      {WEB, "WEB"},
