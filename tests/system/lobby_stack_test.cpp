@@ -42,7 +42,7 @@ class LobbyStack : public SystemTest {
         load.connections = 20;
         load.firstUser = 10001;
         load.warmup = 0;
-        load.seconds = 1.5;
+        load.seconds = 0.7;
         load.quiet = true;
         EXPECT_TRUE(PlayerLoad(load).Run().errors.empty()) << webSocket;
     }

@@ -1,12 +1,8 @@
 // lobby_client and lobby_load as one types them, against the real lobby.
 #include <gmock/gmock.h>
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
-#include <cstdio>
-
+#include "Shell.h"
 #include "SystemTest.h"
 #include "queue_server_msg.h"
 
@@ -16,71 +12,38 @@ using testing::Not;
 
 namespace {
 
-struct Ended {
-    int status;
-    std::string output;
-};
-
-// A shell's command; both of its outputs.
-Ended Shell(const std::string& command) {
-    FILE* pipe = popen(("{ " + command + "; } 2>&1").c_str(), "r");
-    std::string output;
-    for (int c; (c = std::fgetc(pipe)) != EOF;)
-        output += static_cast<char>(c);
-    return {WEXITSTATUS(pclose(pipe)), output};
-}
-
-// A program at a terminal of its own.
+// A command at a terminal of its own.
 class Terminal {
   public:
-    Terminal(const std::string& program, std::vector<std::string> words) {
-        m_pid = forkpty(&m_fd, nullptr, nullptr, nullptr);
-        if (m_pid != 0) return;
-        setenv("TERM", "xterm", 1);
-        const std::string path = TOOLS + program;
-        std::vector<char*> argv{const_cast<char*>(path.c_str())};
-        for (std::string& word : words)
-            argv.push_back(word.data());
-        argv.push_back(nullptr);
-        execv(argv[0], argv.data());
-        _exit(127);
+    explicit Terminal(const std::string& command) {
+        const std::string keys = m_process.Directory() / "keys";
+        EXPECT_EQ(mkfifo(keys.c_str(), 0600), 0);
+        m_process.Start(
+            {"sh", "-c", "TERM=xterm exec script -qfec '" + command + "' /dev/null <" + keys});
+        m_keys.open(keys);
     }
-    ~Terminal() {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-        close(m_fd);
-    }
-    void Type(const std::string& text) {
-        ASSERT_EQ(write(m_fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    }
-    // What was shown up to this text; all of it when it does not come.
+    void Type(const std::string& text) { m_keys << text << std::flush; }
+    // What was shown up to this text, since the last call; all of it when it does not come.
     std::string Until(const std::string& text) {
-        const auto end = Clock::now() + seconds(20);
-        size_t at;
-        while ((at = m_shown.find(text)) == std::string::npos) {
-            pollfd one{m_fd, POLLIN, 0};
-            char bytes[512];
-            if (Clock::now() > end || poll(&one, 1, 1000) < 0) break;
-            const ssize_t got = one.revents ? read(m_fd, bytes, sizeof(bytes)) : 0;
-            if (got < 0) break;
-            m_shown.append(bytes, static_cast<size_t>(got));
-        }
-        const std::string before =
-            m_shown.substr(0, at == std::string::npos ? at : at + text.size());
-        m_shown.erase(0, before.size());
-        EXPECT_NE(at, std::string::npos) << "waited for " << text << ", saw " << before;
-        return before;
+        std::string shown;
+        EXPECT_TRUE(Eventually([&] {
+            shown = m_process.Said("stdout").substr(m_seen);
+            return Has(shown, text);
+        })) << "waited for "
+            << text << ", saw " << shown;
+        shown.resize(std::min(shown.size(), shown.find(text) + text.size()));
+        m_seen += shown.size();
+        return shown;
     }
     int Status() {
-        int status = 0;
-        waitpid(m_pid, &status, 0);
-        return WEXITSTATUS(status);
+        EXPECT_TRUE(Eventually([&] { return m_process.Ended(); }));
+        return WEXITSTATUS(m_process.Status().value_or(-1));
     }
 
   private:
-    int m_fd = -1;
-    pid_t m_pid = -1;
-    std::string m_shown;
+    ChildProcess m_process;
+    std::ofstream m_keys;
+    size_t m_seen = 0;
 };
 
 class ToolsTest : public SystemTest {
@@ -120,8 +83,7 @@ TEST_F(ToolsTest, RefusalsSayWhyAndSecretsComeFromTheEnvironment) {
 }
 
 TEST_F(ToolsTest, AtATerminalLinesAreEditedWhilePushesShow) {
-    Terminal terminal("lobby_client",
-                      {"--port", std::to_string(port), "--user", "10001", "--bank-password", "-"});
+    Terminal terminal(Client(10001) + "--bank-password -");
     terminal.Until("Bank password: ");
     terminal.Type("888888\n");
     EXPECT_THAT(terminal.Until("lobby> "), Not(HasSubstr("888888")));
@@ -150,14 +112,14 @@ TEST_F(ToolsTest, LoadOfEveryKindSucceedsAndSaysWhenItCannot) {
         return platform.OpenControl(0);
     });
     const std::string rounds = "bulletins --rounds 1 --control " + std::to_string(control);
-    for (const std::string kind :
-         {"-d 1 echo", "-d 1 cycle", "-d 1 idle", "logins", "-d 1 players", rounds.c_str()}) {
+    for (const std::string kind : {"-d 0.5 echo", "-d 0.5 cycle", "-d 0.5 idle", "logins",
+                                   "-d 0.5 players", rounds.c_str()}) {
         const Ended load = Load("-n 20 --warmup 0 " + kind);
         EXPECT_EQ(load.status, 0) << kind << load.output;
     }
-    EXPECT_THAT(Load("-n 2 -d 1 --warmup 0 players --mix take").output, HasSubstr("ran dry"));
-    const Ended cut = Shell(TOOLS "lobby_load --help-all; timeout --foreground -s INT 3 " TOOLS
-                                  "lobby_load -q -n 9 -d 60 -p " +
+    EXPECT_THAT(Load("-n 2 -d 0.5 --warmup 0 players --mix take").output, HasSubstr("ran dry"));
+    const Ended cut = Shell(TOOLS "lobby_load --help-all; timeout --foreground -s INT 1.5 " TOOLS
+                                  "lobby_load -q -n 9 -d 60 --warmup 0 -p " +
                             std::to_string(port) + " echo");
     EXPECT_THAT(cut.output, AllOf(HasSubstr("per_second"), HasSubstr("interrupted"),
                                   HasSubstr("of the random choices")));
@@ -167,10 +129,7 @@ TEST_F(ToolsTest, LoadOfEveryKindSucceedsAndSaysWhenItCannot) {
     EXPECT_EQ(Shell(TOOLS "platform_sim --fly").status, 2);
     EXPECT_EQ(Shell(TOOLS "platform_sim --accounts /nowhere").status, 3);
     EXPECT_EQ(Shell(TOOLS "lobby_client --port 1 --user 1 login").status, 3);
-    EXPECT_EQ(Shell(TOOLS "lobby_load -p " + std::to_string(port) +
-                    " --json /nowhere/x -d 1 --warmup 0 echo")
-                  .status,
-              3);
+    EXPECT_EQ(Load("--json /nowhere/x -d 0.1 --warmup 0 echo").status, 3);
 }
 
 }  // namespace
