@@ -2,8 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <future>
-#include <sstream>
 
 #include <boost/asio/ip/tcp.hpp>
 
@@ -14,6 +14,8 @@
 // time-out, and generous to a machine that runs other tests.
 inline constexpr double AT_ONCE = 2.0 * SLOWER;
 
+inline constexpr const char* kSample = PROJECT_SOURCE_DIR "/deploy/config/LobbyServer.cfg";
+
 class UnderAttack : public SystemTest {
   protected:
     UnderAttack() {
@@ -21,11 +23,10 @@ class UnderAttack : public SystemTest {
         RaiseDescriptorLimit();
     }
 
-    // As shipped, but for the addresses, short time-outs and a quiet log.
-    LobbySettings AttackSettings() {
+    // As shipped, but for the addresses.
+    LobbySettings ShippedSettings() {
         LobbySettings settings;
-        std::istringstream sample(
-            ReadFile(std::filesystem::path(PROJECT_SOURCE_DIR) / "deploy/config/LobbyServer.cfg"));
+        std::ifstream sample(kSample);
         std::string section;
         for (std::string line; std::getline(sample, line);) {
             if (line.starts_with('[')) section = line.substr(1, line.find(']') - 1);
@@ -34,7 +35,13 @@ class UnderAttack : public SystemTest {
             settings[section][line.substr(0, at)] = line.substr(at + 1);
         }
         settings["connect"] = Settings()["connect"];
-        settings["Redis"] = {{"redis_server", redis.Address()}, {"timeout", "1"}};
+        settings["Redis"]["redis_server"] = redis.Address();
+        return settings;
+    }
+    // With short time-outs, a quiet log, and figures.
+    LobbySettings AttackSettings() {
+        LobbySettings settings = ShippedSettings();
+        settings["Redis"]["timeout"] = "1";
         settings["network"]["interval"] = "1";
         settings["network"]["timeout"] = "3";
         settings["log"] = {{"level", "ERROR"}};
