@@ -12,7 +12,7 @@ import { fileURLToPath } from 'node:url';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
-const seconds = Number(process.env.FOREIGN_SECONDS ?? 7);
+const seconds = Number(process.env.FOREIGN_SECONDS ?? 4);
 const interval = seconds >= 60 ? 20 : 3;
 const KEEP_ALIVE = [5, 0, 0, 8, 3, 0, 0xf0, 0xf1];
 const system = await startSystem();

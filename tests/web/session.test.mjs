@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { LobbyClient } from '../../web/lobby-protocol.js';
-import { launch, look, openPage, PHONE } from './support/browser.mjs';
+import { DESKTOP, launch, look, openPage, PHONE } from './support/browser.mjs';
 import { WebSocket } from './support/modules.mjs';
 import { startSystem } from './support/system.mjs';
 
@@ -76,9 +76,14 @@ const hasText = (selector, text) => page.locator(selector, { hasText: text }).fi
 async function fill(fields) {
   for (const [id, text] of Object.entries(fields)) await page.fill(`#${id}`, text);
 }
-async function open(userId, options) {
-  await page?.close();
-  page = await openPage(browser, system.page, options);
+// One page for all: a new one takes a second.
+async function open(userId, colorScheme = 'light', viewport = DESKTOP) {
+  page ??= await openPage(browser, system.page);
+  await page.emulateMedia({ colorScheme });
+  await page.setViewportSize(viewport);
+  await page.goto(system.page);
+  await page.waitForSelector('body[data-ready]');
+  page.faults.length = 0;
   await fill({ 'user-id': String(userId), token: TOKEN });
 }
 async function logIn() {
@@ -213,7 +218,7 @@ test('every push shows as it comes, as text and nothing else', async () => {
 
 test('the page fits a phone, light and dark', async () => {
   for (const colorScheme of ['light', 'dark']) {
-    await open(10009, { colorScheme, viewport: PHONE });
+    await open(10009, colorScheme, PHONE);
     await look(page, `page-login-${colorScheme}`);
     await logIn();
     await page.click('#servers');
@@ -223,12 +228,12 @@ test('the page fits a phone, light and dark', async () => {
     await hasText('#notices', 'xxx');
     await look(page, `page-phone-${colorScheme}`);
   }
-  await look(page, 'page-desktop-dark', { width: 1280, height: 900 });
+  await look(page, 'page-desktop-dark', DESKTOP);
 });
 
 let operator;
 test("the operator's page shows the lobby, and a link that goes and comes back", async () => {
-  operator = await openPage(browser, system.metrics, {}, 'main');
+  operator = await openPage(browser, system.metrics, 'main');
   const queue = operator.getByRole('row', { name: /^queue / });
   await queue.getByText('up', { exact: true }).waitFor();
   assert.equal(await operator.getByRole('status').textContent(), 'serving');

@@ -15,9 +15,12 @@ export function launch() {
   });
 }
 
+export const DESKTOP = { width: 1280, height: 900 };
+export const PHONE = { width: 390, height: 844 };
+
 // Opens a page; errors that it throws end up in `faults`, what it loads from elsewhere in `elsewhere`.
-export async function openPage(browser, url, options = {}, ready = 'body[data-ready]') {
-  const page = await browser.newPage({ viewport: { width: 1280, height: 900 }, ...options });
+export async function openPage(browser, url, ready = 'body[data-ready]') {
+  const page = await browser.newPage({ viewport: DESKTOP });
   page.setDefaultTimeout(15000);
   page.faults = [];
   page.elsewhere = [];
@@ -29,8 +32,6 @@ export async function openPage(browser, url, options = {}, ready = 'body[data-re
   await page.waitForSelector(ready);
   return page;
 }
-
-export const PHONE = { width: 390, height: 844 };
 
 // Writes a picture of the whole page, which is not wider than its window, and in which the checker of
 // accessibility finds nothing.
