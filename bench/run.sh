@@ -41,11 +41,11 @@ fi
 if [ -n "$quick" ]; then
     rounds=1 short=(-d 0.2 --warmup 0.1) long=(-d 0.2 --warmup 0.1)
     clients=(100 400) idle=300 crowd=300 players=200 busy=(-d 1 --warmup 0.1) commands=1000 pace=1
-    still=1
+    still=1 broadcasts=1
 else
     rounds=${ROUNDS:-3} short=(-d 3 --warmup 0.5) long=(-d 5)
     clients=(500 1000 2000 4000 "$most") idle=4000 crowd=3000 players=4800 busy=(-d 30 --warmup 5)
-    commands=50000 pace='' still=20
+    commands=50000 pace='' still=20 broadcasts=3
 fi
 
 have() { [ -x "$bin/${1}_echo" ]; }
@@ -142,10 +142,11 @@ do_stopped() {
 }
 do_bulletins() {
     load "$1" -n "$((crowd < players ? crowd : players))" -d 200 --warmup 0.2 bulletins \
-        --control "$control_port" --rounds 3
+        --control "$control_port" --rounds "$broadcasts"
 }
 do_slow() {
-    load "$1" -n "$players" -d 200 --warmup 0.2 bulletins --control "$control_port" --rounds 5 --slow 10
+    load "$1" -n "$players" -d 200 --warmup 0.2 bulletins --control "$control_port" \
+        --rounds "$((broadcasts * 2 - 1))" --slow 10
 }
 do_evening() { load "$1" "${busy[@]}" -n "$players" --ramp 1000 players --think 5; }
 # CPU of a lobby nobody talks to.

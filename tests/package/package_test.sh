@@ -184,7 +184,8 @@ leftovers() { comm -13 "$work/before" <(files) | tr '\n' ' '; }
 
 step "build the packages"
 build_package
-check_packages
+check_packages &
+checking=$!
 step "lay out a clean system"
 prepare_root
 files >"$work/before"
@@ -227,5 +228,6 @@ $cfg/SensitiveName.cfg $cfg/compete_info.cfg $cfg/disconnectuserid.cfg ./var/log
 step "purge"
 apt_in_root purge lobby-server || fail "purge"
 expect "left by purging" "" "$(leftovers)"
+wait "$checking" || fail "the packages"
 ! grep -q lobby-server "$root/etc/passwd" "$root/etc/group" || fail "the account is left"
 step "done"

@@ -161,7 +161,7 @@ sleep 2
 sample
 
 # Everybody logs in once more and works, with no error allowed.
-load served -n "$players" -d 10 --warmup 0 players --think 0.5 --seed "$seed" --first-user 20001
+load served -n "$players" -d $((total > 120 ? 10 : 4)) --warmup 0 players --think 0.5 --seed "$seed" --first-user 20001
 served=$?
 base_after=$(base)
 gone() { [ "$(descriptors)" -le $((fds_before + 12)) ]; }  # Redis and the log come and go
