@@ -5,9 +5,7 @@
 // they mean, and the number of its answer. The same number may mean another message in the other
 // direction, so rows are looked up by both.
 
-import {
-  CODE_FIELDS, CODES, FROM_LOBBY, MESSAGES, TO_LOBBY,
-} from './lobby-messages.js';
+import { CODES, FROM_LOBBY, MESSAGES, TO_LOBBY } from './lobby-messages.js';
 
 export { CODES, FROM_LOBBY, MESSAGES, TO_LOBBY };
 export const HEADER_SIZE = 8;
@@ -28,7 +26,7 @@ export function layoutByName(direction, name) {
 
 // The result code in an answer's fields; undefined in messages without one.
 export function codeOf(type, fields) {
-  return fields[CODE_FIELDS.get(type)];
+  return fields[layoutOf(FROM_LOBBY, type)?.code];
 }
 
 // The sentence for a result code that is not 0, in the player's words.

@@ -40,6 +40,8 @@ export interface MessageLayout {
   fields: FieldLayout[];
   /** number of the answer to a request */
   reply?: number;
+  /** field of an answer that says how it went */
+  code?: string;
 }
 
 export const MESSAGES: readonly MessageLayout[];

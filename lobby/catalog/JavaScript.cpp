@@ -78,17 +78,19 @@ std::string FieldRow(const Field& field) {
     }
     if (!field.countField.empty()) row += KeyValue("count", Single(field.countField));
     if (field.secret) row += KeyValue("secret", "true");
-    return row + ",\n    meaning: " + Single(field.meaning) + " },\n";
+    return row + KeyValue("meaning", Single(field.meaning)) + " },\n";
 }
 
 std::string MessageRow(const Message& message, const std::string& name) {
+    const Field* const code = CodeField(message);
     return "  { direction: " +
            std::string(message.direction == Direction::ClientToLobby ? "TO_LOBBY" : "FROM_LOBBY") +
            KeyValue("type", Hex(message.type)) + KeyValue("name", Single(name)) +
            KeyValue("meaning", Single(message.name)) +
            KeyValue("size", std::to_string(message.size)) +
            KeyValue("fields", message.layout ? message.layout->name : "[]") +
-           (message.answer ? KeyValue("reply", Hex(message.answer)) : "") + " },\n";
+           (message.answer ? KeyValue("reply", Hex(message.answer)) : "") +
+           (code ? KeyValue("code", Single(code->name)) : "") + " },\n";
 }
 
 std::string CodeRows() {
@@ -98,15 +100,6 @@ std::string CodeRows() {
                KeyValue("isOwn", one.own ? "true" : "false") +
                KeyValue("sentence", Single(one.sentence)) + " },\n";
     }
-    return out;
-}
-
-std::string CodeFieldRows() {
-    std::string out;
-    ForEachMessage([&](const Message& message, const std::string&) {
-        if (const Field* field = CodeField(message))
-            out += "  [" + Hex(message.type) + ", " + Single(field->name) + "],\n";
-    });
     return out;
 }
 
@@ -175,13 +168,12 @@ std::string JavaScript() {
     });
     out +=
         "// A request's `reply` is the number of its answer; requests without one are never "
-        "answered.\nexport const MESSAGES = [\n";
+        "answered.\n// An answer's `code` names the field that says how it went.\n"
+        "export const MESSAGES = [\n";
     ForEachMessage(
         [&](const Message& message, const std::string& name) { out += MessageRow(message, name); });
     out += "];\n\n// By answer and code. Own codes are the lobby's, others the queue server's.\n";
-    out += "export const CODES = [\n" + CodeRows() + "];\n\n";
-    out += "// Number of an answer -> the field that holds its code.\n";
-    return out + "export const CODE_FIELDS = new Map([\n" + CodeFieldRows() + "]);\n";
+    return out + "export const CODES = [\n" + CodeRows() + "];\n";
 }
 
 std::string TypeScript() {
