@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <random>
+
+#include "WebSocketClient.h"
 
 namespace client {
 namespace {
@@ -14,43 +15,8 @@ using boost::asio::ip::tcp;
 using boost::system::error_code;
 using std::chrono::milliseconds;
 
-// One masked binary frame, as a browser sends it.
-wire::Bytes Frame(wire::View payload) {
-    static thread_local std::minstd_rand random(std::random_device{}());
-    wire::Bytes frame;
-    frame.reserve(payload.size() + 8);
-    frame.push_back(0x82);
-    if (payload.size() < 126) {
-        frame.push_back(static_cast<uint8_t>(0x80 | payload.size()));
-    } else {
-        frame.insert(frame.end(), {0x80 | 126, static_cast<uint8_t>(payload.size() >> 8),
-                                   static_cast<uint8_t>(payload.size())});
-    }
-    const auto key = static_cast<uint32_t>(random());
-    for (int shift = 0; shift < 32; shift += 8)
-        frame.push_back(static_cast<uint8_t>(key >> shift));
-    const size_t mask = frame.size() - 4;
-    for (size_t i = 0; i < payload.size(); ++i) {
-        frame.push_back(static_cast<uint8_t>(payload[i] ^ frame[mask + i % 4]));
-    }
-    return frame;
-}
-
-// Where a frame's payload lies; nothing while the frame is not complete.
-struct Extent {
-    size_t start;
-    size_t size;
-};
-std::optional<Extent> Payload(wire::View raw) {
-    if (raw.size() < 2) return {};
-    const size_t shortLength = raw[1] & 0x7F;
-    const size_t lengthBytes = shortLength == 126 ? 2 : shortLength == 127 ? 8 : 0;
-    if (raw.size() < 2 + lengthBytes) return {};
-    uint64_t size = lengthBytes ? 0 : shortLength;
-    for (size_t i = 0; i < lengthBytes; ++i)
-        size = size << 8 | raw[2 + i];
-    if (raw.size() - 2 - lengthBytes < size) return {};
-    return Extent{2 + lengthBytes, static_cast<size_t>(size)};
+wire::View BytesOf(std::string_view text) {
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
 }  // namespace
@@ -59,7 +25,7 @@ Connection::Connection(const std::string& host, uint16_t port, Transport transpo
                        Clock::time_point deadline)
     : m_transport(transport) {
     Connect(host, port, deadline);
-    if (transport == Transport::WebSocket) Upgrade(host, deadline);
+    if (transport == Transport::WebSocket) Upgrade(deadline);
 }
 
 void Connection::Connect(const std::string& host, uint16_t port, Clock::time_point deadline) {
@@ -85,26 +51,17 @@ void Connection::Connect(const std::string& host, uint16_t port, Clock::time_poi
     }
 }
 
-void Connection::Upgrade(const std::string& host, Clock::time_point deadline) {
-    const std::string request = "GET / HTTP/1.1\r\nHost: " + host +
-                                "\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                                "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
-                                "Sec-WebSocket-Version: 13\r\n\r\n";
-    SendRaw({reinterpret_cast<const uint8_t*>(request.data()), request.size()}, deadline);
-    static constexpr std::string_view end = "\r\n\r\n";
-    for (;;) {
-        const auto at = std::search(m_raw.begin(), m_raw.end(), end.begin(), end.end());
-        if (at != m_raw.end()) {
-            const std::string answer(m_raw.begin(), at);
-            m_raw.erase(m_raw.begin(), at + static_cast<long>(end.size()));
-            if (answer.find(" 101 ") == std::string::npos ||
-                answer.find("s3pPLMBiTxaQ9kYGzzhZRbK+xOo=") == std::string::npos) {
-                throw ConnectionLost("the lobby refused the WebSocket upgrade");
-            }
-            return;
-        }
+void Connection::Upgrade(Clock::time_point deadline) {
+    SendRaw(BytesOf(websocket::UpgradeRequest()), deadline);
+    size_t size = 0;
+    auto state = websocket::Upgrade::Incomplete;
+    while ((state = websocket::ReadUpgrade(m_raw, size)) == websocket::Upgrade::Incomplete) {
         if (!Fill(deadline)) throw TimedOut("no answer to the WebSocket upgrade");
     }
+    if (state == websocket::Upgrade::Refused) {
+        throw ConnectionLost("the lobby refused the WebSocket upgrade");
+    }
+    m_raw.erase(0, size);
 }
 
 bool Connection::Ready(short events, Clock::time_point deadline) {
@@ -134,16 +91,19 @@ void Connection::SendRaw(wire::View bytes, Clock::time_point deadline) {
 
 void Connection::Send(uint16_t type, const void* message, size_t size) {
     const wire::Bytes bytes = wire::Pack(type, message, size);
-    SendRaw(m_transport == Transport::WebSocket ? Frame(bytes) : bytes);
+    if (m_transport == Transport::Tcp) return SendRaw(bytes);
+    std::string frame;
+    websocket::AppendFrame(frame, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    SendRaw(BytesOf(frame));
 }
 
 bool Connection::Fill(Clock::time_point deadline) {
-    std::array<uint8_t, 16384> buffer;
+    std::array<char, 16384> buffer;
     for (;;) {
         error_code error;
         const size_t size = m_socket.read_some(boost::asio::buffer(buffer), error);
         if (!error) {
-            m_raw.insert(m_raw.end(), buffer.begin(), buffer.begin() + static_cast<long>(size));
+            m_raw.append(buffer.data(), size);
             return true;
         }
         if (error != boost::asio::error::would_block) {
@@ -153,21 +113,19 @@ bool Connection::Fill(Clock::time_point deadline) {
     }
 }
 
+// A close frame says no more than the end of the connection, which follows it.
 void Connection::TakeFrames() {
-    std::vector<Message> messages;
-    bool whole = true;
+    std::string stream;
+    bool closed = false;
     if (m_transport == Transport::Tcp) {
-        whole = m_splitter.Feed(m_raw, messages);
-        m_raw.clear();
+        stream.swap(m_raw);
     } else {
-        while (const auto payload = Payload(m_raw)) {
-            const wire::View raw(m_raw);
-            whole = whole && m_splitter.Feed(raw.subspan(payload->start, payload->size), messages);
-            m_raw.erase(m_raw.begin(),
-                        m_raw.begin() + static_cast<long>(payload->start + payload->size));
-        }
+        m_raw.erase(0, websocket::OpenFrames(m_raw, stream, closed));
     }
-    if (!whole) throw ConnectionLost("the lobby sent something that is no message");
+    std::vector<Message> messages;
+    if (!m_splitter.Feed(BytesOf(stream), messages)) {
+        throw ConnectionLost("the lobby sent something that is no message");
+    }
     std::move(messages.begin(), messages.end(), std::back_inserter(m_messages));
 }
 

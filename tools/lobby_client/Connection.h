@@ -60,7 +60,7 @@ class Connection {
 
   private:
     void Connect(const std::string& host, uint16_t port, Clock::time_point deadline);
-    void Upgrade(const std::string& host, Clock::time_point deadline);
+    void Upgrade(Clock::time_point deadline);
     // Waits until the socket is ready; false when the deadline passes.
     bool Ready(short events, Clock::time_point deadline);
     // Reads what is there into m_raw; false when nothing came before the deadline.
@@ -70,7 +70,7 @@ class Connection {
     boost::asio::io_context m_io;
     boost::asio::ip::tcp::socket m_socket{m_io};
     const Transport m_transport;
-    wire::Bytes m_raw;  // received, not yet cut
+    std::string m_raw;  // received, not yet cut
     wire::Splitter m_splitter;
     std::deque<Message> m_messages;
 };

@@ -6,6 +6,8 @@ namespace {
 constexpr uint8_t kFinalBinary = 0x82;
 constexpr uint8_t kMasked = 0x80;
 constexpr uint8_t kOpcodeClose = 8;
+// What makes a server's answer one to the request below.
+constexpr std::string_view kAccept = "s3pPLMBiTxaQ9kYGzzhZRbK+xOo=";
 
 uint8_t ByteAt(std::string_view bytes, size_t i) {
     return static_cast<uint8_t>(bytes[i]);
@@ -25,7 +27,7 @@ size_t ReadHead(std::string_view raw, uint64_t& length) {
 
 // Must differ from frame to frame, but nobody here needs it to be unpredictable.
 uint32_t NextMask() {
-    static uint32_t state = 0x9E3779B9;
+    static thread_local uint32_t state = 0x9E3779B9;
     state ^= state << 13;
     state ^= state >> 17;
     state ^= state << 5;
@@ -43,7 +45,8 @@ Upgrade ReadUpgrade(std::string_view answer, size_t& size) {
     const size_t end = answer.find("\r\n\r\n");
     if (end == std::string_view::npos) return Upgrade::Incomplete;
     size = end + 4;
-    return answer.starts_with("HTTP/1.1 101") ? Upgrade::Accepted : Upgrade::Refused;
+    const bool accepted = answer.starts_with("HTTP/1.1 101") && answer.find(kAccept) < end;
+    return accepted ? Upgrade::Accepted : Upgrade::Refused;
 }
 
 void AppendFrame(std::string& to, std::string_view payload) {
