@@ -3,7 +3,6 @@
 #include <charconv>
 #include <cstdio>
 #include <iostream>
-#include <thread>
 
 #include "Catalog.h"
 #include "Console.h"
@@ -44,11 +43,11 @@ void ShowMessage(const char* label, wire::View bytes, const Manner& manner) {
     }
 }
 
-// Prints an answer; true when its code is 0.
+// Prints the answer of a command; true when its code is 0.
 template <class Res>
-bool Show(const char* label, uint16_t type, const Res& res, int code, const Manner& manner) {
+bool Show(const char* label, uint16_t type, const Res& res, const Manner& manner) {
     ShowMessage(label, wire::Pack(type, res), manner);
-    return code == 0;
+    return wire::CodeOf(res) == 0;
 }
 
 void ShowServers(const std::vector<tagServerInfo>& servers) {
@@ -97,65 +96,50 @@ namespace {
 constexpr Command COMMANDS[] = {
     {"login", "", "log in with --user, --token and --site",
      [](Player& p, const Words&, const Manner& m) {
-         const auto res = p.Login(m.token, m.site);
-         return Show("login", LOBBY_AUTHEN_RES_S2C, res, res.ucErrNo, m); }},
+         return Show("login", LOBBY_AUTHEN_RES_S2C, p.Login(m.token, m.site), m); }},
     {"bank-login", "", "open the bank with --bank-password",
      [](Player& p, const Words&, const Manner& m) {
-         const auto res = p.BankLogin(m.bankPassword);
-         return Show("bank-login", BANK_LOGIN_S2C, res, res.ucResultType, m); }},
+         return Show("bank-login", BANK_LOGIN_S2C, p.BankLogin(m.bankPassword), m); }},
     {"take", "+AMOUNT", "take coins out of the bank",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Take(Number(w[0]), m.bankPassword);
-         return Show("take", BANK_GET_COIN_S2C, res, res.ucResultType, m); }},
+         return Show("take", BANK_GET_COIN_S2C, p.Take(Number(w[0]), m.bankPassword), m); }},
     {"save", "+AMOUNT", "put coins into the bank",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Save(Number(w[0]));
-         return Show("save", BANK_SAVE_COIN_S2C, res, res.ucResultType, m); }},
+         return Show("save", BANK_SAVE_COIN_S2C, p.Save(Number(w[0])), m); }},
     {"bank-password", "*OLD *NEW", "change the bank password",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.BankPassword(w[0], w[1]);
-         return Show("bank-password", BANK_MODIFY_PASSWD_S2C, res, res.ucResultType, m); }},
+         return Show("bank-password", BANK_MODIFY_PASSWD_S2C, p.BankPassword(w[0], w[1]), m); }},
     {"login-password", "*OLD *NEW", "change the login password",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Password(w[0], w[1]);
-         return Show("login-password", MODIFY_PASSWORD_S2C, res, res.ucResultType, m); }},
+         return Show("login-password", MODIFY_PASSWORD_S2C, p.Password(w[0], w[1]), m); }},
     {"nickname", "NAME", "change the nickname",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Nickname(w[0]);
-         return Show("nickname", MODIFY_NICKNAME_S2C, res, res.iError, m); }},
+         return Show("nickname", MODIFY_NICKNAME_S2C, p.Nickname(w[0]), m); }},
     {"gender", "#NUMBER", "change the gender",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Gender(Number32(w[0]));
-         return Show("gender", MODIFY_GENDER_S2C, res, res.iError, m); }},
+         return Show("gender", MODIFY_GENDER_S2C, p.Gender(Number32(w[0])), m); }},
     {"signature", "TEXT", "change the personal signature",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Signature(w[0]);
-         return Show("signature", MODIFY_SIGNATURE_S2C, res, res.iError, m); }},
+         return Show("signature", MODIFY_SIGNATURE_S2C, p.Signature(w[0]), m); }},
     {"face", "#ID", "change the face",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.FaceId(Number32(w[0]));
-         return Show("face", MODIFY_FACE_ID_S2C, res, res.iError, m); }},
+         return Show("face", MODIFY_FACE_ID_S2C, p.FaceId(Number32(w[0])), m); }},
     {"mobile", "NUMBER", "bind a mobile number",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Mobile(w[0]);
-         return Show("mobile", BINDING_MOBILE_S2C, res, res.iError, m); }},
+         return Show("mobile", BINDING_MOBILE_S2C, p.Mobile(w[0]), m); }},
     {"real-name", "NAME IDENTITY", "authenticate by real name and 18-digit identity",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.RealName(w[0], w[1]);
-         return Show("real-name", REAL_NAME_S2C, res, res.iError, m); }},
+         return Show("real-name", REAL_NAME_S2C, p.RealName(w[0], w[1]), m); }},
     {"refresh", "", "ask for the coin figures",
      [](Player& p, const Words&, const Manner& m) {
-         const auto res = p.Refresh();
-         return Show("refresh", REFRESH_COIN_S2C, res, res.iError, m); }},
+         return Show("refresh", REFRESH_COIN_S2C, p.Refresh(), m); }},
     {"exchange", "#RECEIVER +AMOUNT", "give coins to another player",
      [](Player& p, const Words& w, const Manner& m) {
-         const auto res = p.Exchange(Number32(w[0]), Number(w[1]));
-         return Show("exchange", EXCHANGE_COIN_S2C, res, res.iErrorCode, m); }},
+         return Show("exchange", EXCHANGE_COIN_S2C, p.Exchange(Number32(w[0]), Number(w[1])), m); }},
     {"server-list", "", "the game servers of the site", ServerList},
     {"tournament", "", "today's tournament and one's own figures",
      [](Player& p, const Words&, const Manner& m) {
-         const auto res = p.Tournament();
-         return Show("tournament", MSG_CLIENT_COMPETE_RES, res, res.usErrorCode, m); }},
+         return Show("tournament", MSG_CLIENT_COMPETE_RES, p.Tournament(), m); }},
     {"subscribe", "KEY", "subscribe to a farm key (not answered)",
      [](Player& p, const Words& w, const Manner&) { p.Subscribe(w[0]); p.KeepAlive(); return true; }},
     {"unsubscribe", "KEY", "end a subscription (not answered)",

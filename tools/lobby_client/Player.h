@@ -61,7 +61,7 @@ class Player {
     Message AwaitPush(uint16_t type) { return Await(type); }
     // Hands every message that comes until the deadline to the push function.
     void Watch(Clock::time_point deadline);
-    // The same with what is there already.
+    // Hands what has come already to the push function, without waiting.
     void Drain();
     // Without waiting for its echo.
     void SendKeepAlive() { m_connection.Send(MSG_KEEP_ALIVE); }
