@@ -11,7 +11,6 @@
 #include <functional>
 #include <memory>
 #include <set>
-#include <stdexcept>
 #include <unordered_map>
 
 #include "Catalog.h"
@@ -46,6 +45,10 @@ class Link : public std::enable_shared_from_this<Link> {
     void Start() { Read(); }
     // Queues whole messages; a closed link takes nothing.
     void Send(wire::Bytes bytes);
+    void Send(std::vector<wire::Bytes> messages) {
+        for (wire::Bytes& one : messages)
+            Send(std::move(one));
+    }
     template <class T>
     void Send(uint16_t type, const T& message) {
         Send(wire::Pack(type, message));
@@ -91,6 +94,10 @@ class BackEnd {
         SendAll(wire::Pack(type, message), except);
     }
     void SendAll(const wire::Bytes& bytes, const Link* except = nullptr);
+    void SendAll(const std::vector<wire::Bytes>& messages) {
+        for (const wire::Bytes& one : messages)
+            SendAll(one);
+    }
 
     // Called by links.
     void OnMessage(Link& link, const Message& message);

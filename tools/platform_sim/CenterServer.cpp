@@ -24,6 +24,15 @@ void SendParts(Link& link, uint16_t type, const std::vector<Record>& records,
     }
 }
 
+// A message about one game server.
+template <class Msg>
+Msg About(const tagServerInfo& server) {
+    Msg msg{};
+    msg.usGameID = server.usGameID;
+    msg.usServerID = server.usServerID;
+    return msg;
+}
+
 }  // namespace
 
 CenterServer::CenterServer(Platform& platform) : BackEnd(platform, ServerKind::Center) {
@@ -55,41 +64,25 @@ void CenterServer::PutServer(const tagServerInfo& server) {
     SendAll(Shortened(MSG_CENTER_SERVER_INFO, notice, &tagServerInfoNotice::ServerInfoList, 1));
 }
 
-bool CenterServer::RemoveServer(uint16_t id) {
-    const auto at = TheWorld().servers.find(id);
-    if (at == TheWorld().servers.end()) return false;
-    tagTerminateNotice notice{};
-    notice.usGameID = at->second.usGameID;
-    notice.usServerID = id;
-    TheWorld().servers.erase(at);
-    SendAll(MSG_CENTER_SERVER_TERMINATE, notice);
-    return true;
+void CenterServer::RemoveServer(const tagServerInfo& server) {
+    SendAll(MSG_CENTER_SERVER_TERMINATE, About<tagTerminateNotice>(server));
+    TheWorld().servers.erase(server.usServerID);
 }
 
-bool CenterServer::UpdateServer(uint16_t id, uint16_t online, uint8_t open) {
-    const auto at = TheWorld().servers.find(id);
-    if (at == TheWorld().servers.end()) return false;
-    at->second.usOnlineCount = online;
-    at->second.ucOpenFlag = open;
-    tagUpdateServerInfo update{};
-    update.usGameID = at->second.usGameID;
-    update.usServerID = id;
+void CenterServer::UpdateServer(tagServerInfo& server, uint16_t online, uint8_t open) {
+    server.usOnlineCount = online;
+    server.ucOpenFlag = open;
+    auto update = About<tagUpdateServerInfo>(server);
     update.usOnlineCount = online;
     update.ucOpenFlag = open;
     SendAll(MSG_CENTER_SERVER_UPDATE, update);
-    return true;
 }
 
-bool CenterServer::SetOpen(uint16_t id, char open) {
-    const auto at = TheWorld().servers.find(id);
-    if (at == TheWorld().servers.end()) return false;
-    at->second.ucOpenFlag = static_cast<uint8_t>(open);
-    tagServerCloseNotice notice{};
-    notice.usGameID = at->second.usGameID;
-    notice.usServerID = id;
+void CenterServer::SetOpen(tagServerInfo& server, bool open) {
+    server.ucOpenFlag = open;
+    auto notice = About<tagServerCloseNotice>(server);
     notice.cCloseServer = open;
     SendAll(MSG_CENTER_SERVER_CLOSE, notice);
-    return true;
 }
 
 void CenterServer::PutSiteGame(const tagSiteMobileGameList& entry) {

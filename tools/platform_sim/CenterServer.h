@@ -12,11 +12,12 @@ class CenterServer : public BackEnd {
     explicit CenterServer(Platform& platform);
 
     void PutServer(const tagServerInfo& server);
-    // False when there is no such server.
-    bool RemoveServer(uint16_t id);
-    bool UpdateServer(uint16_t id, uint16_t online, uint8_t open);
-    bool SetOpen(uint16_t id, char open);  // by the close notice
+    // The servers given are those of the world.
+    void RemoveServer(const tagServerInfo& server);
+    void UpdateServer(tagServerInfo& server, uint16_t online, uint8_t open);
+    void SetOpen(tagServerInfo& server, bool open);  // by the close notice
     void PutSiteGame(const tagSiteMobileGameList& entry);
+    // False when the site does not offer it.
     bool WithdrawSiteGame(int32_t site, int32_t game);
     void KickOut(int32_t userId);
 

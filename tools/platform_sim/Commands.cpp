@@ -238,19 +238,18 @@ std::string ServerAdd(Platform& platform, Args& args) {
 std::string ServerCommand(Platform& platform, Args& args) {
     const std::string what = args.Word("what (add, online, update, open, close, remove)");
     if (what == "add") return ServerAdd(platform, args);
-    const auto id = args.Number<uint16_t>("server id");
-    const auto at = platform.TheWorld().servers.find(id);
-    Found(at != platform.TheWorld().servers.end(), "server");
-    if (what == "online") {
+    auto& servers = platform.TheWorld().servers;
+    const auto at = servers.find(args.Number<uint16_t>("server id"));
+    Found(at != servers.end(), "server");
+    tagServerInfo& server = at->second;
+    if (what == "online" || what == "update") {
         const auto online = args.Number<uint16_t>("count");
-        platform.Center().UpdateServer(id, online, at->second.ucOpenFlag);
-    } else if (what == "update") {
-        const auto online = args.Number<uint16_t>("count");
-        platform.Center().UpdateServer(id, online, args.Number<uint8_t>("open flag"));
+        const auto open = what == "update" ? args.Number<uint8_t>("open flag") : server.ucOpenFlag;
+        platform.Center().UpdateServer(server, online, open);
     } else if (what == "open" || what == "close") {
-        platform.Center().SetOpen(id, what == "open");
+        platform.Center().SetOpen(server, what == "open");
     } else if (what == "remove") {
-        platform.Center().RemoveServer(id);
+        platform.Center().RemoveServer(server);
     } else {
         throw BadInput("no server command " + what);
     }

@@ -5,11 +5,11 @@
 namespace sim {
 namespace {
 
-// A VIP table as the messages it travels in; the last one says so. An empty table is one message.
+// Appends a VIP table as the messages it travels in; the last one says so. An empty table is one
+// message.
 template <class Msg>
-std::vector<wire::Bytes> Table(uint16_t type, const std::vector<VipItem>& items) {
+void AddTable(uint16_t type, const std::vector<VipItem>& items, std::vector<wire::Bytes>& parts) {
     constexpr size_t perMessage = std::extent_v<decltype(Msg::item)>;
-    std::vector<wire::Bytes> parts;
     size_t at = 0;
     do {
         Msg msg{};
@@ -21,42 +21,26 @@ std::vector<wire::Bytes> Table(uint16_t type, const std::vector<VipItem>& items)
         msg.isFinished = at == items.size();
         parts.push_back(wire::Pack(type, msg));
     } while (at < items.size());
-    return parts;
 }
 
 std::vector<wire::Bytes> Tables(const World& world) {
-    auto parts = Table<tagVipLevelConfigRes>(MSG_CONFIG_VIP_LEVEL_RES, world.vipLevels);
-    for (auto& part : Table<tagVipPhotoConfigRes>(MSG_CONFIG_VIP_PHOTO_RES, world.vipPhotos)) {
-        parts.push_back(std::move(part));
-    }
-    for (auto& part : Table<tagVipFrameConfig>(MSG_CONFIG_VIP_FRAME_RES, world.vipFrames)) {
-        parts.push_back(std::move(part));
-    }
+    std::vector<wire::Bytes> parts;
+    AddTable<tagVipLevelConfigRes>(MSG_CONFIG_VIP_LEVEL_RES, world.vipLevels, parts);
+    AddTable<tagVipPhotoConfigRes>(MSG_CONFIG_VIP_PHOTO_RES, world.vipPhotos, parts);
+    AddTable<tagVipFrameConfig>(MSG_CONFIG_VIP_FRAME_RES, world.vipFrames, parts);
     return parts;
 }
 
 // The key list: a first message that starts it afresh, then the rest.
 std::vector<wire::Bytes> Keys(const std::vector<std::string>& keys) {
-    constexpr size_t perMessage =
-        (wire::LARGEST - sizeof(WebFarmSubscribeKeyRes)) / sizeof(WebFarmSubscribeKeyInfo);
-    std::vector<wire::Bytes> parts;
-    size_t at = 0;
-    do {
-        const size_t count = std::min(perMessage, keys.size() - at);
-        WebFarmSubscribeKeyRes head{};
-        head.bInit = at == 0;
-        head.iCount = static_cast<int32_t>(count);
-        wire::Bytes bytes(sizeof(head) + count * sizeof(WebFarmSubscribeKeyInfo));
-        std::memcpy(bytes.data(), &head, sizeof(head));
-        for (size_t i = 0; i < count; ++i) {
-            WebFarmSubscribeKeyInfo key{};
-            wire::SetText(key.szKey, keys[at + i]);
-            std::memcpy(bytes.data() + sizeof(head) + i * sizeof(key), &key, sizeof(key));
-        }
-        at += count;
-        parts.push_back(wire::Pack(MSG_CONFIG_SUBSCRIBE_KEY_RES, bytes.data(), bytes.size()));
-    } while (at < keys.size());
-    return parts;
+    std::vector<WebFarmSubscribeKeyInfo> records(keys.size());
+    for (size_t i = 0; i < keys.size(); ++i)
+        wire::SetText(records[i].szKey, keys[i]);
+    return wire::Lists(MSG_CONFIG_SUBSCRIBE_KEY_RES, WebFarmSubscribeKeyRes{}, records,
+                       [](WebFarmSubscribeKeyRes& head, size_t begin, size_t end) {
+                           head.bInit = begin == 0;
+                           head.iCount = static_cast<int32_t>(end - begin);
+                       });
 }
 
 tagLobbyStopSwitchRes StopMessage(int32_t value) {
@@ -75,8 +59,7 @@ ConfigServer::ConfigServer(Platform& platform) : BackEnd(platform, ServerKind::C
 
 // Lobbies only ever ask for the frames; the other two tables come along.
 void ConfigServer::OnFrameRequest(Link& link) {
-    for (auto& part : Tables(TheWorld()))
-        link.Send(std::move(part));
+    link.Send(Tables(TheWorld()));
 }
 
 void ConfigServer::OnStopRequest(Link& link) {
@@ -84,8 +67,7 @@ void ConfigServer::OnStopRequest(Link& link) {
 }
 
 void ConfigServer::OnKeyRequest(Link& link) {
-    for (auto& part : Keys(TheWorld().farmKeys))
-        link.Send(std::move(part));
+    link.Send(Keys(TheWorld().farmKeys));
 }
 
 void ConfigServer::SetStopSwitch(int32_t value) {
@@ -94,13 +76,11 @@ void ConfigServer::SetStopSwitch(int32_t value) {
 }
 
 void ConfigServer::SendTablesToAll() {
-    for (const auto& part : Tables(TheWorld()))
-        SendAll(part);
+    SendAll(Tables(TheWorld()));
 }
 
 void ConfigServer::SendKeysToAll() {
-    for (const auto& part : Keys(TheWorld().farmKeys))
-        SendAll(part);
+    SendAll(Keys(TheWorld().farmKeys));
 }
 
 }  // namespace sim

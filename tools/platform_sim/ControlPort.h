@@ -5,7 +5,6 @@
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/streambuf.hpp>
 
-#include <memory>
 #include <string>
 
 namespace sim {

@@ -5,35 +5,12 @@
 namespace sim {
 namespace {
 
-// A head with a count, followed by records; as many messages as it takes, at least one.
-// finish(head, count, last) fills the head's counts.
-template <class Head, class Record, class Finish>
-std::vector<wire::Bytes> Lists(uint16_t type, const Head& start, const std::vector<Record>& records,
-                               Finish finish) {
-    constexpr size_t perMessage = (wire::LARGEST - sizeof(Head)) / sizeof(Record);
-    std::vector<wire::Bytes> parts;
-    size_t at = 0;
-    do {
-        const size_t count = std::min(perMessage, records.size() - at);
-        Head head = start;
-        finish(head, static_cast<int32_t>(count), at + count == records.size());
-        wire::Bytes bytes(sizeof(Head) + count * sizeof(Record));
-        std::memcpy(bytes.data(), &head, sizeof(Head));
-        if (count > 0) {
-            std::memcpy(bytes.data() + sizeof(Head), &records[at], count * sizeof(Record));
-        }
-        parts.push_back(wire::Pack(type, bytes.data(), bytes.size()));
-        at += count;
-    } while (at < records.size());
-    return parts;
-}
-
 std::vector<wire::Bytes> Configuration(const std::vector<tagDBActivityConfigData>& rows) {
-    const auto finish = [](tagDBSiteActivityList& head, int32_t count, bool last) {
-        head.iCount = count;
-        head.iIsFinish = last;
-    };
-    return Lists(ACT_CONFIG_RES, tagDBSiteActivityList{}, rows, finish);
+    return wire::Lists(ACT_CONFIG_RES, tagDBSiteActivityList{}, rows,
+                       [&](tagDBSiteActivityList& head, size_t begin, size_t end) {
+                           head.iCount = static_cast<int32_t>(end - begin);
+                           head.iIsFinish = end == rows.size();
+                       });
 }
 
 }  // namespace
@@ -47,8 +24,7 @@ DataServer::DataServer(Platform& platform) : BackEnd(platform, ServerKind::Data)
 }
 
 void DataServer::OnConfigRequest(Link& link) {
-    for (auto& part : Configuration(TheWorld().activities))
-        link.Send(std::move(part));
+    link.Send(Configuration(TheWorld().activities));
 }
 
 void DataServer::OnAccountTypeRequest(Link& link) {
@@ -70,12 +46,11 @@ void DataServer::OnProgressRequest(Link& link, const tagDBUserActivityProgressRe
     tagDBActivityProgressList start{};
     start.ulPlayerNode = req.ulPlayerNode;
     start.ulPlayerNodeId = req.ulPlayerNodeId;
-    const auto finish = [](tagDBActivityProgressList& head, int32_t count, bool last) {
-        head.iCount = count;
-        head.iFinished = last;
+    const auto finish = [&](tagDBActivityProgressList& head, size_t begin, size_t end) {
+        head.iCount = static_cast<int32_t>(end - begin);
+        head.iFinished = end == records.size();
     };
-    for (auto& part : Lists(ACT_PROGRESS_RES, start, records, finish))
-        link.Send(std::move(part));
+    link.Send(wire::Lists(ACT_PROGRESS_RES, start, records, finish));
 }
 
 void DataServer::Store(tagDBUserActivityProgressData record) {
@@ -114,8 +89,7 @@ void DataServer::PutActivity(const tagDBActivityConfigData& row) {
     } else {
         *at = row;
     }
-    for (const auto& part : Configuration({row}))
-        SendAll(part);
+    SendAll(Configuration({row}));
 }
 
 void DataServer::SendGlobal(uint16_t type, std::string_view text) {

@@ -2,6 +2,7 @@
 // lobby's own framing code, so that a mistake in one is not mirrored in the other.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -45,6 +46,30 @@ inline Bytes Pack(uint16_t type) {
 template <class T>
 Bytes Pack(uint16_t type, const T& message) {
     return Pack(type, &message, sizeof(message));
+}
+
+// The messages in which a list travels: a head and as many records as there is room for behind it;
+// at least one message. finish(head, begin, end) fills in which records follow the head.
+template <class Head, class Record>
+std::vector<Bytes> Lists(uint16_t type, const Head& start, const std::vector<Record>& records,
+                         auto finish) {
+    constexpr size_t perMessage = (LARGEST - sizeof(Head)) / sizeof(Record);
+    std::vector<Bytes> parts;
+    size_t begin = 0;
+    do {
+        const size_t end = std::min(begin + perMessage, records.size());
+        Head head = start;
+        finish(head, begin, end);
+        Bytes bytes(sizeof(Head) + (end - begin) * sizeof(Record));
+        std::memcpy(bytes.data(), &head, sizeof(Head));
+        if (begin < end) {
+            std::memcpy(bytes.data() + sizeof(Head), &records[begin],
+                        (end - begin) * sizeof(Record));
+        }
+        parts.push_back(Pack(type, bytes.data(), bytes.size()));
+        begin = end;
+    } while (begin < records.size());
+    return parts;
 }
 
 // Cuts a byte stream into messages.

@@ -5,7 +5,6 @@
 #include <functional>
 #include <iterator>
 #include <memory>
-#include <variant>
 
 #include "Wire.h"
 #include "World.h"
