@@ -1,6 +1,5 @@
 #include "BulletinLoad.h"
 
-#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -37,12 +36,8 @@ void Announce(uint16_t port, uint32_t round) {
     std::string commands;
     for (int i = 0; i < kBulletins; ++i)
         commands += "bulletin priority round " + std::to_string(round) + "\n";
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool done = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+    const int fd = ConnectBlocking("127.0.0.1", port);
+    const bool done = fd >= 0 &&
                       send(fd, commands.data(), commands.size(), MSG_NOSIGNAL) ==
                           static_cast<ssize_t>(commands.size()) &&
                       shutdown(fd, SHUT_WR) == 0 && AllAnswered(fd);

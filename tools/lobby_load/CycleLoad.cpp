@@ -29,14 +29,10 @@ void CycleLoad::OnMessage(Link& link, uint16_t, std::string_view message) {
     Complete("cycle", m_begun[link.Index()]);
     link.Close();
     FinishOpening(link);
-    Again(link, Loop::Now());
+    After(Loop::Now(), link.Index());
 }
 
 void CycleLoad::OnLost(Link& link, const char* why) {
     Fail(why);
-    Again(link, Loop::Now() + 100 * kMilli);
-}
-
-void CycleLoad::Again(Link& link, Nanos when) {
-    After(when, link.Index());
+    After(Loop::Now() + 100 * kMilli, link.Index());
 }

@@ -16,7 +16,6 @@ class CycleLoad : public Load {
     void OnOpen(Link& link) override;
     void OnMessage(Link& link, uint16_t type, std::string_view message) override;
     void OnLost(Link& link, const char* why) override;
-    void Again(Link& link, Nanos when);
 
     std::string m_message;
     std::vector<Nanos> m_begun;

@@ -1,6 +1,5 @@
 #include "Flooder.h"
 
-#include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,15 +12,8 @@
 #include "Link.h"
 
 Flooder::Flooder(const std::string& host, uint16_t port, uint16_t type)
-    : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), m_type(type) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    inet_pton(AF_INET, host.c_str(), &address.sin_addr);
-    if (connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
-        close(m_fd);
-        throw std::runtime_error("the flooder was refused");
-    }
+    : m_fd(ConnectBlocking(host, port)), m_type(type) {
+    if (m_fd < 0) throw std::runtime_error("the flooder was refused");
     m_thread = std::thread(&Flooder::Run, this);
 }
 

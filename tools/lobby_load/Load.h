@@ -43,7 +43,7 @@ class Load : protected LinkOwner, protected Loop::Timed {
     void Stop() { m_loop.Stop(); }
     // One answer came, to what should have been sent at `intended`. Counts only while measuring.
     void Complete(const char* kind, Nanos intended);
-    // The same, but not counted among what was completed.
+    // Takes the time of an answer that does not count among what was completed.
     void CompleteApart(const char* kind, Nanos intended);
     void Fail(const std::string& kind) { ++m_result.errors[kind]; }
 

@@ -61,6 +61,19 @@ int Source::Connect(uint64_t number) const {
     return -1;
 }
 
+int ConnectBlocking(const std::string& host, uint16_t port, int receiveBuffer) {
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (receiveBuffer > 0)
+        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof(receiveBuffer));
+    sockaddr_in server{};
+    server.sin_family = AF_INET;
+    server.sin_port = htons(port);
+    inet_pton(AF_INET, host.c_str(), &server.sin_addr);
+    if (connect(fd, reinterpret_cast<sockaddr*>(&server), sizeof(server)) == 0) return fd;
+    close(fd);
+    return -1;
+}
+
 void AllowDescriptors(size_t connections) {
     const rlim_t wanted = connections + 64;
     rlimit limit{};

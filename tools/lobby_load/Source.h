@@ -22,6 +22,10 @@ class Source {
     uint16_t m_port;
 };
 
+// A connected socket that blocks, to an IPv4 address, with a receive buffer of so many bytes (0:
+// the usual); -1 when it is refused.
+int ConnectBlocking(const std::string& host, uint16_t port, int receiveBuffer = 0);
+
 // Raises the limit on open descriptors to hold so many connections; throws std::runtime_error
 // when that is not allowed.
 void AllowDescriptors(size_t connections);

@@ -26,6 +26,7 @@ constexpr size_t kEchoes = 7000;
 // A lobby closes whose frames come faster than it looks at 4096 bytes of them.
 constexpr size_t kBurst = 100;
 constexpr std::chrono::milliseconds kPause{3};
+constexpr int kWindow = 4096;
 constexpr size_t kEchoFrame = 2 + sizeof(tagMsgHeader);
 
 bool Upgrade(int fd) {
@@ -62,17 +63,11 @@ long KernelHolds(uint16_t ownPort) {
 }  // namespace
 
 StoppedReader::StoppedReader(const std::string& host, uint16_t port)
-    : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const int small = 4096;
-    setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &small, sizeof(small));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    inet_pton(AF_INET, host.c_str(), &address.sin_addr);
+    : m_fd(ConnectBlocking(host, port, kWindow)) {
     sockaddr_in own{};
     socklen_t size = sizeof(own);
-    if (connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        getsockname(m_fd, reinterpret_cast<sockaddr*>(&own), &size) != 0 || !Upgrade(m_fd)) {
+    if (m_fd < 0 || getsockname(m_fd, reinterpret_cast<sockaddr*>(&own), &size) != 0 ||
+        !Upgrade(m_fd)) {
         close(m_fd);
         throw std::runtime_error("the stopped reader was refused");
     }

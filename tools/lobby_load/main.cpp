@@ -1,6 +1,5 @@
 // lobby_load: puts a lobby, or an echo server of the benchmarks, under load.
 #include <csignal>
-#include <cstdio>
 #include <fstream>
 #include <memory>
 
