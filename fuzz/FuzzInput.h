@@ -1,13 +1,13 @@
 // Reads a fuzzer's input piece by piece; past its end everything is zero or empty.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class FuzzInput {
   public:
@@ -38,6 +38,19 @@ class FuzzInput {
   private:
     std::string_view m_rest;
 };
+
+// A stream in reads of the sizes given, over and over, each its byte and one more; in reads of
+// `usual` when none are given.
+inline std::vector<std::string_view> Reads(std::string_view stream, std::string_view splits,
+                                           size_t usual) {
+    std::vector<std::string_view> reads;
+    for (size_t turn = 0; !stream.empty(); ++turn) {
+        reads.push_back(stream.substr(
+            0, splits.empty() ? usual : static_cast<uint8_t>(splits[turn % splits.size()]) + 1u));
+        stream.remove_prefix(reads.back().size());
+    }
+    return reads;
+}
 
 // Ends the process, which the fuzzer takes for a finding.
 inline void Require(bool holds, const char* what, const char* file = __builtin_FILE(),

@@ -1,8 +1,8 @@
 #include "FuzzWorld.h"
 
+#include <algorithm>
 #include <cctype>
 
-#include "Common/Common.h"
 #include "QueueServerHandler.h"
 #include "activitySystem/ActivitySystem.h"
 #include "eventSystem/EventDispatcher.h"
@@ -16,6 +16,19 @@ using catalog::Direction;
 
 constexpr time_t kBegin = 1'700'000'000;
 std::atomic<time_t> g_now{kBegin};
+
+struct LinkEnds {
+    MemoryLobby::Port port;
+    Direction toLobby, fromLobby;
+};
+constexpr LinkEnds LINK_ENDS[] = {
+    {MemoryLobby::CENTER, Direction::CenterToLobby, Direction::LobbyToCenter},
+    {MemoryLobby::WEB, Direction::WebToLobby, Direction::LobbyToWeb},
+    {MemoryLobby::QUEUE, Direction::QueueToLobby, Direction::LobbyToQueue},
+    {MemoryLobby::DATA, Direction::DataToLobby, Direction::LobbyToData},
+    {MemoryLobby::CONFIG, Direction::ConfigToLobby, Direction::LobbyToConfig},
+    {MemoryLobby::LOG, Direction::LobbyToLog, Direction::LobbyToLog},  // never sends
+};
 
 void Put64(std::string& message, size_t at, uint64_t value) {
     if (at + sizeof(value) <= message.size()) std::memcpy(&message[at], &value, sizeof(value));
@@ -94,18 +107,9 @@ FuzzWorld::~FuzzWorld() {
 }
 
 MemoryLobby::Port FuzzWorld::LinkOf(Direction direction) {
-    switch (direction) {
-        case Direction::CenterToLobby:
-            return CENTER;
-        case Direction::ConfigToLobby:
-            return CONFIG;
-        case Direction::WebToLobby:
-            return WEB;
-        case Direction::DataToLobby:
-            return DATA;
-        default:
-            return QUEUE;
-    }
+    return std::find_if(std::begin(LINK_ENDS), std::end(LINK_ENDS),
+                        [&](const LinkEnds& link) { return link.toLobby == direction; })
+        ->port;
 }
 
 void FuzzWorld::Step(FuzzInput& input) {
@@ -251,12 +255,8 @@ void FuzzWorld::Settle() {
         CheckSent(client, Direction::LobbyToClient);
         if (net.IsClosed(client)) client = nullptr;
     }
-    static constexpr std::pair<Port, Direction> links[] = {
-        {CENTER, Direction::LobbyToCenter}, {WEB, Direction::LobbyToWeb},
-        {QUEUE, Direction::LobbyToQueue},   {DATA, Direction::LobbyToData},
-        {CONFIG, Direction::LobbyToConfig}, {LOG, Direction::LobbyToLog}};
-    for (const auto& [link, direction] : links) {
-        if (IPlayerNode* node = Link(link)) CheckSent(node, direction);
+    for (const LinkEnds& link : LINK_ENDS) {
+        if (IPlayerNode* node = Link(link.port)) CheckSent(node, link.fromLobby);
     }
 }
 

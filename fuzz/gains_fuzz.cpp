@@ -1,4 +1,5 @@
 // The JSON text of a consume notice, and the JSON wrapper on the same text.
+#include <algorithm>
 #include <memory>
 
 #include "FuzzInput.h"

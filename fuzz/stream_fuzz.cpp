@@ -63,12 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string stream = BuildStream(connection.recorder, input);
     bool fault = false;
     const auto expected = Expected(connection.recorder, stream, fault);
-    size_t turn = 0;
-    for (size_t at = 0; at < stream.size() && !connection.IsClosed();) {
-        const size_t split =
-            splits.empty() ? 4096 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
-        connection.Read(std::string_view(stream).substr(at, split));
-        at += split;
+    for (const std::string_view read : Reads(stream, splits, 4096)) {
+        if (!connection.IsClosed()) connection.Read(read);
     }
     Require(connection.recorder.delivered == expected, "every message once, whole, in order");
     Require(connection.IsClosed() == fault, "a faulty stream, and no other, is closed");

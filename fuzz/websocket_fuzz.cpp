@@ -72,13 +72,8 @@ std::string Frame(std::string payload, bool masked, uint32_t key, uint8_t opcode
 // Feeds a stream in reads of the sizes given; false when the connection was closed.
 bool Feed(Worker& worker, Connection& connection, std::string& payloads, const std::string& stream,
           const std::string& splits) {
-    size_t turn = 0;
-    for (size_t at = 0; at < stream.size();) {
-        const size_t split =
-            splits.empty() ? 4096 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
-        if (!worker.Frames(connection, payloads, std::string_view(stream).substr(at, split)))
-            return false;
-        at += split;
+    for (const std::string_view read : Reads(stream, splits, 4096)) {
+        if (!worker.Frames(connection, payloads, read)) return false;
     }
     return true;
 }
@@ -110,19 +105,14 @@ void WellMade(Worker& worker, FuzzInput& input, const std::string& splits) {
 std::string ReadHeader(std::string_view stream, const std::string& splits) {
     ProxyHeader header;
     std::string behind;
-    size_t turn = 0;
-    for (size_t at = 0; at < stream.size();) {
-        const size_t split = splits.empty()
-                                 ? stream.size()
-                                 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
-        std::string piece(stream.substr(at, split));
+    for (const std::string_view read : Reads(stream, splits, stream.size())) {
+        std::string piece(read);
         char* data = piece.data();
         long length = static_cast<long>(piece.size());
         const auto state = header.Take(data, length);
         Require(state != ProxyHeader::State::Reading || length == 0, "it takes all it may");
         if (state == ProxyHeader::State::Bad) return "bad";
         behind.append(data, static_cast<size_t>(length));
-        at += split;
     }
     char none = 0, *data = &none;
     long length = 0;
@@ -136,12 +126,7 @@ std::string ReadInput(std::string_view stream, const std::string& splits) {
     using Event = WebSocketInput::Event;
     WebSocketInput input;
     std::string payload, control;
-    size_t turn = 0;
-    for (size_t at = 0; at < stream.size();) {
-        const size_t split = splits.empty()
-                                 ? stream.size()
-                                 : static_cast<uint8_t>(splits[turn++ % splits.size()]) + 1u;
-        const std::string_view part = stream.substr(at, split);
+    for (const std::string_view part : Reads(stream, splits, stream.size())) {
         const std::unique_ptr<char[]> block(new char[part.size()]);
         part.copy(block.get(), part.size());
         char *data = block.get(), *piece = nullptr;
@@ -156,7 +141,6 @@ std::string ReadInput(std::string_view stream, const std::string& splits) {
             if (event == Event::Close) return payload + control;
         }
         Require(length == 0, "it takes all it may");
-        at += split;
     }
     return payload + control;
 }
