@@ -63,7 +63,7 @@ class EchoStream {
         return !m_bad;
     }
 
-    // Both: true when one was taken.
+    // These two answer what stands at `used` and go behind it; false when it is not whole, or bad.
     bool Message(const char* data, size_t length, size_t& used, std::string& out) {
         const size_t size = Check(data + used, length - used);
         if (size == 0 || length - used < size) return false;

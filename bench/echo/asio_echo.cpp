@@ -3,7 +3,6 @@
 // one write.
 // Usage: asio_echo port
 #include <arpa/inet.h>
-#include <sys/resource.h>
 
 #include <utility>  // which boost/asio/awaitable.hpp forgets
 
@@ -18,6 +17,7 @@
 #include <string>
 #include <string_view>
 
+#include "Common/Descriptors.h"
 #include "Game/NetMessage.h"
 
 namespace asio = boost::asio;
@@ -103,8 +103,7 @@ void Accept(tcp::acceptor& acceptor) {
 
 int main(int argc, char** argv) try {
     if (argc < 2) return std::fprintf(stderr, "usage: asio_echo port\n"), 2;
-    const rlimit limit{30064, 30064};
-    setrlimit(RLIMIT_NOFILE, &limit);
+    RaiseDescriptorLimit(30064);
     asio::io_context io(1);
     const auto port = static_cast<unsigned short>(std::strtol(argv[1], nullptr, 10));
     tcp::acceptor acceptor(io, tcp::endpoint(asio::ip::address_v4::loopback(), port));

@@ -4,7 +4,6 @@
 // Usage: epoll_echo port
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
-#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "Common/Descriptors.h"
 #include "EchoStream.h"
 
 namespace {
@@ -63,8 +63,7 @@ bool Serve(Connection& connection) {
 
 int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: epoll_echo port\n"), 2;
-    const rlimit limit{30064, 30064};
-    setrlimit(RLIMIT_NOFILE, &limit);
+    RaiseDescriptorLimit(30064);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);

@@ -7,12 +7,12 @@
 #include <event2/event.h>
 #include <event2/listener.h>
 #include <netinet/tcp.h>
-#include <sys/resource.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
+#include "Common/Descriptors.h"
 #include "Game/NetMessage.h"
 
 namespace {
@@ -62,8 +62,7 @@ void OnSignal(evutil_socket_t, short, void* base) {
 
 int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: libevent_echo port\n"), 2;
-    const rlimit limit{30064, 30064};
-    setrlimit(RLIMIT_NOFILE, &limit);
+    RaiseDescriptorLimit(30064);
     std::signal(SIGPIPE, SIG_IGN);
     event_base* base = event_base_new();
     sockaddr_in address{};

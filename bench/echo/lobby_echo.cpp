@@ -1,8 +1,5 @@
 // The framework as an echo server, TCP and WebSocket on one port.
 // Usage: lobby_echo port [--wakeup]
-#include <unistd.h>
-
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -68,23 +65,12 @@ class EchoServer : public GameProvider {
     char m_bulletins[kBroadcastBytes] = {};
 };
 
-int WaitForSignal() {
+sigset_t Signals() {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGTERM);
     sigaddset(&set, SIGINT);
-    int signal = 0;
-    sigwait(&set, &signal);
-    return signal;
-}
-
-// Before the framework's threads start: they inherit it.
-void BlockSignals() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGTERM);
-    sigaddset(&set, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return set;
 }
 
 }  // namespace
@@ -92,7 +78,9 @@ void BlockSignals() {
 int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: lobby_echo port [--wakeup]\n"), 2;
     RaiseDescriptorLimit(kMaxClients + 64);  // or as many as there are
-    BlockSignals();
+    const sigset_t signals = Signals();
+    // Before the framework's threads start: they inherit it.
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     InitializeLog("lobby_echo.cfg", nullptr);
     EchoServer server;
     const bool asShipped = argc > 2 && std::strcmp(argv[2], "--wakeup") == 0;
@@ -104,6 +92,7 @@ int main(int argc, char** argv) {
     }
     std::printf("ready\n");
     std::fflush(stdout);
-    WaitForSignal();
+    int signal = 0;
+    sigwait(&signals, &signal);
     return 0;
 }

@@ -2,7 +2,6 @@
 // out when the connection can be written to, as the library wants it.
 // Usage: lws_echo port
 #include <libwebsockets.h>
-#include <sys/resource.h>
 
 #include <csignal>
 #include <cstdio>

@@ -1,13 +1,13 @@
 // The same protocol on libuv, TCP and WebSocket on one port: one loop, the answers to what one
 // read brought go out in one write.
 // Usage: uv_echo port
-#include <sys/resource.h>
 #include <uv.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
+#include "Common/Descriptors.h"
 #include "EchoStream.h"
 
 namespace {
@@ -70,8 +70,7 @@ void OnConnection(uv_stream_t* listener, int) {
 
 int main(int argc, char** argv) {
     if (argc < 2) return std::fprintf(stderr, "usage: uv_echo port\n"), 2;
-    const rlimit limit{30064, 30064};
-    setrlimit(RLIMIT_NOFILE, &limit);
+    RaiseDescriptorLimit(30064);
     std::signal(SIGPIPE, SIG_IGN);
     uv_loop_t* loop = uv_default_loop();
     uv_tcp_t listener;

@@ -1,8 +1,6 @@
 // Runs hostile clients against a lobby, in a random order drawn from a seed, until it is stopped
 // or a time has passed.
 // Usage: hostile_clients PORT FIRST_USER CONTROL_PORT SEED SECONDS
-#include <sys/resource.h>
-
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -10,16 +8,14 @@
 #include <random>
 #include <thread>
 
+#include "Common/Descriptors.h"
 #include "Connection.h"
 #include "HostileClients.h"
 
 int main(int argc, char** argv) {
     if (argc != 6) return 2;
     std::signal(SIGPIPE, SIG_IGN);
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
+    RaiseDescriptorLimit();
 
     const auto number = [&](int i) { return std::atoi(argv[i]); };
     const auto command = [&](const std::string& line) {

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <condition_variable>
 #include <mutex>
 
+#include "Common/Descriptors.h"
 #include "LobbyProcess.h"
 #include "Platform.h"
 #include "Player.h"
@@ -138,11 +138,3 @@ class SystemTest : public testing::Test {
 // EXPECT_EQ(+message.llField, ...) compares a copy.
 
 inline constexpr const char* BANK_PASSWORD = "888888";
-
-// For tests with many clients.
-inline void RaiseDescriptorLimit() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-}

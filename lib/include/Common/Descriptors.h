@@ -5,9 +5,10 @@
 
 #include <algorithm>
 
-// Makes room for so many descriptors as far as the system lets this user; the hard limit is raised
-// for root only. Returns how many there may be. Thread: main, before there are others.
-inline rlim_t RaiseDescriptorLimit(rlim_t needed) {
+// Makes room for so many descriptors, or for all there may be, as far as the system lets this user;
+// the hard limit is raised for root only. Returns how many there may be. Thread: main, before there
+// are others.
+inline rlim_t RaiseDescriptorLimit(rlim_t needed = RLIM_INFINITY) {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= needed) return limit.rlim_cur;
     rlimit wanted{needed, std::max(needed, limit.rlim_max)};
