@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -374,6 +375,9 @@ std::vector<Problem> CheckDirectory(const std::filesystem::path& directory) {
     return all;
 }
 
+namespace {
+
+// When there is nothing to check, fault says why and begins with the path.
 std::vector<Problem> CheckPath(const std::filesystem::path& path, std::string& fault) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
@@ -390,6 +394,21 @@ std::vector<Problem> CheckPath(const std::filesystem::path& path, std::string& f
     }
     fault = path.string() + ": by its name none of " + names;
     return {};
+}
+
+}  // namespace
+
+int TellProblems(const char* program, const std::filesystem::path& path) {
+    std::string fault;
+    const auto problems = CheckPath(path, fault);
+    if (!fault.empty()) {
+        std::fprintf(stderr, "%s: %s\n", program, fault.c_str());
+        return 2;
+    }
+    for (const Problem& problem : problems)
+        std::fprintf(stderr, "%s\n", TextOf(problem).c_str());
+    if (problems.empty()) std::puts("No problems found.");
+    return problems.empty() ? 0 : 1;
 }
 
 }  // namespace check

@@ -30,8 +30,9 @@ std::vector<Problem> CheckFile(const ConfigFile& file, const std::filesystem::pa
 // Every problem of the four files of a directory.
 std::vector<Problem> CheckDirectory(const std::filesystem::path& directory);
 
-// Every problem of a directory, or of one file, which is told by its name, endings such as
-// .dpkg-dist included. When there is nothing to check, fault says why and begins with the path.
-std::vector<Problem> CheckPath(const std::filesystem::path& path, std::string& fault);
+// Checks a directory, or one file, which is told by its name, endings such as .dpkg-dist included,
+// and prints what is wrong on standard error, where a supervisor keeps it. The exit status for a
+// program of that name: 0 nothing found, 1 problems found, 2 nothing to check, which is said, too.
+int TellProblems(const char* program, const std::filesystem::path& path);
 
 }  // namespace check

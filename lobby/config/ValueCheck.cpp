@@ -46,10 +46,7 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
 // The lobby reads leading digits and ignores the rest; here the whole text must be the number.
 // Blanks around it are harmless.
 std::optional<long long> WholeNumber(std::string_view text) {
-    while (StartsWithBlank(text))
-        text.remove_prefix(1);
-    while (EndsInBlank(text))
-        text.remove_suffix(1);
+    text = Trim(text);
     long long value = 0;
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, value);

@@ -14,19 +14,6 @@ void PrintKeys() {
     }
 }
 
-// The process's exit status.
-int Check(const std::string& path) {
-    std::string fault;
-    const auto problems = check::CheckPath(path, fault);
-    if (!fault.empty()) throw std::invalid_argument(fault);
-    // On standard error, where a supervisor keeps them.
-    for (const check::Problem& problem : problems)
-        std::cerr << check::TextOf(problem) << "\n";
-    if (!problems.empty()) return 1;
-    std::cout << "No problems found.\n";
-    return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -39,7 +26,7 @@ int main(int argc, char** argv) try {
         ->capture_default_str();
     app.add_flag("--keys", keys, "print every key with its meaning, default and bounds");
     const auto run = [&] {
-        if (!keys) return Check(path);
+        if (!keys) return check::TellProblems("lobby_check", path);
         PrintKeys();
         return 0;
     };

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -34,19 +33,6 @@ std::filesystem::path ExecutableDirectory() {
     return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
 }
 
-int Check(const std::filesystem::path& path) {
-    std::string fault;
-    const auto problems = check::CheckPath(path, fault);
-    if (!fault.empty()) {
-        std::fprintf(stderr, "LobbyServer: %s\n", fault.c_str());
-        return EXIT_USAGE;
-    }
-    for (const check::Problem& problem : problems)
-        std::fprintf(stderr, "%s\n", TextOf(problem).c_str());
-    if (problems.empty()) std::puts("No problems found.");
-    return problems.empty() ? EXIT_SUCCESS : EXIT_CONFIGURATION;
-}
-
 // Whether no start can get past this, whatever becomes of the machines around.
 bool PreventsStart(const check::Problem& problem) {
     return problem.file == "LobbyServer.cfg" &&
@@ -59,7 +45,8 @@ bool PreventsStart(const check::Problem& problem) {
 std::optional<int> AnswerArguments(int argc, char** argv) {
     if (argc < 2) return {};
     const std::string first = argv[1];
-    if (first == "--check" && argc <= 3) return Check(argc == 3 ? argv[2] : ExecutableDirectory());
+    if (first == "--check" && argc <= 3)
+        return check::TellProblems("LobbyServer", argc == 3 ? argv[2] : ExecutableDirectory());
     if (first == "--version" && argc == 2) {
         std::printf("LobbyServer %s\n", kVersion);
     } else if (first == "--help" && argc == 2) {
