@@ -1,8 +1,6 @@
 // Profile requests: checked against the session, then relayed to the queue server.
 #include <arpa/inet.h>
 
-#include <cstring>
-
 #include "Common/Clock.h"
 #include "Common/Log.h"
 #include "LobbyClientHandler.h"
@@ -103,32 +101,6 @@ void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPla
 
 // A malformed request closes the connection, unlike those above, and without a log line; see
 // "required" in the glossary.
-template <class Op>
-void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* data,
-                                       unsigned short length) {
-    auto* player = static_cast<LobbyPlayer*>(node);
-    const auto req = ReadMsg<typename Op::Req>(data, length);
-    if (length != sizeof(req) || req.iUserId != player->m_iUserID) {
-        m_lpLobbyServer->Close(node);
-        return;
-    }
-    if (m_lpLobbyServer->isContainSensitiveName(TextStr(req.*op.text).c_str())) {
-        typename Op::Res refusal;
-        ZeroMsg(refusal);
-        refusal.iError = 1;
-        m_lpLobbyServer->SendData(node, op.type, &refusal, sizeof(refusal), ENCODE_NONE);
-        return;
-    }
-    typename Op::Trans msg;
-    ZeroMsg(msg);
-    msg.base.iUserId = req.iUserId;
-    CopyText(msg.base.*op.text, req.*op.text);
-    SetSession(msg, player);
-    if (!SendToQueue(player, op.type, &msg, sizeof(msg))) {
-        __log(_ERROR, op.tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
-    }
-}
-
 template <class Req, class Trans>
 void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayerNode* node,
                                          void* data, unsigned short length) {
@@ -145,6 +117,23 @@ void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayer
     if (!SendToQueue(player, type, &msg, sizeof(msg))) {
         __log(_ERROR, tag, "SendData fail---- UserId [%d] ", player->m_iUserID);
     }
+}
+
+template <class Op>
+void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* data,
+                                       unsigned short length) {
+    using Req = typename Op::Req;
+    const auto req = ReadMsg<Req>(data, length);
+    const bool isOwn =
+        length == sizeof(req) && req.iUserId == static_cast<LobbyPlayer*>(node)->m_iUserID;
+    if (isOwn && m_lpLobbyServer->isContainSensitiveName(TextStr(req.*op.text).c_str())) {
+        typename Op::Res refusal;
+        ZeroMsg(refusal);
+        refusal.iError = 1;
+        m_lpLobbyServer->SendData(node, op.type, &refusal, sizeof(refusal), ENCODE_NONE);
+        return;
+    }
+    RelayProfileReq<Req, typename Op::Trans>(op.type, op.tag, node, data, length);
 }
 
 void LobbyClientHandler::HandleModifyNickName(IPlayerNode* node, void* data,
