@@ -6,11 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include "Common/Log.h"
 

@@ -1,7 +1,6 @@
 // Writing back, and lists of names.
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "Common/IniFile.h"

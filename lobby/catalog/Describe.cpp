@@ -1,7 +1,6 @@
 // Messages in words and as JSON.
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "Catalog.h"
 #include "Text.h"

@@ -136,7 +136,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     Mailbox<Reloaded> m_Reloaded;  // what Reload read, until the worker takes it
     std::atomic<bool> m_bDraining{false};
     MessageLimits m_Limits;  // message worker, once constructed
-    RelayGuard m_Relays;     // the same
+    RelayGuard m_Relays;     // message worker, once constructed
 
     // The worker ticks before Start has run; it must not meet the registry half filled.
     std::atomic<bool> m_bTicking{false};

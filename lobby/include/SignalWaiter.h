@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <csignal>
 #include <thread>
 
 class LobbyServer;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <numeric>
+#include <limits>
 
 #include "Catalog.h"
 #include "Common/Clock.h"

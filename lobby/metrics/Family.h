@@ -3,7 +3,6 @@
 
 #include <prometheus/metric_family.h>
 
-#include <string>
 #include <utility>
 #include <vector>
 

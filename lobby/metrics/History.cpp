@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <ctime>
-#include <functional>
 
 #include "Collector.h"
 #include "Family.h"

@@ -1,8 +1,6 @@
 // The last ten minutes of a few figures.
 #pragma once
 
-#include <array>
-#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <ctime>
 
 // A file of time-stamped lines, rolled over when the day changes. Writes from the calling thread,
 // or through a thread of its own (threaded mode), where producers never wait for the disk. Owns

@@ -1,7 +1,4 @@
 // Bank requests: four operations, one relay.
-#include <cstdio>
-#include <cstring>
-
 #include "BankInfoDef_Trans.h"
 #include "Common/Clock.h"
 #include "Common/Log.h"
@@ -30,7 +27,7 @@ struct BankRequest {
     time_t LobbyPlayer::*stamp;
     LogText<int, int> sizeText;                         // length, size
     LogText<int, int, const char*> failText;            // user, team tag, account
-    LogText<int, int, const char*> sentText = nullptr;  // the same
+    LogText<int, int, const char*> sentText = nullptr;  // user, team tag, account
     bool answerTooSoon = true;
     // User, gap, now, stamp.
     LogText<int, int, int, int> tooSoonText = "Player[%d] operate bank is illegal---Gap Time [%d]";

@@ -1,7 +1,6 @@
 // Coin notices of the web server, coin refresh, and coin exchange between players.
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 #include "Common/Clock.h"

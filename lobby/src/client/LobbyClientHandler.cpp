@@ -6,9 +6,6 @@
 // connection closes, once, whatever closed it.
 #include "LobbyClientHandler.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "BankInfoDef.h"
 #include "Common/Log.h"
 #include "Common/WorkerThread.h"

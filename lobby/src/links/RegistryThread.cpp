@@ -1,9 +1,5 @@
 #include "RegistryThread.h"
 
-#include <pthread.h>
-
-#include <csignal>
-
 void RegistryDone::Put(RegistryJobList& jobs) {
     const LockGuard lock(m_lock);
     m_list.Append(jobs);

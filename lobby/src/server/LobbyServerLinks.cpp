@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "Common/Clock.h"
 #include "Common/Descriptors.h"
 #include "Common/Log.h"
 #include "ConfigKeys.h"

@@ -1,10 +1,8 @@
 #include "Settings.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "Common/Log.h"
 #include "Common/Text.h"

@@ -2,8 +2,8 @@
 
 #include <pthread.h>
 
+#include <csignal>
 #include <ctime>
-#include <string>
 
 #include "Common/Clock.h"
 #include "Common/Log.h"
