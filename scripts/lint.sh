@@ -45,7 +45,8 @@ tidy() {
         --extra-arg=-Wthread-safety "$@" 2>/dev/null
 }
 if [ "$what" = locks ]; then
-    tidy '--checks=-*,clang-diagnostic-thread-safety*' || failed=1
+    # A cheap check of its own beside the compiler's, without which clang-tidy does not run.
+    tidy '--checks=-*,misc-misplaced-const,clang-diagnostic-thread-safety*' || failed=1
 fi
 if [ "$what" = tidy ] || [ "$what" = all ]; then
     tidy || failed=1
