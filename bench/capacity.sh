@@ -24,10 +24,10 @@ work=$(mktemp -d)
 . "$root/bench/servers.sh"
 # shellcheck source=../scripts/balancer.sh
 . "$root/scripts/balancer.sh"
-haproxy_pid='' nginx_pid='' second_pid='' crowd_pid=''
+haproxy_pid='' nginx_pid='' second_pid='' people_pid=''
 finish() {
     set +e
-    for pid in "$crowd_pid" "$nginx_pid" "$haproxy_pid" "$second_pid"; do stop_pid "$pid"; done
+    for pid in "$people_pid" "$nginx_pid" "$haproxy_pid" "$second_pid"; do stop_pid "$pid"; done
     stop_platform
     # shellcheck disable=SC2046
     kill $(jobs -p) 2>/dev/null
@@ -36,28 +36,16 @@ finish() {
 trap finish EXIT
 trap 'exit 130' INT TERM
 
-say() {
-    [ -n "$2" ] || { echo "capacity: no figure for: $1" >&2; exit 1; }
-    printf '%-66s %10s %s\n' "$1" "$2" "${3:-}"
-}
 calc() { awk "BEGIN { printf \"%.${2:-1}f\", $1 }"; }
 
 resident() { awk '/^VmRSS/ { print $2 * 1024 }' "/proc/$1/status"; }
-# Microseconds of CPU time: all threads of all processes given.
-cpu_us() {
-    local p
-    for p in "$@"; do cat "/proc/$p"/task/*/schedstat; done |
-        awk '{ n += $1 } END { print n / 1000 }'
-}
-# ... and, in nanoseconds, of each thread of one: "thread time", for join.
+# Nanoseconds of CPU time of each thread of a process: "thread time", for join.
 threads() {
     local t
     for t in /proc/"$1"/task/*; do echo "${t##*/} $(cut -d' ' -f1 "$t/schedstat")"; done | sort
 }
 children() { pgrep -P "$1" | tr '\n' ' ' || true; }
 
-# figure NAME KEY: of the load's result.
-figure() { grep -o "\"$2\": *[0-9.e+]*" "$work/$1.json" | head -n 1 | sed 's/.*: *//'; }
 # load NAME PORT ARGUMENTS...
 load() {
     "$bin/lobby_load" -q -p "$2" --json "$work/$1.json" "${@:3}" >"$work/$1.txt" 2>&1 ||
@@ -176,10 +164,7 @@ measure_center() {
     say "    for each game server more" "$(calc "(${after% *} - ${greeting% *}) / $more")" bytes
 
     # Players of the first lobby log in on the second.
-    "$bin/lobby_load" -q -p "$server_port" -n "$moved" -d 600 players --think 25 \
-        --mix keep-alive=1 >/dev/null 2>&1 &
-    crowd_pid=$!
-    wait_for 30 eval '[ "$(redis dbsize)" = '$moved' ]'
+    crowd "$server_port" "$moved"
     local first_before first_after
     first_before=$(center_bytes "$server_pid")
     before=$(center_bytes "$second_pid")
@@ -191,9 +176,7 @@ measure_center() {
     say "second login: bytes to the center" "$(calc "(${after#* } - ${before#* }) / $moved")"
     say "    and from it to each other lobby" \
         "$(calc "(${first_after% *} - ${first_before% *}) / $moved")"
-    kill "$crowd_pid" 2>/dev/null || true
-    wait "$crowd_pid" 2>/dev/null || true
-    crowd_pid=
+    disperse
     stop_pid "$second_pid"
     second_pid=
 }
@@ -223,11 +206,11 @@ measure_haproxy() {
         "% of a core"
 }
 
-# Players of the balancer's test, all by wss://.
-crowd() {
+# people COMMAND...: the players of the balancer's test, all by wss://.
+people() {
     local answer
-    echo "$*" >&"${people[1]}"
-    read -r -t 120 answer <&"${people[0]}"
+    echo "$*" >&"${secure[1]}"
+    read -r -t 120 answer <&"${secure[0]}"
     [ "${answer%% *}" = ok ] || { echo "capacity: $answer" >&2; exit 1; }
 }
 measure_nginx() {
@@ -238,12 +221,12 @@ measure_nginx() {
     start_nginx
     wait_for 10 listens "$secure_port"
     export WSS_URL=wss://localhost:$secure_port WSS_CERTIFICATE=$work/cert.pem
-    coproc people { exec node "$root/tests/balancer/players.mjs"; }
-    crowd_pid=$people_PID
+    coproc secure { exec node "$root/tests/balancer/players.mjs"; }
+    people_pid=$secure_PID
     local pids cpu empty after=0 pid
     pids="$nginx_pid $(children "$nginx_pid")"
-    crowd enter 20001 20100
-    crowd leave 20001 20100
+    people enter 20001 20100
+    people leave 20001 20100
     memory() {
         local n=0
         for pid in $pids; do n=$((n + $(resident "$pid"))); done
@@ -252,7 +235,7 @@ measure_nginx() {
     empty=$(memory)
     # shellcheck disable=SC2086
     cpu=$(cpu_us $pids)
-    crowd enter 20001 $((20000 + wss))
+    people enter 20001 $((20000 + wss))
     # shellcheck disable=SC2086
     say "nginx CPU for a wss connection and its login" \
         "$(calc "($(cpu_us $pids) - $cpu) / $wss" 0)" us
@@ -260,23 +243,20 @@ measure_nginx() {
     say "nginx memory for each wss player" "$(calc "($after - $empty) / $wss / 1024")" KiB
     # shellcheck disable=SC2086
     cpu=$(cpu_us $pids)
-    for _ in $(seq $rounds); do crowd alive; done
+    for _ in $(seq $rounds); do people alive; done
     # shellcheck disable=SC2086
     say "nginx CPU for a message and its answer" \
         "$(calc "($(cpu_us $pids) - $cpu) / $wss / $rounds" 0)" us
 }
 
 measure_stop() {
-    local began job
-    "$bin/lobby_load" -q -p "$server_port" -n "$players" -d 600 players --think 25 \
-        --mix keep-alive=1 >/dev/null 2>&1 &
-    job=$!
-    wait_for 60 eval '[ "$(redis dbsize)" = "$players" ]'
+    local began
+    crowd "$server_port" "$players"
     began=$(date +%s%3N)
     stop_server
     say "SIGTERM to the end of a lobby with $players players" "$(($(date +%s%3N) - began))" ms
     say "    marks it left in Redis" "$(redis dbsize)"
-    stop_pid "$job"
+    disperse
 }
 
 say "cores; load average before" "$(nproc); $(cut -d' ' -f1 /proc/loadavg)"

@@ -12,20 +12,17 @@ ulimit -n "$(ulimit -Hn)"
 work=$(mktemp -d)
 # shellcheck source=servers.sh
 . "$root/bench/servers.sh"
-proxy_pid='' crowd_pid=
+proxy_pid=''
 finish() {
     set +e
     kill -CONT "$redis_pid" 2>/dev/null
-    for pid in "$crowd_pid" "$proxy_pid"; do stop_pid "$pid"; done
+    stop_pid "$proxy_pid"
     stop_platform
     rm -rf "$work"
 }
 trap finish EXIT
 trap 'exit 130' INT TERM
 
-say() { printf '%-66s %10s %s\n' "$1" "$2" "${3:-}"; }
-# figure NAME KEY
-figure() { grep -o "\"$2\": *[0-9.e+]*" "$work/$1.json" | head -n 1 | sed 's/.*: *//'; }
 marks() { redis dbsize; }
 
 # start_lobby_behind MILLISECONDS: its Redis answers so much later.
@@ -50,31 +47,19 @@ stop_lobby() {
     proxy_pid=
     rm -f "$work/proxy"
 }
-# crowd COUNT: so many players, who stay.
-crowd() {
-    "$bin/lobby_load" -q -p "$server_port" -n "$1" -d 600 players --think 60 --mix keep-alive=1 \
-        >/dev/null 2>&1 &
-    crowd_pid=$!
-    wait_for 60 eval '[ "$(marks)" = '"$1"' ]'
-}
-disperse() {
-    kill -KILL "$crowd_pid"
-    wait "$crowd_pid" 2>/dev/null || true
-    crowd_pid=
-}
 
 measure() {
     local before began job
     start_lobby_behind "$1"
-    before=$(awk '{ n += $1 } END { print n }' /proc/"$server_pid"/task/*/schedstat)
+    before=$(cpu_us "$server_pid")
     "$bin/lobby_load" -q -p "$server_port" -n 3000 --connecting 128 --json "$work/logins.json" \
         logins >/dev/null
     wait_for 20 eval '[ "$(marks)" = 0 ]'
     say "+$1 ms: logins a second, 3000 players" "$(printf %.0f "$(figure logins logins_per_second)")"
-    say "    CPU for a login and its end" "$(cat /proc/"$server_pid"/task/*/schedstat |
-        awk "{ n += \$1 } END { printf \"%.1f\", (n - $before) / 3000000 }")" us
+    say "    CPU for a login and its end" \
+        "$(awk "BEGIN { printf \"%.1f\", ($(cpu_us "$server_pid") - $before) / 3000 }")" us
 
-    crowd 1000
+    crowd "$server_port" 1000
     # Below the sample's limit for a connection: 5 a second.
     "$bin/lobby_load" -q -p "$server_port" -n 60 -d 4 --json "$work/echo.json" echo --rate 300 \
         >/dev/null &
@@ -87,7 +72,7 @@ measure() {
     wait "$job"
     say "    longest wait of an echo meanwhile" "$(figure echo max_us)" us
 
-    crowd "${PLAYERS:-4900}"
+    crowd "$server_port" "${PLAYERS:-4900}"
     began=$(date +%s%3N)
     stop_server
     say "    SIGTERM to the end with ${PLAYERS:-4900} players" "$(($(date +%s%3N) - began))" ms
@@ -100,7 +85,7 @@ measure() {
 measure_hung() {
     local began
     start_lobby_behind 1
-    crowd "${PLAYERS:-4900}"
+    crowd "$server_port" "${PLAYERS:-4900}"
     kill -STOP "$redis_pid"
     began=$(date +%s%3N)
     stop_server

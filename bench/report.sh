@@ -1,8 +1,6 @@
 # shellcheck shell=bash
 # Sourced by run.sh: from the results in $kept to table and plots.
 
-# figure FILE KEY: a number of the figures of a result.
-figure() { grep -so "\"$2\":[-+0-9.e]*" "$kept/$1.json" | head -1 | cut -d: -f2 || true; }
 # latency FILE OPERATION KEY: microseconds.
 latency() {
     grep -so "\"$2\":{\"count[^}]*}" "$kept/$1.json" | grep -o "\"$3\":[-+0-9.e]*" |

@@ -153,11 +153,10 @@ do_evening() { load "$1" "${busy[@]}" -n "$players" --ramp 1000 players --think 
 do_still() {
     [ -n "$quick" ] || sleep 1
     local from
-    from=$(cpu_ms)
+    from=$(cpu_us "$server_pid")
     sleep "$still"
-    echo "{\"cpu_percent\":$(calc "($(cpu_ms) - $from) / 10 / $still")}" >"$kept/$1.json"
+    echo "{\"cpu_percent\":$(calc "($(cpu_us "$server_pid") - $from) / 10000 / $still")}" >"$kept/$1.json"
 }
-cpu_ms() { cat /proc/"$server_pid"/task/*/schedstat | awk '{n += $1} END {print n / 1e6}'; }
 
 run_flood() { local lenient=1; lobby_rounds flood do_flood; }
 run_costly() { local lenient=1 lines=0; lobby_rounds costly do_costly; }

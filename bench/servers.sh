@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Sourced by run.sh: starting and stopping what is put under load. Uses $bin and $work.
+# Sourced by the benchmarks: starting and stopping what is put under load, and reading what that
+# gave. Uses $bin and $work.
 
 server_pid=
 server_port=
@@ -23,6 +24,19 @@ start_echo() {
     wait_for 10 grep -q ready "$work/server.out"
 }
 
+# say TEXT FIGURE [UNIT]
+say() {
+    [ -n "$2" ] || { echo "${0##*/}: no figure for: $1" >&2; exit 1; }
+    printf '%-66s %10s %s\n' "$1" "$2" "${3:-}"
+}
+# figure NAME KEY: a number of the figures of a load's result.
+figure() { grep -so "\"$2\":[-+0-9.e]*" "${kept:-$work}/$1.json" | head -1 | cut -d: -f2 || true; }
+# cpu_us PID...: microseconds of CPU time, of all their threads.
+cpu_us() {
+    local pid
+    for pid in "$@"; do cat /proc/"$pid"/task/*/schedstat; done | awk '{ n += $1 } END { printf "%.0f\n", n / 1000 }'
+}
+
 stop_pid() {
     [ -z "$1" ] && return
     kill "$1" 2>/dev/null || true
@@ -34,7 +48,20 @@ stop_server() {
     server_pid=
 }
 
-redis_pid='' sim_pid=''
+redis_pid='' sim_pid='' crowd_pid=''
+
+# crowd PORT COUNT: so many players log in, who stay until they disperse.
+crowd() {
+    "$bin/lobby_load" -q -p "$1" -n "$2" -d 600 players --think 60 --mix keep-alive=1 \
+        >/dev/null 2>&1 &
+    crowd_pid=$!
+    wait_for 60 eval '[ "$(redis dbsize)" = '"$2"' ]'
+}
+disperse() {
+    [ -z "$crowd_pid" ] || kill -KILL "$crowd_pid" 2>/dev/null || true
+    stop_pid "$crowd_pid"
+    crowd_pid=
+}
 
 # start_lobby [lobby|lobby_before]: of the build or of an older one, as the sample configuration has
 # it but for ports, log level and, when they are set, $pace, the seconds between broadcasts,
@@ -58,6 +85,7 @@ start_lobby() {
 }
 
 stop_platform() {
+    disperse
     stop_server
     stop_pid "$sim_pid"
     stop_pid "$redis_pid"
