@@ -45,12 +45,8 @@ class EPOLLBuffer : public EPOLLReceiver {
     // idle, which is then touched no more.
     long Advance(long done, long messages, tagSendBuffer** entries, long room);
 
-    // Message worker only. What arrives goes through two buffers: the base's members of these names
-    // hold a WebSocket frame that is not complete, these the message that the frames' payload, or
-    // plain TCP, has begun. A plain connection leaves the base's empty.
-    char m_szBuffer[4096];  // partial message carried over between reads
-    long m_lLength = 0;
-
+    long m_lLength = 0;                 // bytes held in m_szBuffer
+    IPlayerNode* const m_lpPlayerNode;  // owned; may be null
     LightLock m_lockSend;               // serialises producers; before the sender's m_lockClosing
     std::atomic<bool> m_bClosed{true};  // no further sends are accepted; hides the base's flag
     bool m_bSendData GUARDED_BY(m_lockSend) = false;   // something was queued once
@@ -79,5 +75,8 @@ class EPOLLBuffer : public EPOLLReceiver {
     EPOLLBuffer* m_lpPriorClosing = nullptr;
     long m_lCloseTime = 0;  // seconds since boot
 
-    IPlayerNode* const m_lpPlayerNode;  // owned; may be null
+    // Message worker only. What arrives goes through two buffers: the base's members of these names
+    // hold a WebSocket frame that is not complete, these the message that the frames' payload, or
+    // plain TCP, has begun. A plain connection leaves the base's empty.
+    char m_szBuffer[4096];  // partial message carried over between reads
 };

@@ -43,9 +43,9 @@ class EPOLLReceiver : public EPOLLConnection {
     bool m_bListed = false;      // in the client list
     bool m_bFirstData = true;    // no data seen: only the first can be an upgrade request
     bool m_bCallClosed = false;  // the close was reported upward
+    bool m_bProxyHeader = false;  // the stream begins with a header that is not read yet
 
     WebSocketInput m_Input;       // frames, where they are taken as libraries mean them
-    bool m_bProxyHeader = false;  // the stream begins with a header that is not read yet
     ProxyHeader m_Proxy;
     CIpAddress m_Client6;  // an IPv6 client behind a proxy; otherwise none
     uint16_t m_usPort6 = 0;

@@ -11,7 +11,7 @@ constexpr long kFirstSlots = 16;
 }  // namespace
 
 EPOLLBuffer::EPOLLBuffer(IPlayerNode* node, unsigned long maxSendCount)
-    : m_lMaxSendCount(static_cast<long>(maxSendCount)), m_lpPlayerNode(node) {
+    : m_lpPlayerNode(node), m_lMaxSendCount(static_cast<long>(maxSendCount)) {
     SetContextAssociate(reinterpret_cast<unsigned long>(node));
     if (node != nullptr) node->SetContext(this);
 }

@@ -143,7 +143,7 @@ Epoll::Reading Epoll::ReadSome(EPOLLConnection* context, int blocks, long& bytes
                                           MSG_DONTWAIT, nullptr, nullptr);
         if (length > 0) {
             bytes += length;
-            OnReadCompleted(context, buffer, length, context->GetContextAddrIn(false));
+            OnReadCompleted(context, buffer, length, &context->m_addrRemote);
             // A short read has emptied the socket; what comes after it is an event of its own.
             if (length < EPOLLBufferManager::kBlockSize && !context->m_bReadToEnd) {
                 return Reading::Emptied;
