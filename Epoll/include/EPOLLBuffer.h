@@ -15,7 +15,8 @@ class IPlayerNode;
 // The ring has any number of producers and one consumer at a time, which takes and settles many
 // entries under one lock. Its count hands entries over: the producer that raises it from 0 hands
 // the connection to the consumer, which has it until the count is 0 again.
-// Small messages that wait share a block: whoever queues one behind an open block writes it there.
+// Small messages that wait share a block: whoever queues one behind an open block writes it there,
+// for a WebSocket behind the head of its frame.
 // The consumer closes a block when it takes it. Counted are messages, whatever they share.
 // The ring begins small and grows with the largest queue the connection ever had.
 class EPOLLBuffer : public EPOLLReceiver {

@@ -19,8 +19,10 @@ class EPOLLReceiver : public EPOLLConnection {
     // what came before. Any thread.
     bool IsStopped() const { return m_bStopped.load(std::memory_order_acquire); }
 
-    // Never a WebSocket: what came first was none. Message worker.
-    bool IsPlain() const { return !m_bFirstData && GetWebStocketStatus() == WEBSOCKET_NONE; }
+    // Whether it is a WebSocket is settled: it is one, or what came first was none. Message worker.
+    bool IsKindKnown() const {
+        return !m_bFirstData || GetWebStocketStatus() == WEBSOCKET_UPGRADED;
+    }
 
     // Buffers queued for it and not written yet. Any thread.
     virtual long Unsent() const { return 0; }
@@ -40,12 +42,12 @@ class EPOLLReceiver : public EPOLLConnection {
     std::atomic<long> m_lRecvCount{0};  // buffers queued; poll thread adds, worker subtracts
     EPOLLReceiver* m_lpNext = nullptr;  // client list
     EPOLLReceiver* m_lpPrior = nullptr;
-    bool m_bListed = false;      // in the client list
-    bool m_bFirstData = true;    // no data seen: only the first can be an upgrade request
-    bool m_bCallClosed = false;  // the close was reported upward
+    bool m_bListed = false;       // in the client list
+    bool m_bFirstData = true;     // no data seen: only the first can be an upgrade request
+    bool m_bCallClosed = false;   // the close was reported upward
     bool m_bProxyHeader = false;  // the stream begins with a header that is not read yet
 
-    WebSocketInput m_Input;       // frames, where they are taken as libraries mean them
+    WebSocketInput m_Input;  // frames, where they are taken as libraries mean them
     ProxyHeader m_Proxy;
     CIpAddress m_Client6;  // an IPv6 client behind a proxy; otherwise none
     uint16_t m_usPort6 = 0;

@@ -37,8 +37,9 @@ class SendBatch {
     SendBatch(const SendBatch&) = delete;
     SendBatch& operator=(const SendBatch&) = delete;
 
-    // framed: each message travels in a frame of its own. frame: the connection's, which the
-    // first message continues if it is begun. position: bytes of that message already written.
+    // framed: each message travels in a frame of its own, and has one already or gets it here.
+    // frame: the connection's, which the first message continues if it is begun. position: bytes of
+    // that message already written.
     void Start(bool framed, OutgoingFrame& frame, long position);
     // Appends a message; false, and not appended, when the batch holds enough.
     bool Add(tagSendBuffer* entry);
@@ -51,6 +52,9 @@ class SendBatch {
     int Settle(long sent, long& position);
 
   private:
+    bool NeedsFrame(const tagSendBuffer* entry) const {
+        return m_bFramed && entry->ucFrame != FRAMED_ALREADY;
+    }
     void AddPart(char* data, long length);
     bool Join(const char* data, long length);
 

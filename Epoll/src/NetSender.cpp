@@ -22,6 +22,7 @@ namespace {
 constexpr unsigned long kDefaultSendCount = 100;
 constexpr unsigned kPauseUs = 1000;
 constexpr long kSmallMessage = 512;
+constexpr long kTwoFrameHeads = 2 * WEBSOCKET_MAX_HEAD;
 
 // A raw record of the recycler, or null.
 tagSendBuffer* TakeBuffer() {
@@ -40,6 +41,25 @@ uint16_t TypeOf(const tagSendBuffer* buffer) {
     tagMsgHeader header;
     std::memcpy(&header, buffer->szSendBuffer, sizeof(header));
     return ntohs(header.type);
+}
+
+// Writes the head of the frame for so many bytes where there is room for the longest; returns its
+// length.
+long PutFrameHead(char* to, uint64_t payload) {
+    uint8_t head[WEBSOCKET_MAX_HEAD] = {};
+    const size_t size = BuildWebSocketHead(payload, head);
+    std::memcpy(to, head, sizeof(head));
+    return static_cast<long>(size);
+}
+
+// Puts a block's first message into its frame, so that others may follow in theirs.
+void FrameFirst(tagSendBuffer* block) {
+    char head[WEBSOCKET_MAX_HEAD];
+    const auto size = static_cast<size_t>(PutFrameHead(head, block->ulLength));
+    std::memmove(block->szSendBuffer + size, block->szSendBuffer, block->ulLength);
+    std::memcpy(block->szSendBuffer, head, size);
+    block->ulLength += size;
+    block->ucFrame = FRAMED_ALREADY;
 }
 
 EPOLLBuffer* ContextOf(IPlayerNode* node) {
@@ -240,7 +260,7 @@ bool NetSender::SendControl(IPlayerNode* node, unsigned char opcode, const void*
 }
 
 // Writes a small message into the block that the last one of this thread to the same receiver waits
-// in. False: nothing was done, it needs a block of its own. Not for frames: each message has one.
+// in, to a WebSocket each in its frame. False: nothing was done, it needs a block of its own.
 bool NetSender::ShareBlock(IPlayerNode* node, unsigned short type, void* data, long length,
                            long encode, long room) {
     WriteHold* hold = WriteHold::Mine();
@@ -250,16 +270,22 @@ bool NetSender::ShareBlock(IPlayerNode* node, unsigned short type, void* data, l
     EPOLLBuffer* context = ContextOf(node);
     if (context == nullptr) return false;
     const LockGuard guard(context->m_lockSend);
-    tagSendBuffer* block = context->OpenFor(std::max(length, HEADER_SIZE));
+    const bool frames = context->GetWebStocketStatus() == WEBSOCKET_UPGRADED;
+    tagSendBuffer* block =
+        context->OpenFor(std::max(length, HEADER_SIZE) + (frames ? kTwoFrameHeads : 0));
     const long pending = context->m_lSendCount.load(std::memory_order_relaxed);
     const bool client = context->m_bAcceptClient;
     if (block == nullptr || context->m_bClosed) return false;
     if (pending + room >= MostPending(client)) return false;
-    if (FillHeader(type, data, length, encode, block->szSendBuffer + block->ulLength,
-                   kSmallMessage) == nullptr) {
-        return false;
+    if (frames && block->ucFrame != FRAMED_ALREADY) {
+        if (block->usMessages > 1) return false;  // from before it became a WebSocket
+        FrameFirst(block);
     }
-    block->ulLength += static_cast<uint64_t>(length);
+    char* to = block->szSendBuffer + block->ulLength;
+    if (data == nullptr || length <= 0) length = HEADER_SIZE;
+    const long head = frames ? PutFrameHead(to, static_cast<uint64_t>(length)) : 0;
+    FillHeader(type, data, length, encode, to + head, kSmallMessage);
+    block->ulLength += static_cast<uint64_t>(head + length);
     ++block->usMessages;
     context->m_lSendCount.store(pending + 1, std::memory_order_relaxed);
     if (auto* metrics = g_NetMetrics.Get()) metrics->Of(client).out.Add(type);
@@ -301,7 +327,7 @@ NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, l
     context->m_bSendData = true;
     if (WriteHold* hold = WriteHold::Mine()) {
         hold->CountQueued();
-        if (shared && context->IsPlain()) context->Open(buffer);
+        if (shared && context->IsKindKnown()) context->Open(buffer);
     }
     if (pending == 0) HandOver(context);  // otherwise the consumer is at it
     return Adding::Queued;

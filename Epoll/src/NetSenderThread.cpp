@@ -29,11 +29,17 @@ constexpr int kTickMs = 50;
 constexpr int kGuardSeconds = 10;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 
+// Of the frame of one message.
+long FrameHeadSize(const char* head) {
+    return static_cast<uint8_t>(head[1]) < 126 ? 2 : 4;
+}
+
 // How many of a shared block's messages end behind `from` bytes of it and not behind `to`.
 long MessagesIn(const tagSendBuffer* block, long from, long to) {
     long count = 0;
     for (long end = 0;;) {
         tagMsgHeader header;
+        if (block->ucFrame == FRAMED_ALREADY) end += FrameHeadSize(block->szSendBuffer + end);
         std::memcpy(&header, block->szSendBuffer + end, sizeof(header));
         end += ntohs(header.length);
         if (end > to) return count;

@@ -23,7 +23,7 @@ bool SendBatch::Add(tagSendBuffer* entry) {
     if (m_iEntries == kMaxEntries || m_lBytes >= kMaxBytes) return false;
     const bool first = m_iEntries == 0;
     auto left = static_cast<long>(entry->ulLength);
-    if (m_bFramed) {
+    if (NeedsFrame(entry)) {
         OutgoingFrame& frame = m_Frames[m_iEntries];
         if (first && m_lpFrame->Begun()) {
             frame = *m_lpFrame;
@@ -70,9 +70,9 @@ int SendBatch::Settle(long sent, long& position) {
     }
     for (int i = 0; i < m_iEntries; ++i) {
         OutgoingFrame& frame = m_Frames[i];
-        const long head = m_bFramed ? frame.HeadLeft() : 0;
-        const long payload =
-            m_bFramed ? frame.payloadLeft : static_cast<long>(m_Entries[i]->ulLength);
+        const bool framed = NeedsFrame(m_Entries[i]);
+        const long head = framed ? frame.HeadLeft() : 0;
+        const long payload = framed ? frame.payloadLeft : static_cast<long>(m_Entries[i]->ulLength);
         if (sent >= head + payload) {
             sent -= head + payload;
             m_lPosition = 0;
@@ -82,7 +82,7 @@ int SendBatch::Settle(long sent, long& position) {
         const long ofHead = std::min(sent, head);
         const long ofPayload = sent - ofHead;
         m_lPosition += ofPayload;
-        if (m_bFramed) {
+        if (framed) {
             frame.headSent += ofHead;
             frame.payloadLeft -= ofPayload;
             *m_lpFrame = frame;

@@ -12,12 +12,15 @@ struct Queue {
             if (!shared || i == 0) buffers.push_back(std::make_unique<tagSendBuffer>());
             tagSendBuffer* entry = buffers.back().get();
             entry->ulLength = size;
-            entry->ucFrame = i % 5 == 4 ? 0x8A : WEBSOCKET_DATA_FRAME;
+            constexpr uint8_t kKinds[] = {WEBSOCKET_DATA_FRAME, WEBSOCKET_DATA_FRAME,
+                                          FRAMED_ALREADY, 0x8A};
+            entry->ucFrame = kKinds[i % 4];
             for (size_t k = 0; k < size; ++k)
                 entry->szSendBuffer[k] = static_cast<char>('a' + (k + (shared ? 0 : 7 * i)) % 26);
             entries.push_back(entry);
             uint8_t head[WEBSOCKET_MAX_HEAD];
-            const size_t headSize = frames ? BuildWebSocketHead(size, head) : 0;
+            const bool bare = !frames || entry->ucFrame == FRAMED_ALREADY;
+            const size_t headSize = bare ? 0 : BuildWebSocketHead(size, head);
             head[0] = entry->ucFrame;
             wire.append(reinterpret_cast<char*>(head), headSize).append(entry->szSendBuffer, size);
             ends.push_back(wire.size());
@@ -55,7 +58,7 @@ TEST(SendBatch, GoesOnBehindEveryPairOfCuts) {
         std::vector<size_t> sizes;
         bool framed, shared;
     } rows[] = {{"plain", {8, 130, 0, 17, 513, 20, 30, 600, 5}, false, false},
-                {"frames", {8, 125, 0, 126, 600, 30}, true, false},
+                {"frames", {8, 125, 90, 126, 0, 600, 300, 30}, true, false},
                 {"shared frames", {200, 200}, true, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

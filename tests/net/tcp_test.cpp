@@ -204,23 +204,28 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
         }
     };
     server.Listen({.send = 100});
-    Client client(server.port, 4096);
-    size_t read = 0;
-    const auto reads = [&](int count) {
-        for (; count > 0; --count, ++read)
-            ASSERT_EQ(client.ReadMessage(),
-                      Message(7, std::string(read % 540, static_cast<char>(read))));
-    };
-    for (int round = 0; round < 30; ++round) {
-        client.Send(Message(1));
-        reads(80);
+    for (const bool web : {false, true}) {
+        SCOPED_TRACE(web);
+        const auto client = web ? std::make_unique<WebClient>(server.port, 4096)
+                                : std::make_unique<Client>(server.port, 4096);
+        sent = 0;
+        size_t read = 0;
+        const auto reads = [&](int count) {
+            for (; count > 0; --count, ++read)
+                ASSERT_EQ(client->ReadMessage(),
+                          Message(7, std::string(read % 540, static_cast<char>(read))));
+        };
+        for (int round = 0; round < 30; ++round) {
+            client->SendMessage(Message(1));
+            reads(80);
+        }
+        client->SendMessage(Message(2));
+        EXPECT_TRUE(server.AwaitClosed(web ? 2 : 1)) << "for the ring was full";
+        EXPECT_THAT(sent, testing::AllOf(testing::Ge(2498), testing::Le(2499)));
+        reads(sent - 2400);
+        EXPECT_TRUE(client->AtEnd());
+        EXPECT_TRUE(server.AwaitReleased(web ? 2 : 1));
     }
-    client.Send(Message(2));
-    EXPECT_TRUE(server.AwaitClosed(1)) << "for the ring was full";
-    EXPECT_THAT(sent, testing::AllOf(testing::Ge(2498), testing::Le(2499)));
-    reads(sent - 2400);
-    EXPECT_TRUE(client.AtEnd());
-    EXPECT_TRUE(server.AwaitReleased(1));
 }
 
 TEST(Tcp, AFullRingOfALinkRefusesAndTheLinkStaysWhereThatIsWanted) {

@@ -9,6 +9,9 @@
 
 class EPOLLReceiver;
 
+// In tagSendBuffer: each message in it stands behind the head of its frame.
+inline constexpr uint8_t FRAMED_ALREADY = 0;
+
 // One filled outgoing message, or several small ones to one receiver. Taken from g_SendFactory by
 // the sender of the message, given back by whoever drops the last reference. May be shared by many
 // connections.
@@ -16,7 +19,8 @@ struct tagSendBuffer {
     uint64_t ulReferenceCount;       // connections that still hold it; see DropReference
     uint64_t ulLength;               // bytes still to send; consumer only, once queued
     char szSendBuffer[SEND_BUFFER];  // the message, header first
-    uint8_t ucFrame;                 // first byte of its frame, where the receiver takes frames
+    uint8_t ucFrame;                 // first byte of its frame, where the receiver takes frames;
+                                     // or FRAMED_ALREADY
     uint16_t usMessages;             // in it, not written whole yet; guarded as its ring entry is
     tagSendBuffer* __p_next;
 };
