@@ -80,7 +80,7 @@ const std::string UPGRADE =
 // They stay until they are closed for it.
 void SilentCrowd(const Target& target) {
     Crowd crowd = Connect(target, 200);
-    const auto end = Clock::now() + milliseconds(8000);
+    const auto end = Clock::now() + milliseconds(10000);
     for (Player& one : crowd)
         ReadUntil(one, end);
 }

@@ -11,8 +11,6 @@
 
 namespace {
 
-using catalog::Direction;
-
 class LobbyStack : public SystemTest {
   protected:
     LobbyStack() {
@@ -64,10 +62,10 @@ class LobbyStack : public SystemTest {
     void Push(const std::string& command) {
         EXPECT_NE(platform.DoCommand(command).find("ok"), std::string::npos) << command;
     }
-    // Every message of a direction, whole and far too long, filled with what does not end.
-    void Flood(ServerKind kind, Direction direction) {
+    // Every message of a server, whole and far too long, filled with what does not end.
+    void Flood(ServerKind kind) {
         for (const catalog::Message& message : catalog::All()) {
-            if (message.direction != direction) continue;
+            if (message.direction != sim::ToLobby(kind)) continue;
             for (const size_t size : {message.size, size_t{4000}}) {
                 const std::string body(std::max(size, wire::HEADER), '1');
                 const wire::Bytes bytes = wire::Pack(message.type, body.data(), body.size());
@@ -97,16 +95,10 @@ TEST_F(LobbyStack, KeepsThreeKilobytesToSpare) {
         Push(command);
     }
     Push("consume 10001 " + std::string(3000, '['));
-    constexpr std::pair<ServerKind, Direction> kLinks[] = {
-        {ServerKind::Queue, Direction::QueueToLobby},
-        {ServerKind::Center, Direction::CenterToLobby},
-        {ServerKind::Config, Direction::ConfigToLobby},
-        {ServerKind::Web, Direction::WebToLobby},
-        {ServerKind::Data, Direction::DataToLobby}};
-    for (const auto& [kind, direction] : kLinks)
-        Flood(kind, direction);
-    for (const char* server : {"queue", "center", "config", "web", "data", "log"})
-        Push(std::string("drop ") + server + " 0");
+    for (const ServerKind kind : sim::ALL_SERVERS)
+        Flood(kind);
+    for (const ServerKind kind : sim::ALL_SERVERS)
+        Push(std::string("drop ") + sim::NameOf(kind) + " 0");
     m_lobby.reset();
     size_t threads = 0;
     for (const ThreadStack::Mark& mark : ThreadStack::Report()) {
