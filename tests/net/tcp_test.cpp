@@ -203,7 +203,7 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
             if (!server.SendData(node, 7, body.data(), 8 + sent % 540, ENCODE_NONE)) break;
         }
     };
-    server.Listen({.send = 100});
+    server.Listen({.send = 120});
     for (const bool web : {false, true}) {
         SCOPED_TRACE(web);
         const auto client = web ? std::make_unique<WebClient>(server.port, 4096)
@@ -221,7 +221,7 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
         }
         client->SendMessage(Message(2));
         EXPECT_TRUE(server.AwaitClosed(web ? 2 : 1)) << "for the ring was full";
-        EXPECT_THAT(sent, testing::AllOf(testing::Ge(2498), testing::Le(2499)));
+        EXPECT_THAT(sent, testing::AllOf(testing::Ge(2518), testing::Le(2519)));
         reads(sent - 2400);
         EXPECT_TRUE(client->AtEnd());
         EXPECT_TRUE(server.AwaitReleased(web ? 2 : 1));
