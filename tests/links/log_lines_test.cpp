@@ -14,14 +14,16 @@ class LogLines : public LobbyTest {
   protected:
     using Work = std::function<void()>;
 
-    // Its node is told as NAME and NAME-NUMBER, and its id is one that nothing else has; other
-    // nodes are told as NODE.
+    // Its node is told as NAME, as NAME-NUMBER in decimals and as NAME-SHORT without zeros before,
+    // and its id is one that nothing else has; other nodes are told as NODE.
     template <class Node>
     Node* Named(Node* node, const std::string& name) {
         char tag[24];
         std::snprintf(tag, sizeof(tag), "(0x)?%08x", PtrTag(node));
-        m_told.emplace_front(std::regex(std::to_string(int(NodeHandle(node)))), name + "-NUMBER");
         m_told.emplace_front(std::regex(tag), name);
+        m_meant.emplace_back(name + "-NUMBER", std::to_string(int(NodeHandle(node))));
+        std::snprintf(tag, sizeof(tag), "%x", PtrTag(node));
+        m_meant.emplace_back(name + "-SHORT", std::strlen(tag) == 8 ? name : tag);
         static_cast<LobbyPlayer*>(static_cast<IPlayerNode*>(node))->m_ulPlayerNodeId = 7777;
         return node;
     }
@@ -33,6 +35,8 @@ class LogLines : public LobbyTest {
                 log = std::regex_replace(log, own, told);
             std::string expected = m_all.substr(m_all.find("\n== " + name + '\n') + 1);
             expected.erase(expected.find("\n== ") + 1);
+            for (const auto& [told, own] : m_meant)
+                expected = std::regex_replace(expected, std::regex(told), own);
             EXPECT_EQ("== " + name + '\n' + log, expected);
         }
     }
@@ -45,6 +49,7 @@ class LogLines : public LobbyTest {
     const std::regex m_dress{
         "\r|\x1b\\[\\d+m[^\x1b]*\x1b\\[0m\r?\n?|\\d{4}(-\\d\\d){2} \\d\\d(:\\d\\d){2} "};
     std::deque<std::pair<std::regex, std::string>> m_told{{std::regex("0x[0-9a-f]{8}"), "NODE"}};
+    std::vector<std::pair<std::string, std::string>> m_meant;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <netdb.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <csignal>
 #include <deque>
 
@@ -196,7 +197,7 @@ TEST(Tcp, ASweepOfFiveThousandStopsAndNoneWithoutAnInterval) {
 // A round is more than the sockets hold, so that writes end anywhere in a block.
 TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
     TestServer server;
-    int sent = 0;
+    std::atomic<int> sent = 0;
     server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
         for (const int most = sent + (type == 1 ? 80 : 200); sent < most; ++sent) {
             std::string body(600, static_cast<char>(sent));
@@ -221,7 +222,7 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
         }
         client->SendMessage(Message(2));
         EXPECT_TRUE(server.AwaitClosed(web ? 2 : 1)) << "for the ring was full";
-        EXPECT_THAT(sent, testing::AllOf(testing::Ge(2518), testing::Le(2519)));
+        EXPECT_THAT(sent.load(), testing::AllOf(testing::Ge(2518), testing::Le(2519)));
         reads(sent - 2400);
         EXPECT_TRUE(client->AtEnd());
         EXPECT_TRUE(server.AwaitReleased(web ? 2 : 1));
