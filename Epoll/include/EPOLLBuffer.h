@@ -10,6 +10,9 @@
 
 class IPlayerNode;
 
+// So many messages may wait for a connection whose maxSendCount is 0.
+constexpr unsigned long kDefaultRing = 100;
+
 // A connection with its partial message, its send ring and its node. Owns the node and the ring;
 // the buffers in the ring are references into g_SendFactory.
 // The ring has any number of producers and one consumer at a time, which takes and settles many

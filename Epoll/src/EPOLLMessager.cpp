@@ -15,8 +15,7 @@
 
 namespace {
 
-constexpr unsigned long kDefaultSendCount = 100;
-constexpr unsigned kGuardSeconds = 10;
+constexpr unsigned kSweepGuardSeconds = 10;
 constexpr const char* kReadTag = "EPOLLMessage::OnReadCompleted";
 
 void CountBadMessage() {
@@ -27,7 +26,7 @@ void CountBadMessage() {
 
 EPOLLMessager::EPOLLMessager(IGameProvider* provider, unsigned long maxSendCount)
     : m_lpGameProvider(provider),
-      m_ulMaxSendCount(maxSendCount != 0 ? maxSendCount : kDefaultSendCount) {}
+      m_ulMaxSendCount(maxSendCount != 0 ? maxSendCount : kDefaultRing) {}
 
 EPOLLContext* EPOLLMessager::OnCreateContext() {
     IPlayerNode* node = m_lpGameProvider != nullptr ? m_lpGameProvider->OnCreatePlayer() : nullptr;
@@ -133,7 +132,7 @@ void EPOLLMessager::OnIncomplete(long length, long left) {
 // A deliberate brake for a stream gone mad.
 void EPOLLMessager::OnTooMany() {
     __log(_ERROR, kReadTag, "iTestBug > 5000");
-    ::sleep(kGuardSeconds);
+    ::sleep(kSweepGuardSeconds);
 }
 
 unsigned EPOLLMessager::Tag() const {

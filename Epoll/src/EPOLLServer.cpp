@@ -11,7 +11,7 @@
 namespace {
 
 constexpr unsigned long kDefaultRecvCount = 100;
-constexpr unsigned kPauseUs = 1000;
+constexpr unsigned kWorkerPauseUs = 1000;
 
 }  // namespace
 
@@ -72,7 +72,7 @@ void EPOLLServer::StopWorker() {
     m_bExit = true;
     m_WorkerBell.Ring();
     while (m_lThreadCount > 0)
-        ::usleep(kPauseUs);
+        ::usleep(kWorkerPauseUs);
 }
 
 // Gives back what nobody will handle any more. No other thread may be running.

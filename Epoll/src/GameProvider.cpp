@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr unsigned long kDefaultRing = 100;
-
 IPlayerNode* NodeOf(EPOLLContext* context) {
     if (context == nullptr) return nullptr;
     return reinterpret_cast<IPlayerNode*>(context->GetContextAssociate());

@@ -19,8 +19,7 @@
 
 namespace {
 
-constexpr unsigned long kDefaultSendCount = 100;
-constexpr unsigned kPauseUs = 1000;
+constexpr unsigned kSenderPauseUs = 1000;
 constexpr long kSmallMessage = 512;
 constexpr long kTwoFrameHeads = 2 * WEBSOCKET_MAX_HEAD;
 
@@ -62,7 +61,7 @@ void FrameFirst(tagSendBuffer* block) {
     block->ucFrame = FRAMED_ALREADY;
 }
 
-EPOLLBuffer* ContextOf(IPlayerNode* node) {
+EPOLLBuffer* BufferOf(IPlayerNode* node) {
     EPOLLContext* context = nullptr;
     return node->GetContext(&context) ? static_cast<EPOLLBuffer*>(context) : nullptr;
 }
@@ -73,7 +72,7 @@ NetSender::NetSender(INetProvider* netProvider, IGameProvider* gameProvider,
                      unsigned long maxSendCount, const NetLimits& limits)
     : m_lpNetProvider(netProvider),
       m_lpGameProvider(gameProvider),
-      m_ulMaxSendCount(static_cast<long>(maxSendCount != 0 ? maxSendCount : kDefaultSendCount)),
+      m_ulMaxSendCount(static_cast<long>(maxSendCount != 0 ? maxSendCount : kDefaultRing)),
       m_lMaxClientSendCount(limits.clientSendCount != 0 ? static_cast<long>(limits.clientSendCount)
                                                         : m_ulMaxSendCount),
       m_bKeepFullLinks(limits.keepFullLinks) {}
@@ -82,7 +81,7 @@ NetSender::~NetSender() {
     m_bExit = true;
     m_Doorbell.Ring();
     while (m_lThreadCount > 0)
-        ::usleep(kPauseUs);
+        ::usleep(kSenderPauseUs);
     if (m_iSendPoll >= 0) ::close(m_iSendPoll);
 }
 
@@ -267,7 +266,7 @@ bool NetSender::ShareBlock(IPlayerNode* node, unsigned short type, void* data, l
     if (hold == nullptr || node == nullptr || encode != ENCODE_NONE || length > kSmallMessage) {
         return false;
     }
-    EPOLLBuffer* context = ContextOf(node);
+    EPOLLBuffer* context = BufferOf(node);
     if (context == nullptr) return false;
     const LockGuard guard(context->m_lockSend);
     const bool frames = context->GetWebStocketStatus() == WEBSOCKET_UPGRADED;
@@ -300,7 +299,7 @@ NetSender::Adding NetSender::AddData(IPlayerNode* node, tagSendBuffer* buffer, l
         __log(_ALL, kTag, "lpPlayerNode = NULL");
         return Adding::Failed;
     }
-    EPOLLBuffer* context = ContextOf(node);
+    EPOLLBuffer* context = BufferOf(node);
     if (context == nullptr) {
         __log(_ALL, kTag, "node[%08x], lpContext = NULL", PtrTag(node));
         return Adding::Failed;
@@ -367,7 +366,7 @@ EPOLLBuffer* NetSender::EndSending(IPlayerNode* node, bool& closed) {
         __log(_ALL, kTag, "node[%08x], NULL == lpPlayerNode", PtrTag(node));
         return nullptr;
     }
-    EPOLLBuffer* context = ContextOf(node);
+    EPOLLBuffer* context = BufferOf(node);
     if (context == nullptr) {
         __log(_ALL, kTag, "node[%08x], NULL == lpContext", PtrTag(node));
         return nullptr;
@@ -383,7 +382,7 @@ void NetSender::OnClosed(IPlayerNode* node) {
         __log(_ALL, "NetSender::OnClose", "node[%08x], lpPlayerNode = NULL", PtrTag(node));
         return;
     }
-    EPOLLBuffer* context = ContextOf(node);
+    EPOLLBuffer* context = BufferOf(node);
     if (context == nullptr) {
         __log(_ALL, "NetSender::OnClose", "node[%08x], lpContext = NULL", PtrTag(node));
         return;

@@ -23,10 +23,10 @@
 
 namespace {
 
-constexpr int kMaxEvents = 1000;
+constexpr int kMaxSendEvents = 1000;
 // How often closed connections are looked at whose peers do not read.
 constexpr int kTickMs = 50;
-constexpr int kGuardSeconds = 10;
+constexpr int kSendGuardSeconds = 10;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 
 // Of the frame of one message.
@@ -56,11 +56,11 @@ void* NetSender::SendThread(void* self) {
 }
 
 void NetSender::OnSend() {
-    auto events = std::make_unique<epoll_event[]>(kMaxEvents);
+    auto events = std::make_unique<epoll_event[]>(kMaxSendEvents);
     while (!m_bExit) {
         m_Doorbell.BeforeSleep();
         const int timeout = m_lpReady.load() == nullptr ? kTickMs : 0;
-        const int count = ::epoll_wait(m_iSendPoll, events.get(), kMaxEvents, timeout);
+        const int count = ::epoll_wait(m_iSendPoll, events.get(), kMaxSendEvents, timeout);
         m_Doorbell.AfterSleep();
         const std::lock_guard drain(m_lockDrain);
         for (int i = 0; i < count; ++i) {
@@ -241,7 +241,7 @@ void NetSender::ReleaseClosed(EPOLLBuffer* context) {
 // goes on, or any peer that lets thousands of messages pile up could silence all the others.
 void NetSender::SetAside(EPOLLBuffer* context) {
     context->m_bReady = true;
-    context->m_lResumeTime = ClockUptime() + kGuardSeconds;
+    context->m_lResumeTime = ClockUptime() + kSendGuardSeconds;
     context->m_lpNextReady = std::exchange(m_lpAside, context);
 }
 

@@ -35,7 +35,7 @@ std::string NumberText(const Field& field, uint64_t value) {
 }
 
 // Printable text between quotes. Bytes of multi-byte characters pass; JSON has no \x form.
-std::string Quoted(View text, bool json) {
+std::string QuotedBytes(View text, bool json) {
     std::string out = "\"";
     for (const uint8_t c : text) {
         char escaped[8];
@@ -110,7 +110,7 @@ std::string FieldText(const Notation& as, View bytes, const Layout& layout, cons
     const size_t offset = start + field.offset;
     if (field.kind == Kind::Text || field.kind == Kind::Bytes) {
         const size_t size = field.size * Valid(bytes, layout, field, start);
-        return offset > bytes.size() ? "" : Quoted(TextAt(bytes, offset, size), as.json);
+        return offset > bytes.size() ? "" : QuotedBytes(TextAt(bytes, offset, size), as.json);
     }
     if (field.count == 1 && field.countField.empty()) return ElementText(as, bytes, field, offset);
     return ArrayText(as, bytes, field, Valid(bytes, layout, field, start), offset);

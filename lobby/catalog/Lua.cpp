@@ -8,7 +8,7 @@ namespace catalog {
 namespace {
 
 // {"name", offset, "kind", element size, count[, counting field[, record]], means = "..."}
-std::string FieldRow(const Field& field) {
+std::string LuaFieldRow(const Field& field) {
     std::string row = "    {" + Quoted(field.name) + ", " + std::to_string(field.offset) + ", " +
                       Quoted(NameOf(field.kind)) + ", " + std::to_string(field.size) + ", " +
                       std::to_string(field.count);
@@ -25,7 +25,7 @@ void Write(const Layout* layout, std::set<std::string>& seen, std::string& out) 
         Write(field.record, seen, out);
     out += "  " + layout->name + " = {\n";
     for (const Field& field : layout->fields)
-        out += FieldRow(field);
+        out += LuaFieldRow(field);
     out += "  },\n";
 }
 

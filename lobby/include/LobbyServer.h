@@ -112,6 +112,7 @@ class LobbyServer : public GameProvider, public LobbyHandlers, public LobbyTable
     LobbyRedisServer m_LobbyRedisServer;
     int32_t m_iLobbyStopSwitch = 0;    // maintenance: 1 and more refuse logins and empty the lobby
     int32_t m_iSendBulletinTime = 30;  // seconds
+    static constexpr int64_t kKeepAliveSeconds = 25;
     std::atomic<int64_t> m_lTimer{0};  // epoch seconds of the next keep-alive; main sets it too
     ActivitySystem* m_pActivitySystem = nullptr;  // the registry; not owned
     std::atomic<int32_t> m_iPort{0};              // of the listener; set by Start

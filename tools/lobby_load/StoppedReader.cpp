@@ -25,7 +25,7 @@ namespace {
 constexpr size_t kEchoes = 7000;
 // A lobby closes whose frames come faster than it looks at 4096 bytes of them.
 constexpr size_t kBurst = 100;
-constexpr std::chrono::milliseconds kPause{3};
+constexpr std::chrono::milliseconds kReadPause{3};
 constexpr int kWindow = 4096;
 constexpr size_t kEchoFrame = 2 + sizeof(tagMsgHeader);
 
@@ -80,7 +80,7 @@ StoppedReader::StoppedReader(const std::string& host, uint16_t port)
     for (size_t asked = 0; asked < kEchoes; asked += kBurst) {
         if (send(m_fd, frames.data(), frames.size(), MSG_NOSIGNAL) < 0)
             break;  // HeldByServer tells
-        std::this_thread::sleep_for(kPause);
+        std::this_thread::sleep_for(kReadPause);
     }
 }
 

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::string_view kSection = KeyOf("disconnect", "user%d").section;
+constexpr std::string_view kUserSection = KeyOf("disconnect", "user%d").section;
 constexpr std::string_view kPrefix = "user";
 
 // The number behind "user", spelled as "%d" spells it.
@@ -33,7 +33,7 @@ std::vector<int32_t> ReadUsers(const CIniFile& file, size_t count) {
     std::vector<bool> seen(count, false);
     const auto lines = file.Entries();
     auto line = std::find_if(lines.begin(), lines.end(), [](const IniEntry& entry) {
-        return entry.section && SameText(entry.name, kSection);
+        return entry.section && SameText(entry.name, kUserSection);
     });
     while (line != lines.end() && ++line != lines.end() && !line->section) {
         const auto index = IndexOf(line->name);

@@ -11,7 +11,7 @@ namespace {
 
 using Center = CenterServerHandler;
 
-constexpr auto kDispatch = LinkMessages<Center>({
+constexpr auto kCenterDispatch = LinkMessages<Center>({
     {MSG_CENTER_SERVER_INFO, &Center::OnCenterServerInfoNotice},
     {MSG_CENTER_SERVER_UPDATE, &Center::OnCenterServerInfoUpdate},
     {MSG_CENTER_SERVER_TERMINATE, &Center::OnCenterTerminateNotice},
@@ -58,7 +58,7 @@ void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
 bool CenterServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (!IsMine(node)) return false;
     // Unknown types are swallowed without a line: the center announces more than lobbies need.
-    kDispatch.Call(*this, type, data, length);
+    kCenterDispatch.Call(*this, type, data, length);
     return true;
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 using Config = ConfigServerHandler;
 
-constexpr auto kDispatch = LinkMessages<Config>({
+constexpr auto kConfigDispatch = LinkMessages<Config>({
     {MSG_CONFIG_VIP_LEVEL_RES, &Config::OnVipLevelConfigRes},
     {MSG_CONFIG_VIP_PHOTO_RES, &Config::OnVipPhotoConfigRes},
     {MSG_CONFIG_VIP_FRAME_RES, &Config::OnVipFrameConfigRes},
@@ -84,7 +84,7 @@ void ConfigServerHandler::SendLobbyStopSwitchReqToConfig() {
 int32_t ConfigServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data,
                                           long length) {
     if (!IsMine(node)) return 0;
-    if (!kDispatch.Call(*this, type, data, length)) {
+    if (!kConfigDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "ConfigServerHandler::OnNetMessage",
               "config server rsp type invalid! type[%x]", static_cast<unsigned>(type));
     }

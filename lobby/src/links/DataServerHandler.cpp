@@ -19,7 +19,7 @@ namespace {
 
 using Data = DataServerHandler;
 
-constexpr auto kDispatch = LinkMessages<Data>({
+constexpr auto kDataDispatch = LinkMessages<Data>({
     {ACT_ACCOUNT_TYPE_RES, &Data::HandleAccountTypeRes},
     {ACT_CONFIG_RES, &Data::HandleActivityConfigRes},
     {ACT_PROGRESS_RES, &Data::HandleActivityProgressRes},
@@ -53,7 +53,7 @@ bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, voi
                                      long length) {
     if (!IsMine(node)) return false;
     std::printf("DataServerHandler::OnNetMessage type:%x\n", type);
-    if (kDispatch.Call(*this, type, data, length)) return true;
+    if (kDataDispatch.Call(*this, type, data, length)) return true;
     if (type >= ACT_GLOBAL_1 && type <= ACT_GLOBAL_3) {
         ActivitySystem::getInstance()->HandleGlobalActivityMessage(type, data, length);
     } else {

@@ -12,7 +12,7 @@
 namespace {
 
 // clang-format off
-constexpr auto kDispatch = LinkMessages<QueueServerHandler>({
+constexpr auto kQueueDispatch = LinkMessages<QueueServerHandler>({
     {USER_INFO_Q2L,                   &QueueServerHandler::OnUserInfoRes},
     {BANK_LOGIN_Q2L,                  &QueueServerHandler::OnBankLoginRes},
     {BANK_GET_COIN_Q2L,               &QueueServerHandler::OnGetCoinRes},
@@ -60,7 +60,7 @@ int64_t QueueServerHandler::ConnectServer() {
 bool QueueServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, void* data,
                                       long length) {
     if (!IsMine(node)) return false;
-    if (!kDispatch.Call(*this, type, data, length)) {
+    if (!kQueueDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "QueueServerHandler::OnNetMessage",
               "databaseserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
               type);

@@ -58,23 +58,23 @@ consteval ResultRow Row(uint16_t queueType, uint16_t clientType, const char* tag
     return row;
 }
 
-constexpr const char* kBankLogin = "QueueServerHandler::OnBankLoginRes:";
-constexpr const char* kSaveCoin = "QueueServerHandler::OnSaveCoinRes:";
-constexpr const char* kBankPasswd = "QueueServerHandler::OnModifyBankPasswd:";
+constexpr const char* kBankLoginTag = "QueueServerHandler::OnBankLoginRes:";
+constexpr const char* kSaveCoinTag = "QueueServerHandler::OnSaveCoinRes:";
+constexpr const char* kBankPasswdTag = "QueueServerHandler::OnModifyBankPasswd:";
 
 // clang-format off
 constexpr ResultRow kResults[] = {
-    Row<LoginBankResult_trans, LoginBankResult>(BANK_LOGIN_Q2L, BANK_LOGIN_S2C, kBankLogin, {}),
+    Row<LoginBankResult_trans, LoginBankResult>(BANK_LOGIN_Q2L, BANK_LOGIN_S2C, kBankLoginTag, {}),
     Row<GetCoinResult_trans, GetCoinResult>(BANK_GET_COIN_Q2L, BANK_GET_COIN_S2C,
         "QueueServerHandler::OnGetCoinRes:",
-        {.what = "银行取钱", .tellsSuccess = false, .tag = kSaveCoin, .sizeTag = kBankLogin}),
-    Row<SaveCoinRes_trans, SaveCoinRes>(BANK_SAVE_COIN_Q2L, BANK_SAVE_COIN_S2C, kSaveCoin,
+        {.what = "银行取钱", .tellsSuccess = false, .tag = kSaveCoinTag, .sizeTag = kBankLoginTag}),
+    Row<SaveCoinRes_trans, SaveCoinRes>(BANK_SAVE_COIN_Q2L, BANK_SAVE_COIN_S2C, kSaveCoinTag,
         {.what = "银行存钱", .tellsSuccess = false}),
     Row<ModifyBankPasswdRes_trans, ModifyBankPasswdRes>(BANK_MODIFY_PASSWD_Q2L,
-        BANK_MODIFY_PASSWD_S2C, kBankPasswd, {.what = "银行修改密码", .tellsSuccess = false}),
+        BANK_MODIFY_PASSWD_S2C, kBankPasswdTag, {.what = "银行修改密码", .tellsSuccess = false}),
     Row<ModifyPassWordRes_trans, tagModifyPassWordRes>(MODIFY_PASSWORD_Q2L, MODIFY_PASSWORD_S2C,
         "QueueServerHandler::OnModifyPasswd:",
-        {.what = "修改密码", .successLevel = _ERROR, .sizeTag = kBankPasswd}),
+        {.what = "修改密码", .successLevel = _ERROR, .sizeTag = kBankPasswdTag}),
     Row<ModifyNickNameRes_trans, ModifyNickNameRes>(MODIFY_NICKNAME_Q2L, MODIFY_NICKNAME_S2C,
         "QueueServerHandler::OnModifyNickName:", {.what = "修改昵称"}),
     Row<ModifyGenderRes_trans, ModifyGenderRes>(MODIFY_GENDER_Q2L, MODIFY_GENDER_S2C,

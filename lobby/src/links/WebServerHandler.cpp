@@ -14,7 +14,7 @@ namespace {
 
 using Web = WebServerHandler;
 
-constexpr auto kDispatch = LinkMessages<Web>({
+constexpr auto kWebDispatch = LinkMessages<Web>({
     {MSG_WEB_RECHARGE_NOTICE, &Web::HandleRechargeSucessNotice},
     {MSG_WEB_CONSUME_NOTICE, &Web::HandleConsumeSucessNotice},
     {MSG_WEB_SYNC_USER_DATA, &Web::HandleSychUserDataMsg},
@@ -46,7 +46,7 @@ int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
 
 bool WebServerHandler::OnNetMessage(IPlayerNode* node, uint16_t type, void* data, long length) {
     if (!IsMine(node)) return false;
-    if (!kDispatch.Call(*this, type, data, length)) {
+    if (!kWebDispatch.Call(*this, type, data, length)) {
         __log(_ERROR, "WebServerHandler::OnNetMessage",
               "webserver response type invalid ! node[0x%08x], type[0x%x]", PtrTag(node),
               static_cast<unsigned>(type));

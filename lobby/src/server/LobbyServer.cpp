@@ -23,7 +23,6 @@
 
 namespace {
 
-constexpr int64_t kKeepAliveSeconds = 25;
 constexpr unsigned long kBuffersPerMiB = 256;
 
 // Holds what is to live until the process ends, reachable and never destroyed.

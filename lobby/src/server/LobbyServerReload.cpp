@@ -24,7 +24,7 @@ struct LobbyServer::Reloaded {
 
 namespace {
 
-constexpr const char* kTag = "LobbyServer::Reload";
+constexpr const char* kReloadTag = "LobbyServer::Reload";
 
 std::string Value(const CIniFile& file, const char* section, const char* key) {
     std::string value(static_cast<size_t>(file.GetValueStr(section, key, nullptr, 0)), '\0');
@@ -35,18 +35,18 @@ std::string Value(const CIniFile& file, const char* section, const char* key) {
 
 void ReadNames(const CIniFile& file, ForbiddenNames& names) {
     names.Load(file);
-    LogAlways(kTag, "reload 'SensitiveName.cfg': fragments[%zu]", names.Fragments().size());
+    LogAlways(kReloadTag, "reload 'SensitiveName.cfg': fragments[%zu]", names.Fragments().size());
 }
 
 // Unlike the load every 30 minutes this takes accounts off the list, too.
 void ReadAccounts(const CIniFile& file, DisabledUsers& accounts) {
     accounts.Load(file);
-    LogAlways(kTag, "reload 'disconnectuserid.cfg': accounts[%zu]", accounts.List().size());
+    LogAlways(kReloadTag, "reload 'disconnectuserid.cfg': accounts[%zu]", accounts.List().size());
 }
 
 void ReadTournament(const CIniFile&, CompeteConfig& tournament) {
     tournament.ReadConfig();
-    LogAlways(kTag, "reload 'compete_info.cfg': rounds by month[%d], by day[%d]",
+    LogAlways(kReloadTag, "reload 'compete_info.cfg': rounds by month[%d], by day[%d]",
               tournament.m_usMonthTurnNum, tournament.m_usDayTurnNum);
 }
 
@@ -56,7 +56,7 @@ void ReadLimitsAndLevel(const CIniFile& file, MessageLimits& limits) {
     ForEachKey(file, "limits", [&](const char* key) {
         if (limits.Add(key, Value(file, "limits", key)) == nullptr) ++count;
     });
-    LogAlways(kTag, "reload 'LobbyServer.cfg': limits[%d], log level[%s]", count,
+    LogAlways(kReloadTag, "reload 'LobbyServer.cfg': limits[%d], log level[%s]", count,
               Value(file, "log", "level").c_str());
 }
 
@@ -72,7 +72,7 @@ std::optional<T> Fresh(const char* name, void (*read)(const CIniFile&, T&)) {
                              problem.section.empty() || SameText(problem.section, "limits") ||
                              SameText(problem.key, "level");
         if (!matters) continue;
-        __log(_ERROR, kTag, "reload '%s': kept as it was, %s", name, TextOf(problem).c_str());
+        __log(_ERROR, kReloadTag, "reload '%s': kept as it was, %s", name, TextOf(problem).c_str());
         return {};
     }
     CIniFile file;

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int64_t kKeepAliveSeconds = 25;
 constexpr long kShowListSeconds = 1800;
 constexpr long kStopSwitchSeconds = 10;
 constexpr long kKickOutSeconds = 5;
@@ -40,7 +39,7 @@ struct OwnMessages {
     }
 };
 
-constexpr auto kDispatch = AnyonesMessages<OwnMessages>({
+constexpr auto kOwnDispatch = AnyonesMessages<OwnMessages>({
     {CLIENT_FORBIDDEN_C2S, &OwnMessages::Refuse},
     {MSG_KEEP_ALIVE, &OwnMessages::Echo},
     {CLIENT_CONNECT_NOTICE_C2S, &OwnMessages::LogIn},
@@ -56,7 +55,8 @@ void LobbyServer::OnNetMessage(IPlayerNode* node, unsigned short type, void* dat
     }
     if (!m_Limits.Empty() && IsOverLimit(node, type)) return;
     OwnMessages own{*this};
-    if (kDispatch.Call(own, type, node, data, length) || m_Links.Take(node, type, data, length) ||
+    if (kOwnDispatch.Call(own, type, node, data, length) ||
+        m_Links.Take(node, type, data, length) ||
         m_lpLobbyClientHandler->OnNetMessage(node, type, data, length)) {
         return;
     }
