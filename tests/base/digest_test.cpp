@@ -51,7 +51,7 @@ TEST(Encodings, XorTwiceRestores) {
 }
 
 // Eight septets store their carry behind the result, but never past the size given.
-TEST(Encodings, SeptetsAreThoseOfGsm) {
+TEST(Encodings, SeptetsAreThoseOfGsmAndTellTheirSize) {
     const struct {
         std::string text;
         size_t size, length;
@@ -67,10 +67,7 @@ TEST(Encodings, SeptetsAreThoseOfGsm) {
                   row.length);
         EXPECT_EQ(out, row.out + std::string(10 - row.out.size(), 'x'));
     }
-}
-
-TEST(Encodings, SeptetsTellTheirSizeWhereTheyDoNotFit) {
-    char out[8] = "x";
+    char out[8] = "x";  // where they do not fit they tell their size
     EXPECT_EQ(digest::Encode7Bit(nullptr, 8, out, 8) + digest::Encode7Bit("a", 0, out, 8), 0u);
     EXPECT_EQ(digest::Decode7Bit(nullptr, 8, out, 8) + digest::Decode7Bit("a", 0, out, 8), 0u);
     EXPECT_EQ(digest::Encode7Bit("12345678", 8, nullptr, 8), 7u);
@@ -94,19 +91,16 @@ TEST(Encodings, SeptetsComeBackAtEveryLength) {
 
 using Items = std::vector<std::pair<int, int>>;  // the key, and the place before
 
+struct Calls {
+    static auto At(void* items, int i) { return static_cast<Items*>(items)->begin() + i; }
+    static int Compare(int i, int j, void* all) { return At(all, i)->first - At(all, j)->first; }
+    static void Exchange(int i, int j, void* all) { std::swap(*At(all, i), *At(all, j)); }
+    static void Move(int from, int to, void* all) {
+        std::rotate(At(all, to), At(all, from), At(all, from) + 1);
+    }
+};
+
 TEST(Sorts, RandomCollectionsWithinTheirRangeOnly) {
-    static constexpr auto at = [](void* items, int i) {
-        return static_cast<Items*>(items)->begin() + i;
-    };
-    constexpr auto compare = [](int i, int j, void* items) {
-        return at(items, i)->first - at(items, j)->first;
-    };
-    constexpr auto exchange = [](int i, int j, void* items) {
-        std::swap(*at(items, i), *at(items, j));
-    };
-    constexpr auto move = [](int from, int to, void* items) {
-        std::rotate(at(items, to), at(items, from), at(items, from) + 1);
-    };
     std::mt19937 random(7);
     const auto below = [&](size_t most) { return static_cast<int>(random() % most); };
     for (int round = 0; round < 400; ++round) {
@@ -117,13 +111,12 @@ TEST(Sorts, RandomCollectionsWithinTheirRangeOnly) {
         const int first = below(items.size()),
                   last = first + below(items.size() - static_cast<size_t>(first));
         // Nothing happens without a callback.
-        digest::qsort(first, last, &items, compare, nullptr);
-        digest::MergeSort(first, last, &items, compare, exchange, nullptr);
+        digest::qsort(first, last, &items, Calls::Compare, nullptr);
+        digest::MergeSort(first, last, &items, Calls::Compare, Calls::Exchange, nullptr);
         Items expected = items, partitioned = items;
-        std::stable_sort(expected.begin() + first, expected.begin() + last + 1,
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        digest::qsort(first, last, &partitioned, compare, exchange);
-        digest::MergeSort(first, last, &items, compare, exchange, move);
+        std::sort(expected.begin() + first, expected.begin() + last + 1);  // equal keys by place
+        digest::qsort(first, last, &partitioned, Calls::Compare, Calls::Exchange);
+        digest::MergeSort(first, last, &items, Calls::Compare, Calls::Exchange, Calls::Move);
         ASSERT_EQ(items, expected) << "stable";
         for (size_t i = 0; i < items.size(); ++i)
             ASSERT_EQ(partitioned[i].first, expected[i].first);

@@ -6,18 +6,17 @@ TEST(IpAddress, ReadsAndWritesBothFamilies) {
     const struct {
         std::string_view text;
         const char* written;
-        bool four;
-    } cases[] = {{"10.1.2.3", "10.1.2.3", true},
-                 {"::ffff:10.1.2.3", "10.1.2.3", true},
-                 {"2001:DB8::0:1", "[2001:db8::1]", false},
+    } cases[] = {{"10.1.2.3", "10.1.2.3"},
+                 {"::ffff:10.1.2.3", "10.1.2.3"},
+                 {"2001:DB8::0:1", "[2001:db8::1]"},
+                 {"::", "[::]"},
                  {"1111:2222:3333:4444:5555:6666:255.255.255.255",
-                  "[1111:2222:3333:4444:5555:6666:ffff:ffff]", false},
-                 {"::", "[::]", false}};
+                  "[1111:2222:3333:4444:5555:6666:ffff:ffff]"}};
     for (const auto& row : cases) {
         CIpAddress address;
         ASSERT_TRUE(address.Parse(row.text)) << row.text;
         EXPECT_STREQ(address.Format().text, row.written);
-        EXPECT_EQ(address.IsIPv4(), row.four) << row.text;
+        EXPECT_EQ(address.IsIPv4(), row.written[0] != '[') << row.text;
     }
     for (const std::string_view none : {"", "10.1.2", "10.1.2.3 ", "010.1.2.256", "fe80::1%eth0",
                                         "1111:2222:3333:4444:5555:6666:255.255.255.2555"})

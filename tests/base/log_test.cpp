@@ -13,30 +13,23 @@ namespace fs = std::filesystem;
 
 std::atomic<time_t> g_time{0};
 
-// 14 November 2026, 13:05:09 local time.
-time_t Noon() {
-    tm date{};
-    strptime("2026-11-14 13:05:09", "%F %T", &date);
-    date.tm_isdst = -1;
-    return mktime(&date);
-}
-
+constexpr time_t kNoon = 1'794'661'509;  // 14 November 2026, 13:05:09 of UTC
 constexpr time_t kDay = 24 * 3600;
 
 // Moves time by hand; file names carry the process's id, for log/ is shared by all tests.
 class LogTest : public testing::Test {
   protected:
     LogTest() {
-        g_time = Noon();
+        SetZone("UTC0");
+        g_time = kNoon;
         SetClockSource({[] { return g_time.load(); }, nullptr});
     }
     ~LogTest() override {
         Clear();
-        SetZone(nullptr);
         SetClockSource({});
     }
     static void SetZone(const char* zone) {
-        zone != nullptr ? setenv("TZ", zone, 1) : unsetenv("TZ");
+        setenv("TZ", zone, 1);
         tzset();
     }
     // The log file's name is the configuration's where no suffix is given.
@@ -45,19 +38,23 @@ class LogTest : public testing::Test {
         return InitializeLog(file.Path(), suffix ? (m_name + suffix).c_str() : nullptr);
     }
     std::string File(const std::string& suffix) const { return ReadFile("log/" + m_name + suffix); }
-    // Ends it, and removes its files; how many.
-    int Clear() {
+    // Ends it, and removes its files; the suffix of each, and how many lines it had.
+    std::string Clear() {
         ShutdownLog();
-        int count = 0;
-        if (!fs::is_directory("log")) return 0;
-        for (const auto& entry : fs::directory_iterator("log")) {
-            if (!entry.path().filename().string().starts_with(m_name)) continue;
-            count += fs::remove(entry.path());
+        std::string files;
+        std::error_code none;
+        const fs::directory_iterator first("log", none), last;
+        for (const fs::path& path : std::set<fs::path>(first, last)) {
+            const std::string name = path.filename();
+            if (!name.starts_with(m_name)) continue;
+            const size_t lines = Count(ReadFile(path), "\n");
+            files += name.substr(m_name.size()) + "=" + std::to_string(lines) + " ";
+            fs::remove(path);
         }
-        return count;
+        return files;
     }
 
-    const std::string m_name = "base" + std::to_string(getpid());
+    const std::string m_name = "base" + std::to_string(getpid()) + "_";
 };
 
 TEST_F(LogTest, OneLineOnConsoleAndInFileFromTheLevelOn) {
@@ -129,7 +126,7 @@ TEST_F(LogTest, LongLinesAreCutAndStayWhole) {
 TEST_F(LogTest, PeersMakeNoLinesAndTalkToNoTerminal) {
     ASSERT_EQ(Start("json=1\n"), 1);
     SetZone("XXX-5:30");
-    g_time = 1'794'641'709;
+    g_time = kNoon - 5 * 3600 - 1800;
     const std::string bad = "\xEF\xBF\xBD", overlong = "\xC0\xAF|\xFF|\xE0\x9F\xBF|\xE7\x8E",
                       beyond = "\xED\xA0\x80|\xF4\x90\x80\x80|";
     const struct {
@@ -163,7 +160,7 @@ TEST_F(LogTest, PeersMakeNoLinesAndTalkToNoTerminal) {
     EXPECT_TRUE(cut.ends_with("\\x1b\x1b[0m\r\n"));
 }
 
-TEST_F(LogTest, JsonLinesAreCutAndRolledOverAsTheOthers) {
+TEST_F(LogTest, JsonLinesAreCutAsTheOthers) {
     ASSERT_EQ(Start("level=DEBUG\njson=1\n"), 1);
     // The longest line in its longest form, from a thread with a small stack.
     LogOf([&] {
@@ -174,13 +171,10 @@ TEST_F(LogTest, JsonLinesAreCutAndRolledOverAsTheOthers) {
     EXPECT_EQ(text.size() % 6, 3u) << text;
     EXPECT_GT(text.size(), 6 * 2000u);
     EXPECT_TRUE(text.ends_with("\\u0001\"}\n"));
-    g_time += 2 * kDay;
     SetZone("XXX3:30");
     LogOf([] { __log(_WARN, std::string(600, 't').c_str(), "west"); });
     EXPECT_TRUE(Has(File(".json"), "-03:30\",\"level\":\"WARN\",\"tag\":\"ttt"));
     EXPECT_TRUE(File(".json").ends_with("t\",\"text\":\"west\"}\n"));
-    EXPECT_EQ(Count(File(".json"), "\n"), 1u);
-    EXPECT_EQ(File("20261114.json"), json);
 }
 
 TEST_F(LogTest, LinesBeyondTheBoundAreCountedAndToldOnce) {
@@ -218,54 +212,36 @@ TEST_F(LogTest, LinesBeyondTheBoundAreCountedAndToldOnce) {
     EXPECT_TRUE(File(".log").ends_with("xx\r\n"));
 }
 
-TEST_F(LogTest, NameOfTheJsonFile) {
+TEST_F(LogTest, FilesRollOverWhenTheDayOfTheMonthChanges) {
     const struct {
-        const char *config, *name, *json;  // null: none
-    } kCases[] = {{"json=1\n", ".a.log", ".a.json"},   {"json=1\n", "", ".json"},
-                  {"json=1\n", ".json", ".json.json"}, {"json=0\n", ".log", nullptr},
-                  {"json=\n", ".log", nullptr},        {"", ".log", nullptr}};
-    for (const auto& row : kCases) {
-        ASSERT_EQ(Start(row.config, row.name), 1);
-        LogOf([] { __log(_ALL, "t", "x"); });
-        EXPECT_TRUE(row.json == nullptr || File(row.json).starts_with("{\"time\":")) << row.name;
-        EXPECT_EQ(Clear(), row.json != nullptr ? 2 : 1) << row.config;
-    }
-}
-
-TEST_F(LogTest, RollsOverWhenTheDayOfTheMonthChanges) {
-    const struct {
-        const char* suffix;
+        const char *config, *name;
         time_t later;
-        const char* rotated;  // null: not at all
-    } kCases[] = {{".log", kDay, "20261114.log"},
-                  {"", kDay, "20261114"},
-                  {".a.txt", kDay, ".a20261114.txt"},
-                  {".log", 2 * 3600, nullptr},
-                  {".log", 30 * kDay, nullptr}};  // 14 December
+        const char* files;  // of the lines one is old, two are new
+    } kCases[] = {
+        {"", ".log", kDay, ".log=2 20261114.log=1 "},
+        {"json=0\n", ".log", 2 * 3600, ".log=3 "},
+        {"json=\n", ".log", 30 * kDay, ".log=3 "},  // 14 December
+        {"json=1\n", "", kDay, "=2 .json=2 20261114=1 20261114.json=1 "},
+        {"json=1\n", ".a.txt", kDay, ".a.json=2 .a.txt=2 .a20261114.json=1 .a20261114.txt=1 "},
+        {"json=1\n", ".json", kDay, ".json=2 .json.json=2 .json20261114.json=1 20261114.json=1 "},
+    };
     for (const auto& row : kCases) {
-        g_time = Noon();
-        ASSERT_EQ(Start("", row.suffix), 1);
+        g_time = kNoon;
+        ASSERT_EQ(Start(row.config, row.name), 1);
         LogOf([] { __log(_ALL, "t", "old"); });
-        const std::string old = File(row.suffix);
         ShutdownLog();  // a restart goes on with the file
-        ASSERT_EQ(Start("", row.suffix), 1);
+        ASSERT_EQ(Start(row.config, row.name), 1);
         g_time += row.later;
-        for (const char* text : {"new", "newer"})
-            LogOf([&] { __log(_ALL, "t", "%s", text); });
-        EXPECT_EQ(File(row.rotated != nullptr ? row.rotated : row.suffix).find(old), 0u);
-        EXPECT_EQ(File(row.suffix).find(old) == 0, row.rotated == nullptr);
-        const std::string now = File(row.suffix);
-        EXPECT_TRUE(now.find("[t] new\r\n") != std::string::npos && now.ends_with("[t] newer\r\n"));
-        EXPECT_EQ(Clear(), row.rotated != nullptr ? 2 : 1);
+        for (int i = 0; i < 2; ++i)
+            LogOf([] { __log(_ALL, "t", "new"); });
+        EXPECT_TRUE(File(row.name).ends_with("[t] new\r\n"));
+        EXPECT_EQ(Clear(), row.files);
     }
 }
 
-TEST_F(LogTest, FileThatCannotBeOpened) {
+TEST_F(LogTest, WithoutFileOrConsoleTheOtherIsWritten) {
     EXPECT_EQ(Start("", "no/such/directory"), 0);
     EXPECT_NE(LogOf([] { __log(_ALL, "t", "console only"); }), "");
-}
-
-TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
     ASSERT_EQ(Start(), 1);
     int broken[2];
     ASSERT_EQ(pipe(broken), 0);
@@ -282,70 +258,56 @@ TEST_F(LogTest, AConsoleThatIsGoneChangesNothing) {
 
 TEST_F(LogTest, LinesOfManyThreadsDoNotInterleave) {
     ASSERT_EQ(Start(), 1);
-    constexpr int kThreads = 4, kLines = 100;
-    LogOf([&] {
-        OnThreads(kThreads, [] {
-            for (int line = 0; line < kLines; ++line)
+    LogOf([] {
+        OnThreads(4, [] {
+            for (int line = 0; line < 100; ++line)
                 __log(_ALL, "t", "%0*d %.17g", 500 + line * 20, line, 1.0 / 3);
         });
     });
-    std::istringstream file(File(".log"));
-    int lines = 0;
-    for (std::string line; std::getline(file, line); ++lines)
-        EXPECT_TRUE(line.starts_with("2026-11-14 13:05:09 [ALL] [t] 0"));
-    EXPECT_EQ(lines, kThreads * kLines);
+    const std::string file = File(".log");
+    EXPECT_EQ(Count(file, "\n"), 400u);
+    EXPECT_EQ(Count("\r\n" + file, "\r\n2026-11-14 13:05:09 [ALL] [t] 0"), 400u);
 }
 
-TEST_F(LogTest, ThreadedModeWritesEverythingInOrder) {
+TEST_F(LogTest, BothModesWriteEverythingInOrderAndGoOnWithTheirFile) {
     const WorkingFolder folder;
-    {
-        CLogCls log("t.log", true, true, true);
-        EXPECT_FALSE(log.InitLog("t.log", false, false, false)) << "already open";
+    CLogCls log;
+    log._log_2("closed", -1);
+    for (const bool threaded : {true, false}) {
+        SCOPED_TRACE(threaded);
+        g_time = kNoon;
+        ASSERT_TRUE(log.InitLog("x", true, threaded, false));  // anew
+        EXPECT_FALSE(log.InitLog("x", false, false, false)) << "already open";
         std::atomic<int> producers{0};
         OnThreads(3, [&] {
             for (int i = 0, p = producers++; i < 500; ++i)
                 log._log("%d %d", p, i);
         });
-        log._log("%s", std::string(3000, 'x').c_str());
-        log._log_2("0123456789", 4);
-    }
-    std::istringstream file(ReadFile("t.log"));
-    int next[3] = {}, producer = 0, number = 0;
-    std::string line;
-    for (int i = 0; i < 1500 && std::getline(file, line); ++i) {
-        ASSERT_EQ(sscanf(line.c_str() + 20, "%d %d", &producer, &number), 2);
-        EXPECT_EQ(number, next[producer]++);
-    }
-    const std::string stamp = "2026-11-14 13:05:09 ";
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
-              stamp + std::string(1023, 'x') + "\r\n" + stamp + "0123\r\n");
-}
-
-TEST_F(LogTest, ReopenedLogGoesOnWithItsFile) {
-    const WorkingFolder folder;
-    CLogCls log;
-    log._log_2("closed", -1);
-    for (const bool threaded : {false, true, false}) {
-        ASSERT_TRUE(log.InitLog("x", false, threaded, false));
-        log._log("line");
         log.CloseLog();
         log._log("lost");
+        ASSERT_TRUE(log.InitLog("x", false, !threaded, false));
+        g_time += kDay;  // not daily
+        log._log("%s", std::string(3000, 'x').c_str());
+        log._log_2("0123456789", 4);
+        log.CloseLog();
+        std::istringstream file(ReadFile("x"));
+        int next[3] = {}, producer = 0, number = 0;
+        std::string line;
+        for (int i = 0; i < 1500 && std::getline(file, line); ++i) {
+            ASSERT_EQ(sscanf(line.c_str(), "2026-11-14 13:05:09 %d %d", &producer, &number), 2);
+            EXPECT_EQ(number, next[producer]++);
+        }
+        const std::string stamp = "2026-11-15 13:05:09 ";
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
+                  stamp + std::string(1023, 'x') + "\r\n" + stamp + "0123\r\n");
     }
-    const std::string line = "2026-11-14 13:05:09 line\r\n";
-    EXPECT_EQ(ReadFile("x"), line + line + line);
-    ASSERT_TRUE(log.InitLog("x", true, false, false)) << "anew";
-    log._log("one");
-    g_time += kDay;
-    log._log("two");
-    log.CloseLog();
-    EXPECT_EQ(ReadFile("x"), "2026-11-14 13:05:09 one\r\n2026-11-15 13:05:09 two\r\n");
 }
 
 TEST_F(LogTest, ALogThatCannotBeReopenedGoesToTheConsole) {
     const WorkingFolder folder;
     const std::string old = "2026-11-14 13:05:09 old\r\n";
     for (const bool threaded : {false, true}) {
-        g_time = Noon();
+        g_time = kNoon;
         fs::create_directory("f");
         CLogCls log("f/x.log", false, threaded, true);
         log._log("old");
