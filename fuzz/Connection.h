@@ -45,7 +45,6 @@ class Connection {
         Deliver(block.get(), static_cast<long>(bytes.size()));
     }
     void Deliver(char* bytes, long length) { m_messager.OnReadCompleted(m_context, bytes, length); }
-    void Close() { m_context->CloseContext(); }
     bool IsClosed() const { return m_context->IsStopped(); }
 
     Recorder recorder;

@@ -65,7 +65,7 @@ class MemoryNet {
     void Attach(IGameProvider* application) { m_application = application; }
 
     // A new connection, as accepted by the listener. Reuses a released context and its node.
-    IPlayerNode* Connect(const char* ip = "10.1.2.3") { return Take(ip, 40000)->node; }
+    IPlayerNode* Connect() { return Take("10.1.2.3", 40000)->node; }
 
     // One message; its bytes lie at an odd address in a block of their own, so that sanitizers
     // see casts and reads past the end.

@@ -119,9 +119,6 @@ class SystemTest : public testing::Test {
     int64_t AllCoins() {
         return platform.Do([&] { return platform.TheWorld().AllCoins(); });
     }
-    sim::Player Account(int32_t user) {
-        return platform.Do([&] { return platform.TheWorld().players.at(user); });
-    }
 
     RedisServer redis;
     sim::Platform platform;

@@ -7,7 +7,6 @@
 
 using std::chrono_literals::operator""s;
 using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""us;
 
 #ifdef LOBBY_SANITIZED
 inline constexpr int SLOWER = 5;  // instrumented builds get that much more time

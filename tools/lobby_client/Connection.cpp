@@ -150,9 +150,4 @@ bool Connection::WaitClosed(Clock::time_point deadline) {
     }
 }
 
-void Connection::Close() {
-    error_code ignored;
-    m_socket.close(ignored);
-}
-
 }  // namespace client

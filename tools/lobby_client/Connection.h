@@ -56,7 +56,6 @@ class Connection {
     bool WaitClosed(Clock::time_point deadline);
 
     int Handle() { return m_socket.native_handle(); }
-    void Close();
 
   private:
     void Connect(const std::string& host, uint16_t port, Clock::time_point deadline);

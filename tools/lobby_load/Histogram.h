@@ -12,7 +12,6 @@ class Histogram {
   public:
     void Add(uint64_t value);
     void Merge(const Histogram& other);
-    void Clear() { *this = Histogram(); }
 
     uint64_t Count() const { return m_count; }
     uint64_t Max() const { return m_max; }
