@@ -41,7 +41,9 @@ target_compile_options(lobby_options INTERFACE
     -Wall -Wextra -Wshadow -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual
     -Wcast-align -Wundef -Werror
     # GCC 12 reports std::string's own copies.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    # Where many sources are compiled as one, an unnamed namespace stands in an included file.
+    $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-subobject-linkage>)
 target_include_directories(lobby_options INTERFACE "${PROJECT_SOURCE_DIR}/lib/include")
 target_link_libraries(lobby_options INTERFACE Threads::Threads)
 # Lazy binding would run the dynamic linker on 16 KiB thread stacks at the first call of a function.

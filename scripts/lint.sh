@@ -2,6 +2,7 @@
 # The form of the project's own code (clang-format, the length of functions, shellcheck) and its
 # static analysis: clang-tidy by .clang-tidy, and cppcheck, which reads the tests as well. `locks` is
 # the part of clang-tidy that looks whether the lock that guards a field is held (GUARDED_BY).
+# All files are read a library at a time, which reads what they include once; FILES one by one.
 # Usage: scripts/lint.sh [form|locks|tidy|cppcheck|all] [FILES...]      all files by default
 # Ends with 1 when one of them finds something.
 set -euo pipefail
@@ -18,11 +19,10 @@ if lacks "${needed[@]}"; then
         apt-get install -y -qq --no-install-recommends "${needed[@]}" >/dev/null
 fi
 
-build=build/release
-[ -f "$build/compile_commands.json" ] || cmake --preset release -Wno-dev >/dev/null
 areas=(Common AesLib libJson xredis Epoll lobby tools fuzz bench)
-files=("$@") tests=()
+files=("$@") tests=() all=no
 if [ ${#files[@]} -eq 0 ]; then
+    all=yes
     mapfile -t files < <(git ls-files -- "${areas[@]/%//*.cpp}" | grep -v '_test\.cpp$')
     mapfile -t tests < <(git ls-files -- '*_test.cpp' 'tests/*.cpp')
 fi
@@ -38,8 +38,17 @@ if [ "$what" = form ] || [ "$what" = all ]; then
     git ls-files '*.sh' .ci/run deploy/debian/p* | xargs shellcheck -S warning || failed=1
 fi
 tidy() {
+    local build=build/release units=("${files[@]}")
+    if [ $all = yes ]; then
+        build=build/lint
+        cmake --preset release -B $build -Wno-dev -DCMAKE_UNITY_BUILD=ON \
+            -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 >/dev/null
+        mapfile -t units < <(find "${areas[@]/#/$build/}" -name 'unity_*.cxx')
+    elif [ ! -f $build/compile_commands.json ]; then
+        cmake --preset release -Wno-dev >/dev/null
+    fi
     # gcc's own options are in the compile commands.
-    printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 \
+    printf '%s\n' "${units[@]}" | xargs -P "$(nproc)" -n 1 \
         clang-tidy-14 -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option \
         --extra-arg=-Wno-unused-private-field --extra-arg=-Wno-shadow \
         --extra-arg=-Wthread-safety "$@" 2>/dev/null
