@@ -1,22 +1,14 @@
 // What the browser library writes and reads, against C++, byte by byte.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
 import test from 'node:test';
 import { decode, encode, FROM_LOBBY, MESSAGES, TO_LOBBY } from '../../web/lobby-protocol.js';
+import { described } from './support/catalog.mjs';
 
-const PROGRAM = process.env.PROTOCOL_DOC;
 const DIRECTIONS = { [TO_LOBBY]: 'client->lobby', [FROM_LOBBY]: 'lobby->client' };
 
-const hexOf = (bytes) => Buffer.from(bytes).toString('hex');
-// Wide numbers as text: JSON would round them.
-const parse = (json) => JSON.parse(json.replace(/([:[,])(-?\d{10,})(?=[,}\]])/g, '$1"$2"'));
-const comparable = (value) => {
-  if (typeof value === 'bigint' || Math.abs(value) >= 1e9) return String(value);
-  if (typeof value === 'boolean') return Number(value);
-  if (Array.isArray(value)) return value.map(comparable);
-  if (value === null || typeof value !== 'object') return value;
-  return Object.fromEntries(Object.entries(value).map(([name, item]) => [name, comparable(item)]));
-};
+const plain = (item) => (typeof item === 'boolean' ? Number(item) : item);
+const comparable = (value) => JSON.parse(JSON.stringify(value,
+  (_, item) => (typeof item === 'object' ? item : String(plain(item)))));
 
 // Every byte differs from its neighbours, so that each tells its place.
 let mark = 0x70;
@@ -50,9 +42,7 @@ test('what is written here is read the same here and by C++', () => {
     const values = valuesOf(fields);
     return { direction, name, values, bytes: encode(type, values, direction) };
   });
-  const input = written.map(({ direction, bytes }) => `${DIRECTIONS[direction]} ${hexOf(bytes)}\n`);
-  const read = execFileSync(PROGRAM, ['--describe'], { input: input.join('') }).toString().trim()
-    .split('\n').map(parse);
+  const read = described(written.map(({ direction, bytes }) => [DIRECTIONS[direction], bytes]));
   assert.equal(read.length, written.length);
   written.forEach(({ direction, name, values, bytes }, i) => {
     assert.deepEqual(decode(bytes, direction).fields, values, name);
