@@ -25,27 +25,24 @@ const ELSEWHERE = [
 const blocks = documents.flatMap((document) => parts(read(document)).blocks
   .map((block) => ({ ...block, where: `${document}:${block.line}` })));
 
-// The commands of a block, one per line.
-const commandsOf = (block) => block.text.replace(/\\\n\s*/g, '').split('\n')
-  .map((line) => line.replace(/(^| +)# .*/, '')).filter(Boolean);
+// Every command, one per line of a block.
+const commands = blocks.filter(({ info }) => info.startsWith('sh')).flatMap(({ info, text, where }) =>
+  text.replace(/\\\n\s*/g, '').split('\n').map((line) => line.replace(/(^| +)# .*/, '')).filter(Boolean)
+    .map((command) => ({ info, command, at: `${where}: ${command}` })));
 
 test('commands do what they say', () => {
   const home = fs.mkdtempSync(path.join(os.tmpdir(), 'lobby-docs-'));
   const env = { ...process.env, HOME: home, PATH: `${BIN}:${process.env.PATH}` };
-  let ran = 0;
-  for (const block of blocks.filter(({ info }) => info === 'sh')) {
-    for (const command of commandsOf(block)) {
-      if (ELSEWHERE.some((pattern) => pattern.test(command))) continue;
-      const at = `${block.where}: ${command}`;
-      assert.match(command, HARMLESS, `${at}: mark the block "sh norun"`);
-      const { status, stderr } = spawnSync('bash', ['-euo', 'pipefail', '-c', command],
-        { cwd: root, env, timeout: 60000 });
-      assert.equal(status, 0, `${at}\n${stderr}`);
-      ran += 1;
-    }
+  const here = commands.filter(({ info, command }) =>
+    info === 'sh' && !ELSEWHERE.some((pattern) => pattern.test(command)));
+  for (const { command, at } of here) {
+    assert.match(command, HARMLESS, `${at}: mark the block "sh norun"`);
+    const { status, stderr } = spawnSync('bash', ['-euo', 'pipefail', '-c', command],
+      { cwd: root, env, timeout: 60000 });
+    assert.equal(status, 0, `${at}\n${stderr}`);
   }
   fs.rmSync(home, { recursive: true });
-  assert.ok(ran > 0);
+  assert.ok(here.length > 0);
 });
 
 function helpOf(program) {
@@ -58,17 +55,11 @@ test('options of the tools exist', () => {
   const tools = ['lobby_client', 'lobby_load', 'lobby_check', 'platform_sim'];
   const help = Object.fromEntries(tools.filter((tool) => fs.existsSync(path.join(BIN, tool)))
     .map((tool) => [tool, helpOf(path.join(BIN, tool))]));
-  const unknown = [];
-  for (const block of blocks.filter(({ info }) => info.startsWith('sh'))) {
-    for (const command of commandsOf(block)) {
-      const tool = Object.keys(help).find((name) => new RegExp(`(^|[ /])${name} `).test(command));
-      if (!tool) continue;
-      for (const [, option] of command.matchAll(/ (--?[a-z][\w-]*)/g)) {
-        const isKnown = new RegExp(`(^|[\\s,])${option}(?![\\w-])`).test(help[tool]);
-        if (!isKnown) unknown.push(`${block.where}: ${tool} ${option}`);
-      }
-    }
-  }
+  const unknown = commands.flatMap(({ at, command }) => {
+    const tool = Object.keys(help).find((name) => new RegExp(`(^|[ /])${name} `).test(command));
+    return [...command.matchAll(/ (--?[a-z][\w-]*)/g)].filter(([, option]) =>
+      tool && !new RegExp(`(^|[\\s,])${option}(?![\\w-])`).test(help[tool])).map(([option]) => at + option);
+  });
   assert.deepEqual(unknown, []);
 });
 

@@ -7,49 +7,31 @@ import { fileURLToPath } from 'node:url';
 export const root = path.join(path.dirname(fileURLToPath(import.meta.url)), '../..');
 export const read = (file) => fs.readFileSync(path.join(root, file), 'utf8');
 
-const SKIPPED = new Set(['.git', 'build', 'node_modules']);
+export const run = (program, args = []) => execFileSync(program, args).toString();
 
-// Every file below the root, with forward slashes.
-function list(folder = '') {
-  return fs.readdirSync(path.join(root, folder), { withFileTypes: true }).flatMap((entry) => {
-    const name = folder ? `${folder}/${entry.name}` : entry.name;
-    if (SKIPPED.has(entry.name)) return [];
-    return entry.isDirectory() ? list(name) : [name];
-  });
-}
-export const files = list();
+// Every file of the tree but what is built and fetched.
+export const files = run('find', [root, '(', '-name', '.git', '-o', '-name', 'build', '-o', '-name',
+  'node_modules', ')', '-prune', '-o', '-type', 'f', '-printf', '%P\n']).trim().split('\n');
 export const documents = files.filter((file) => file.endsWith('.md'));
 export const sources = files.filter((file) => /\.(cpp|h)$/.test(file));
 
+const FENCED = /^( *)```(.*)\n([^]*?)^ *```.*\n?/gm;
+
 // The text without fenced blocks, and the blocks: { info, text, line }.
-export function parts(markdown) {
-  const prose = [];
-  const blocks = [];
-  let block = null;
-  markdown.split('\n').forEach((line, i) => {
-    const fence = /^( *)```(.*)$/.exec(line);
-    if (fence && block) {
-      blocks.push(block);
-      block = null;
-    } else if (fence) {
-      block = { info: fence[2].trim(), indent: fence[1].length, text: '', line: i + 2 };
-    } else if (block) {
-      block.text += `${line.slice(block.indent)}\n`;
-    } else {
-      prose.push(line);
-    }
-  });
-  return { prose: prose.join('\n'), blocks };
-}
+export const parts = (markdown) => ({
+  prose: markdown.replace(FENCED, ''),
+  blocks: [...markdown.matchAll(FENCED)].map(({ 1: indent, 2: info, 3: text, index }) => ({
+    info: info.trim(), text: text.replace(new RegExp(`^ {0,${indent.length}}`, 'gm'), ''),
+    line: markdown.slice(0, index).split('\n').length + 1,
+  })),
+});
 
 // The part of a document under a heading, up to the next of its level.
 export function sectionOf(markdown, heading) {
   const start = markdown.indexOf(`\n${heading}\n`);
   if (start < 0) throw new Error(`no heading "${heading}"`);
   const level = /^#+/.exec(heading)[0].length;
-  const rest = markdown.slice(start + heading.length + 2);
-  const end = rest.search(new RegExp(`^#{1,${level}} `, 'm'));
-  return end < 0 ? rest : rest.slice(0, end);
+  return markdown.slice(start + heading.length + 2).split(new RegExp(`^#{1,${level}} `, 'm'))[0];
 }
 
 // The rows of all tables in a text, as arrays of cells, without headings.
@@ -62,5 +44,3 @@ export function rowsOf(markdown) {
 
 // What stands between backticks.
 export const ticked = (cell) => [...cell.matchAll(/`([^`]+)`/g)].map(([, text]) => text);
-
-export const run = (program, args = []) => execFileSync(program, args).toString();
