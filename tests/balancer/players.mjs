@@ -4,6 +4,7 @@
 import fs from 'node:fs';
 import net from 'node:net';
 import readline from 'node:readline';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { encode, KEEP_ALIVE, LobbyClient } from '../../web/lobby-protocol.js';
 import { WebSocket } from '../web/support/modules.mjs';
 
@@ -77,14 +78,7 @@ async function forEach(items, act) {
   await Promise.all(Array.from({ length: AT_ONCE }, work));
 }
 
-async function until(test) {
-  for (const end = Date.now() + TIMEOUT_MS; !test();) {
-    if (Date.now() > end) throw new Error('gave up waiting');
-    await new Promise((resolve) => { setTimeout(resolve, 10); });
-  }
-}
-
-let flooders = [];
+const flooders = [];
 
 // Connects that many at once from one address and keeps those who get in; how many do.
 async function flood(Socket, url, count) {
@@ -92,12 +86,11 @@ async function flood(Socket, url, count) {
     const socket = new Socket(url, FLOOD_ADDRESS);
     flooders.push(socket);
     socket.onopen = () => socket.send(encode(KEEP_ALIVE));
-    socket.onmessage = () => resolve(1);
-    socket.onerror = () => resolve(0);
-    socket.onclose = () => resolve(0);
+    socket.onmessage = () => resolve(true);
+    socket.onerror = () => resolve(false);
+    socket.onclose = () => resolve(false);
   });
-  const inside = await Promise.all(Array.from({ length: count }, one));
-  return inside.reduce((sum, each) => sum + each, 0);
+  return (await Promise.all(Array.from({ length: count }, one))).filter(Boolean).length;
 }
 
 // The status that a page of that origin gets for its upgrade.
@@ -120,20 +113,16 @@ const commands = {
   leave: (first, last, step = 1) => forEach(range(first, last, step), leave),
   // So many were cut off, and all of them are online again.
   async returned(count) {
-    await until(() => returning.length >= count);
+    while (returning.length < count) await sleep(10);
     await Promise.all(returning);
     if (returning.length !== count) throw new Error(`${returning.length} were cut off`);
     const took = Date.now() - firstLost;
     returning = [];
     return took;
   },
-  async flood(count) {
-    return [await flood(TcpSocket, TCP_URL, count), await flood(SecureSocket, WSS_URL, count)]
-      .join(' ');
-  },
-  calm() {
-    flooders.splice(0).forEach((socket) => socket.close());
-  },
+  flood: async (count) => [await flood(TcpSocket, TCP_URL, count), await flood(SecureSocket, WSS_URL, count)]
+    .join(' '),
+  calm: () => flooders.splice(0).forEach((socket) => socket.close()),
   origins: async () => [await upgrade('https://localhost'), await upgrade('https://evil.example')]
     .join(' '),
   // Everybody's lobby answers.
