@@ -60,4 +60,3 @@ sleep 1
 kill -INT "$tshark"
 wait "$tshark" || true
 install -m 644 "$work/session.pcap" session.pcap
-ls -l session.pcap
