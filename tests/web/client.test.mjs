@@ -1,5 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
 import {
   decode, encode, FROM_LOBBY, LobbyClient, MESSAGES, TO_LOBBY,
 } from '../../web/lobby-protocol.js';
@@ -26,28 +27,28 @@ class FakeSocket {
   get names() { return this.sent.map(({ name }) => name); }
 }
 
-async function connected(options = {}) {
+async function connected(t, options = {}) {
   const lobby = new LobbyClient({ WebSocket: FakeSocket, timeoutMs: 1000, ...options });
+  t.after(() => lobby.close());
   const opening = lobby.connect('ws://lobby');
   const socket = FakeSocket.last;
   socket.onopen();
   await opening;
   lobby.userId = 7;
   const events = [];
-  for (const name of ['bulletins', 'kickOut', 'coins', 'close', 'activity', 'unknown']) {
+  for (const name of ['bulletins', 'kickOut', 'coins', 'close', 'activity', 'unknown', 'reconnecting',
+    'reconnected', 'givenUp']) {
     lobby.on(name, (fields) => events.push([name, fields]));
   }
   return { lobby, socket, events };
 }
 
-const isClosed = (reason) => (error) => error.code === 'closed' && error.reason === reason;
-const isTimeout = (error) => error.code === 'timeout';
+const isTimeout = { code: 'timeout' };
 
 // The lobby's own refusal of the second take used to overtake the answer to the first, and each
 // caller was told the other's outcome.
 test('requests of one kind go out one at a time, others beside them', async (t) => {
-  const { lobby, socket } = await connected();
-  t.after(() => lobby.close());
+  const { lobby, socket } = await connected(t);
   const first = lobby.take(1n, 'pw');
   const second = lobby.take(2, 'pw');
   const nick = lobby.nickname('名');
@@ -63,19 +64,13 @@ test('requests of one kind go out one at a time, others beside them', async (t) 
 });
 
 // That they carry the right values is seen with the real lobby, but for what it does not look at.
-// Typing 0 threw another player out.
-test('a user id below 1 is not sent', async (t) => {
-  const { lobby, socket } = await connected();
-  t.after(() => lobby.close());
+// Typing 0 as the user id threw another player out.
+test('requests carry the session, of a user from 1 on; each that has an answer has a time-out', async (t) => {
+  const { lobby, socket } = await connected(t, { timeoutMs: 20 });
   for (const id of [0, -1, '0', '', 'x', undefined]) {
     await assert.rejects(lobby.login(id, 'token', 3), RangeError, String(id));
   }
   assert.deepEqual(socket.sent, []);
-});
-
-test('requests carry the session; each that has an answer has a time-out', async (t) => {
-  const { lobby, socket } = await connected({ timeoutMs: 20 });
-  t.after(() => lobby.close());
   lobby.login('7', 'token', '3').catch(() => {});
   const cases = [
     [() => lobby.take(5, 'pw'), { iUserID: 7, iSiteID: 3, llGetNum: 5n, szBankerPwd: 'pw' }],
@@ -90,16 +85,13 @@ test('requests carry the session; each that has an answer has a time-out', async
     const { fields } = socket.sent.at(-1);
     assert.deepEqual({ ...fields, ...expected }, fields);
   }
-  const requests = MESSAGES.filter(({ direction, reply }) => direction === TO_LOBBY && reply);
-  await new Promise((resolve) => { setTimeout(resolve, 40); });
-  for (const { type, name } of requests) {
+  for (const { type, name } of MESSAGES.filter(({ direction, reply }) => direction === TO_LOBBY && reply)) {
     await assert.rejects(lobby.request(type, {}, { timeoutMs: 1 }), isTimeout, name);
   }
 });
 
 test('a request that is never answered ends alone; the next answer is not its', async (t) => {
-  const { lobby, socket } = await connected();
-  t.after(() => lobby.close());
+  const { lobby, socket } = await connected(t);
   await assert.rejects(lobby.request(0x00d3, {}, { timeoutMs: 5 }), isTimeout);
   const second = lobby.request(0x00d3, {}, { timeoutMs: 5 });
   const third = lobby.bankLogin('pw');
@@ -109,8 +101,7 @@ test('a request that is never answered ends alone; the next answer is not its', 
 });
 
 test('a server list is collected from its parts, each of which renews the time-out', async (t) => {
-  const { lobby, socket } = await connected({ timeoutMs: 60 });
-  t.after(() => lobby.close());
+  const { lobby, socket } = await connected(t, { timeoutMs: 60 });
   const list = lobby.serverList();
   const part = (first, count, usIsFinish) => socket.receive(['tagGameServer', {
     usIsFinish, usListCount: count,
@@ -118,7 +109,7 @@ test('a server list is collected from its parts, each of which renews the time-o
   }]);
   for (const first of [0, 20]) {
     part(first, 20, 0);
-    await new Promise((resolve) => { setTimeout(resolve, 40); });
+    await sleep(40);
   }
   part(40, 5, 1);
   assert.deepEqual((await list).map(({ usServerID }) => usServerID), [...Array(45).keys()]);
@@ -128,8 +119,7 @@ test('a server list is collected from its parts, each of which renews the time-o
 });
 
 test('what nobody asked for is an event; a failing listener harms nobody', async (t) => {
-  const { lobby, socket, events } = await connected();
-  t.after(() => lobby.close());
+  const { lobby, socket, events } = await connected(t);
   t.mock.method(console, 'error', () => {});
   lobby.on('bulletins', () => { throw new Error('listener'); });
   socket.receive(['WinBulletinNotice', { usBulletNum: 1, bulletinItem: [{ szContent: 'news' }] }],
@@ -147,37 +137,33 @@ test('what nobody asked for is an event; a failing listener harms nobody', async
   assert.equal(events.length, 2);
 });
 
-test('the end of a connection rejects what is open and says why', async () => {
+test('the end of a connection rejects what is open and says why', async (t) => {
   const endings = [
     ['lost', ({ socket }) => socket.onclose()],
     ['asked', ({ lobby }) => lobby.close()],
     ['protocol', ({ socket }) => socket.onmessage({ data: Uint8Array.of(9, 9).buffer })],
     ['protocol', ({ socket }) => socket.onmessage({ data: 'text' })],
-    ['kicked', ({ socket }) => {
-      socket.receive(['LobbyKickOutNotice', {}]);
+    ...[['kicked', false], ['maintenance', true]].map(([reason, bStopSwitch]) => [reason, ({ socket }) => {
+      socket.receive(['LobbyKickOutNotice', { bStopSwitch }]);
       socket.onclose();
-    }],
-    ['maintenance', ({ socket }) => {
-      socket.receive(['LobbyKickOutNotice', { bStopSwitch: true }]);
-      socket.onclose();
-    }],
+    }]),
   ];
   for (const [reason, end] of endings) {
-    const session = await connected();
+    const session = await connected(t);
     const open = [session.lobby.take(1, 'pw'), session.lobby.take(2, 'pw')];
     end(session);
-    for (const request of open) await assert.rejects(request, isClosed(reason), reason);
+    for (const request of open) await assert.rejects(request, { code: 'closed', reason }, reason);
     assert.deepEqual(session.events.at(-1), ['close', { reason, willReconnect: false }]);
     assert.equal(session.lobby.connected, false);
     await assert.rejects(session.lobby.tournament(), { code: 'not-connected' });
   }
 });
 
-test('a keep-alive goes out on time, its echo is not echoed, a missing echo ends it', async () => {
-  const { lobby, socket, events } = await connected({ keepAliveMs: 15 });
+test('a keep-alive goes out on time, its echo is not echoed, a missing echo ends it', async (t) => {
+  const { lobby, socket, events } = await connected(t, { keepAliveMs: 15 });
   lobby.on('message', ({ direction, name }) => {
     if (direction === TO_LOBBY && name === 'KeepAlive' && socket.sent.length < 3) {
-      setImmediate(() => socket.receive(['KeepAlive', {}]));
+      queueMicrotask(() => socket.receive(['KeepAlive', {}]));
     }
   });
   await new Promise((resolve) => { lobby.on('close', resolve); });
@@ -197,7 +183,7 @@ test('a lobby that cannot be reached, or not in time, rejects connect', async ()
   const replaced = lobby.connect('ws://one');
   const old = FakeSocket.last;
   const second = lobby.connect('ws://two');
-  await assert.rejects(replaced, isClosed('asked'));
+  await assert.rejects(replaced, { code: 'closed', reason: 'asked' });
   old.onclose();  // the late end of the first does not touch the second
   FakeSocket.last.onopen();
   await second;
@@ -207,17 +193,22 @@ test('a lobby that cannot be reached, or not in time, rejects connect', async ()
 
 // Every lobby's players lose it in the same moment; without a random wait they all came back in one.
 test('a lost connection is opened anew after a random, growing wait, logged in and subscribed', async (t) => {
-  const { lobby, socket, events } = await connected({ reconnect: { minMs: 8, maxMs: 32 } });
-  t.after(() => lobby.close());
-  const told = [];
-  for (const name of ['reconnecting', 'reconnected', 'givenUp']) {
-    lobby.on(name, (event) => told.push([name, event]));
-  }
-  const until = async (test) => {
-    while (!test()) await new Promise((resolve) => { setTimeout(resolve, 1); });
+  const { lobby, socket, events } = await connected(t, { reconnect: { minMs: 8, maxMs: 32 } });
+  const chances = [0, 0.5, 1, 0.25, 0.75, 0];
+  t.mock.method(Math, 'random', () => chances.shift());
+  const until = async (test) => { while (!test()) await sleep(1); };
+  const next = async (old) => {
+    await until(() => FakeSocket.last !== old);
     return FakeSocket.last;
   };
-  const next = (old) => until(() => FakeSocket.last !== old);
+  const answerNext = async (old, answer, event) => {
+    const again = await next(old);
+    again.onopen();
+    await until(() => again.sent.length === 1);
+    again.receive(['LobbyAuthenRes', answer]);
+    await until(() => events.at(-1)[0] === event);
+    return again;
+  };
   const login = lobby.login(7, 'token', 3);
   socket.receive(['LobbyAuthenRes', {}]);
   await login;
@@ -231,28 +222,19 @@ test('a lost connection is opened anew after a random, growing wait, logged in a
     if (failures % 2) last.onopen();
     last.onclose();
   }
-  last = await next(last);
-  last.onopen();
-  await until(() => last.sent.length === 1);
-  last.receive(['LobbyAuthenRes', { iReserve1: 5 }]);
-  await until(() => told.at(-1)[0] === 'reconnected');
+  last = await answerNext(last, { iReserve1: 5 }, 'reconnected');
   assert.deepEqual(last.sent.map(({ fields }) => fields.szToken ?? fields.szKey), ['token', 'harvest']);
-  const limits = [8, 16, 32, 32, 32];
-  told.slice(0, -1).forEach(([, { attempt, waitMs }], i) => {
-    assert.equal(attempt, i + 1);
-    assert.ok(waitMs >= limits[i] / 2 && waitMs <= limits[i], `${waitMs}`);
-  });
-  assert.equal(told.at(-1)[1].iReserve1, 5);
-  assert.deepEqual(events, [['close', { reason: 'lost', willReconnect: true }]]);
   last.receive(['LobbyKickOutNotice', { bStopSwitch: true }]);
   last.onclose();
-  await until(() => told.at(-1)[0] === 'reconnecting');
-  assert.ok(told.at(-1)[1].waitMs >= 16, 'maintenance waits long');
-  last = await next(last);
-  last.onopen();
-  await until(() => last.sent.length === 1);
-  last.receive(['LobbyAuthenRes', { ucErrNo: 2 }]);
-  await until(() => told.at(-1)[0] === 'givenUp');
-  assert.match(told.at(-1)[1].error.message, /token is wrong/);
+  await answerNext(last, { ucErrNo: 2 }, 'givenUp');
   assert.equal(lobby.connected, false);
+  const waits = events.filter(([name]) => name === 'reconnecting').map(([, event]) => event);
+  // Between half of 8, 16, 32, 32, ...; maintenance waits long.
+  assert.deepEqual(waits.map(({ attempt, waitMs }) => [attempt, waitMs]),
+    [[1, 4], [2, 12], [3, 32], [4, 20], [5, 28], [1, 16]]);
+  const [lost, [, { iReserve1 }], , closed, [, { error }]] = events.filter(([name]) => name !== 'reconnecting');
+  assert.deepEqual([lost, closed], [['close', { reason: 'lost', willReconnect: true }],
+    ['close', { reason: 'maintenance', willReconnect: true }]]);
+  assert.equal(iReserve1, 5);
+  assert.match(error.message, /token is wrong/);
 });

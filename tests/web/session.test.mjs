@@ -5,15 +5,17 @@ import { after, before, test } from 'node:test';
 import { LobbyClient } from '../../web/lobby-protocol.js';
 import { DESKTOP, launch, look, openPage, PHONE } from './support/browser.mjs';
 import { WebSocket } from './support/modules.mjs';
+import { stay } from './support/stay.mjs';
 import { startSystem } from './support/system.mjs';
 
 const TOKEN = 'token';
 const BANK = '888888';
 
-let system, browser;
+let system, browser, page;
 before(async () => {
   system = await startSystem();
   browser = await launch();
+  page = await openPage(browser, system.page);
 });
 after(async () => {
   await browser?.close();
@@ -26,11 +28,6 @@ async function player(userId, options = {}) {
   await lobby.login(userId, TOKEN, 1);
   return lobby;
 }
-
-const account = async (userId) => {
-  const [, coin, bank] = /coin=(\d+) bank=(\d+)/.exec(await system.command(`player ${userId}`));
-  return { coin: BigInt(coin), bank: BigInt(bank) };
-};
 
 test('every request of the library is understood', async () => {
   const lobby = await player(10005, { keepAliveMs: 400 });
@@ -52,11 +49,8 @@ test('every request of the library is understood', async () => {
     [lobby.loginPassword('654321', '123456'), { ucResultType: 4 }],
     [lobby.exchange(10005, 1n), { iErrorCode: 4, llExhangeCoin: 1n }],
   ];
-  const answers = cases.map(([asked, expected]) => [asked.catch(({ fields }) => fields), expected]);
-  for (const [asked, expected] of answers) {
-    const answer = await asked;
-    assert.deepEqual({ ...answer, ...expected }, answer);
-  }
+  const answers = await Promise.all(cases.map(([asked]) => asked.catch(({ fields }) => fields)));
+  answers.forEach((answer, i) => assert.deepEqual({ ...answer, ...cases[i][1] }, answer));
   const servers = await lobby.serverList();
   const key = ({ usGameID, usServerID, usLevel }) => `${usGameID} ${usServerID} ${usLevel}`;
   assert.ok(servers.length > 45 && new Set(servers.map(key)).size === servers.length);
@@ -69,80 +63,71 @@ test('every request of the library is understood', async () => {
 
 // The page.
 
-const format = (amount) => amount.toLocaleString('en-US');
-let page;
 const textOf = (selector) => page.locator(selector).innerText();
 const hasText = (selector, text) => page.locator(selector, { hasText: text }).first().waitFor();
+const focus = () => page.evaluate(() => document.activeElement.id);
 async function fill(fields) {
   for (const [id, text] of Object.entries(fields)) await page.fill(`#${id}`, text);
 }
-// One page for all: a new one takes a second.
-async function open(userId, colorScheme = 'light', viewport = DESKTOP) {
-  page ??= await openPage(browser, system.page);
-  await page.emulateMedia({ colorScheme });
-  await page.setViewportSize(viewport);
-  await page.goto(system.page);
-  await page.waitForSelector('body[data-ready]');
-  page.faults.length = 0;
-  await fill({ 'user-id': String(userId), token: TOKEN });
+// Presses a button after filling in fields, and waits for what its form says then.
+async function ask(button, fields, text) {
+  await fill(fields);
+  await page.click(button);
+  await page.locator(button).locator('xpath=ancestor::form').locator('.result', { hasText: text }).waitFor();
 }
 async function logIn() {
   await page.click('#login');
   await hasText('#status', 'logged in');
 }
-const focus = () => page.evaluate(() => document.activeElement.id);
-
-test('a refused login and a lobby that is not there are told in words', async () => {
-  await open(10001);
-  for (const [url, token, text] of [[system.url, 'bad', 'The token is wrong.'],
-    ['ws://127.0.0.1:1', TOKEN, 'The lobby cannot be reached']]) {
-    await fill({ 'server-url': url, token });
-    await page.click('#login');
-    await hasText('#login-result', text);
-  }
-  await fill({ 'server-url': system.url });
-  await logIn();
-});
+// One page for all: a new one takes a second.
+async function open(userId, address = system.page) {
+  await page.goto(address);
+  await page.waitForSelector('body[data-ready]');
+  page.faults.length = 0;
+  await fill({ 'user-id': String(userId), token: TOKEN });
+}
 
 test('only a page of this machine takes a lobby from its address, and it speaks to its own only', async () => {
   const evil = 'ws://evil.example:1';
-  for (const [host, lobby] of [['127.0.0.1', evil], ['localhost', evil], ['player.test', system.url]]) {
-    const other = await openPage(browser, `${system.page.replace('127.0.0.1', host)}?ws=${evil}`);
-    assert.equal(await other.inputValue('#server-url'), lobby, host);
-    assert.equal(await other.evaluate((url) => new Promise((resolve) => {
+  for (const [host, lobby] of [['localhost', evil], ['player.test', system.url], ['127.0.0.1', evil]]) {
+    await open(10001, `${system.page.replace('127.0.0.1', host)}?ws=${evil}`);
+    assert.equal(await page.inputValue('#server-url'), lobby, host);
+    assert.equal(await page.evaluate((url) => new Promise((resolve) => {
       document.addEventListener('securitypolicyviolation', (event) => resolve(event.effectiveDirective));
       new WebSocket(url).onerror = () => setTimeout(resolve, 1000, 'tried');
     }), evil), 'connect-src');
-    await other.close();
   }
-  await open(0);
-  await page.click('#login');
-  await hasText('#login-result', 'The player number must be 1 or more.');
+  const ms = 1000 * (process.env.FOREIGN_SECONDS ?? 0);
+  assert.equal(await page.evaluate(`(${stay})(WebSocket, '${system.url}', ${ms})`), '1000 true');
+});
+
+test('a refused login and a lobby that is not there are told in words', async () => {
+  await open(10001);
+  const cases = [
+    [{ token: 'bad' }, 'The token is wrong.'],
+    [{ 'server-url': 'ws://127.0.0.1:1' }, 'The lobby cannot be reached'],
+    [{ 'user-id': '0' }, 'The player number must be 1 or more.'],
+  ];
+  for (const [fields, text] of cases) await ask('#login', fields, text);
+  await fill({ 'server-url': system.url, token: TOKEN, 'user-id': '10001' });
+  await logIn();
 });
 
 test('a player uses the bank; the message log names every field and hides secrets', async () => {
-  const before = await account(10002);
   await open(10002);
   await logIn();
-  await hasText('#coins-hand', format(before.coin));
-  for (const [password, text] of [['wrong', 'The bank password is wrong.'], [BANK, 'The bank is open.']]) {
-    await fill({ 'bank-password': password });
-    await page.click('#bank-login');
-    await hasText('#bank-login-form .result', text);
-  }
+  await hasText('#coins-hand', '500');
+  await ask('#bank-login', { 'bank-password': 'wrong' }, 'The bank password is wrong.');
+  await ask('#bank-login', { 'bank-password': BANK }, 'The bank is open.');
   const cases = [
     ['#take', '250', '250 coins taken out.'], ['#take', '1', 'Too soon after the last one.'],
     ['#save', '0', 'The amount must be at least 1.'], ['#take', 'x', 'must be a whole number'],
     ['#take', '9223372036854775808', 'This number is too large.'],
   ];
-  for (const [button, amount, text] of cases) {
-    await fill({ 'bank-amount': amount });
-    await page.click(button);
-    await hasText('#bank-move-form .result', text);
-  }
-  await hasText('#coins-hand', format(before.coin + 250n));
-  await hasText('#coins-bank', format(before.bank - 250n));
-  assert.deepEqual(await account(10002), { coin: before.coin + 250n, bank: before.bank - 250n });
+  for (const [button, amount, text] of cases) await ask(button, { 'bank-amount': amount }, text);
+  await hasText('#coins-hand', '750');
+  await hasText('#coins-bank', '99,750');
+  assert.match(await system.command('player 10002'), /coin=750 bank=99750/);
   await page.locator('#log [data-name=UserBankLoginReq] summary').first().click();
   await hasText('#log [data-name=UserBankLoginReq] dl', 'szBankPass');
   const log = await page.locator('#log').textContent();
@@ -162,25 +147,19 @@ test('rooms, tournament, subscription, profile and transfer', async () => {
   assert.ok(await page.locator('#server-rows tr').count() > 45);
   await page.click('#tournament-show');
   await hasText('#tournament', ' → ');
-  for (let i = 0; i < 2; i += 1) {
-    await fill({ 'subscribe-key': 'harvest' });
-    await page.click('#subscribe');
-  }
+  await ask('#subscribe', { 'subscribe-key': 'harvest' }, 'Asked.');
+  await ask('#subscribe', {}, 'Asked.');
   await page.click('#subscriptions button');
   assert.equal(await page.locator('#subscriptions li').count(), 0);
   await hasText('#log', 'ClientUnsubscribeMsg');
   // 16 characters used to become 10, which the page called saved.
   await page.locator('#nickname').pressSequentially('海'.repeat(16));
   assert.equal(await page.inputValue('#nickname'), '海'.repeat(10));
-  await page.click('#nickname-form button');
-  await hasText('#nickname-form .result', 'Your nickname is saved.');
+  await ask('#nickname-form button', {}, 'Your nickname is saved.');
   assert.match(await system.command('player 10004'), new RegExp(`nickname="${'海'.repeat(10)}"`));
-  await fill({ nickname: 'the admin' });
-  await page.click('#nickname-form button');
-  await hasText('#nickname-form .result', 'This nickname is not allowed.');
-  await fill({ 'exchange-to': '10008', 'exchange-amount': '500' });
-  await page.click('#exchange-form button');
-  await hasText('#exchange-form .result', '500 coins sent to player 10008.');
+  await ask('#nickname-form button', { nickname: 'the admin' }, 'This nickname is not allowed.');
+  await ask('#exchange-form button', { 'exchange-to': '10008', 'exchange-amount': '500' },
+    '500 coins sent to player 10008.');
   assert.equal(await textOf('#coins-hand'), '9,500');
 });
 
@@ -189,8 +168,7 @@ test('every push shows as it comes, as text and nothing else', async () => {
   await system.command('keys');
   await open(10007);
   await logIn();
-  await fill({ 'subscribe-key': 'farm.harvest' });
-  await page.click('#subscribe');
+  await ask('#subscribe', { 'subscribe-key': 'farm.harvest' }, 'Asked.');
   await page.click('#tournament-show');
   await hasText('#tournament', 'tournament');  // answered after the lobby has taken the subscription
   const commands = [
@@ -217,18 +195,17 @@ test('every push shows as it comes, as text and nothing else', async () => {
 });
 
 test('the page fits a phone, light and dark', async () => {
-  for (const colorScheme of ['light', 'dark']) {
-    await open(10009, colorScheme, PHONE);
-    await look(page, `page-login-${colorScheme}`);
-    await logIn();
-    await page.click('#servers');
-    await hasText('#server-list-form .result', 'rooms');
-    await page.click('#tournament-show');
-    await system.command(`bulletin sys ${'x'.repeat(200)}`);
-    await hasText('#notices', 'xxx');
-    await look(page, `page-phone-${colorScheme}`);
-  }
-  await look(page, 'page-desktop-dark', DESKTOP);
+  await open(10009);
+  await look(page, 'page-login-light', PHONE);
+  await look(page, 'page-login-dark', PHONE, 'dark');
+  await logIn();
+  await ask('#servers', {}, 'rooms');
+  await page.click('#tournament-show');
+  await system.command(`bulletin sys ${'x'.repeat(200)}`);
+  await hasText('#notices', 'xxx');
+  await look(page, 'page-phone-light', PHONE);
+  await look(page, 'page-phone-dark', PHONE, 'dark');
+  await look(page, 'page-desktop-dark', DESKTOP, 'dark');
 });
 
 let operator;
@@ -243,7 +220,7 @@ test("the operator's page shows the lobby, and a link that goes and comes back",
   await system.command('down queue');
   await queue.getByText('down', { exact: true }).waitFor();
   assert.doesNotMatch(await queue.textContent(), /never/);
-  await look(operator, 'operator-link-down');
+  await look(operator, 'operator-link-down', DESKTOP);
   await system.command('up queue');
   await queue.getByText('up', { exact: true }).waitFor();
 
@@ -265,14 +242,13 @@ test('the end of a session is told in words', async () => {
       await system.command('stop 1');
       await page.waitForSelector('#login-card');
       assert.equal(await focus(), 'login');
-      await page.click('#login');
-      await hasText('#login-result', 'closed for maintenance');
+      await ask('#login', {}, 'closed for maintenance');
       await system.command('stop 0');
     }, '#login-result', 'closed for maintenance'],
     [() => system.stop(), '#banner', 'connection to the lobby was lost'],
   ];
+  await open(10002);
   for (const [cause, place, text] of endings) {
-    await open(10002);
     await logIn();
     await cause();
     await hasText(place, text);

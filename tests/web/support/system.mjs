@@ -6,19 +6,15 @@ import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 
 // A control command of the simulator; resolves with all it answers.
-function command(port, line) {
-  return new Promise((resolve, reject) => {
-    let text = '';
-    const socket = net.connect(port, '127.0.0.1', () => socket.write(`${line}\n`));
-    socket.on('error', reject);
-    socket.on('data', (data) => {
-      text += data;
-      if (/(^|\n)(ok|error.*)\n$/.test(text)) {
-        socket.destroy();
-        resolve(text);
-      }
-    });
-  });
+async function command(port, line) {
+  const socket = net.connect(port, '127.0.0.1');
+  socket.write(`${line}\n`);
+  let text = '';
+  for await (const data of socket) {
+    text += data;
+    if (/(^|\n)(ok|error.*)\n$/.test(text)) break;
+  }
+  return text;
 }
 
 export async function startSystem() {
