@@ -33,14 +33,9 @@ in_root() {
     unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
 }
 # Without waiting for the disk at each file: nobody needs this system after a power cut.
-apt_in_root() {
-    in_root env DEBIAN_FRONTEND=noninteractive LC_ALL=C apt-get -qq -y -o Acquire::Retries=3 \
-        -o Dpkg::Options::=--force-unsafe-io "$@" >>"$work/apt.log" 2>&1 </dev/null
-}
-dpkg_in_root() {
-    in_root env DEBIAN_FRONTEND=noninteractive LC_ALL=C dpkg --force-confdef,confold,unsafe-io "$@" \
-        >>"$work/apt.log" 2>&1 </dev/null
-}
+quietly() { in_root env DEBIAN_FRONTEND=noninteractive LC_ALL=C "$@" >>"$work/apt.log" 2>&1 </dev/null; }
+apt_in_root() { quietly apt-get -qq -y -o Acquire::Retries=3 -o Dpkg::Options::=--force-unsafe-io "$@"; }
+dpkg_in_root() { quietly dpkg --force-confdef,confold,unsafe-io "$@"; }
 # Every file but the package manager's own books and caches.
 files() {
     (cd "$root" && find . -mindepth 1 \( -path ./proc -o -path ./sys -o -path ./dev -o -path ./tmp \
