@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <latch>
 #include <memory>
 #include <random>
 #include <set>
@@ -29,17 +30,15 @@ template <class Work>
 void OnThreads(int count, Work work) {
     struct Call {
         Work& work;
-        CEvent done;
-    } call{work, {}};
-    call.done.Init(false, false);
+        std::latch done;
+    } call{work, std::latch(count)};
     const auto routine = [](void* argument) -> void* {
         auto* self = static_cast<Call*>(argument);
         self->work();
-        self->done.Set();
+        self->done.count_down();
         return nullptr;
     };
     for (int i = 0; i < count; ++i)
         ASSERT_TRUE(CreateThread(nullptr, 1 << 20, routine, &call));  // the size is ignored
-    for (int i = 0; i < count; ++i)
-        call.done.Wait();
+    call.done.wait();
 }
