@@ -13,9 +13,9 @@ class OwnNetwork : public testing::Test {
         if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
             GTEST_SKIP() << "no network namespaces here";
         }
-        Loopback(true);
+        SetLoopback(true);
     }
-    static void Loopback(bool up) {
+    static void SetLoopback(bool up) {
         const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
         ifreq request{};
         std::strcpy(request.ifr_name, "lo");
@@ -26,7 +26,7 @@ class OwnNetwork : public testing::Test {
 };
 
 TEST_F(OwnNetwork, ALinkDoesNotMeetItself) {
-    TestServer server(kNoLimits);
+    TestServer server(kDefaults);
     constexpr uint16_t kPort = 40001;
     std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << kPort << " " << kPort;
     {
@@ -44,7 +44,7 @@ TEST_F(OwnNetwork, ALinkDoesNotMeetItself) {
 // which the framework's setting is looked at and then shortened.
 TEST_F(OwnNetwork, APeerThatAcknowledgesNothingLosesItsLink) {
     const DeafServer deaf;
-    TestServer peer(kNoLimits);
+    TestServer peer(kDefaults);
     for (const bool gone : {false, true}) {
         SCOPED_TRACE(gone);
         TestServer server;
@@ -61,7 +61,7 @@ TEST_F(OwnNetwork, APeerThatAcknowledgesNothingLosesItsLink) {
         EXPECT_EQ(patience, 30000);
         patience = 1000;
         EXPECT_EQ(context->setsockopt(IPPROTO_TCP, TCP_USER_TIMEOUT, value, size), 0);
-        if (gone) Loopback(false);
+        if (gone) SetLoopback(false);
         Stopwatch watch;
         std::string body(4096, 'x');
         EXPECT_TRUE(Eventually(

@@ -144,26 +144,21 @@ void ExpectVisits(const char* trusted, ProxyTrust::Header mode, const std::vecto
     for (const Visit& visit : visits) {
         SCOPED_TRACE(visit.pieces.back());
         const auto send = [&](Client& client) {
-            uint64_t sent = metrics.bytesIn.Value();
             for (const std::string& piece : visit.pieces) {
+                const uint64_t before = metrics.bytesIn.Value();
                 ASSERT_TRUE(client.Send(piece));
-                sent += piece.size();
-                ASSERT_TRUE(Eventually([&] { return metrics.bytesIn.Value() >= sent; }));
+                const auto read = [&] { return metrics.bytesIn.Value() - before; };
+                ASSERT_TRUE(Eventually([&] { return read() >= piece.size(); }));
             }
         };
-        std::unique_ptr<Client> client;
-        if (visit.pieces.back().find("GET ") != std::string::npos) {
-            client = std::make_unique<WebClient>(server.port, 0, send);
-        } else {
-            client = std::make_unique<Client>(server.port);
-            send(*client);
-        }
-        sockaddr_in own{};
-        socklen_t size = sizeof(own);
-        ::getsockname(client->Fd(), reinterpret_cast<sockaddr*>(&own), &size);
+        const bool web = visit.pieces.back().find("GET ") != std::string::npos;
+        auto client = web ? std::make_unique<WebClient>(server.port, 0, send)
+                          : std::make_unique<Client>(server.port);
+        if (!web) send(*client);
+        const std::string own = AddressOf(client->Local());
         const std::string answer = client->Ask(Message(1));
         EXPECT_EQ(answer.substr(std::min<size_t>(8, answer.size())),
-                  visit.address == kOwn ? AddressOf(own) : visit.address);
+                  visit.address == kOwn ? own : visit.address);
         EXPECT_TRUE(!visit.address.empty() || client->AtEnd());
         client.reset();
         ASSERT_TRUE(server.AwaitReleased(++count));

@@ -1,9 +1,6 @@
 // The framework end to end over real loopback sockets.
-#include <dlfcn.h>
-#include <netdb.h>
 #include <sys/resource.h>
 
-#include <atomic>
 #include <csignal>
 #include <deque>
 
@@ -12,14 +9,8 @@
 #include "NetSender.h"
 #include "WriteHold.h"
 
-// In the C library's place, to count.
-static std::atomic<int> g_lookUps{0};
-extern "C" int getaddrinfo(const char* host, const char* port, const addrinfo* hints,
-                           addrinfo** found) {
-    ++g_lookUps;
-    static const auto real =
-        reinterpret_cast<decltype(&getaddrinfo)>(::dlsym(RTLD_NEXT, "getaddrinfo"));
-    return real(host, port, hints, found);
+static uint64_t BlocksInUse() {
+    return g_SendBlocks.taken.Value() - g_SendBlocks.returned.Value();
 }
 
 // The first, so that no thread of another is about to end.
@@ -44,7 +35,7 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
         }
         EXPECT_TRUE(Eventually([&] { return threads() == before; }));
     }
-    TestServer server(kNoLimits);
+    TestServer server(kDefaults);
     // Every address, until it is closed.
     IPlayerNode* any = server.Create(true, nullptr, 0, 0, 9, 2, 1, 6);
     ASSERT_TRUE(any != nullptr && server.RecvData(any));
@@ -52,7 +43,7 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
     EXPECT_EQ(server.GetPlayerAddrIn(any, &addr, true), INADDR_ANY);
     EXPECT_TRUE(Client(ntohs(addr.sin_port)).Echoes());
     server.Close(any);
-    EXPECT_TRUE(Eventually([&] { return static_cast<TestNode*>(any)->released == 1; }));
+    EXPECT_TRUE(server.AwaitReleased(2));  // the client, too
     EXPECT_FALSE(Client(ntohs(addr.sin_port)).Echoes());
     // Without a time-out a connect takes as long as it takes.
     EXPECT_NE(server.Create(false, "127.0.0.1", server.port, 0, 1, 2, 1, 6), nullptr);
@@ -61,33 +52,12 @@ TEST(Tcp, StartsOnceWithSoManyPollThreadsAndEndsForGood) {
     EXPECT_EQ(server.Dial(server.port), nullptr);
 }
 
-TEST(Tcp, EchoesEveryCutOfAStream) {
-    TestServer server({.recv = 100000});  // single bytes come faster than they are handled
-    std::string stream;
-    for (size_t i = 0; i < 40; ++i)
-        stream += Message(i + 1, std::string(i * 97, 'x'));
-    std::mt19937 random(7);
-    for (size_t step : {1u, 7u, 8u, 9u, 4095u, 4096u, 4097u, 0u}) {
-        Client client(server.port);
-        std::thread writer([&] {
-            for (size_t at = 0, size = 0; at < stream.size(); at += size) {
-                size = step != 0 ? step : 1 + random() % 5000;
-                if (!client.Send(stream.substr(at, size))) return;
-            }
-        });
-        const std::string echoed = client.Read(stream.size());
-        writer.join();
-        ASSERT_TRUE(echoed == stream) << step;
-    }
-}
-
 TEST(Tcp, OpensAndSealsEncodedBodies) {
     TestServer server;
     server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
-        tagMsgHeader header;
-        std::memcpy(&header, data, sizeof(header));
-        EXPECT_EQ(header.length, length);     // host order once delivered
-        EXPECT_EQ(ntohs(header.type), type);  // still in network order
+        // The length is in host order once delivered, the type still in network order.
+        const auto size = static_cast<size_t>(length);
+        EXPECT_EQ(std::string(data + 2, 6), Bytes({size, size >> 8, 3, 0, 0, type}));
         EXPECT_EQ(std::count(data + 8, data + length, 'p'), length - 8);
         server.SendData(node, type, data, length, ENCODE_AES);
     };
@@ -95,20 +65,15 @@ TEST(Tcp, OpensAndSealsEncodedBodies) {
     Client client(server.port);
     for (const long size : {1, 16, 4072}) {
         std::string plain(size, 'p'), sealed(size + 16, 0), opened(size, 0);
-        ASSERT_EQ(server.Encode(plain.data(), size, ENCODE_AES, sealed.data(), size + 16),
-                  size + 16);
+        server.Encode(plain.data(), size, ENCODE_AES, sealed.data(), size + 16);
         std::string answer = client.Ask(Message(9, sealed, 1));
         ASSERT_EQ(answer.size(), 8 + sealed.size());
         EXPECT_EQ(answer[1], 1);
-        ASSERT_EQ(server.Decode(&answer[8], size + 16, ENCODE_AES, opened.data(), size), size);
+        server.Decode(&answer[8], size + 16, ENCODE_AES, opened.data(), size);
         EXPECT_EQ(opened, plain);
     }
     // A header alone is delivered without a look at its codec.
-    EXPECT_EQ(client.Ask(Message(9, "", 7)).size(), 8u);
-    char body[4088] = {};
-    EXPECT_EQ(server.Encode(body, 4073, ENCODE_AES, body, 4088), -1);  // would not fit
-    EXPECT_EQ(server.Decode(body, 33, ENCODE_AES, body, 16), -1);
-    EXPECT_EQ(server.Encode(body, 4, 2, body, 4088), -1);
+    EXPECT_EQ(client.Ask(Message(9, "", 7)), Message(9, "", 1));
 }
 
 TEST(Tcp, AnApplicationMayReadForItselfAndBringItsOwnCodec) {
@@ -159,39 +124,26 @@ TEST(NetSender, FillsHeadersOfWhatFits) {
     }
 }
 
-// The worker stands still at the 5,000th client it looks at until a signal comes, and without
-// sweeps looks at none.
-TEST(Tcp, ASweepOfFiveThousandStopsAndNoneWithoutAnInterval) {
+// The worker stands still at the 5,000th client it looks at until a signal comes.
+TEST(Tcp, ASweepOfFiveThousandStops) {
     const rlimit room{12000, 12000};
     if (::setrlimit(RLIMIT_NOFILE, &room) != 0) GTEST_SKIP() << "no room for so many";
     std::signal(SIGUSR2, [](int) {});
     HandClock clock;
-    for (const unsigned long interval : {20ul, ~0ul}) {
-        TestServer server;
-        std::atomic<pthread_t> worker{};
-        server.onMessage = [&](TestNode* node, uint16_t type, char* data, long length) {
-            worker = ::pthread_self();
-            server.SendData(node, type, data, length, ENCODE_NONE);
-        };
-        server.Listen({.interval = interval, .timeout = 120});
-        std::deque<Client> crowd;
-        while (crowd.size() < 5000)
-            crowd.emplace_back(server.port);
-        ASSERT_TRUE(Eventually([&] { return crowd.back().Echoes(); }));
-        clock.Advance(20);
-        if (interval == 20) {
-            EXPECT_TRUE(Eventually([&] {
-                const long ticks = server.ticks;
-                std::this_thread::sleep_for(300ms);
-                return ticks == server.ticks;
-            }));
-            ::pthread_kill(worker, SIGUSR2);
-        }
-        EXPECT_TRUE(crowd.back().Echoes());
-        clock.Advance(interval == 20 ? 0 : 10000);
-        EXPECT_TRUE(crowd.front().Echoes());
-        EXPECT_EQ(server.closes, 0);
-    }
+    TestServer server({.interval = 20, .timeout = 120});
+    std::deque<Client> crowd;
+    while (crowd.size() < 5000)
+        crowd.emplace_back(server.port);
+    ASSERT_TRUE(Eventually([&] { return crowd.back().Echoes(); }));
+    clock.Advance(20);
+    EXPECT_TRUE(Eventually([&] {
+        const long ticks = server.ticks;
+        std::this_thread::sleep_for(300ms);
+        return ticks == server.ticks;
+    }));
+    ::pthread_kill(server.worker, SIGUSR2);
+    EXPECT_TRUE(crowd.back().Echoes());
+    EXPECT_EQ(server.closes, 0);
 }
 
 // A round is more than the sockets hold, so that writes end anywhere in a block.
@@ -199,12 +151,14 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
     TestServer server;
     std::atomic<int> sent = 0;
     server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
-        for (const int most = sent + (type == 1 ? 80 : 200); sent < most; ++sent) {
+        if (type == 0) server.SendData(node, type, nullptr, 0, ENCODE_NONE);
+        for (const int most = sent + type; sent < most; ++sent) {
             std::string body(600, static_cast<char>(sent));
             if (!server.SendData(node, 7, body.data(), 8 + sent % 540, ENCODE_NONE)) break;
         }
     };
     server.Listen({.send = 120});
+    Client other(server.port);
     for (const bool web : {false, true}) {
         SCOPED_TRACE(web);
         const auto client = web ? std::make_unique<WebClient>(server.port, 4096)
@@ -217,11 +171,12 @@ TEST(Tcp, SmallMessagesShareBlocksAndAreCountedOneByOne) {
                           Message(7, std::string(read % 540, static_cast<char>(read))));
         };
         for (int round = 0; round < 30; ++round) {
-            client->SendMessage(Message(1));
+            client->SendMessage(Message(80));
             reads(80);
         }
-        client->SendMessage(Message(2));
+        client->SendMessage(Message(200));
         EXPECT_TRUE(server.AwaitClosed(web ? 2 : 1)) << "for the ring was full";
+        EXPECT_EQ(other.Ask(Message(0)), Message(0)) << "held up by who does not read";
         EXPECT_THAT(sent.load(), testing::AllOf(testing::Ge(2518), testing::Le(2519)));
         reads(sent - 2400);
         EXPECT_TRUE(client->AtEnd());
@@ -257,32 +212,30 @@ TEST(Tcp, AFullRingOfALinkRefusesAndTheLinkStaysWhereThatIsWanted) {
 
 TEST(Tcp, ABudgetClosesThoseWhoHoldMostAndNobodyElse) {
     constexpr unsigned long kBudget = 300;
-    const auto used = [] { return g_SendBlocks.taken.Value() - g_SendBlocks.returned.Value(); };
     TestServer server;
     server.flood = 90;
     server.SetLimits({.buffers = kBudget});
     server.Listen({.interval = 20, .timeout = 120});
     Client modest(server.port);
-    std::vector<std::unique_ptr<Client>> deaf;
+    std::deque<Client> deaf;
     for (int i = 0; i < 12; ++i) {
-        deaf.push_back(std::make_unique<Client>(server.port, 4096));
-        deaf.back()->Send(Message(kFlood));
+        deaf.emplace_back(server.port, 4096).Send(Message(kFlood));
         EXPECT_TRUE(modest.Echoes());
     }
-    EXPECT_TRUE(Eventually([&] { return server.messages == 24 && used() <= kBudget; }));
+    EXPECT_TRUE(Eventually([&] { return server.messages == 24 && BlocksInUse() <= kBudget; }));
     EXPECT_TRUE(modest.Echoes());
     EXPECT_GE(server.closes, 8);
     EXPECT_LE(server.closes, 11);
 }
 
 TEST(Tcp, AMassBufferGoesToEveryReceiver) {
+    const uint64_t before = BlocksInUse();
     TestServer server;
-    std::atomic<tagSendBuffer*> shared{nullptr};
+    std::atomic<void*> shared{nullptr};
     server.onMessage = [&](TestNode* node, uint16_t, char*, long) {
         char body[108] = {};
-        // The third reference stays with the test, to look at the buffer afterwards.
-        if (shared == nullptr)
-            shared = static_cast<tagSendBuffer*>(server.AllocMassData(3, 8, body, 108, 0));
+        // The third reference stays with the test.
+        if (shared == nullptr) shared = server.AllocMassData(3, 8, body, 108, 0);
         EXPECT_TRUE(server.SendMassData(node, shared));
         EXPECT_FALSE(server.SendMassData(nullptr, shared));
         EXPECT_EQ(server.AllocMassData(0, 8, body, 108, 0), nullptr);
@@ -292,29 +245,37 @@ TEST(Tcp, AMassBufferGoesToEveryReceiver) {
     Client one(server.port), two(server.port);
     for (Client* client : {&one, &two})
         EXPECT_EQ(client->Ask(Message(1)).size(), 108u);
-    ASSERT_TRUE(
-        Eventually([&] { return std::atomic_ref(shared.load()->ulReferenceCount).load() == 1; }));
-    DropReference(shared);
+    auto* const buffer = static_cast<tagSendBuffer*>(shared.load());
+    ASSERT_TRUE(Eventually([&] { return std::atomic_ref(buffer->ulReferenceCount).load() == 1; }));
+    DropReference(buffer);
+    EXPECT_TRUE(Eventually([&] { return BlocksInUse() == before; }));
 }
 
+// A client that was closed and never reads is given up after the same time.
 TEST(Tcp, OnlySilentClientsTimeOut) {
     HandClock clock;
-    TestServer server({.interval = 20, .timeout = 120});
-    Client silent(server.port), talking(server.port);
+    TestServer server({.interval = 20, .timeout = 120}), patient({.timeout = 120});
+    Client silent(server.port), talking(server.port), stuck(server.port, 4096);
+    Client unswept(patient.port);
     IPlayerNode* link = server.Dial(server.port);
     ASSERT_NE(link, nullptr);
-    ASSERT_TRUE(silent.Echoes() && talking.Echoes());
+    ASSERT_TRUE(silent.Echoes() && talking.Echoes() && unswept.Echoes());
+    stuck.Send(Message(kFlood));
+    ASSERT_TRUE(server.AwaitClosed(1));
     clock.Advance(100);
     ASSERT_TRUE(talking.Echoes());
-    EXPECT_EQ(server.closes, 0);
+    EXPECT_TRUE(Eventually([&, ticks = server.ticks + 60] { return server.ticks > ticks; }));
+    EXPECT_EQ(server.releases, 0);
+    EXPECT_EQ(server.closes, 1);
     clock.Advance(20);
     EXPECT_TRUE(silent.AtEnd());
     ASSERT_TRUE(talking.Echoes());
     clock.Advance(120);
     EXPECT_TRUE(talking.AtEnd());
     // The accepted end of the link is a silent client too; the outbound end is not.
-    EXPECT_TRUE(server.AwaitClosed(3));
+    EXPECT_TRUE(server.AwaitReleased(4));
     EXPECT_EQ(static_cast<TestNode*>(link)->closed, 0);
+    EXPECT_TRUE(unswept.Echoes());
 }
 
 // Each record counts from when its turn came, not from when the worker took it with others.
@@ -342,19 +303,6 @@ TEST(Tcp, ASlowHandlerIsNotTheSilenceOfTheClientsBehindIt) {
     EXPECT_TRUE(clients[2].Echoes() && clients[3].Echoes());
 }
 
-TEST(Tcp, AClosedPeerThatNeverReadsIsGivenUpAfterTheIdleTimeout) {
-    HandClock clock;
-    TestServer server({.interval = 20, .timeout = 120});
-    Client stuck(server.port, 4096);
-    stuck.Send(Message(kFlood));
-    ASSERT_TRUE(server.AwaitClosed(1));
-    clock.Advance(119);
-    EXPECT_TRUE(Eventually([&, ticks = server.ticks + 60] { return server.ticks > ticks; }));
-    EXPECT_EQ(server.Released(), 0);
-    clock.Advance(1);
-    EXPECT_TRUE(server.AwaitReleased(1));
-}
-
 // A peer that let thousands of messages pile up and then reset its connection put the send thread
 // to sleep, and everyone went without answers for ten seconds.
 TEST(Tcp, TheBrakeOfTheSendThreadHoldsOnlyTheRingGoneMad) {
@@ -374,7 +322,7 @@ TEST(Tcp, TheBrakeOfTheSendThreadHoldsOnlyTheRingGoneMad) {
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(other.Echoes());
     EXPECT_LT(watch.Lap(), 8);
-    EXPECT_EQ(server.Released(), 0);
+    EXPECT_EQ(server.releases, 0);
     clock.Advance(10);
     EXPECT_TRUE(server.AwaitReleased(1));
 }
@@ -389,9 +337,8 @@ TEST(Tcp, NothingIsDeliveredBehindAClose) {
     std::string burst;
     for (int i = 0; i < 500; ++i)
         burst += Message(1, "x");
-    std::thread flood = client.SendUntilClosed(burst);
+    const auto flood = client.SendUntilClosed(burst);
     EXPECT_TRUE(server.AwaitReleased(1));
-    flood.join();
     EXPECT_EQ(server.messages, 3);
     EXPECT_EQ(server.closes, 1);
     EXPECT_TRUE(server.lastFlag);
@@ -403,76 +350,70 @@ TEST(Tcp, NothingIsDeliveredBehindAClose) {
 // Answers of a back-end were lost when the lobby had something to send just after it hung up.
 TEST(Tcp, WhatThePeerSentBeforeSendingFailedIsDelivered) {
     enum class End { FullRing, HungUp, HungUpAndClosed };
-    for (const bool wakeup : {false, true}) {
-        for (const End end : {End::FullRing, End::HungUp, End::HungUpAndClosed}) {
-            TestServer server;
-            std::atomic<bool> sent{false};
-            server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
-                if (type != 1) return;
-                EXPECT_TRUE(Eventually([&] { return sent.load(); }));
-                if (end == End::FullRing) return server.Flood(node);
-                EPOLLContext* context = nullptr;
-                node->GetContext(&context);
-                EXPECT_TRUE(Eventually([&] {  // the first is answered by a reset
-                    server.SendData(node, 1, nullptr, 0, ENCODE_NONE);
-                    if (auto* hold = WriteHold::Mine()) hold->Flush();
-                    return context->IsClosed();
-                }));
-                if (end == End::HungUpAndClosed) server.Close(node);
-            };
-            server.SetWakeup(wakeup);
-            server.Listen();
-            auto client = std::make_unique<Client>(server.port, 4096);
-            for (uint16_t type = 1; type <= 6; ++type) {
-                client->Send(Message(type, "answer"));
-                if (type == 1) Eventually([&] { return server.messages == 1; });
-            }
-            if (end != End::FullRing) client.reset();
-            sent = true;
-            EXPECT_TRUE(server.AwaitClosed(1));
-            EXPECT_EQ(server.messages, end == End::HungUpAndClosed ? 1 : 6)
-                << wakeup << static_cast<int>(end);
+    for (const End end : {End::FullRing, End::HungUp, End::HungUpAndClosed}) {
+        TestServer server;
+        std::atomic<bool> sent{false};
+        server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
+            if (type != 1) return;
+            EXPECT_TRUE(Eventually([&] { return sent.load(); }));
+            if (end == End::FullRing) return server.Flood(node);
+            EPOLLContext* context = nullptr;
+            node->GetContext(&context);
+            EXPECT_TRUE(Eventually([&] {  // the first is answered by a reset
+                server.SendData(node, 1, nullptr, 0, ENCODE_NONE);
+                if (auto* hold = WriteHold::Mine()) hold->Flush();
+                return context->IsClosed();
+            }));
+            if (end == End::HungUpAndClosed) server.Close(node);
+        };
+        server.Listen();
+        auto client = std::make_unique<Client>(server.port, 4096);
+        for (uint16_t type = 1; type <= 6; ++type) {
+            client->Send(Message(type, "answer"));
+            if (type == 1) Eventually([&] { return server.messages == 1; });
         }
+        if (end != End::FullRing) client.reset();
+        sent = true;
+        EXPECT_TRUE(server.AwaitClosed(1));
+        EXPECT_EQ(server.messages, end == End::HungUpAndClosed ? 1 : 6) << static_cast<int>(end);
     }
 }
 
+// An answer is written although the worker stays in its handler, here until the connection has
+// outrun it.
 TEST(Tcp, TooManyUnhandledBuffersCloseTheConnection) {
     TestServer server;
     server.onMessage = [&](TestNode* node, uint16_t type, char*, long) {
+        if (type == 3) return;
+        server.SendData(node, type, nullptr, 0, ENCODE_NONE);
         EPOLLContext* context = nullptr;
         node->GetContext(&context);
-        // The worker stands still until the connection has outrun it.
-        EXPECT_TRUE(type != 1 || Eventually([&] { return context->IsClosed(); }));
+        EXPECT_TRUE(type == 1 || Eventually([&] { return context->IsClosed(); }));
     };
     server.Listen({.recv = 5});
     Client client(server.port);
-    client.Send(Message(1));
-    ASSERT_TRUE(Eventually([&] { return server.messages == 1; }));
-    std::thread flood = client.SendUntilClosed(Message(2, std::string(4088, 'x')));
-    EXPECT_TRUE(server.AwaitClosed(1));
-    flood.join();
+    for (const size_t type : {1u, 2u})
+        EXPECT_EQ(client.Ask(Message(type)), Message(type));
+    const auto flood = client.SendUntilClosed(Message(3, std::string(4088, 'x')));
+    EXPECT_TRUE(server.AwaitReleased(1));
     // Buffers in line at that moment: four, the held one included.
-    EXPECT_LE(server.messages, 4);
+    EXPECT_LE(server.messages, 5);
 }
 
-TEST(Tcp, ConnectsFailInTime) {
-    TestServer server(kNoLimits);
+TEST(Tcp, LinksFailInTimeAndAreReportedClosedAtOnceAndOnce) {
+    TestServer server(kDefaults);
     EXPECT_EQ(server.Create(true, "127.0.0.1", server.port, 0, 1, 2, 1, 6), nullptr) << "in use";
     // A listener whose queue is full does not answer at all.
     const DeafServer full(0);
     const Client fill(full.port);
-    sockaddr_in addr{AF_INET, htons(full.port), {htonl(INADDR_LOOPBACK)}, {}};
+    sockaddr_in addr = LoopbackAddress(full.port);
     const double waited =
         Took([&] { EXPECT_EQ(server.Create(false, addr, 300, 1, 2, 1, 6), nullptr); });
     EXPECT_GE(waited, 0.3);
     EXPECT_LT(waited, 3);
-}
-
-TEST(Tcp, AnUnregisteredLinkIsReportedClosedAtOnceAndOnce) {
-    TestServer server(kNoLimits);
+    // One that is not registered for reading.
     IPlayerNode* link = server.Dial(server.port);
     ASSERT_NE(link, nullptr);
-    sockaddr_in addr{};
     EXPECT_EQ(server.GetPlayerAddrIn(link, &addr, false), htonl(INADDR_LOOPBACK));
     EXPECT_EQ(ntohs(addr.sin_port), server.port);
     EXPECT_EQ(server.GetPlayerAddrIn(nullptr, nullptr, false), ~0UL);
@@ -491,7 +432,7 @@ TEST(Tcp, SendersOnManyThreadsLoseAndMixNothing) {
     client.Send(Message(1));
     ASSERT_TRUE(Eventually([&] { return node != nullptr; }));
     constexpr int kThreads = 4, kEach = 500;
-    std::vector<std::thread> senders;
+    std::vector<std::jthread> senders;
     for (int t = 0; t < kThreads; ++t) {
         senders.emplace_back([&, t] {
             for (size_t i = 0; i < kEach; ++i) {
@@ -507,27 +448,10 @@ TEST(Tcp, SendersOnManyThreadsLoseAndMixNothing) {
         const size_t number = next[static_cast<int>(message[7])]++;
         ASSERT_EQ(message.substr(8), Bytes({number >> 8, number}));
     }
-    for (std::thread& sender : senders)
-        sender.join();
-}
-
-// Answers are written while the worker still handles what came behind them.
-TEST(Tcp, ASlowHandlerDoesNotKeepAnswersBack) {
-    std::atomic<bool> release{false};  // outlives the handler that waits for it
-    TestServer server;
-    server.onMessage = [&](TestNode* from, uint16_t type, char*, long) {
-        server.SendData(from, type, nullptr, 0, ENCODE_NONE);
-        if (type == 2) Eventually([&] { return release.load(); });
-    };
-    server.Listen();
-    Client client(server.port);
-    EXPECT_EQ(client.Ask(Message(1)), Message(1));
-    EXPECT_EQ(client.Ask(Message(2)), Message(2));
-    release = true;
 }
 
 TEST(Tcp, AWakeupCutsTheWaitAndKeepsTheTimer) {
-    TestServer server(kNoLimits);
+    TestServer server(kDefaults);
     Client client(server.port);
     ASSERT_TRUE(client.Echoes());
     constexpr int kRounds = 300;
@@ -552,25 +476,9 @@ TEST(Tcp, NamesAreResolvedFromASmallStack) {
     EXPECT_EQ(GameProvider::dns2ip("127.0.0.1"), htonl(INADDR_LOOPBACK));
     EXPECT_EQ(GameProvider::dns2ip(nullptr), ~0UL);
     EXPECT_EQ(GameProvider::dns2ip("no such name"), ~0UL);
-    EXPECT_EQ(g_lookUps, 2);
     // Who cannot open anything looks nothing up.
     EPOLLServer idle(nullptr, nullptr, 0);
-    EXPECT_EQ(idle.Create(false, "localhost", 1, 100, 1, 2, 1, 6), nullptr);
-    EXPECT_EQ(g_lookUps, 2);
-}
-
-TEST(Tcp, AWebReaderWhoStopsHoldsNobodyUpAndLosesNothing) {
-    TestServer server;
-    server.flood = 90;
-    server.Listen();
-    WebClient stopped(server.port, 4096), one(server.port), two(server.port);
-    stopped.SendMessage(Message(kFlood));
-    ASSERT_TRUE(Eventually([&] { return server.messages == 1; }));
-    for (int i = 0; i < 100; ++i)
-        ASSERT_TRUE(one.Echoes() && two.Echoes());
-    for (int i = 0; i < server.flood; ++i) {
-        const std::string message = stopped.ReadMessage();
-        ASSERT_EQ(message.size(), 4096u);
-        ASSERT_TRUE(message.substr(8) == std::string(4088, static_cast<char>(i)));
-    }
+    errno = 0;
+    EXPECT_EQ(idle.Create(false, "no such name", 1, 100, 1, 2, 1, 6), nullptr);
+    EXPECT_NE(errno, NET_UNRESOLVED);
 }

@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <functional>
-#include <mutex>
 
 #include "BaseTest.h"
 #include "Common/Clock.h"
@@ -66,18 +65,37 @@ inline std::string Frame(const std::string& payload, size_t first = 0x82, bool m
     return frame;
 }
 
-// A blocking loopback client. rcvbuf keeps the kernel from swallowing what the test will not read.
-class Client {
-  public:
-    explicit Client(uint16_t port, int rcvbuf = 0) : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
-        if (rcvbuf > 0) ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &rcvbuf, sizeof(rcvbuf));
-        sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-        ::connect(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
-    }
-    virtual ~Client() { ::close(m_fd); }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
+inline sockaddr_in LoopbackAddress(uint16_t port) {
+    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+}
 
+// rcvbuf keeps the kernel from swallowing what the test will not read.
+class Socket {
+  public:
+    explicit Socket(int rcvbuf) : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
+        if (rcvbuf > 0) ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &rcvbuf, sizeof(rcvbuf));
+    }
+    virtual ~Socket() { ::close(m_fd); }
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+    sockaddr_in Local() const {
+        sockaddr_in addr{};
+        socklen_t size = sizeof(addr);
+        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
+        return addr;
+    }
+
+  protected:
+    const int m_fd;
+};
+
+// A blocking loopback client.
+class Client : public Socket {
+  public:
+    explicit Client(uint16_t port, int rcvbuf = 0) : Socket(rcvbuf) {
+        const sockaddr_in addr = LoopbackAddress(port);
+        ::connect(m_fd, reinterpret_cast<const sockaddr*>(&addr), sizeof(addr));
+    }
     void ResetOnClose() {
         const linger hard{1, 0};
         ::setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &hard, sizeof(hard));
@@ -92,8 +110,8 @@ class Client {
         return true;
     }
     // Over and over, for whoever closes the connection in the middle of it.
-    std::thread SendUntilClosed(const std::string& bytes) {
-        return std::thread([this, bytes] {
+    std::jthread SendUntilClosed(const std::string& bytes) {
+        return std::jthread([this, bytes] {
             while (Send(bytes)) {
             }
         });
@@ -132,14 +150,12 @@ class Client {
         char byte;
         return Readable() && ::recv(m_fd, &byte, 1, 0) <= 0;
     }
-    int Fd() const { return m_fd; }
 
   private:
     bool Readable() {
         pollfd wait{m_fd, POLLIN, 0};
         return ::poll(&wait, 1, 10000 * SLOWER) == 1;
     }
-    int m_fd;
 };
 
 class WebClient : public Client {
@@ -167,37 +183,32 @@ class WebClient : public Client {
 };
 
 // Takes as many connections as the backlog holds and one more, and reads nothing.
-class DeafServer {
+class DeafServer : public Socket {
   public:
-    explicit DeafServer(int backlog = 8) : m_fd(::socket(AF_INET, SOCK_STREAM, 0)) {
-        constexpr int kSmall = 4096;
-        ::setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &kSmall, sizeof(kSmall));
-        sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-        socklen_t size = sizeof(addr);
-        ::bind(m_fd, reinterpret_cast<sockaddr*>(&addr), size);
+    explicit DeafServer(int backlog = 8) : Socket(4096) {
+        const sockaddr_in any = LoopbackAddress(0);
+        ::bind(m_fd, reinterpret_cast<const sockaddr*>(&any), sizeof(any));
         ::listen(m_fd, backlog);
-        ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
-        port = ntohs(addr.sin_port);
+        port = ntohs(Local().sin_port);
     }
-    ~DeafServer() { ::close(m_fd); }
-    DeafServer(const DeafServer&) = delete;
-    DeafServer& operator=(const DeafServer&) = delete;
     uint16_t port = 0;
-
-  private:
-    int m_fd;
 };
 
+// Counts in its server how often it was released.
 class TestNode : public PlayerNode {
   public:
+    explicit TestNode(std::atomic<long>& releases) : m_releases(releases) {}
     // Every incarnation was reported closed exactly once, and nothing came behind a close.
     ~TestNode() override {
         EXPECT_EQ(closed, initialized);
         EXPECT_EQ(afterClose, 0);
     }
     void Initialize() override { ++initialized; }
-    void Release() override { ++released; }
-    std::atomic<int> initialized{0}, released{0}, closed{0}, afterClose{0};
+    void Release() override { ++m_releases; }
+    std::atomic<int> initialized{0}, closed{0}, afterClose{0};
+
+  private:
+    std::atomic<long>& m_releases;
 };
 
 // What the framework counts, from the first call on.
@@ -216,10 +227,11 @@ inline bool WakeupUnderTest() {
 
 inline constexpr uint16_t kFlood = 1000;
 
-struct ServerLimits {
+struct ServerOptions {
     unsigned long recv = 0, send = 0, interval = ~0UL, timeout = ~0UL;
+    bool standard = false;  // WebSocket as libraries speak it
 };
-inline constexpr ServerLimits kNoLimits{};
+inline constexpr ServerOptions kDefaults{};
 
 // Echoes by default; counts every callback.
 class TestServer : public GameProvider {
@@ -228,11 +240,12 @@ class TestServer : public GameProvider {
 
     TestServer() = default;
     // Listens at once.
-    explicit TestServer(const ServerLimits& limits) { Listen(limits); }
+    explicit TestServer(const ServerOptions& options) { Listen(options); }
     ~TestServer() override { Shutdown(); }
-    void Listen(const ServerLimits& limits = kNoLimits) {
+    void Listen(const ServerOptions& with = kDefaults) {
         SetWakeup(WakeupUnderTest());
-        ASSERT_TRUE(Initialize(limits.recv, limits.send, limits.interval, limits.timeout, 0, 0, 0));
+        SetWebSocket(with.standard);
+        ASSERT_TRUE(Initialize(with.recv, with.send, with.interval, with.timeout, 0, 0, 0));
         // All ones, as from a limit of -1, is no limit.
         IPlayerNode* listener = Create(true, "127.0.0.1", 0, 0, ~0UL, 2, 1, 6);
         ASSERT_NE(listener, nullptr);
@@ -246,15 +259,8 @@ class TestServer : public GameProvider {
     bool AwaitClosed(long count) {
         return Eventually([&] { return closes == count; });
     }
-    bool AwaitReleased(int count) {
-        return Eventually([&] { return Released() == count; });
-    }
-    int Released() {
-        const std::lock_guard guard(lock);
-        int sum = 0;
-        for (TestNode* node : nodes)
-            sum += node->released;
-        return sum;
+    bool AwaitReleased(long count) {
+        return Eventually([&] { return releases == count; });
     }
 
     long Start() override { return 0; }
@@ -268,17 +274,15 @@ class TestServer : public GameProvider {
     }
     void OnClosed(IPlayerNode* node, bool flag) override {
         ++static_cast<TestNode*>(node)->closed;
-        ++closes;
         lastFlag = flag;
+        ++closes;
         GameProvider::OnClosed(node, flag);
     }
-    void OnTimer(long) override { ++ticks; }
-    IPlayerNode* OnCreatePlayer() override {
-        auto* node = new TestNode;
-        const std::lock_guard guard(lock);
-        nodes.push_back(node);
-        return node;
+    void OnTimer(long) override {
+        worker = ::pthread_self();
+        ++ticks;
     }
+    IPlayerNode* OnCreatePlayer() override { return new TestNode(releases); }
     // Largest messages, each full of its number, as many as wanted and the ring takes.
     void Flood(IPlayerNode* node) {
         int queued = 0;
@@ -292,8 +296,7 @@ class TestServer : public GameProvider {
     OnMessage onMessage;  // set before Listen, as the next
     int flood = 1 << 20;
     uint16_t port = 0;
-    std::atomic<long> messages{0}, closes{0}, ticks{0}, flooded{-1};
+    std::atomic<long> messages{0}, closes{0}, releases{0}, ticks{0}, flooded{-1};
     std::atomic<bool> lastFlag{false};
-    std::mutex lock;
-    std::vector<TestNode*> nodes;
+    std::atomic<pthread_t> worker{};
 };
