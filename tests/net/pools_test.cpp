@@ -9,10 +9,8 @@ struct Item {
     Item* __p_next;
 };
 
-using Queue = std::unique_ptr<NodeManager<Item>>;
-
-Queue MakeQueue(long kind, unsigned long capacity) {
-    return Queue(NodeManager<Item>::CreateInstance(kind, capacity));
+auto MakeQueue(long kind, unsigned long capacity) {
+    return std::unique_ptr<NodeManager<Item>>(NodeManager<Item>::CreateInstance(kind, capacity));
 }
 
 // Puts the next numbers in, from 0 on, and takes some out.
@@ -49,7 +47,7 @@ TEST(NodeQueues, HandOutInOrderWhatTheyKeep) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const Queue queue = MakeQueue(row.kind, row.capacity);
+        const auto queue = MakeQueue(row.kind, row.capacity);
         std::array<Item, 20> items;
         std::vector<Item*> nodes;
         for (Item& item : items)
@@ -71,7 +69,7 @@ TEST(NodeQueues, HandOutInOrderWhatTheyKeep) {
 TEST(NodeQueues, RefuseAndReport) {
     Item item, other, *in[] = {&item}, *more[] = {&other}, *out[1] = {};
     for (const long kind : {NODE_RING, NODE_LINK, NODE_ROUND}) {
-        const Queue queue = MakeQueue(kind, 4);
+        const auto queue = MakeQueue(kind, 4);
         EXPECT_EQ(0u, queue->SetNode(nullptr, 1));
         EXPECT_EQ(0u, queue->SetNode(in, 0));
         EXPECT_EQ(0u, queue->GetNode(out, 1));

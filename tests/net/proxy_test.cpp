@@ -155,10 +155,9 @@ void ExpectVisits(const char* trusted, ProxyTrust::Header mode, const std::vecto
         auto client = web ? std::make_unique<WebClient>(server.port, 0, send)
                           : std::make_unique<Client>(server.port);
         if (!web) send(*client);
-        const std::string own = AddressOf(client->Local());
         const std::string answer = client->Ask(Message(1));
         EXPECT_EQ(answer.substr(std::min<size_t>(8, answer.size())),
-                  visit.address == kOwn ? own : visit.address);
+                  visit.address == kOwn ? AddressOf(client->Local()) : visit.address);
         EXPECT_TRUE(!visit.address.empty() || client->AtEnd());
         client.reset();
         ASSERT_TRUE(server.AwaitReleased(++count));

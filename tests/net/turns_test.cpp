@@ -18,9 +18,8 @@ class Pupil {
         const std::unique_ptr<Client> client =
             m_bWeb ? std::make_unique<WebClient>(m_port) : std::make_unique<Client>(m_port);
         for (unsigned burst = m_random() % 8; burst > 0; --burst) {
-            const unsigned count = 1 + m_random() % 12;
             const unsigned first = m_ulNext;
-            for (unsigned i = 0; i < count; ++i)
+            for (unsigned count = 1 + m_random() % 12; count > 0; --count)
                 client->SendMessage(Numbered(m_ulNext++));
             for (unsigned i = first; i < m_ulNext; ++i) {
                 if (client->ReadMessage() != Numbered(i)) return std::to_string(i);
