@@ -7,9 +7,7 @@
 
 namespace {
 
-unsigned int FirstChar(const char* key) {
-    return static_cast<unsigned char>(key[0]);
-}
+constexpr auto FirstChar = [](const char* key) { return static_cast<unsigned int>(*key); };
 
 RedisNode Node(const RedisServer& server, const char* passwd = "", unsigned int poolsize = 4) {
     return {0, "127.0.0.1", static_cast<unsigned int>(server.Port()), passwd, poolsize, 2, 0};
@@ -53,7 +51,7 @@ TEST_F(RedisPoolTest, CommandsReportWhatTheServerDid) {
     EXPECT_TRUE(Exists());
     server.Command("EXPIRE k 5");
     EXPECT_TRUE(Set("k", 100));
-    EXPECT_EQ(server.Command("TTL k"), ":100");
+    EXPECT_EQ(server.Command("TTL k"), "100");
     EXPECT_TRUE(Del());
     EXPECT_FALSE(Del());
     EXPECT_FALSE(Set("k", 0));
@@ -68,9 +66,8 @@ TEST_F(RedisPoolTest, RoutingRefusesWhatIsNotThere) {
     EXPECT_FALSE(client.Init(129));
     ASSERT_TRUE(Connect(Node(server)));
     EXPECT_FALSE(client.Init(2));
-    for (const unsigned int type : {1U, 2U, 128U, 129U, ~0U}) {
+    for (const unsigned int type : {1U, 2U, 128U, 129U, ~0U})
         EXPECT_FALSE(index.CreateDBIndex("k", FirstChar, type)) << type;
-    }
     EXPECT_FALSE(index.CreateDBIndex("k", nullptr, 0));
     EXPECT_FALSE(client.exists(index, "k"));
     EXPECT_EQ(index.GetErrInfo(), "get connection error");
@@ -92,7 +89,7 @@ TEST_F(RedisPoolTest, KeysSpreadOverSlicesAndReadsOverSlaves) {
     EXPECT_TRUE(Set("c"));
     EXPECT_TRUE(Set("a"));
     EXPECT_FALSE(Set("b"));
-    EXPECT_EQ(server.Command("KEYS *"), "*1");
+    EXPECT_EQ(server.Command("DBSIZE"), "1");
     EXPECT_EQ(server.Command("GET c"), "1");
     EXPECT_EQ(second.Command("GET a"), "1");
 

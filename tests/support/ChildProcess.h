@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Files.h"
+#include "Waiting.h"
 
 // Owns the process and the directory, where its "stdout" and "stderr" are kept.
 // Thread: the test's main thread, for the process ends with the thread that started it.
@@ -34,23 +35,22 @@ class ChildProcess {
             arguments.push_back(const_cast<char*>(argument.c_str()));
         arguments.push_back(nullptr);
         // What an earlier process wrote would be taken for this one's.
-        const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        const int out = Create("stdout"), err = Create("stderr");
+        const int files[] = {open("/dev/null", O_RDONLY | O_CLOEXEC), Create("stdout"),
+                             Create("stderr")};
         const pid_t parent = getpid();
         m_status.reset();
         m_pid = fork();
         if (m_pid == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (getppid() != parent) _exit(1);
-            dup2(in, STDIN_FILENO);
-            dup2(out, STDOUT_FILENO);
-            dup2(err, STDERR_FILENO);
+            for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                dup2(files[fd], fd);
             // Sockets of the test would outlive it in the program.
             close_range(STDERR_FILENO + 1, ~0u, 0);
             execvp(arguments[0], arguments.data());
             _exit(127);
         }
-        for (const int fd : {in, out, err})
+        for (const int fd : files)
             close(fd);
     }
     void Signal(int signal) const {
@@ -70,8 +70,12 @@ class ChildProcess {
         }
         return m_pid <= 0;
     }
-    // Of a process that ended by itself.
-    std::optional<int> Status() const { return m_status; }
+    // Its exit status, -1 when a signal ended it; nothing when it is still there after `seconds`.
+    std::optional<int> AwaitEnd(double seconds = 10) {
+        Eventually([&] { return Ended(); }, seconds);
+        if (!m_status) return {};
+        return WIFEXITED(*m_status) ? WEXITSTATUS(*m_status) : -1;
+    }
 
   private:
     int Create(const char* name) const {
@@ -80,5 +84,18 @@ class ChildProcess {
 
     TempFolder m_directory;
     pid_t m_pid = -1;
-    std::optional<int> m_status;
+    std::optional<int> m_status;  // as waitpid has it
 };
+
+struct Ended {
+    std::optional<int> status;
+    std::string output;  // both of its outputs
+};
+
+// A shell's command.
+inline Ended Shell(const std::string& command) {
+    ChildProcess shell;
+    shell.Start({"sh", "-c", "exec 2>&1; " + command});
+    const auto status = shell.AwaitEnd(60);
+    return {status, shell.Said("stdout")};
+}

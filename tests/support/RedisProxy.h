@@ -10,12 +10,11 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
-#include <deque>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "Waiting.h"
 
 // Answers keep their order and do not wait for one another: each is late by the delay of the moment
 // it came. Requests are handed on at once. Runs on a thread of its own. Thread: any.
@@ -55,7 +54,7 @@ class RedisProxy {
   private:
     struct Pair : std::enable_shared_from_this<Pair> {
         Pair(RedisProxy& owner, tcp::socket socket)
-            : proxy(owner), lobby(std::move(socket)), redis(owner.m_io), timer(owner.m_io) {}
+            : proxy(owner), lobby(std::move(socket)), redis(owner.m_io) {}
 
         void Start() {
             boost::system::error_code failed;
@@ -76,41 +75,29 @@ class RedisProxy {
         void Answers() {
             const auto keep = [this, self = shared_from_this()](auto error, size_t size) {
                 if (error) return End(false);
-                late.emplace_back(Clock::now() + proxy.m_delay.load(),
-                                  std::string(down.data(), size));
-                if (late.size() == 1) HandOn();
+                // Timers of the same moment would go off in any order.
+                due = std::max(due + Clock::duration(1), Clock::now() + proxy.m_delay.load());
+                const auto timer = std::make_shared<boost::asio::steady_timer>(proxy.m_io, due);
+                timer->async_wait([self, timer, text = std::string(down.data(), size)](auto) {
+                    boost::system::error_code gone;
+                    boost::asio::write(self->lobby, boost::asio::buffer(text), gone);
+                });
                 Answers();
             };
             redis.async_read_some(boost::asio::buffer(down), keep);
-        }
-        void HandOn() {
-            while (!late.empty() && late.front().first <= Clock::now()) {
-                boost::system::error_code error;
-                boost::asio::write(lobby, boost::asio::buffer(late.front().second), error);
-                late.pop_front();
-                if (error) return End(false);
-            }
-            if (late.empty()) return;
-            timer.expires_at(late.front().first);
-            timer.async_wait([this, self = shared_from_this()](auto error) {
-                if (!error) HandOn();
-            });
         }
         void End(bool reset) {
             boost::system::error_code ignored;
             if (reset) lobby.set_option(boost::asio::socket_base::linger(true, 0), ignored);
             lobby.close(ignored);
             redis.close(ignored);
-            timer.cancel();
-            late.clear();
         }
 
         using Clock = std::chrono::steady_clock;
         RedisProxy& proxy;
         tcp::socket lobby, redis;
-        boost::asio::steady_timer timer;
         std::array<char, 16384> up, down;
-        std::deque<std::pair<Clock::time_point, std::string>> late;
+        Clock::time_point due;  // of the last answer
     };
 
     void Accept() {
@@ -129,7 +116,7 @@ class RedisProxy {
     boost::asio::io_context m_io{1};
     tcp::endpoint m_redis;
     tcp::acceptor m_acceptor;
-    std::atomic<std::chrono::microseconds> m_delay{std::chrono::microseconds(0)};
+    std::atomic<std::chrono::microseconds> m_delay{0us};
     std::vector<std::shared_ptr<Pair>> m_pairs;
     std::jthread m_thread;
 };

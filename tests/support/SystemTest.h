@@ -19,12 +19,6 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using wire::Message;
 
-// As the sample has it; ctest runs some cases with the other value, too.
-inline std::string WakeupUnderTest() {
-    const char* value = std::getenv("LOBBY_TEST_WAKEUP");
-    return value != nullptr ? value : "1";
-}
-
 // Everything runs on free loopback ports. The simulator has a thread of its own; its world may be
 // looked at through platform.Do only.
 class SystemTest : public testing::Test {
@@ -37,46 +31,50 @@ class SystemTest : public testing::Test {
         });
         platform.OpenAll();
         platform.Start();
+        config = Settings();
+        RaiseDescriptorLimit();
     }
     ~SystemTest() override { platform.Stop(); }
     // A lobby that still serves must end in order; sanitizers report through its status.
     void TearDown() override {
         if (port == 0 || lobby.Ended()) return;
         lobby.Terminate();
-        const auto status = lobby.AwaitEnd(10);
-        EXPECT_TRUE(status && *status == 0) << status.value_or(-2) << "\n" << lobby.Errors();
+        EXPECT_EQ(lobby.AwaitEnd(), 0) << lobby.Errors();
     }
 
     LobbySettings Settings() {
-        LobbySettings settings;
-        settings["network"] = {{"interval", "20"},
-                               {"timeout", "120"},
-                               {"MAX_SEND_COUNT", "8192"},
-                               {"MAX_RECV_COUNT", "8192"},
-                               {"wakeup", WakeupUnderTest()}};
-        settings["init"] = {{"sendbulletintime", "1"}};
+        // As the sample has it; ctest runs some cases with the other value, too.
+        const char* const wakeup = std::getenv("LOBBY_TEST_WAKEUP");
+        LobbySettings settings = {{"network",
+                                   {{"interval", "20"},
+                                    {"timeout", "120"},
+                                    {"MAX_SEND_COUNT", "8192"},
+                                    {"MAX_RECV_COUNT", "8192"},
+                                    {"wakeup", wakeup != nullptr ? wakeup : "1"}}},
+                                  {"init", {{"sendbulletintime", "1"}}},
+                                  {"listen", {{"maxconnection", "4900"}}},
+                                  {"Redis", {{"redis_server", redis.Address()}, {"timeout", "1"}}},
+                                  {"log", {{"level", "ALL"}}}};
         for (const ServerKind kind : sim::ALL_SERVERS) {
             const std::string name = kind == ServerKind::Web ? "bulletin" : NameOf(kind);
-            settings["connect"][name + "_server"] =
-                "127.0.0.1:" + std::to_string(platform.Port(kind));
+            settings["connect"][name + "_server"] = Loopback(platform.Port(kind));
         }
-        settings["listen"] = {{"maxconnection", "4900"}};
-        settings["Redis"] = {{"redis_server", redis.Address()}, {"timeout", "1"}};
-        settings["log"] = {{"level", "ALL"}};
         return settings;
     }
-    // Starts a lobby on a free port, again when somebody took that port meanwhile; the port.
-    uint16_t Serve(LobbyProcess& process, LobbySettings settings) {
+    static std::string Loopback(int port) { return "127.0.0.1:" + std::to_string(port); }
+    // Starts a lobby with `config` on a free port, again when somebody took that port meanwhile;
+    // the port.
+    uint16_t Serve(LobbyProcess& process) {
         for (int attempt = 0; attempt < 5; ++attempt) {
             const int free = RedisServer::FreePort();
-            settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(free);
-            process.Configure(settings);
+            config["listen"]["addr"] = Loopback(free);
+            process.Configure(config);
             process.Start();
             if (process.AwaitServing()) return static_cast<uint16_t>(free);
         }
         throw std::runtime_error("the lobby does not start:\n" + process.Output());
     }
-    void Serve() { port = Serve(lobby, Settings()); }
+    void Serve() { port = Serve(lobby); }
 
     static milliseconds Patience() { return seconds(10 * SLOWER); }
     std::unique_ptr<Player> Connect(int32_t user, uint16_t lobbyPort = 0,
@@ -89,6 +87,17 @@ class SystemTest : public testing::Test {
         const int code = player->Login().ucErrNo;
         if (code != 0) throw std::runtime_error("login refused: " + std::to_string(code));
         return player;
+    }
+    // These users, all at once; each is answered.
+    std::vector<std::unique_ptr<Player>> LogIn(int32_t first, int count) {
+        std::vector<std::unique_ptr<Player>> players;
+        for (int i = 0; i < count; ++i) {
+            players.push_back(Connect(first + i));
+            players.back()->SendLogin();
+        }
+        for (auto& player : players)
+            EXPECT_EQ(player->Await(LOBBY_AUTHEN_RES_S2C).As<LobbyAuthenRes>().ucErrNo, 0);
+        return players;
     }
 
     // The n-th message of that type a server got from any lobby, waiting for it.
@@ -122,6 +131,7 @@ class SystemTest : public testing::Test {
 
     RedisServer redis;
     sim::Platform platform;
+    LobbySettings config;  // of the lobbies that are started
     LobbyProcess lobby;
     uint16_t port = 0;
 

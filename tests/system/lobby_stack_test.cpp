@@ -16,19 +16,16 @@ class LobbyStack : public SystemTest {
     LobbyStack() {
         std::signal(SIGPIPE, SIG_IGN);
         InitializeLog("no configuration", "lobby_stack_test.log");  // level ALL
-        m_before = std::filesystem::current_path();
         std::filesystem::current_path(lobby.Directory());
     }
-    ~LobbyStack() override { std::filesystem::current_path(m_before); }
 
     // The lobby of this process, on a free port.
     void ServeHere() {
-        LobbySettings settings = Settings();
         port = static_cast<uint16_t>(RedisServer::FreePort());
-        settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
-        settings["listen"]["trusted_proxies"] = "127.0.0.1";
-        settings["listen"]["proxy_protocol"] = "2";
-        lobby.Configure(settings);
+        config["listen"]["addr"] = Loopback(port);
+        config["listen"]["trusted_proxies"] = "127.0.0.1";
+        config["listen"]["proxy_protocol"] = "2";
+        lobby.Configure(config);
         m_lobby = std::make_unique<LobbyServer>();
         ASSERT_EQ(m_lobby->Start(), 0);
     }
@@ -74,10 +71,8 @@ class LobbyStack : public SystemTest {
         }
     }
 
+    const WorkingFolder m_back;  // to where the test was
     std::unique_ptr<LobbyServer> m_lobby;
-
-  private:
-    std::filesystem::path m_before;
 };
 
 }  // namespace
@@ -100,15 +95,14 @@ TEST_F(LobbyStack, KeepsThreeKilobytesToSpare) {
     for (const ServerKind kind : sim::ALL_SERVERS)
         Push(std::string("drop ") + sim::NameOf(kind) + " 0");
     m_lobby.reset();
-    size_t threads = 0;
-    for (const ThreadStack::Mark& mark : ThreadStack::Report()) {
+    const auto marks = ThreadStack::Report();
+    for (const ThreadStack::Mark& mark : marks) {
         std::printf("%-8s %zu of %zu bytes\n", mark.name.c_str(), mark.used, mark.size);
-        ++threads;
 #ifdef NDEBUG  // the library is optimised
         EXPECT_GE(mark.size - mark.used, 3u * 1024) << mark.name;
 #endif
     }
 #ifndef LOBBY_SANITIZED
-    EXPECT_GE(threads, 4u);  // worker, poll, send, keeper
+    EXPECT_GE(marks.size(), 4u);  // worker, poll, send, keeper
 #endif
 }

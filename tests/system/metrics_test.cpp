@@ -6,8 +6,6 @@
 #include <regex>
 #include <set>
 
-#include <boost/asio/ip/tcp.hpp>
-
 #include "SystemTest.h"
 
 namespace {
@@ -15,13 +13,9 @@ namespace {
 using Names = std::set<std::string>;
 
 // The first group of every match in the text.
-std::vector<std::string> Matches(const std::string& text, const char* pattern) {
+Names Matches(const std::string& text, const char* pattern) {
     const std::regex expression(pattern, std::regex::ECMAScript | std::regex::multiline);
     return {std::sregex_token_iterator(text.begin(), text.end(), expression, 1), {}};
-}
-Names NamesOf(const std::string& text, const char* pattern) {
-    const auto found = Matches(text, pattern);
-    return {found.begin(), found.end()};
 }
 
 // One scrape: samples by "name{labels}".
@@ -34,20 +28,14 @@ struct Scrape {
     }
 };
 
-std::string MessagesOf(const char* peer, const char* direction, const char* type) {
-    return std::string("lobby_messages_total{peer=\"") + peer + "\",direction=\"" + direction +
-           "\",type=\"" + type + "\"}";
-}
-
 }  // namespace
 
 class MetricsTest : public SystemTest {
   protected:
     void ServeWithMetrics(const std::string& addr = "127.0.0.1:0") {
-        LobbySettings settings = Settings();
-        settings["metrics"]["addr"] = addr;
-        settings["log"]["level"] = "DEBUG";
-        port = Serve(lobby, settings);
+        config["metrics"]["addr"] = addr;
+        config["log"]["level"] = "DEBUG";
+        Serve();
     }
     // The lobby logs the port the system chose for it.
     uint16_t MetricsPort() const {
@@ -81,14 +69,17 @@ class MetricsTest : public SystemTest {
 
 TEST_F(MetricsTest, WithoutAnAddressThatCanBeUsedThereIsNoThreadAndTheLobbyServes) {
     for (const std::string addr : {"", "no host:9109", "127.0.0.1:0"}) {
+        SCOPED_TRACE(addr);
         ServeWithMetrics(addr);
         EXPECT_EQ(lobby.LogHas("no metrics !"), addr == "no host:9109");
         EXPECT_EQ(Has(lobby.Errors(), "section [metrics], key \"addr\""), addr == "no host:9109");
         EXPECT_EQ(lobby.LogHas("metrics"), addr != "");
-        EXPECT_EQ(HttpThreads() > 0, addr == "127.0.0.1:0");
+        // A thread takes its name itself, when it runs.
+        EXPECT_TRUE(addr == "127.0.0.1:0" ? Eventually([&] { return HttpThreads() > 0; })
+                                          : HttpThreads() == 0);
         EXPECT_NO_THROW(LoggedIn(10001));
         lobby.Terminate();
-        EXPECT_EQ(lobby.AwaitEnd(10), 0);
+        EXPECT_EQ(lobby.AwaitEnd(), 0);
     }
 }
 
@@ -119,22 +110,19 @@ TEST_F(MetricsTest, HealthAndThePortThatWasTaken) {
     EXPECT_EQ(http.Post("/")->status, 405);
     EXPECT_EQ(http.Get("/../etc/passwd")->status, 404);
     auto player = Connect(10002);
-    kill(lobby.Pid(), SIGUSR1);
+    lobby.Signal(SIGUSR1);
     EXPECT_TRUE(says("\"draining\":true"));
     EXPECT_EQ(health().substr(0, 3), "503");
     player.reset();
-    EXPECT_EQ(lobby.AwaitEnd(10), 0);
+    EXPECT_EQ(lobby.AwaitEnd(), 0);
 }
 
 // Two of them were enough to keep it from answering for seconds, and 200 for minutes.
 TEST_F(MetricsTest, SilentConnectionsHoldItUpForSecondsOnly) {
     ServeWithMetrics();
-    using boost::asio::ip::tcp;
-    boost::asio::io_context io;
-    std::deque<tcp::socket> silent;
-    const tcp::endpoint at(boost::asio::ip::address_v4::loopback(), MetricsPort());
-    for (int i = 0; i < 200; ++i)
-        silent.emplace_back(io).connect(at);
+    std::vector<std::unique_ptr<Player>> silent;
+    while (silent.size() < 200)
+        silent.push_back(Connect(1, MetricsPort()));
     httplib::Client http("127.0.0.1", MetricsPort());
     http.set_read_timeout(10 * SLOWER);  // as long as a scraper waits
     const auto answer = http.Get("/metrics");
@@ -159,71 +147,69 @@ TEST_F(MetricsTest, RefusalsClosesKicksAndLinksAreCounted) {
     auto faulty = LoggedIn(10002);
     faulty->Line().SendRaw(wire::Bytes(8));
     EXPECT_TRUE(Closed(*faulty));
-    EXPECT_EQ(Get()["lobby_link_up{link=\"queue\"}"], 1);
+    EXPECT_EQ(Get()[R"(lobby_link_up{link="queue"})"], 1);
     platform.Do([&] { platform.Server(ServerKind::Queue).Drop({}); });
-    GetWhen("lobby_link_up{link=\"queue\"}", 0);
+    GetWhen(R"(lobby_link_up{link="queue"})", 0);
     platform.Do([&] { platform.Server(ServerKind::Queue).Resume(); });
-    GetWhen("lobby_link_up{link=\"queue\"}", 1);
+    GetWhen(R"(lobby_link_up{link="queue"})", 1);
     const Scrape scrape = GetWhen("lobby_sessions", 1);
 
     const std::pair<std::string, double> expected[] = {
-        {"lobby_refused_total{reason=\"disabled_user\"}", 1},
-        {"lobby_refused_total{reason=\"unknown_type\"}", 1},
-        {"lobby_refused_total{reason=\"maintenance\"}", 0},
-        {"lobby_logins_total{result=\"0\"}", 3},
-        {"lobby_logins_total{result=\"2\"}", 1},
+        {R"(lobby_refused_total{reason="disabled_user"})", 1},
+        {R"(lobby_refused_total{reason="unknown_type"})", 1},
+        {R"(lobby_refused_total{reason="maintenance"})", 0},
+        {R"(lobby_logins_total{result="0"})", 3},
+        {R"(lobby_logins_total{result="2"})", 1},
         {"lobby_kickouts_total", 1},
-        {"lobby_throttled_total{type=\"0x00D3\"}", 1},
-        {"lobby_forced_closes_total{reason=\"bad_message\"}", 1},
-        {"lobby_forced_closes_total{reason=\"send_ring\"}", 0},
+        {R"(lobby_throttled_total{type="0x00D3"})", 1},
+        {R"(lobby_forced_closes_total{reason="bad_message"})", 1},
+        {R"(lobby_forced_closes_total{reason="send_ring"})", 0},
         {"lobby_websocket_upgrades_total", 1},
-        {"lobby_link_reconnects_total{link=\"queue\"}", 1},
-        {"lobby_link_drops_total{link=\"queue\"}", 1},
-        {"lobby_link_reconnects_total{link=\"center\"}", 0},
-        {"lobby_redis_errors_total{reason=\"no_reply\"}", 0},
+        {R"(lobby_link_reconnects_total{link="queue"})", 1},
+        {R"(lobby_link_drops_total{link="queue"})", 1},
+        {R"(lobby_link_reconnects_total{link="center"})", 0},
+        {R"(lobby_redis_errors_total{reason="no_reply"})", 0},
         {"lobby_connections", 1},
         {"lobby_sessions", 1},
         // Its number is the sender's invention: it gets no series of its own.
-        {MessagesOf("client", "in", "other"), 1},
+        {R"(lobby_messages_total{peer="client",direction="in",type="other"})", 1},
         {"lobby_accepted_connections_total", 5},
-        {MessagesOf("client", "in", "0x00A1"), 5},
-        {MessagesOf("backend", "out", "0xA001"), 4},
-        {MessagesOf("client", "out", "0x00A6"), 4},
-        {MessagesOf("client", "out", "0xF0F1"), 1},
+        {R"(lobby_messages_total{peer="client",direction="in",type="0x00A1"})", 5},
+        {R"(lobby_messages_total{peer="backend",direction="out",type="0xA001"})", 4},
+        {R"(lobby_messages_total{peer="client",direction="out",type="0x00A6"})", 4},
+        {R"(lobby_messages_total{peer="client",direction="out",type="0xF0F1"})", 1},
     };
     for (const auto& [sample, value] : expected)
         EXPECT_EQ(scrape[sample], value) << sample;
     EXPECT_GT(scrape["lobby_worker_pass_seconds_sum"], 0);
     EXPECT_GE(scrape["lobby_redis_command_seconds_count"], 7);
-    EXPECT_LE(scrape["lobby_buffers{pool=\"send\",state=\"in_use\"}"], 70);
+    EXPECT_LE(scrape[R"(lobby_buffers{pool="send",state="in_use"})"], 70);
     GetWhen("lobby_receive_queue_depth", 0);
     GetWhen("lobby_send_queue_depth", 0);
-    GetWhen("lobby_buffers{pool=\"receive\",state=\"in_use\"}", 0);
+    GetWhen(R"(lobby_buffers{pool="receive",state="in_use"})", 0);
 
     redis.Stop();
     EXPECT_EQ(LoggedIn(10003)->UserId(), 10003);
-    EXPECT_GE(Get()["lobby_redis_errors_total{reason=\"no_connection\"}"], 1);
+    EXPECT_GE(Get()[R"(lobby_redis_errors_total{reason="no_connection"})"], 1);
 }
 
 TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
     ServeWithMetrics();
     const std::string served = Get().text;
-    const Names samples = NamesOf(served, "^([a-z_]+)[{ ]");
-    const std::string source = PROJECT_SOURCE_DIR;
+    const Names samples = Matches(served, "^([a-z_]+)[{ ]");
 
-    std::string document = ReadFile(source + "/docs/metrics.md");
+    std::string document = ReadFile(PROJECT_SOURCE_DIR "/docs/metrics.md");
     document.erase(document.find("\n## "));
     // The tables' first cells, where such a cell is nothing but a name.
-    EXPECT_EQ(NamesOf(document, "^\\| `([a-z_]+)` \\|"), NamesOf(served, "^# TYPE ([a-z_]+)"));
+    EXPECT_EQ(Matches(document, "^\\| `([a-z_]+)` \\|"), Matches(served, "^# TYPE ([a-z_]+)"));
 
-    const std::string dashboard = ReadFile(source + "/deploy/grafana/lobby.json");
+    const std::string dashboard = ReadFile(PROJECT_SOURCE_DIR "/deploy/grafana/lobby.json");
     cJSON* const json = cJSON_Parse(dashboard.c_str());
     EXPECT_TRUE(json) << cJSON_GetErrorPtr();
     cJSON_Delete(json);
     auto expressions = Matches(dashboard, "\"expr\": *\"((?:[^\"\\\\]|\\\\.)*)\"");
-    for (const std::string& rule : Matches(ReadFile(source + "/deploy/prometheus/lobby-alerts.yml"),
-                                           "expr: (.*[a-z]_[a-z].*)"))
-        expressions.push_back(rule);
+    expressions.merge(Matches(ReadFile(PROJECT_SOURCE_DIR "/deploy/prometheus/lobby-alerts.yml"),
+                              "expr: (.*[a-z]_[a-z].*)"));
     EXPECT_GT(expressions.size(), 10u);
     for (const std::string& expression : expressions) {
         const auto names = Matches(expression, "\\b((?:lobby|process)_[a-z_]+)");
@@ -231,5 +217,5 @@ TEST_F(MetricsTest, DocumentAndDashboardNameWhatIsServed) {
         for (const std::string& name : names)
             EXPECT_TRUE(samples.contains(name)) << expression;
     }
-    EXPECT_EQ(NamesOf(dashboard, "\"uid\": *\"([^\"]*)\""), (Names{"lobby", "${datasource}"}));
+    EXPECT_EQ(Matches(dashboard, "\"uid\": *\"([^\"]*)\""), (Names{"lobby", "${datasource}"}));
 }

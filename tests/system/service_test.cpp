@@ -1,12 +1,9 @@
 // The lobby as a service: what it is asked on the command line and by signals, what it tells its
-// supervisor, and an upgrade that nobody notices.
+// supervisor, starts that fail, and an upgrade that nobody notices.
 #include <gmock/gmock.h>
-
-#include <thread>
 
 #include <boost/asio/local/datagram_protocol.hpp>
 
-#include "Shell.h"
 #include "SystemTest.h"
 
 using testing::AllOf;
@@ -55,16 +52,14 @@ class ServiceTest : public SystemTest {
         lobby.Write("SensitiveName.cfg", "[config]\nSensitiveName=admin\n");
         lobby.Write("compete_info.cfg", "[compete_info]\nday_user_num=64,8\n");
     }
-    // SIGHUP, and the log's words on it, the last of which are about LobbyServer.cfg.
+    // What the log says on a SIGHUP, the last of which is about LobbyServer.cfg.
     std::string Reload() {
+        lobby.Configure(config);
         const size_t before = lobby.Output().size();
-        kill(lobby.Pid(), SIGHUP);
-        std::string said;
-        Eventually([&] {
-            said = lobby.Output().substr(before);
-            return said.find("'LobbyServer.cfg': ") != std::string::npos;
-        });
-        return said;
+        const auto said = [&] { return lobby.Output().substr(before); };
+        lobby.Signal(SIGHUP);
+        Eventually([&] { return Has(said(), "'LobbyServer.cfg': "); });
+        return said();
     }
     bool IsLetIn(int32_t user) {
         try {
@@ -77,9 +72,8 @@ class ServiceTest : public SystemTest {
 
 TEST_F(ServiceTest, TheCommandLineAnswersAndRefuses) {
     WriteFiles();
-    LobbySettings settings = Settings();
-    settings["listen"]["addr"] = "127.0.0.1:9100";
-    lobby.Configure(settings);
+    config["listen"]["addr"] = "127.0.0.1:9100";
+    lobby.Configure(config);
     const std::string directory = lobby.Directory();
     const struct {
         std::string arguments;
@@ -102,34 +96,52 @@ TEST_F(ServiceTest, TheCommandLineAnswersAndRefuses) {
     EXPECT_FALSE(std::filesystem::exists(lobby.Directory() / "log"));
 }
 
-// A restart helps a lobby whose back-end is away, and not one whose configuration is wrong. Without
-// a supervisor the status is 0, whatever the fault.
-TEST_F(ServiceTest, OnlyTheConfigurationsFaultEndsARestartLoop) {
-    const Supervisor supervisor;
-    for (const std::string center : {"", "127.0.0.1:1"}) {
-        LobbySettings settings = Settings();
-        settings["listen"]["addr"] = "127.0.0.1:9100";
-        settings["connect"]["center_server"] = center;
-        settings["log"]["level"] = "ERROR";
-        lobby.Configure(settings);
-        lobby.Start();
-        EXPECT_EQ(lobby.AwaitEnd(10), center.empty() ? 1 : 0) << center;
-        EXPECT_TRUE(lobby.LogHas("LobbyServer version[4."));
-        EXPECT_TRUE(lobby.LogHas("/LobbyServer.cfg]"));
+// A restart helps a lobby whose back-end is away, and not one whose configuration is wrong: the
+// status tells a supervisor. Without one it is 0, whatever the fault.
+TEST_F(ServiceTest, AStartThatFailsSaysWhyAndEndsInOrder) {
+    const std::string taken = Loopback(platform.Port(ServerKind::Log));
+    const struct {
+        int status;
+        std::string section, key, value, said, logged;
+    } faults[] = {
+        {0, "listen", "addr", "no-such.invalid:7", "the name cannot be resolved\n",
+         "Create() error"},
+        {0, "listen", "addr", taken, "Address already in use",
+         "GameProvider::Create() error, host[127.0.0.1]"},
+        {0, "connect", "queue_server", "no-such.invalid:7",
+         "cannot connect to no-such.invalid:7 (the name cannot be resolved)\n", "Create() error"},
+        {0, "connect", "center_server", "127.0.0.1:1", "cannot connect to", "Create() error"},
+        {1, "connect", "center_server", "", "missing", "'center_server' error !"},
+        {1, "connect", "log_server", ":80", "not of the form", "'log_server' error !"}};
+    for (const auto& fault : faults) {
+        config = Settings();
+        config["listen"]["addr"] = Loopback(RedisServer::FreePort());
+        config[fault.section][fault.key] = fault.value;
+        for (const bool supervised : {false, true}) {
+            SCOPED_TRACE(testing::Message() << fault.key << "=" << fault.value << supervised);
+            std::optional<Supervisor> supervisor;
+            if (supervised) supervisor.emplace();
+            config["log"]["level"] = supervised ? "ERROR" : "ALL";
+            lobby.Configure(config);
+            lobby.Start();
+            EXPECT_EQ(lobby.AwaitEnd(20), supervised ? fault.status : 0);
+            EXPECT_THAT(lobby.Output(),
+                        AllOf(HasSubstr("LobbyServer version[4."), HasSubstr("/LobbyServer.cfg]"),
+                              HasSubstr(fault.logged)));
+            EXPECT_EQ(lobby.LogHas("has been exit !"), !supervised) << "at its level";
+            EXPECT_THAT(lobby.Errors(), HasSubstr("LobbyServer.cfg: section [" + fault.section +
+                                                  "], key \"" + fault.key + "\": " + fault.said));
+        }
     }
 }
 
 TEST_F(ServiceTest, AReloadTakesWhatIsRightAndKeepsTheOldOtherwise) {
     Supervisor supervisor;
     WriteFiles();
-    LobbySettings settings = Settings();
-    settings["log"]["level"] = "DEBUG";
-    port = Serve(lobby, settings);
-    settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
+    config["log"]["level"] = "DEBUG";
+    Serve();
     EXPECT_EQ(supervisor.Heard("READY=1"), "READY=1\nSTATUS=Serving players\n");
-    std::vector<std::unique_ptr<Player>> players;
-    for (int user = 10001; user < 10021; ++user)
-        players.push_back(LoggedIn(user));
+    const auto players = LogIn(10001, 20);
     std::jthread load([&](const std::stop_token& over) {
         for (size_t i = 0; !over.stop_requested(); ++i)
             players[i % players.size()]->KeepAlive();
@@ -138,13 +150,11 @@ TEST_F(ServiceTest, AReloadTakesWhatIsRightAndKeepsTheOldOtherwise) {
                 "[disconnectcount]\nusernum=1\n[disconnect]\nuser0=10030\n");
     lobby.Write("SensitiveName.cfg", "[config]\nSensitiveName=admin,root\n");
     lobby.Write("compete_info.cfg", "[compete_info]\nday_user_num=64,32,8\n");
-    settings["limits"]["0x1234"] = "3/1h drop";  // no such unit
-    lobby.Configure(settings);
-    std::string said = Reload();
-    EXPECT_THAT(said, AllOf(HasSubstr("'SensitiveName.cfg': fragments[2]"),
-                            HasSubstr("'disconnectuserid.cfg': accounts[1]"),
-                            HasSubstr("'compete_info.cfg': rounds by month[0], by day[3]"),
-                            HasSubstr("'LobbyServer.cfg': kept as it was, LobbyServer.cfg:")));
+    config["limits"]["0x1234"] = "3/1h drop";  // no such unit
+    EXPECT_THAT(Reload(), AllOf(HasSubstr("'SensitiveName.cfg': fragments[2]"),
+                                HasSubstr("'disconnectuserid.cfg': accounts[1]"),
+                                HasSubstr("'compete_info.cfg': rounds by month[0], by day[3]"),
+                                HasSubstr("'LobbyServer.cfg': kept as it was, LobbyServer.cfg:")));
     EXPECT_THAT(supervisor.Heard("READY=1"), StartsWith("RELOADING=1\nMONOTONIC_USEC="));
     EXPECT_TRUE(Eventually([&] { return !IsLetIn(10030); }));
 
@@ -152,14 +162,12 @@ TEST_F(ServiceTest, AReloadTakesWhatIsRightAndKeepsTheOldOtherwise) {
     lobby.Write("disconnectuserid.cfg", "[disconnectcount]\nusernum=none\n");
     lobby.Write("SensitiveName.cfg", "");
     std::filesystem::remove(lobby.Directory() / "compete_info.cfg");
-    settings["limits"] = {{"0xF0F1", "1000000/1m close"}, {"0x1234", "1/1m close"}};
-    settings["log"]["level"] = "ERROR";
-    lobby.Configure(settings);
-    said = Reload();
-    EXPECT_THAT(said, AllOf(HasSubstr("'disconnectuserid.cfg': kept as it was, "),
-                            HasSubstr("'SensitiveName.cfg': kept as it was, "),
-                            HasSubstr("'compete_info.cfg': kept as it was, "),
-                            HasSubstr("'LobbyServer.cfg': limits[2], log level[ERROR]")));
+    config["limits"] = {{"0xF0F1", "1000000/1m close"}, {"0x1234", "1/1m close"}};
+    config["log"]["level"] = "ERROR";
+    EXPECT_THAT(Reload(), AllOf(HasSubstr("'disconnectuserid.cfg': kept as it was, "),
+                                HasSubstr("'SensitiveName.cfg': kept as it was, "),
+                                HasSubstr("'compete_info.cfg': kept as it was, "),
+                                HasSubstr("'LobbyServer.cfg': limits[2], log level[ERROR]")));
     supervisor.Heard("READY=1");
     EXPECT_FALSE(IsLetIn(10030));
     auto limited = Connect(10031);
@@ -175,33 +183,27 @@ TEST_F(ServiceTest, AReloadTakesWhatIsRightAndKeepsTheOldOtherwise) {
         player->KeepAlive();
     supervisor.Heard("READY=1");
     lobby.Terminate();
-    EXPECT_EQ(lobby.AwaitEnd(10), 0);
+    EXPECT_EQ(lobby.AwaitEnd(), 0);
     EXPECT_EQ(supervisor.Heard("STOPPING=1"), "STOPPING=1\nSTATUS=Ending\n");
 }
 
 TEST_F(ServiceTest, AnUpgradeDisconnectsAndRefusesNobody) {
-    RaiseDescriptorLimit();
-    Supervisor supervisor;
-    LobbySettings settings = Settings();
-    settings["log"]["level"] = "DEBUG";
-    settings["listen"]["reuse_port"] = "1";
-    port = Serve(lobby, settings);
-    std::vector<std::unique_ptr<Player>> players;
+    const Supervisor supervisor;
+    config["log"]["level"] = "DEBUG";
+    config["listen"]["reuse_port"] = "1";
+    Serve();
     constexpr int kFirst = 30001, kPlayers = 1000 / SLOWER;
     platform.Do([&] { platform.TheWorld().AddPlayers(kFirst, kPlayers + 1); });
-    for (int user = kFirst; user < kFirst + kPlayers; ++user)
-        players.push_back(LoggedIn(user));
+    auto players = LogIn(kFirst, kPlayers);
     LobbyProcess next;
-    settings["listen"]["addr"] = "127.0.0.1:" + std::to_string(port);
-    next.Configure(settings);
+    next.Configure(config);
     next.Start();
     ASSERT_TRUE(next.AwaitServing());
 
     // New ones come all the time; connect, ask and answer must work for each.
-    std::atomic<bool> busy{true};
     std::atomic<int> admitted{0}, refused{0};
-    std::thread arrivals([&] {
-        while (busy) {
+    std::jthread arrivals([&](const std::stop_token& over) {
+        while (!over.stop_requested()) {
             try {
                 Connect(20001)->KeepAlive();
                 ++admitted;
@@ -211,12 +213,11 @@ TEST_F(ServiceTest, AnUpgradeDisconnectsAndRefusesNobody) {
         }
     });
     EXPECT_TRUE(Eventually([&] { return admitted > 50; }));
-    kill(lobby.Pid(), SIGUSR1);
+    lobby.Signal(SIGUSR1);
     EXPECT_TRUE(Eventually([&] { return lobby.LogHas("lobby server has been closed"); }));
     const int before = admitted;
     EXPECT_TRUE(Eventually([&] { return admitted > before + 200; }));
-    busy = false;
-    arrivals.join();
+    arrivals = {};  // they have ended
     EXPECT_EQ(refused, 0);
     for (auto& player : players)
         player->KeepAlive();
@@ -224,8 +225,8 @@ TEST_F(ServiceTest, AnUpgradeDisconnectsAndRefusesNobody) {
     EXPECT_FALSE(lobby.Ended());
     EXPECT_EQ(LoggedIn(kFirst + kPlayers)->UserId(), kFirst + kPlayers);
     players.clear();
-    EXPECT_EQ(lobby.AwaitEnd(10), 3);
+    EXPECT_EQ(lobby.AwaitEnd(), 3);
     EXPECT_TRUE(lobby.LogHas("clients left[0]"));
     next.Terminate();
-    EXPECT_EQ(next.AwaitEnd(10), 0);
+    EXPECT_EQ(next.AwaitEnd(), 0);
 }
