@@ -4,67 +4,50 @@
 #include "config_server_msg.h"
 
 // A clock set back by an hour silenced the lobby for that hour: no keep-alive went to any link, so
-// that back-end servers dropped it, and the stop switch was not asked for.
+// that back-end servers dropped it, and the stop switch was not asked for. What is not due at once
+// starts its period anew.
 TEST_F(DirectoryTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
-    LobbyPlayer* const player = Login(10001);
-    const auto pass = [&](int seconds) {  // as on a running lobby
-        while (seconds-- > 0)
-            net.Tick(++g_testNow);
-    };
-    const auto count = [&](Port link, uint16_t type) {
-        int n = 0;
-        for (const auto& sent : Received(Link(link)))
-            n += sent.type == type;
-        return n;
-    };
-    pass(60);
-    for (const int step : {3600, -3600, -3600, 3600}) {
-        SCOPED_TRACE(step);
-        g_testNow += step;
-        pass(1);
-        for (int link = CENTER; link <= LOG; ++link)
-            Received(Link(Port(link)));
-        pass(60);
-        for (const Port link : {CENTER, WEB, QUEUE, DATA, LOG})
-            EXPECT_GE(count(link, MSG_KEEP_ALIVE), 2) << link;
-        EXPECT_GE(count(CONFIG, MSG_CONFIG_STOP_SWITCH_REQ), 5);
-        EXPECT_FALSE(net.IsClosed(player));
-        net.Deliver(player, MSG_KEEP_ALIVE, Zeros(8));
-        EXPECT_EQ(Got(player).size(), 1u);
-    }
-}
-
-// The rarer jobs, which rested for as long as the clock was set back.
-TEST_F(DirectoryTest, RareJobsStartTheirPeriodAnewWhenTheClockIsSetBack) {
     WriteFile("compete_info.cfg", "[compete_info]\nday_open_hour=5\n");
     LobbyPlayer* const player = Login(10001);
-    auto* const web = lobby->GetWebServerHandler();
-    auto& schedule = lobby->m_competeConfig;
+    WinCoinBulletinNotice_2 bulletin{};
+    auto& hour = lobby->m_competeConfig.m_iDayOpenHour;
+    const auto sent = [&](Port link, uint16_t type) {
+        return std::ranges::count(Received(Link(link)), type, &Sent::type);
+    };
     const struct {
         const char* name;
-        long period;
-        std::function<void(long)> tick;
-        std::function<bool()> ran;  // since it was last asked
+        size_t period, whenSetBack;
+        std::function<long()> runs;  // since it was last asked
+        long each = 1;
     } jobs[] = {
-        {"activities", 1800, [](long now) { ActivitySystem::getInstance()->OnTimer(now); },
-         [&] { return !Received(Link(DATA)).empty(); }},
-        {"bulletins", 30, [&](long now) { web->OnTimer(now); },
-         [&] {
-             WinCoinBulletinNotice_2 item{};
-             web->PushIntoBulletinNotice(item);
-             return !Received(player).empty();
-         }},
-        {"schedule", 900, [&](long now) { schedule.OnTimer(now); },
-         [&] { return std::exchange(schedule.m_iDayOpenHour, 0) == 5; }},
+        {"keep-alive", 25, 0, [&] { return sent(LOG, MSG_KEEP_ALIVE); }},
+        {"stop switch", 10, 10, [&] { return sent(CONFIG, MSG_CONFIG_STOP_SWITCH_REQ); }},
+        {"activities, as the lobby and as they ask", 1800, 1800,
+         [&] { return sent(DATA, ACT_CONFIG_REQ); }, 2},
+        {"schedule", 900, 900, [&] { return long{std::exchange(hour, 0) == 5}; }},
+        {"bulletins", 30, 30, [&] { return long{!Received(player).empty()}; }},
     };
-    for (const auto& job : jobs) {
-        job.tick(g_testNow);
-        job.ran();
-        const long back = g_testNow - 7200;
-        for (const auto& [now, runs] :
-             {std::pair(back, false), {back + job.period - 1, false}, {back + job.period, true}}) {
-            job.tick(now);
-            EXPECT_EQ(job.ran(), runs) << job.name << " " << now - back;
+    net.Tick(g_testNow);
+    for (const auto& job : jobs)
+        job.runs();
+    for (const int step : {3600, -3600, -3600, 3600}) {
+        std::map<const char*, std::vector<size_t>> ran;  // after so many seconds
+        g_testNow += step;
+        for (size_t second = 0; second < 2000; ++second, ++g_testNow) {
+            lobby->GetWebServerHandler()->PushIntoBulletinNotice(bulletin);
+            net.Tick(g_testNow);
+            for (const auto& job : jobs) {
+                const long runs = job.runs();
+                if (runs > 0) ran[job.name].push_back(second);
+                EXPECT_TRUE(runs == 0 || runs == job.each) << job.name << " " << second;
+            }
         }
+        for (const auto& job : jobs) {
+            const auto& times = ran[job.name];
+            EXPECT_NEAR(double(times.size()), 2000.0 / double(job.period), 1) << job.name;
+            ASSERT_FALSE(times.empty());
+            EXPECT_EQ(times[0], step < 0 ? job.whenSetBack : 0) << job.name << " " << step;
+        }
+        EXPECT_FALSE(net.IsClosed(player)) << step;
     }
 }
