@@ -6,6 +6,12 @@
 #include <span>
 #include <string>
 
+#include "Wire.h"
+
+inline std::string Text(const wire::Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
 // Whom to harm.
 struct Target {
     uint16_t port;      // a lobby on this machine

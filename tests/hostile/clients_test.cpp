@@ -8,7 +8,7 @@
 class HostileClientTest : public UnderAttack {};
 
 TEST_F(HostileClientTest, EveryOneOfThemLeavesTheOthersServedAndNothingBehind) {
-    ServeQuietly(AttackSettings());
+    ServeQuietly(CountedSettings());
     const Target target{port, 20001, [this](const std::string& line) { platform.DoCommand(line); }};
     const int64_t coins = AllCoins();
     ExpectServed();
@@ -37,7 +37,7 @@ TEST_F(HostileClientTest, ConnectsBeyondTheLimitAreTurnedAwayAndHoldNoPlace) {
     LobbySettings settings = AttackSettings();
     settings["listen"]["maxconnection"] = "40";
     ServeQuietly(settings);
-    for (int round = 0; round < 3; ++round) {
+    for (int round = 0; round < 2; ++round) {
         std::vector<std::unique_ptr<Player>> crowd;
         int refused = 0;
         for (int i = 0; i < 120; ++i) {
@@ -60,7 +60,7 @@ TEST_F(HostileClientTest, WithoutDescriptorsClientsWaitAndAreServedWhenSomeAreFr
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the check of object types opens a pipe and reports where it cannot";
 #endif
-    ServeQuietly(AttackSettings());
+    ServeQuietly(CountedSettings());
     const auto few = static_cast<rlim_t>(Descriptors() + 10);
     const rlimit limit{few, few};
     ASSERT_EQ(prlimit(lobby.Pid(), RLIMIT_NOFILE, &limit, nullptr), 0);
