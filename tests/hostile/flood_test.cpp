@@ -1,21 +1,15 @@
 // Floods by clients that never log in, against the lobby as it is shipped: whoever makes one pays
 // for it, nobody else waits, no link is lost, memory and log stay.
 #include <netinet/tcp.h>
-#include <sys/socket.h>
 
 #include <atomic>
 #include <regex>
 
 #include "Catalog.h"
+#include "HostileClients.h"
 #include "HostileTest.h"
 
 namespace {
-
-template <class T>
-std::string Packed(uint16_t type, const T& message) {
-    const wire::Bytes bytes = wire::Pack(type, message);
-    return {bytes.begin(), bytes.end()};
-}
 
 // Messages of a type, zero but for their headers: a request of user 0, whom every new connection
 // stands for.
@@ -24,50 +18,46 @@ std::string Empty(uint16_t type, size_t count = 1) {
     for (const catalog::Message& row : catalog::All()) {
         if (row.direction == catalog::Direction::ClientToLobby && row.type == type) size = row.size;
     }
-    const wire::Bytes one = wire::Pack(type, wire::Bytes(size).data(), size);
     std::string all;
     while (count-- > 0)
-        all.append(one.begin(), one.end());
+        all += Text(wire::Pack(type, wire::Bytes(size).data(), size));
     return all;
 }
+
+using boost::asio::ip::tcp;
 
 // A socket that never waits.
 class Rude {
   public:
-    explicit Rude(uint16_t port, bool deaf = false) : m_fd(socket(AF_INET, SOCK_STREAM, 0)) {
-        constexpr int kLeast = 1;
-        constexpr int kSmall = 200;
+    explicit Rude(uint16_t port, bool deaf = false) : m_socket(s_io, tcp::v4()) {
+        constexpr int kLeast = 1, kSmall = 200;
+        const int fd = m_socket.native_handle();
         // What the kernels hold between the two is little, then.
-        if (deaf) setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &kLeast, sizeof(kLeast));
-        if (deaf) setsockopt(m_fd, IPPROTO_TCP, TCP_MAXSEG, &kSmall, sizeof(kSmall));
-        sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-        connect(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
-        setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &kLeast, sizeof(kLeast));
-    }
-    Rude(Rude&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-    Rude& operator=(Rude&& other) noexcept {
-        std::swap(m_fd, other.m_fd);
-        return *this;
-    }
-    ~Rude() {
-        if (m_fd >= 0) close(m_fd);
+        if (deaf) setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kLeast, sizeof(kLeast));
+        if (deaf) setsockopt(fd, IPPROTO_TCP, TCP_MAXSEG, &kSmall, sizeof(kSmall));
+        m_socket.connect({boost::asio::ip::address_v4::loopback(), port}, m_error);
+        m_socket.set_option(tcp::no_delay(true), m_error);
+        m_socket.non_blocking(true, m_error);
     }
     // Bytes taken; below 0 when the lobby has closed.
-    ssize_t Send(std::string_view bytes) const {
-        const ssize_t sent = send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        return sent < 0 && errno == EAGAIN ? 0 : sent;
+    ssize_t Send(std::string_view bytes) {
+        const size_t sent = m_socket.write_some(boost::asio::buffer(bytes), m_error);
+        return m_error && !Waits() ? -1 : static_cast<ssize_t>(sent);
     }
     // What came is thrown away; false when the lobby has closed.
-    bool Skim() const {
+    bool Skim() {
         char bytes[4096];
-        ssize_t n = 0;
-        while ((n = recv(m_fd, bytes, sizeof(bytes), MSG_DONTWAIT)) > 0) {
+        while (m_socket.read_some(boost::asio::buffer(bytes), m_error) > 0) {
         }
-        return n < 0 && errno == EAGAIN;
+        return Waits();
     }
 
   private:
-    int m_fd;
+    bool Waits() const { return m_error == boost::asio::error::would_block; }
+
+    static inline boost::asio::io_context s_io;
+    tcp::socket m_socket;
+    boost::system::error_code m_error;
 };
 
 // What an attack does until it is over, and what comes of it.
@@ -85,7 +75,7 @@ struct Flood {
     bool reads = true;
     bool trickle = false;
 
-    void Run(uint16_t port, Outcome& outcome) const {
+    void operator()(uint16_t port, Outcome& outcome) const {
         std::vector<Rude> crowd;
         std::vector<size_t> at(static_cast<size_t>(clients));
         for (int i = 0; i < clients; ++i)
@@ -118,24 +108,25 @@ void ConnectAndLeave(uint16_t port, Outcome& outcome) {
 // So many that what each may hold is together more than the budget: they ask for the longest answer
 // as often as it is given, and read none.
 void HoardLists(uint16_t port, Outcome& outcome) {
-    std::vector<std::pair<Rude, bool>> crowd;
-    const auto user = [&](size_t i) { return 30001 + static_cast<int32_t>(i); };
-    for (size_t i = 0; i < 3000; ++i) {
+    std::vector<std::optional<Rude>> crowd;  // without those who were closed
+    constexpr int32_t kFirst = 30001;
+    for (int32_t i = 0; i < 3000; ++i) {
         tagLobbyClientConnectNotice notice{};
-        notice.iUserID = user(i);
+        notice.iUserID = kFirst + i;
         notice.iLobbySiteID = 1;
-        crowd.emplace_back(Rude(port, true), true);
-        crowd.back().first.Send(Packed(CLIENT_CONNECT_NOTICE_C2S, notice));
+        crowd.emplace_back(std::in_place, port, true)
+            ->Send(Text(wire::Pack(CLIENT_CONNECT_NOTICE_C2S, notice)));
     }
     // Spread over the time between two answers: each answer is work for the lobby.
     for (auto next = Clock::now(); !outcome.over; next += milliseconds(100)) {
         for (size_t i = 0; i < crowd.size() && !outcome.over; ++i, next += milliseconds(1)) {
             std::this_thread::sleep_until(next);
-            auto& [client, open] = crowd[i];
-            if (!open) continue;
-            const GameServerInfoReq request{{}, user(i)};
-            open = client.Send(Packed(MSG_CLIENT_SERVER_INFO_REQ, request)) >= 0;
-            outcome.closed += !open;
+            const GameServerInfoReq request{{}, kFirst + static_cast<int32_t>(i)};
+            if (!crowd[i] ||
+                crowd[i]->Send(Text(wire::Pack(MSG_CLIENT_SERVER_INFO_REQ, request))) >= 0)
+                continue;
+            crowd[i].reset();
+            ++outcome.closed;
         }
     }
 }
@@ -154,10 +145,9 @@ void JustBelow(uint16_t port, Outcome& outcome) {
     EXPECT_GT(shares.size(), 10u);
     constexpr size_t kSlots = 50;
     constexpr milliseconds kSlot{20};
-    std::vector<Rude> crowd;
+    std::vector<std::optional<Rude>> crowd;  // without those who were closed
     for (int i = 0; i < 4860; ++i)
         crowd.emplace_back(port);
-    std::vector<bool> gone(crowd.size());
     auto next = Clock::now();
     for (size_t step = 0; !outcome.over; ++step, next += kSlot) {
         std::this_thread::sleep_until(next);
@@ -170,11 +160,12 @@ void JustBelow(uint16_t port, Outcome& outcome) {
                 now += shares[i].first;
         }
         for (size_t i = step % kSlots; i < crowd.size(); i += kSlots) {
-            if (gone[i]) continue;
-            const ssize_t sent = crowd[i].Send(now);
+            if (!crowd[i]) continue;
+            const ssize_t sent = crowd[i]->Send(now);
             if (sent > 0) outcome.sent += static_cast<uint64_t>(sent);
-            gone[i] = sent < 0 || !crowd[i].Skim();
-            outcome.closed += gone[i];
+            if (sent >= 0 && crowd[i]->Skim()) continue;
+            crowd[i].reset();
+            ++outcome.closed;
         }
     }
 }
@@ -182,25 +173,19 @@ void JustBelow(uint16_t port, Outcome& outcome) {
 struct Attack {
     const char* name;
     std::function<void(uint16_t port, Outcome& outcome)> run;
-    int seconds;        // at least, and until it has bitten
-    const char* trace;  // of it in the log; null: the lobby closes nobody
-    int fragments = 0;  // forbidden in names
-    int budget = 0;     // MiB of buffers that it may fill, as shipped
+    const char* trace = " more than count[";  // of it in the log; null: the lobby closes nobody
+    int fragments = 0;                        // forbidden in names
+    int budget = 0;                           // MiB of buffers that it may fill, as shipped
+    int seconds = 2;                          // at least, and until it has bitten
 
     friend void PrintTo(const Attack& attack, std::ostream* out) { *out << attack.name; }
 };
-
-Attack Flooding(const char* name, const Flood& flood, const char* trace = " more than count[",
-                int fragments = 0) {
-    return {name, [=](uint16_t port, Outcome& outcome) { flood.Run(port, outcome); }, 2, trace,
-            fragments};
-}
 
 // A key that would end its line in the log and begin another one there.
 std::string ForgedLine() {
     ClientSubscribeMsg forged{};
     std::strcpy(forged.szKey, "k]\r\n[ERROR] [handler] handler sign : 15\x1b[2J\x7f");
-    return Packed(CLIENT_SUBSCRIBE_MSG_C2S, forged);
+    return Text(wire::Pack(CLIENT_SUBSCRIBE_MSG_C2S, forged));
 }
 
 // A signature of 128 bytes that begins like many forbidden ones.
@@ -211,18 +196,18 @@ std::string LongSignature() {
 }
 
 const Attack kAttacks[] = {
-    Flooding("one client relays as fast as it can", {1, Empty(MODIFY_GENDER_C2S, 500)}),
-    Flooding("four clients ask for the tournament", {4, Empty(0x00F0, 500)}),
-    Flooding("an unknown type", {1, Empty(0x7777, 500)}),
-    Flooding("keep-alives whose echoes nobody reads", {100, Empty(MSG_KEEP_ALIVE, 500), false}),
-    Flooding("single bytes beside a flood", {51, Empty(MSG_KEEP_ALIVE, 500), true, true}),
-    Flooding("a key that forges a line of the log", {1, ForgedLine()},
-             R"(key[k]\x0d\x0a[ERROR] [handler] handler sign : 15\x1b[2J\x7f])"),
-    Flooding("long signatures against 90,000 fragments", {21, LongSignature()}, " more than count[",
-             90000),
-    {"lists of servers that nobody reads", HoardLists, 2, " are more than the budget[", 0, 256},
-    {"connect and leave", ConnectAndLeave, 2, "client has been closed !"},
-    {"a whole lobby just below the limits", JustBelow, 7, nullptr},
+    {"one client relays as fast as it can", Flood{1, Empty(MODIFY_GENDER_C2S, 500)}},
+    {"four clients ask for the tournament", Flood{4, Empty(0x00F0, 500)}},
+    {"an unknown type", Flood{1, Empty(0x7777, 500)}},
+    {"keep-alives whose echoes nobody reads", Flood{100, Empty(MSG_KEEP_ALIVE, 500), false}},
+    {"single bytes beside a flood", Flood{51, Empty(MSG_KEEP_ALIVE, 500), true, true}},
+    {"a key that forges a line of the log", Flood{1, ForgedLine()},
+     R"(key[k]\x0d\x0a[ERROR] [handler] handler sign : 15\x1b[2J\x7f])"},
+    {"long signatures against 90,000 fragments", Flood{21, LongSignature()}, " more than count[",
+     90000},
+    {"lists of servers that nobody reads", HoardLists, " are more than the budget[", 0, 256},
+    {"connect and leave", ConnectAndLeave, "client has been closed !"},
+    {"a whole lobby just below the limits", JustBelow, nullptr, 0, 0, 7},
 };
 
 class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack> {
@@ -252,10 +237,7 @@ class FloodTest : public UnderAttack, public testing::WithParamInterface<Attack>
         if (attack.fragments > 0) lobby.Write("SensitiveName.cfg", names + "\n");
         ServeQuietly(ShippedSettings());
     }
-    size_t LogBytes() const {
-        std::error_code none;
-        return std::filesystem::file_size(lobby.Directory() / "log/LobbyServer.log", none);
-    }
+    std::string Log() const { return lobby.LogFile("LobbyServer.log"); }
     Crowd LogIn(int32_t first, int32_t count) {
         Crowd crowd;
         for (int32_t user = first; user < first + count; ++user)
@@ -285,7 +267,7 @@ TEST_P(FloodTest, EndsAtTheClientThatMakesIt) {
     ServeShipped(attack);
     const Crowd talkers = LogIn(20001, 16), savers = LogIn(20101, 8);
     const long resident = ResidentKiB();
-    const size_t log = LogBytes();
+    const size_t log = Log().size();
     Outcome outcome;
     auto echo = Slowest(talkers, milliseconds(15), outcome, [](Player& one) { one.KeepAlive(); });
     auto bank = Slowest(savers, milliseconds(390), outcome,
@@ -304,19 +286,18 @@ TEST_P(FloodTest, EndsAtTheClientThatMakesIt) {
             took += watch.Lap();
             if (took < attack.seconds) return false;
             if (attack.trace == nullptr) return outcome.sent > 1000000;
-            return outcome.closed > 0 && Has(lobby.LogFile("LobbyServer.log"), attack.trace);
+            return outcome.closed > 0 && Has(Log(), attack.trace);
         },
         90))
         << "it was not even noticed";
-    const auto logged = static_cast<double>(LogBytes() - log) / took;
+    const auto logged = static_cast<double>(Log().size() - log) / took;
     outcome.over = true;
     const double echoed = echo.get(), booked = bank.get();
     EXPECT_LE(echoed, 0.25 * SLOWER);
     EXPECT_LE(booked, 1.0 * SLOWER);
     EXPECT_LE(peak, resident + (100 + attack.budget) * 1024 * SLOWER);
     EXPECT_LE(logged, 2e6);
-    EXPECT_FALSE(Has(lobby.LogFile("LobbyServer.log"), "server has been closed !"))
-        << "a link was lost";
+    EXPECT_FALSE(Has(Log(), "server has been closed !")) << "a link was lost";
     EXPECT_EQ(outcome.closed > 0, attack.trace != nullptr);
     std::printf("%.1f s, echo %.0f ms, bank %.0f ms, +%ld MiB, log %.2f MB/s\n", took,
                 echoed * 1000, booked * 1000, (peak - resident) / 1024, logged / 1e6);
