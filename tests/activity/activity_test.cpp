@@ -23,22 +23,17 @@ std::string ListOf(const Head& head, const std::vector<Record>& records) {
     return bytes;
 }
 
-class ActivityTest : public DirectoryTest {
+class ActivityTest : public LobbyTest {
   protected:
-    void SetUp() override {
+    ActivityTest() {
         setenv("TZ", "UTC", 1);
         tzset();
-        DirectoryTest::SetUp();
-        example = std::make_unique<ExampleActivity>(lobby.get());
-        system->AddActivityHandler(example.get());
-        player = Login(kUser);
-        Received(Link(QUEUE));
+        system->AddActivityHandler(&example);
     }
-    void TearDown() override {
+    ~ActivityTest() override {
         system->RemoveActivityProgress(player);
-        example->removeAllEventListener();
-        system->RemoveActivityHandler(example.get());
-        DirectoryTest::TearDown();
+        example.removeAllEventListener();
+        system->RemoveActivityHandler(&example);
     }
 
     static tagDBActivityConfigData Row(int id = kId, int8_t isOpen = 1) {
@@ -72,45 +67,29 @@ class ActivityTest : public DirectoryTest {
         system->FindProgressByUserID(user, id, &record);
         return record;
     }
-    static void SetAccount(LobbyPlayer* of, int least, const char* out) {
-        of->iAccountsourceid = least;
-        of->iTeamTag = least + 1;
-        of->iLianyunFlag = least + 2;
-        of->usRegisterType = static_cast<uint16_t>(least + 3);
-        std::strcpy(of->szOutAccount, out);
+    // The booking of a reward on the account of one who is Online.
+    static Messages Booking(int user, int site, int value) {
+        const std::array numbers{0, 0, user, site, 0, 0, kId, 1, value, 77, 24};
+        const std::string out(64, 'o');
+        return One(0xD084, BytesOf(numbers) + out + BytesOf(std::array{11, 12, 0xFFF3}));
     }
     void Ask(int level, size_t size = sizeof(UserProgressReq)) {
         std::string bytes = BytesOf(UserProgressReq{{}, kId, level, 0, 0, 0, 0});
         bytes.resize(size);
         net.Deliver(player, CLIENT_USER_PROGRESS_REQ, bytes);
     }
-    // The data server's answer to the one update it was just sent.
-    LobbyActivitySingleProgressUpdateRes Confirmation() {
-        const auto sent = Received(Link(DATA));
-        if (sent.size() != 1 || sent[0].type != ACT_SINGLE_PROGRESS_UPDATE) return {};
-        const auto update = sent[0].As<LobbyActivitySingleProgressUpdate>();
-        LobbyActivitySingleProgressUpdateRes result{};
-        // The rest of the answer repeats the update.
-        std::memcpy(&result.iProgress, &update.iProgress,
-                    sizeof(update) - offsetof(LobbyActivitySingleProgressUpdate, iProgress));
-        return result;
+    static void Dispatch(int type, IPlayerNode* who, int rounds) {
+        EventDispatcher::getInstance()->dispatchEvent(type, who, nullptr, rounds);
     }
 
     ActivitySystem* system = ActivitySystem::getInstance();
-    std::unique_ptr<ExampleActivity> example;
-    LobbyPlayer* player = nullptr;
+    ExampleActivity example{lobby.get()};
+    LobbyPlayer* const player = Online(kUser);
 };
 
 TEST_F(ActivityTest, WindowDecidesWhetherTheRowOpens) {
     constexpr int64_t kMidnight = 1'700'006'400;  // 2023-11-15 00:00 UTC
-    const struct {
-        const char* name;
-        int8_t isOpen;
-        int begin, end;
-        uint64_t from, to;
-        int64_t now;
-        bool open;
-    } cases[] = {
+    const std::tuple<const char*, int8_t, int, int, uint64_t, uint64_t, int64_t, bool> cases[] = {
         {"no limits", 1, 0, 0, 0, 0, kMidnight, true},
         {"switched off", 0, 0, 0, 0, 0, kMidnight, false},
         {"before the hour", 1, 8, 22, 0, 0, kMidnight + 8 * 3600 - 1, false},
@@ -123,23 +102,23 @@ TEST_F(ActivityTest, WindowDecidesWhetherTheRowOpens) {
         {"at the end", 1, 0, 0, 0, kMidnight, kMidnight, false},
         {"before the end", 1, 0, 0, 0, kMidnight + 1, kMidnight, true},
     };
-    for (const auto& c : cases) {
-        g_testNow = c.now;
-        auto row = Row(kId, c.isOpen);
-        row.iDayBegin = c.begin;
-        row.iDayEnd = c.end;
-        row.ulTimeBegin = c.from;
-        row.ulTimeEnd = c.to;
+    for (const auto& [name, isOpen, dayBegin, dayEnd, begin, end, now, open] : cases) {
+        g_testNow = now;
+        auto row = Row(kId, isOpen);
+        row.iDayBegin = dayBegin;
+        row.iDayEnd = dayEnd;
+        row.ulTimeBegin = begin;
+        row.ulTimeEnd = end;
         Configure({row});
-        EXPECT_EQ(example->isOpen(), c.open) << c.name;
+        EXPECT_EQ(example.isOpen(), open) << name;
     }
 }
 
 TEST_F(ActivityTest, ClosingRowTellsClientsExactlyOnce) {
     for (const int8_t isOpen : {1, 0, 0})
         Configure({Row(kId, isOpen)});
-    EXPECT_EQ(Got(player), (Messages{{0xE014, BytesOf(ActivityCloseNotice{{}, kId})}}));
-    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "closed", "config", "config"}));
+    EXPECT_EQ(Got(player), One(0xE014, ActivityCloseNotice{{}, kId}));
+    EXPECT_EQ(example.m_vecCalls, (Calls{"config", "closed", "config", "config"}));
 }
 
 TEST_F(ActivityTest, CountsThatWrapOrDoNotFitRefuseTheWholeList) {
@@ -154,8 +133,8 @@ TEST_F(ActivityTest, CountsThatWrapOrDoNotFitRefuseTheWholeList) {
     }
     net.Deliver(Link(DATA), ACT_CONFIG_RES, Zeros(15));
     net.Deliver(Link(DATA), ACT_PROGRESS_RES, Zeros(31));
-    EXPECT_FALSE(example->isOpen());
-    EXPECT_EQ(example->m_vecCalls, Calls{});
+    EXPECT_FALSE(example.isOpen());
+    EXPECT_EQ(example.m_vecCalls, Calls{});
     EXPECT_EQ(Stored(), nullptr);
 }
 
@@ -165,11 +144,9 @@ TEST_F(ActivityTest, ProgressListInAllBranches) {
     elsewhere.iSiteId = 9;
     Configure({Row(), Row(kClosed, 0), elsewhere});
     LobbyPlayer* const other = Login(10002);
-    tagDBActivityProgressList head{{}, NodeHandle(player), *player + 1ul, 1, 1};
     for (const uint64_t handle : {NodeHandle(player), NodeHandle(other), uint64_t{1}}) {
-        head.ulPlayerNode = handle;
         for (const uint64_t id : {*player + 100ul, 0ul}) {
-            head.ulPlayerNodeId = id;
+            const tagDBActivityProgressList head{{}, handle, id, 1, 1};
             net.Deliver(Link(DATA), ACT_PROGRESS_RES, ListOf(head, std::vector{Record()}));
         }
     }
@@ -177,14 +154,14 @@ TEST_F(ActivityTest, ProgressListInAllBranches) {
     GiveProgress(player, {}, 0);
     EXPECT_EQ(Stored(), nullptr) << "an unfinished list makes no records";
 
-    example->m_vecCalls.clear();
+    example.m_vecCalls.clear();
     GiveProgress(player,
                  {Record(kClosed), Record(kElsewhere), Record(5), Record(kId, 2), Record(kId, 9)});
     ASSERT_NE(Stored(), nullptr);
     EXPECT_EQ(Stored()->iProgress1, 2) << "the first record of an activity stays";
     for (const int id : {kClosed, kElsewhere, 5})
         EXPECT_EQ(Stored(id), nullptr) << id;
-    EXPECT_EQ(example->m_vecCalls, Calls{"startInit"});
+    EXPECT_EQ(example.m_vecCalls, Calls{"startInit"});
 
     auto multi = Row(kClosed);
     multi.isMultiGame = 1;
@@ -194,26 +171,24 @@ TEST_F(ActivityTest, ProgressListInAllBranches) {
     EXPECT_NE(Stored(kElsewhere, 10002), nullptr) << "his own site";
     EXPECT_NE(Stored(kId, 10002), nullptr);
     EXPECT_EQ(Stored(kClosed, 10002), nullptr) << "made for single-game activities only";
-    EXPECT_EQ(example->m_vecCalls.back(), "startInit fresh");
+    EXPECT_EQ(example.m_vecCalls.back(), "startInit fresh");
     net.Hangup(other);  // its records outlive the lobby otherwise
 }
 
 TEST_F(ActivityTest, EventsReachOpenActivitiesOfPlayersWithARecord) {
     const auto dispatchAll = [&](LobbyPlayer* who) {
-        for (const int type : {1, 5, 7, 8, 9, 10}) {
-            EventDispatcher::getInstance()->dispatchEvent(type, static_cast<IPlayerNode*>(who),
-                                                          nullptr, 2);
-        }
+        for (const int type : {1, 5, 7, 8, 9, 10})
+            Dispatch(type, who, 2);
     };
     Configure({Row()});
     dispatchAll(player);
     GiveProgress(player, {});
     dispatchAll(player);
     dispatchAll(Login(10002));
-    example->m_bPaused = true;
+    example.m_bPaused = true;
     dispatchAll(player);
-    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "startInit fresh", "initialize", "sitdown",
-                                          "ready", "start", "end", "regame"}));
+    EXPECT_EQ(example.m_vecCalls, (Calls{"config", "startInit fresh", "initialize", "sitdown",
+                                         "ready", "start", "end", "regame"}));
     EXPECT_EQ(Stored()->iProgress1, 2);
 }
 
@@ -224,69 +199,66 @@ TEST_F(ActivityTest, ClientRequestsNeedTheExactLengthAnOpenActivityAndARecord) {
     Ask(ExampleActivity::kShow, 31);
     Ask(ExampleActivity::kShow, 33);
     system->HandleActivityMessage(kId, CLIENT_USER_PROGRESS_REQ, Zeros(33).data(), 33, player);
-    example->m_bPaused = true;
+    example.m_bPaused = true;
     Ask(ExampleActivity::kShow);
-    EXPECT_TRUE(Received(player).empty());
-    example->m_bPaused = false;
+    EXPECT_TRUE(Nothing(player));
+    example.m_bPaused = false;
     Ask(ExampleActivity::kShow);
-    EXPECT_EQ(Received(player).size(), 1u);
+    EXPECT_EQ(Only(player).type, CLIENT_USER_PROGRESS_REQ);
 }
 
 TEST_F(ActivityTest, RewardFromRequestToBookingAndWriteBack) {
-    static const tagDBUpdateUserPropInfo booking{{},  kUser, 0, 0,     0, kId, 1,
-                                                 500, 77,    4, "out", 5, 6,   7};
     Configure({Row()});
     GiveProgress(player, {Record(kId, 3)});
-    Received(Link(DATA));
-    SetAccount(player, 4, "out");
+    Got(Link(DATA));
     Ask(ExampleActivity::kFetch);
-    auto confirmed = Confirmation();
+    // The answer is a code, then what was sent.
+    const Sent update = Only(Link(DATA));
+    ASSERT_EQ(update.type, ACT_SINGLE_PROGRESS_UPDATE);
+    auto confirmed =
+        Sent{0, Zeros(12) + update.bytes.substr(8)}.At<LobbyActivitySingleProgressUpdateRes>();
     for (const size_t size : {143, 145})
         DeliverCut(DATA, ACT_SINGLE_PROGRESS_RES, confirmed, size);
     confirmed.iError = 1;
     net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
-    EXPECT_TRUE(Received(Link(QUEUE)).empty()) << "torn or refused";
+    EXPECT_TRUE(Nothing(Link(QUEUE))) << "torn or refused";
     EXPECT_EQ(Stored()->iProgress2, 0);
     confirmed.iError = 0;
     net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, confirmed);
-    EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
+    EXPECT_EQ(Got(Link(QUEUE)), Booking(kUser, 0, 500));
 
     Ask(ExampleActivity::kFetch);
-    EXPECT_TRUE(Received(Link(DATA)).empty()) << "granted once";
+    EXPECT_TRUE(Nothing(Link(DATA))) << "granted once";
 
     net.Hangup(player);
     Progress& back = confirmed.progress;
     EXPECT_EQ(std::pair(back.iProgress2, back.iGamecoin), std::pair(1, 500));
     back.updateTime = g_testNow;
-    EXPECT_EQ(Got(Link(DATA)),
-              (Messages{{ACT_PROGRESS_UPDATE,
-                         ListOf(tagUserActivityProgressUpdate{{}, 1}, std::vector{back})}}));
+    EXPECT_EQ(Got(Link(DATA)), One(ACT_PROGRESS_UPDATE,
+                                   BytesOf(tagUserActivityProgressUpdate{{}, 1}) + BytesOf(back)));
     EXPECT_EQ(Stored(), nullptr);
 }
 
 // The session that asked may have gone, or its handle may be anybody's: the reward belongs to the
 // user that the record names, and no other session may be credited.
 TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
-    static const tagDBUpdateUserPropInfo booking{{}, 10002, 3, 0,     0, kId, 1,
-                                                 10, 77,    4, "out", 5, 6,   7};
     const std::string line =
         "UserId[10002],GameId[0],SiteID[3],ActivityID[20990101],sourceid[77], type[1], value[10], "
-        "ClientType[4] outaccount[out]";
-    LobbyPlayer* const leaver = Login(10002);
-    SetAccount(leaver, 4, "out");
+        "ClientType[24] outaccount[" +
+        std::string(64, 'o') + "]";
+    LobbyPlayer* const leaver = Online(10002);
     leaver->m_iSiteID = 3;
     LobbyActivitySingleProgressUpdateRes result{
         {}, 0, 0, 0, 0, 10, 77, 0, 0, Record(), NodeHandle(leaver), *leaver};
     result.progress.iUserId = 10002;
     net.Hangup(leaver);
     for (const int user : {10003, 10002}) {  // on the same node
-        LobbyPlayer* const next = Login(user);
+        LobbyPlayer* const next = Online(user);
         ASSERT_EQ(next, leaver);
-        SetAccount(next, 40, "other");
-        Received(Link(QUEUE));
+        next->iTeamTag = 40;
         EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
                         "[DEBUG] [LobbyServer::UpdateActivityUserPropInfo] " + line));
-        EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xD084, BytesOf(booking)}}));
+        EXPECT_EQ(Got(Link(QUEUE)), Booking(10002, 3, 10));
         net.Hangup(next);
     }
     LobbyPlayer* const other = Login(10003);
@@ -299,15 +271,15 @@ TEST_F(ActivityTest, RewardOfAClosedSessionGoesToItsOwnAccount) {
     auto forged = result;
     forged.iYuanBaoNum = 1;
     for (const auto& [user, handle, id] : forgeries) {
-        Received(Link(QUEUE));
+        Got(Link(QUEUE));
         forged.ulPlayerNode = handle;
         forged.ulPlayerNodeId = id;
         forged.progress.iUserId = user;
         net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, forged);
-        const auto booked = Received(Link(QUEUE));
-        ASSERT_EQ(booked.size(), 2u);
-        EXPECT_EQ(booked[0].As<tagDBUpdateUserPropInfo>().iUserID, user);
-        EXPECT_EQ(booked[1].As<tagDBUpdateUserPropInfo>().iType, 2);
+        const auto booked = Got(Link(QUEUE));
+        ASSERT_EQ(booked.size(), 2u) << user << ' ' << id;
+        EXPECT_EQ(booked[0].At<tagDBUpdateUserPropInfo>().iUserID, user) << id;
+        EXPECT_EQ(booked[1].At<tagDBUpdateUserPropInfo>().iType, 2);
     }
     net.failSend = [](IPlayerNode*, uint16_t) { return true; };
     EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(DATA), ACT_SINGLE_PROGRESS_RES, result); }),
@@ -325,7 +297,7 @@ TEST_F(ActivityTest, AnUnconfirmedSessionGetsTheUsersPushesAndItsCloseTakesWhatH
     LobbyPlayer* const fake = Login(kUser);
     char push[12] = {};
     lobby->SendMsgToPlayerByID(kUser, 0xB5, push, sizeof(push));
-    EXPECT_EQ(Got(fake), (Messages{{0xB5, Zeros(12)}}));
+    EXPECT_EQ(Got(fake), One(0xB5, Zeros(12)));
     EXPECT_TRUE(fake->m_bDelOnline) << "the user's mark goes with it";
     net.Hangup(fake);
     EXPECT_EQ(lobby->m_mapPlayerToStrKey.count(kUser), 0u);
@@ -346,20 +318,18 @@ TEST_F(ActivityTest, WriteBackSplitsIntoMessagesThatFit) {
         std::vector<Progress> records;
         for (size_t i = 0; i < changed; ++i) {
             Progress* const record = Stored(1000 + int(i), 20000);
-            ASSERT_NE(record, nullptr);
             record->isUpdate = 1;
             records.push_back(*record);
             records.back().updateTime = g_testNow;
         }
-        Received(Link(DATA));
+        Got(Link(DATA));
         net.Hangup(leaver);
         Messages expected;
         for (size_t at = 0; at < changed; at += 46) {
             const std::vector<Progress> batch(records.begin() + at,
                                               records.begin() + std::min(at + 46, changed));
-            expected.emplace_back(
-                ACT_PROGRESS_UPDATE,
-                ListOf(tagUserActivityProgressUpdate{{}, int(batch.size())}, batch));
+            const tagUserActivityProgressUpdate head{{}, int(batch.size())};
+            expected.push_back({ACT_PROGRESS_UPDATE, ListOf(head, batch)});
         }
         EXPECT_EQ(Got(Link(DATA)), expected) << changed;
     }
@@ -376,12 +346,12 @@ TEST_F(ActivityTest, OtherMessagesReachEveryOpenActivityOfThePlayerAndATakenIdSt
     EXPECT_FALSE(second.isOpen());
     GiveProgress(player, {});
     for (const bool paused : {false, true}) {
-        example->m_bPaused = paused;
+        example.m_bPaused = paused;
         system->HandleActivityMessage(0xE013, Zeros(8).data(), 8, player);
         system->HandleActivityMessage(kId, 0xE013, Zeros(8).data(), 8, player);
         system->HandleActivityMessage(5, 0xE013, Zeros(8).data(), 8, player);
     }
-    EXPECT_EQ(example->m_vecCalls, (Calls{"config", "startInit fresh", "message", "message"}));
+    EXPECT_EQ(example.m_vecCalls, (Calls{"config", "startInit fresh", "message", "message"}));
     second.removeAllEventListener();
 }
 
@@ -389,23 +359,20 @@ TEST_F(ActivityTest, ItsListenersAreCalledOnceUntilItLetsThemGo) {
     int calls = 0;
     EventListener own(EVENT_READY, [&](void*, void*, int) { ++calls; }, {}),
         mute(EVENT_READY, {}, {});
-    const auto dispatch = [&] {
-        EventDispatcher::getInstance()->dispatchEvent(
-            EVENT_READY, static_cast<IPlayerNode*>(player), nullptr, 0);
-        return calls;
-    };
     for (EventListener* each : {&own, &own, &mute})
-        example->addEventListener(each);
-    EXPECT_EQ(dispatch(), 1);
+        example.addEventListener(each);
+    Dispatch(EVENT_READY, player, 0);
+    EXPECT_EQ(calls, 1);
     for (EventListener* each : {&own, &own, &mute})
-        example->removeEventListener(each);
-    EXPECT_EQ(dispatch(), 1);
+        example.removeEventListener(each);
+    Dispatch(EVENT_READY, player, 0);
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(ActivityTest, GlobalMessagesReachClosedActivitiesToo) {
     for (const uint16_t type : {0xE001, 0xE002, 0xE003, 0xE004})
         net.Deliver(Link(DATA), type, Zeros(8));
-    EXPECT_EQ(example->m_vecCalls, Calls(3, "global 0"));
+    EXPECT_EQ(example.m_vecCalls, Calls(3, "global 0"));
 }
 
 TEST_F(ActivityTest, AccountTypesByThresholds) {
@@ -414,12 +381,11 @@ TEST_F(ActivityTest, AccountTypesByThresholds) {
         DeliverCut(DATA, ACT_ACCOUNT_TYPE_RES, config, size);
     EXPECT_EQ(system->GetUserAccountType(1000, 99, 0, 0), 0);
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, config);
-    const struct {
-        int pay, machine, plays, ingots, expected;
-    } cases[] = {{100, 0, 99, 10, 4}, {100, 0, 99, 11, 0}, {99, 0, 99, 5, 3}, {50, 0, 99, 6, 0},
-                 {49, 4, 99, 0, 1},   {49, 3, 19, 0, 2},   {49, 3, 20, 0, 0}};
-    for (const auto& c : cases)
-        EXPECT_EQ(system->GetUserAccountType(c.pay, c.machine, c.plays, c.ingots), c.expected);
+    const int cases[][5] = {{100, 0, 99, 10, 4}, {100, 0, 99, 11, 0}, {99, 0, 99, 5, 3},
+                            {50, 0, 99, 6, 0},   {49, 4, 99, 0, 1},   {49, 3, 19, 0, 2},
+                            {49, 3, 20, 0, 0}};
+    for (const auto& [pay, machine, plays, ingots, type] : cases)
+        EXPECT_EQ(system->GetUserAccountType(pay, machine, plays, ingots), type) << pay << ingots;
     net.Deliver(Link(DATA), ACT_ACCOUNT_TYPE_RES, UserAccountTypeConfig{});
 }
 
@@ -427,10 +393,10 @@ TEST_F(ActivityTest, ConfigurationIsAskedForAndReadAgainAfterHalfAnHour) {
     const CIniFile* const file = system->getActivityCfg();
     WriteFile("factoryActivity.cfg", "[a]\nk=1\n");
     for (const auto& [pause, asked] : {std::pair{0, 0}, {1799, 0}, {1, 2}}) {
-        Received(Link(DATA));
+        Got(Link(DATA));
         net.Tick(g_testNow += pause);
         int count = 0;
-        for (const auto& sent : Received(Link(DATA)))
+        for (const auto& sent : Got(Link(DATA)))
             count += sent.type == ACT_CONFIG_REQ ? 1 : 0;
         EXPECT_EQ(count, asked) << "the lobby's timer and the registry's own both ask";
         EXPECT_EQ(file->GetValueInt("a", "k", 0), asked / 2);

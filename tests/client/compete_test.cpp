@@ -13,14 +13,13 @@ constexpr time_t kNoon = 1'784'116'800;  // 15 July 2026 everywhere but on some 
 
 }  // namespace
 
-TEST_F(FolderTest, ScheduleIsReadAtOnceAndEveryFifteenMinutes) {
+TEST_F(LobbyTest, ScheduleIsReadAtOnceAndEveryFifteenMinutes) {
     WriteFile("compete_info.cfg", kSchedule);
     CompeteConfig config;
-    const std::string log = LogOf([&] { config.OnTimer(1'000'000); });
+    config.OnTimer(1'000'000);
     EXPECT_EQ(config.m_vDayTurnsUsers, (std::vector<int32_t>{16, 0, 4}));
     EXPECT_EQ(config.GetCalcMonthMinute(), 20 * 60 + 30);
     EXPECT_EQ(config.GetCalcDayMinute(), 12 * 60 + 5);
-    EXPECT_TRUE(Has(log, "\nday turn users:16, 0, 4\n"));
 
     WriteFile("compete_info.cfg",
               "[compete_info]\nday_compete_cost_coin=5\nday_open_hour=2147483647\n");
@@ -35,7 +34,7 @@ TEST_F(FolderTest, ScheduleIsReadAtOnceAndEveryFifteenMinutes) {
     EXPECT_EQ(config.m_iDayCompeteCostCoin, 5);
 }
 
-TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
+TEST_F(LobbyTest, AnswerCarriesTheTournamentOfTheDay) {
     static constexpr char kIp[] = "9999999999999999";  // fills its field
     static const LobbyClientCompeteRes daily{{}, 2, 0, 1,          5, 6,    77, 8,    70, 0,
                                              12, 5, 3, {16, 0, 4}, 3, 1000, 1,  4000, {}};
@@ -46,12 +45,12 @@ TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
     WriteFile("compete_info.cfg", kSchedule);
     lobby->m_competeConfig.ReadConfig();
     net.Deliver(net.Connect(), 0xF0, ClientLobbyCompeteReq{{}, 31});  // for anybody, of nobody
-    EXPECT_EQ(Received(Link(QUEUE)).at(0).As<CompeteLobbyUserInfoReq>().iUserID, 31);
+    EXPECT_EQ(Got(Link(QUEUE)).at(0).At<CompeteLobbyUserInfoReq>().iUserID, 31);
     LobbyPlayer* const player = Login(31);
-    Received(Link(QUEUE));
+    Got(Link(QUEUE));
     net.Deliver(player, 0xF0, ClientLobbyCompeteReq{{}, 31});
     const CompeteLobbyUserInfoReq asked{{}, 31, NodeHandle(player), *player};
-    EXPECT_EQ(Got(Link(QUEUE)), (Messages{{0xA005, BytesOf(asked)}}));
+    EXPECT_EQ(Got(Link(QUEUE)), One(0xA005, asked));
 
     CompeteLobbyUserInfoRes figures{
         {}, 2, 31, 1, 5, 6, 77, 8, 1, 4000, {}, asked.ulPlayerNode, asked.ulPlayerNodeId};
@@ -61,13 +60,13 @@ TEST_F(DirectoryTest, AnswerCarriesTheTournamentOfTheDay) {
         net.Deliver(Link(QUEUE), 0xA006, figures);
         std::string bytes = BytesOf(*expected);
         bytes.replace(offsetof(LobbyClientCompeteRes, szServerIp), 16, kIp);
-        EXPECT_EQ(Got(player), (Messages{{0xF1, bytes}})) << day;
+        EXPECT_EQ(Got(player), One(0xF1, bytes)) << day;
     }
 
     DeliverCut(QUEUE, 0xA006, figures, 76);
-    EXPECT_EQ(Received(player).size(), 1u);  // a wrong length is only logged
+    EXPECT_EQ(Only(player).type, 0xF1);  // a wrong length is only logged
     DeliverCut(QUEUE, 0xA006, figures, 40);
     figures.ulPlayerNodeId += 1;
     EXPECT_TRUE(Has(LogOf([&] { net.Deliver(Link(QUEUE), 0xA006, figures); }), "!= *pPlayerNode["));
-    EXPECT_TRUE(Received(player).empty());
+    EXPECT_TRUE(Nothing(player));
 }

@@ -78,20 +78,19 @@ TEST_P(RelayedRequest, IsWrappedAndKeepsItsGap) {
     net.Hangup(former);
     LobbyPlayer* player = Login(10001);
     ASSERT_EQ(player, former);
-    Received(Link(QUEUE));
+    Got(Link(QUEUE));
     std::string wrapped = Request();
     wrapped.resize(op.wrapped);
-    PutSession(wrapped, op.handleAt, player);
+    PutSession(wrapped, op.handleAt, NodeHandle(player), *player);
     if (op.type == 0xE1) wrapped.replace(80, 8, "10.1.2.3");
     for (const bool confirmed : {false, true}) {
         if (confirmed) {
             net.Deliver(Link(QUEUE), USER_INFO_Q2L, InfoFor(player));
-            Received(player);
+            Got(player);
         }
         if (confirmed && op.wrapped > op.handleAt + 16) {
-            const int32_t marks[] = {11, 12, 0xFFF3};
-            wrapped.replace(op.handleAt + 16, 64, std::string(64, 'o'));
-            std::memcpy(&wrapped[op.handleAt + 80], marks, sizeof(marks));
+            wrapped.replace(op.handleAt + 16, 76,
+                            std::string(64, 'o') + BytesOf(std::array{11, 12, 0xFFF3}));
         }
         const time_t stamp = g_testNow;
         for (const int pause : {-100, op.gap - 1}) {  // also when the clock is set back
@@ -144,7 +143,7 @@ TEST_P(RelayedResult, IsUnwrappedAndLogged) {
     };
     for (const int code : {0, 5}) {
         result = Pattern(op.resultHandleAt + 16, code);
-        PutSession(result, op.resultHandleAt, player);
+        PutSession(result, op.resultHandleAt, NodeHandle(player), *player);
         const std::string log = deliver();
         EXPECT_EQ(Got(player), One(op.resultType, result.substr(0, op.resultSize)));
         const bool namesUser = code == 0 || op.type == 0xE6;
@@ -185,12 +184,11 @@ TEST_F(LobbyTest, PasswordsAreLoggedAsTextOnly) {
     LobbyPlayer* player = Online(10001);
     tagModifyPassWordReq req{};
     req.iUserID = 10001;
-    std::memcpy(req.szOldPassWd, "%s%n%s%n%s%n%s%n%s%n%s%n%s%n%s%n%", 33);
+    const std::string old = "%s%n%s%n%s%n%s%n%s%n%s%n%s%n%s%n%";  // fills its field
+    old.copy(req.szOldPassWd, 33);
     std::strcpy(req.szNewPassWd, "%999999d");
     const std::string log = LogOf([&] { net.Deliver(player, 0xE1, req); });
-    EXPECT_TRUE(Has(log,
-                    "userid[10001] 修改密码old[%s%n%s%n%s%n%s%n%s%n%s%n%s%n%s%n%]new["
-                    "%999999d] IP[10.1.2.3]!!!"))
+    EXPECT_TRUE(Has(log, "userid[10001] 修改密码old[" + old + "]new[%999999d] IP[10.1.2.3]!!!"))
         << log;
 }
 
@@ -198,10 +196,10 @@ TEST_F(LobbyTest, PasswordsAreLoggedAsTextOnly) {
 // answers.
 TEST_F(LobbyTest, BankPasswordsAreGuessedAtThePaceOfTheQueueServer) {
     LobbyPlayer* player = Login(10001);
-    Received(Link(QUEUE));
+    Got(Link(QUEUE));
     std::string wrong = Zeros(44);
     wrong[8] = static_cast<char>(151);
-    PutSession(wrong, 28, player);
+    PutSession(wrong, 28, NodeHandle(player), *player);
     for (int guess = 0; guess < 3; ++guess) {
         for (const uint16_t relayed : {0xD6, 0}) {
             net.Deliver(player, 0xD3, Pattern(48, 10001));
@@ -214,16 +212,13 @@ TEST_F(LobbyTest, BankPasswordsAreGuessedAtThePaceOfTheQueueServer) {
 TEST_F(LobbyTest, ForbiddenNamesAreRefusedByTheLobby) {
     LobbyPlayer* player = Online(10001);
     const std::string unterminated = std::string(125, 'x') + "bad";
-    const struct {
-        uint16_t type;
-        size_t size;
-        std::string text;
-    } cases[] = {{0xE3, 44, "bad"}, {0xE3, 44, "小猪头儿"}, {0xE5, 140, unterminated}};
-    for (const auto& row : cases) {
-        std::string request = Pattern(row.size, 10001).substr(0, 12) + row.text;
-        request.resize(row.size);
-        net.Deliver(player, row.type, request);
-        EXPECT_EQ(Got(player), One(row.type, Zeros(8) + '\1' + Zeros(row.size - 9)));
+    const std::tuple<uint16_t, size_t, std::string> cases[] = {
+        {0xE3, 44, "bad"}, {0xE3, 44, "小猪头儿"}, {0xE5, 140, unterminated}};
+    for (const auto& [type, size, text] : cases) {
+        std::string request = Pattern(size, 10001).substr(0, 12) + text;
+        request.resize(size);
+        net.Deliver(player, type, request);
+        EXPECT_EQ(Got(player), One(type, Zeros(8) + '\1' + Zeros(size - 9))) << text;
     }
     EXPECT_TRUE(Nothing(Link(QUEUE)));
 }
@@ -233,12 +228,10 @@ TEST_F(LobbyTest, AmountsBelowOneAreRefusedWhoeverAsks) {
     for (const int64_t amount : {int64_t{0}, int64_t{-1}, INT64_MIN}) {
         g_testNow += 2;  // else it is too soon
         net.Deliver(player, 0xD5, GetBankCoinReq{{}, 10002, 0, 0, 0, amount, {}});
+        EXPECT_EQ(Only(player).At<uint8_t>(8), 157) << amount;
         g_testNow += 2;
         net.Deliver(player, 0xD7, SaveCoinReq{{}, 10002, 0, 0, 0, amount, 0});
-        const auto answers = Received(player);
-        ASSERT_EQ(answers.size(), 2u);
-        for (const Sent& answer : answers)
-            EXPECT_EQ(answer.At<uint8_t>(8), 157);
+        EXPECT_EQ(Only(player).At<uint8_t>(8), 157) << amount;
     }
     EXPECT_TRUE(Nothing(Link(QUEUE)));
 }

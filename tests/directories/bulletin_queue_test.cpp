@@ -12,20 +12,18 @@ void PushModel(std::vector<Entry>& queue, Entry item) {
         queue.insert(queue.begin(), item);
         return;
     }
-    size_t ordinary = 0;
-    while (ordinary < queue.size() && queue[ordinary].first == 4)
-        ++ordinary;
-    const bool allPriority = ordinary == queue.size();
+    const auto ordinary =
+        std::find_if(queue.begin(), queue.end(), [](const Entry& each) { return each.first != 4; });
+    const bool allPriority = ordinary == queue.end();
     if (allPriority && item.first != 4) return;
-    queue.erase(queue.begin() + static_cast<long>(allPriority ? 0 : ordinary));
+    queue.erase(allPriority ? queue.begin() : ordinary);
     queue.insert(item.first == 4 ? queue.begin() : queue.end(), item);
 }
 
 std::vector<Entry> Drain(BulletinQueue queue) {
     std::vector<Entry> entries;
-    for (WinCoinBulletinNotice_2 item; queue.Take(item);) {
+    for (WinCoinBulletinNotice_2 item; queue.Take(item);)
         entries.emplace_back(item.usBulletType, item.iUserId);
-    }
     return entries;
 }
 

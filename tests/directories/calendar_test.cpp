@@ -7,12 +7,8 @@ namespace {
 // Local time of Berlin.
 class Calendar : public ::testing::Test {
   protected:
-    Calendar() {
+    static void SetUpTestSuite() {
         setenv("TZ", "Europe/Berlin", 1);
-        tzset();
-    }
-    ~Calendar() override {
-        unsetenv("TZ");
         tzset();
     }
     static long At(const char* text) {
@@ -38,11 +34,8 @@ TEST_F(Calendar, CountsDaysLikeTheProlepticCalendar) {
 }
 
 TEST_F(Calendar, DaysBetweenLocalDatesAndNewDays) {
-    const struct {
-        const char *earlier, *later;
-        int days;
-        bool newDay;  // looks at the day of the year only
-    } cases[] = {
+    // A new day looks at the day of the year only.
+    const std::tuple<const char*, const char*, int, bool> cases[] = {
         {"2023-05-01 23:59:59", "2023-05-02 00:00:00", 1, true},
         {"2024-02-28 23:59:59", "2024-03-01 00:00:00", 2, true},
         {"2023-12-31 23:59:59", "2024-01-01 00:00:00", 1, true},
@@ -55,10 +48,10 @@ TEST_F(Calendar, DaysBetweenLocalDatesAndNewDays) {
         // 2000 is held as 100, which counts as a common year.
         {"2000-02-28 12:00:00", "2000-03-01 12:00:00", 1, true},
     };
-    for (const auto& c : cases) {
-        const long earlier = At(c.earlier), later = At(c.later);
-        EXPECT_EQ(Tools::intervalDays(later, earlier), c.days) << c.later;
-        EXPECT_EQ(Tools::intervalDays(earlier, later), -c.days) << c.later;
-        EXPECT_EQ(Tools::secondIsNewDay(earlier, later), c.newDay ? -1 : 0) << c.later;
+    for (const auto& [first, second, days, newDay] : cases) {
+        const long earlier = At(first), later = At(second);
+        EXPECT_EQ(Tools::intervalDays(later, earlier), days) << second;
+        EXPECT_EQ(Tools::intervalDays(earlier, later), -days) << second;
+        EXPECT_EQ(Tools::secondIsNewDay(earlier, later), newDay ? -1 : 0) << second;
     }
 }

@@ -10,47 +10,44 @@ bool operator==(const tagServerInfo& a, const tagServerInfo& b) {
 
 namespace {
 
-// The directory and its show lists by nested scans.
+// The directory and its show lists, made anew by nested scans.
 struct Model {
     std::map<int, tagServerInfo> servers;
     std::map<int, std::vector<tagServerInfo>> shown;
 
     void Rebuild(const GameSiteList& sites) {
         shown.clear();
+        std::map<std::array<int, 4>, size_t> places;
         for (const auto& [key, entry] : sites.m_gameSiteMap) {
-            for (const auto& [id, server] : servers) {
+            for (auto [id, server] : servers) {
                 if (int(server.usGameID) != entry.iGameID) continue;
-                tagServerInfo copy = server;
-                if (entry.iGameKind == 0) copy.usServerID = 0;
-                Show(shown[entry.iSiteID], copy);
+                if (entry.iGameKind == 0) server.usServerID = 0;
+                auto& list = shown[entry.iSiteID];
+                const std::array<int, 4> place{entry.iSiteID, server.usGameID, server.usServerID,
+                                               server.usLevel};
+                const auto [at, isNew] = places.try_emplace(place, list.size());
+                if (isNew) {
+                    list.push_back(server);
+                } else {
+                    list[at->second].usOnlineCount += server.usOnlineCount;
+                }
             }
         }
-    }
-    static void Show(std::vector<tagServerInfo>& list, const tagServerInfo& copy) {
-        for (tagServerInfo& there : list) {
-            if (there.usGameID == copy.usGameID && there.usServerID == copy.usServerID &&
-                there.usLevel == copy.usLevel) {
-                there.usOnlineCount = uint16_t(there.usOnlineCount + copy.usOnlineCount);
-                return;
-            }
-        }
-        list.push_back(copy);
     }
 };
 
 tagServerInfo RandomServer(std::mt19937& random, unsigned ids, unsigned games) {
     tagServerInfo info;
-    auto* bytes = reinterpret_cast<unsigned char*>(&info);
-    for (size_t i = 0; i < sizeof(info); ++i)
-        bytes[i] = static_cast<unsigned char>(random());
+    std::generate_n(reinterpret_cast<unsigned char*>(&info), sizeof(info), std::ref(random));
     info.usGameID = uint16_t(random() % games);
     info.usServerID = uint16_t(random() % ids);
     info.usLevel = uint16_t(random() % 3);
     return info;
 }
 
-tagSiteMobileGameList Offer(int site, int game, int kind) {
-    return {site, game, kind, 0, {}, {}};
+void Offer(GameSiteList& sites, int site, int game, int kind = 1) {
+    tagSiteMobileGameList entry{site, game, kind, 0, {}, {}};
+    sites.InsertInfo(entry);
 }
 
 // Ids that match servers, ids that only match them when cut to 16 bits, and ids so far apart
@@ -60,13 +57,11 @@ int RandomGame(std::mt19937& random) {
     return random() % 6 == 0 ? odd[random() % std::size(odd)] : int(random() % 6);
 }
 
-using ServerListTest = FolderTest;
-
 }  // namespace
 
 // Site games with ids half the range apart, whose order contradicts itself, tore branches off the
 // tree that held them (seed 4).
-TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
+TEST_F(LobbyTest, FollowsTheModelOverRandomDirectories) {
     std::mt19937 random;
     const auto run = [&] {
         for (int round = 0; round < 25; ++round) {
@@ -82,12 +77,9 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
                 bool rebuilt = false;
                 switch (random() % 7) {
                     case 0:
-                    case 1: {
-                        auto entry =
-                            Offer(int(random() % 4) - 1, RandomGame(random), int(random() % 3));
-                        sites.InsertInfo(entry);
+                    case 1:
+                        Offer(sites, int(random() % 4) - 1, RandomGame(random), int(random() % 3));
                         break;
-                    }
                     case 2:
                     case 3:
                         ASSERT_EQ(list.InsertInfo(info, sites, refresh), 1);
@@ -128,11 +120,10 @@ TEST_F(ServerListTest, FollowsTheModelOverRandomDirectories) {
     }
 }
 
-TEST_F(ServerListTest, DumpsTheListsOnceAnHour) {
+TEST_F(LobbyTest, DumpsTheListsOnceAnHour) {
     ServerList list;
     GameSiteList sites;
-    auto offer = Offer(77, 1, 1);
-    sites.InsertInfo(offer);
+    Offer(sites, 77, 1);
     tagServerInfo info{};
     info.usGameID = 1;
     list.InsertInfo(info, sites, false);
@@ -142,13 +133,11 @@ TEST_F(ServerListTest, DumpsTheListsOnceAnHour) {
     }
 }
 
-TEST_F(ServerListTest, SiteListReplacesWholeAndKeepsItsOrder) {
+TEST_F(LobbyTest, SiteListReplacesWholeAndKeepsItsOrder) {
     GameSiteList sites;
-    for (const auto& [site, game] : {std::pair{2, 9}, {1, 70000}, {2, -3}, {1, 4}}) {
-        auto entry = Offer(site, game, 1);
-        sites.InsertInfo(entry);
-    }
-    auto again = Offer(2, 9, 0);
+    for (const auto& [site, game] : {std::pair{2, 9}, {1, 70000}, {2, -3}, {1, 4}})
+        Offer(sites, site, game);
+    tagSiteMobileGameList again{2, 9, 0, 0, {}, {}};
     std::memset(again.szGameName, 'n', sizeof(again.szGameName));
     EXPECT_FALSE(Has(LogOf([&] { sites.InsertInfo(again); }), "gamekind"));
     std::vector<std::pair<int, int>> order;
@@ -165,7 +154,7 @@ TEST_F(ServerListTest, SiteListReplacesWholeAndKeepsItsOrder) {
     EXPECT_EQ(sites.m_gameSiteMap.size(), 3u);
 }
 
-TEST_F(DirectoryTest, ListGoesOutInMessagesOfTwenty) {
+TEST_F(LobbyTest, ListGoesOutInMessagesOfTwenty) {
     std::mt19937 random(3);
     auto& list = lobby->GetCenterServerHandler()->m_ServerList.m_showSiteMap[8];
     LobbyPlayer* const player = Login(5, 8);
@@ -180,7 +169,7 @@ TEST_F(DirectoryTest, ListGoesOutInMessagesOfTwenty) {
                 list.push_back(RandomServer(random, 60000, 60000));
                 bytes += BytesOf(list.back());
             }
-            expected.emplace_back(0x9003, bytes);
+            expected.push_back({0x9003, bytes});
         }
         LogOf([&] { lobby->SendRoomInfoToClient(player); });
         EXPECT_EQ(Got(player), expected) << records;
@@ -190,19 +179,17 @@ TEST_F(DirectoryTest, ListGoesOutInMessagesOfTwenty) {
     player->m_cLoginType = LOGIN_LOBBY;
     player->m_iLoginSiteID = 9;  // a site without a list
     lobby->SendRoomInfoToClient(player);
-    EXPECT_TRUE(Received(player).empty());
+    EXPECT_TRUE(Nothing(player));
 }
 
-TEST_F(DirectoryTest, RequestsCloserThanThreeSecondsAreDropped) {
+TEST_F(LobbyTest, RequestsCloserThanThreeSecondsAreDropped) {
     lobby->GetCenterServerHandler()->m_ServerList.m_showSiteMap[1].resize(1);
     LobbyPlayer* const player = Login(5);
-    const struct {
-        int user, pause;
-        size_t answers;
-    } cases[] = {{6, 100, 0}, {5, 0, 1}, {5, 2, 0}, {5, 1, 1}, {5, 3, 1}, {5, -10, 0}};
-    for (const auto& c : cases) {
-        g_testNow += c.pause;
-        net.Deliver(player, 0x9002, GameServerInfoReq{{}, c.user});
-        EXPECT_EQ(Received(player).size(), c.answers) << c.user << ' ' << c.pause;
+    const std::tuple<int, int, size_t> cases[] = {{6, 100, 0}, {5, 0, 1}, {5, 2, 0},
+                                                  {5, 1, 1},   {5, 3, 1}, {5, -10, 0}};
+    for (const auto& [user, pause, answers] : cases) {
+        g_testNow += pause;
+        net.Deliver(player, 0x9002, GameServerInfoReq{{}, user});
+        EXPECT_EQ(Got(player).size(), answers) << user << ' ' << pause;
     }
 }

@@ -6,13 +6,13 @@
 // A clock set back by an hour silenced the lobby for that hour: no keep-alive went to any link, so
 // that back-end servers dropped it, and the stop switch was not asked for. What is not due at once
 // starts its period anew.
-TEST_F(DirectoryTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
+TEST_F(LobbyTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
     WriteFile("compete_info.cfg", "[compete_info]\nday_open_hour=5\n");
     LobbyPlayer* const player = Login(10001);
     WinCoinBulletinNotice_2 bulletin{};
     auto& hour = lobby->m_competeConfig.m_iDayOpenHour;
     const auto sent = [&](Port link, uint16_t type) {
-        return std::ranges::count(Received(Link(link)), type, &Sent::type);
+        return std::ranges::count(Got(Link(link)), type, &Sent::type);
     };
     const struct {
         const char* name;
@@ -25,7 +25,7 @@ TEST_F(DirectoryTest, PeriodicJobsGoOnWhicheverWayTheClockIsStepped) {
         {"activities, as the lobby and as they ask", 1800, 1800,
          [&] { return sent(DATA, ACT_CONFIG_REQ); }, 2},
         {"schedule", 900, 900, [&] { return long{std::exchange(hour, 0) == 5}; }},
-        {"bulletins", 30, 30, [&] { return long{!Received(player).empty()}; }},
+        {"bulletins", 30, 30, [&] { return long{!Got(player).empty()}; }},
     };
     net.Tick(g_testNow);
     for (const auto& job : jobs)

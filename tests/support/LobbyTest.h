@@ -13,63 +13,64 @@
 #include "WebServerHandler.h"
 #include "queue_server_msg.h"
 
-inline time_t g_testNow = 1'700'000'000;
+inline time_t g_testNow;
 
-// Type and bytes of what a node was sent.
-using Messages = std::vector<std::pair<uint16_t, std::string>>;
+// What a node was sent.
+using Messages = std::vector<MemoryNet::Sent>;
+
+inline void PrintTo(const MemoryNet::Sent& sent, std::ostream* out) {
+    *out << std::hex << sent.type << ' ' << ::testing::PrintToString(sent.bytes);
+}
 
 template <class T>
 std::string BytesOf(const T& msg) {
     return {reinterpret_cast<const char*>(&msg), sizeof(msg)};
 }
+inline std::string BytesOf(const std::string& bytes) {
+    return bytes;
+}
 inline std::string Zeros(size_t count) {
     return std::string(count, '\0');
 }
 
-// A working directory of its own, the clock, and the log.
-class FolderTest : public ::testing::Test {
-  protected:
-    FolderTest() {
-        g_testNow = 1'700'000'000;
-        SetClockSource({[] { return g_testNow; }, [] { return static_cast<long>(g_testNow); }});
-    }
-    ~FolderTest() override { SetClockSource({}); }
-
-  private:
-    // Once, and before the folder, so that its file is nobody's of the test's.
-    static int OpenLog() {
-        static const int opened = InitializeLog("none.cfg", "directories_test.log");
-        return opened;
-    }
-    const int m_opened = OpenLog();
-    WorkingFolder m_folder;
-};
-
-class DirectoryTest : public FolderTest, protected MemoryLobby {
+// It works in a folder of its own. Users 666 and 667 are disabled.
+class LobbyTest : public ::testing::Test, protected MemoryLobby {
   protected:
     using Sent = MemoryNet::Sent;
+    static constexpr Port LINKS[] = {CENTER, WEB, QUEUE, DATA, CONFIG, LOG};
 
-    void SetUp() override {
-        Configure(extraConfig);
+    // `more` goes on with the section [listen].
+    explicit LobbyTest(const std::string& more = "") {
+        g_testNow = 1'700'000'000;
+        SetClockSource({[] { return g_testNow; }, [] { return static_cast<long>(g_testNow); }});
+        WriteFile("SensitiveName.cfg", "[config]\nSensitiveName=bad,,猪头\n");
+        WriteFile("disconnectuserid.cfg",
+                  "[disconnectcount]\nusernum=2\n[disconnect]\nuser0=666\nuser1=667\n");
+        Configure(more);
         Start();
-        for (const Port port : {CENTER, WEB, QUEUE, DATA, CONFIG, LOG})
+        for (const Port port : LINKS)
             first[port] = Got(Link(port));
     }
-    void TearDown() override { lobby.reset(); }
-
-    std::vector<Sent> Received(IPlayerNode* node) { return net.Received(node); }
-    Messages Got(IPlayerNode* node) {
-        Messages messages;
-        for (const auto& sent : Received(node))
-            messages.push_back(One(sent.type, sent.bytes)[0]);
-        return messages;
-    }
-    // Without what stands in its header, which the network fills.
-    static Messages One(uint16_t type, std::string bytes) {
-        return {{type, bytes.replace(0, 8, Zeros(8))}};
+    ~LobbyTest() override {
+        lobby.reset();
+        SetClockSource({});
     }
 
-    // The first `size` bytes of a message that holds at least 8.
+    // Since the last look.
+    Messages Got(IPlayerNode* node) { return net.Received(node); }
+    bool Nothing(IPlayerNode* node) { return Got(node).empty(); }
+    // The one message; an empty one of type 0 when there is not exactly one.
+    Sent Only(IPlayerNode* node) {
+        const Messages sent = Got(node);
+        return sent.size() == 1 ? sent[0] : Sent{};
+    }
+    // A message or its bytes, but for the header.
+    template <class T>
+    static Messages One(uint16_t type, const T& msg) {
+        return {{type, BytesOf(msg).replace(0, 8, Zeros(8))}};
+    }
+
+    // The first `size` bytes of a message, or those and zeros.
     template <class T>
     void DeliverCut(Port port, uint16_t type, const T& msg, size_t size) {
         std::string bytes = BytesOf(msg);
@@ -85,19 +86,6 @@ class DirectoryTest : public FolderTest, protected MemoryLobby {
         return Eventually([&] { return handlers[port - CENTER]->IsMine(Link(port)); });
     }
 
-    std::string extraConfig;        // further sections; set before SetUp
-    std::map<int, Messages> first;  // what each link got when it came up
-};
-
-class LobbyTest : public DirectoryTest {
-  protected:
-    void SetUp() override {
-        WriteFile("SensitiveName.cfg", "[config]\nSensitiveName=bad,,猪头\n");
-        WriteFile("disconnectuserid.cfg",
-                  "[disconnectcount]\nusernum=2\n[disconnect]\nuser0=666\nuser1=667\n");
-        DirectoryTest::SetUp();
-    }
-
     UserInfoRes InfoFor(LobbyPlayer* player) {
         // A value of its own for each field; 1000 coins, 500 in the bank.
         UserInfoRes info{{},  0,  77, 21,     22, 23, 24, 25, 26, 1000,
@@ -110,31 +98,28 @@ class LobbyTest : public DirectoryTest {
     LobbyPlayer* Online(int userId) {
         LobbyPlayer* player = Login(userId);
         net.Deliver(Link(QUEUE), USER_INFO_Q2L, InfoFor(player));
-        Received(player);
-        Received(Link(QUEUE));
-        Received(Link(DATA));
+        for (IPlayerNode* node : {static_cast<IPlayerNode*>(player), Link(QUEUE), Link(DATA)})
+            Got(node);
         return player;
     }
-    // The one message the node got since the last look; an empty one of type 0 when there is not
-    // exactly one.
-    Sent Only(IPlayerNode* node) {
-        const auto sent = Received(node);
-        return sent.size() == 1 ? sent[0] : Sent{};
-    }
-    bool Nothing(IPlayerNode* node) { return Received(node).empty(); }
     // A message without zeros, with an int32 at byte 8.
     static std::string Pattern(size_t size, int32_t first) {
         std::string bytes(size, '\0');
         for (size_t i = 0; i < size; ++i)
             bytes[i] = static_cast<char>(i % 200 + 1);
-        std::memcpy(&bytes[8], &first, 4);
-        return bytes;
+        return bytes.replace(8, 4, BytesOf(first));
     }
     static void PutSession(std::string& bytes, size_t at, uint64_t node, uint64_t id) {
-        std::memcpy(&bytes[at], &node, 8);
-        std::memcpy(&bytes[at + 8], &id, 8);
+        bytes.replace(at, 16, BytesOf(node) + BytesOf(id));
     }
-    static void PutSession(std::string& bytes, size_t at, const LobbyPlayer* player) {
-        PutSession(bytes, at, NodeHandle(player), player->m_ulPlayerNodeId);
-    }
+
+    std::map<int, Messages> first;  // what each link got when it came up
+
+  private:
+    // Once, and before the folder, so that its file is nobody's of the test's.
+    const int m_opened = [] {
+        static const int opened = InitializeLog("none.cfg", "lobby_test.log");
+        return opened;
+    }();
+    WorkingFolder m_folder;
 };

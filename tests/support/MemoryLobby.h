@@ -34,9 +34,7 @@ class MemoryLobby {
     // A new session whose notice was sent.
     LobbyPlayer* Login(int userId, int siteId = 1) { return Notice(net.Connect(), userId, siteId); }
     LobbyPlayer* Notice(IPlayerNode* node, int userId, int siteId = 1) {
-        tagLobbyClientConnectNotice msg{};
-        msg.iUserID = userId;
-        msg.iLobbySiteID = siteId;
+        const tagLobbyClientConnectNotice msg{{}, userId, siteId, {}, {}};
         net.Deliver(node, CLIENT_CONNECT_NOTICE_C2S, msg);
         return static_cast<LobbyPlayer*>(node);
     }

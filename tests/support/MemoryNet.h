@@ -28,27 +28,17 @@ class MemoryNet {
   public:
     struct Sent {
         uint16_t type;
-        std::string bytes;  // the whole message; its first 8 bytes are room for the header
+        std::string bytes;  // the whole message; its header, which the network fills, is zero
 
+        bool operator==(const Sent&) const = default;
         // A field of the message; zero past its end.
         template <class T>
-        T At(size_t offset) const {
+        T At(size_t offset = 0) const {
             T value{};
             if (offset < bytes.size())
                 bytes.copy(reinterpret_cast<char*>(&value), sizeof(T), offset);
             return value;
         }
-        template <class T>
-        T As() const {
-            return At<T>(0);
-        }
-    };
-    struct Opened {
-        bool listen;
-        std::string host;
-        unsigned short port;
-        unsigned long timeoutMs, maxConnections;
-        IPlayerNode* node;
     };
 
     ~MemoryNet() {
@@ -112,18 +102,11 @@ class MemoryNet {
         return std::exchange(m_sent[node], {});
     }
     bool IsClosed(IPlayerNode* node) { return ContextOf(node)->IsClosed(); }
-    // The open links and listeners, oldest first.
-    std::vector<Opened> OpenedNodes() {
-        std::lock_guard lock(m_lock);
-        return m_opened;
-    }
-    // The node last opened for the port, or null.
+    // The node of the open link or listener of the port, or null.
     IPlayerNode* NodeOfPort(unsigned short port) {
         std::lock_guard lock(m_lock);
-        for (auto it = m_opened.rbegin(); it != m_opened.rend(); ++it) {
-            if (it->port == port) return it->node;
-        }
-        return nullptr;
+        const auto at = m_open.find(port);
+        return at == m_open.end() ? nullptr : at->second;
     }
 
     // Faults, and what a start of the framework was given.
@@ -131,6 +114,8 @@ class MemoryNet {
     std::atomic<int> failCreatePort{0};                         // refuses connects to this port
     std::atomic<int> failRecvPort{0};                           // refuses RecvData of this port
     unsigned long interval = 0, timeout = 0;
+    // Ports as they were opened, each with its time-out, the listener's with its most connections.
+    std::vector<std::pair<int, unsigned long>> opened;
     int closedNobody = 0;  // closes of a null node, which the framework logs
 
   private:
@@ -157,8 +142,7 @@ class MemoryNet {
         EPOLLContext* Create(bool listen, const char* host, unsigned short port,
                              unsigned long timeoutMs, unsigned long maxConnections, long, long,
                              long) override {
-            return net.Open(
-                {listen, host != nullptr ? host : "", port, timeoutMs, maxConnections, nullptr});
+            return net.Open(host != nullptr ? host : "", port, listen ? maxConnections : timeoutMs);
         }
         EPOLLContext* Create(bool, sockaddr_in&, unsigned long, unsigned long, long, long,
                              long) override {
@@ -186,15 +170,15 @@ class MemoryNet {
         MemoryNet& net;
     };
 
-    EPOLLContext* Open(Opened opened) {
-        if (m_cancelled || failCreatePort == opened.port) {
+    EPOLLContext* Open(const char* ip, unsigned short port, unsigned long limit) {
+        if (m_cancelled || failCreatePort == port) {
             errno = ECONNREFUSED;
             return nullptr;
         }
-        Context* context = Take(opened.host.c_str(), opened.port);
-        opened.node = context->node;
+        Context* context = Take(ip, port);
         std::lock_guard lock(m_lock);
-        m_opened.push_back(opened);
+        m_open[port] = context->node;
+        opened.emplace_back(port, limit);
         return context;
     }
 
@@ -226,6 +210,8 @@ class MemoryNet {
         if (failSend && failSend(node, type)) return false;
         std::string bytes(sizeof(MsgHeader), '\0');
         if (data != nullptr && length > 0) bytes.assign(static_cast<char*>(data), length);
+        const size_t header = std::min(bytes.size(), sizeof(MsgHeader));
+        bytes.replace(0, header, header, '\0');
         std::lock_guard lock(m_lock);
         m_sent[node].push_back({type, std::move(bytes)});
         return true;
@@ -241,7 +227,7 @@ class MemoryNet {
     void Release(IPlayerNode* node) {
         node->Release();
         std::lock_guard lock(m_lock);
-        std::erase_if(m_opened, [&](const Opened& opened) { return opened.node == node; });
+        std::erase_if(m_open, [node](const auto& link) { return link.second == node; });
         std::erase(m_closing, node);
         ContextOf(node)->inUse = false;
     }
@@ -262,7 +248,7 @@ class MemoryNet {
     std::atomic<bool> m_cancelled{false};
     std::mutex m_lock;  // the reconnect keeper opens links while the test thread works
     std::vector<std::unique_ptr<Context>> m_contexts;
-    std::vector<Opened> m_opened;
+    std::map<int, IPlayerNode*> m_open;  // by port
     std::vector<IPlayerNode*> m_closing;
     std::map<IPlayerNode*, std::vector<Sent>> m_sent;
 };
