@@ -43,7 +43,8 @@ tidy() {
         build=build/lint
         cmake --preset release -B $build -Wno-dev -DCMAKE_UNITY_BUILD=ON \
             -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 >/dev/null
-        mapfile -t units < <(find "${areas[@]/#/$build/}" -name 'unity_*.cxx')
+        mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)".*/\1/p' $build/compile_commands.json |
+            grep -v "/tests/")
     elif [ ! -f $build/compile_commands.json ]; then
         cmake --preset release -Wno-dev >/dev/null
     fi

@@ -116,7 +116,7 @@ class RedisProxy {
     boost::asio::io_context m_io{1};
     tcp::endpoint m_redis;
     tcp::acceptor m_acceptor;
-    std::atomic<std::chrono::microseconds> m_delay{0us};
+    std::atomic<std::chrono::microseconds> m_delay{std::chrono::microseconds(0)};
     std::vector<std::shared_ptr<Pair>> m_pairs;
     std::jthread m_thread;
 };
