@@ -50,7 +50,30 @@ constexpr Relay kRelays[] = {
     Profile("frame", 0xE9, 16, "OnModifyFaceFrame", "修改相框操作"),
 };
 
+class StrangersTest : public LobbyTest {
+  protected:
+    StrangersTest() : LobbyTest("[network]\nstranger_rate=2\nlink_reserve=30\n") {}
+    size_t Relayed(LobbyPlayer* player, int times = 1) {
+        while (times-- > 0)
+            net.Deliver(player, 0xE4, Pattern(16, player->m_iUserID));
+        return Got(Link(QUEUE)).size();
+    }
+};
+
 }  // namespace
+
+TEST_F(StrangersTest, ShareANumberOfRequestsASecondAndLeaveRoomToOthers) {
+    LobbyPlayer *const known = Online(1), *const stranger = Login(2), *const other = Login(3);
+    Got(Link(QUEUE));
+    for (int second = 0; second < 2; ++second, ++g_testNow) {
+        EXPECT_EQ(Relayed(stranger) + Relayed(other, 2), 2u);
+        EXPECT_EQ(Relayed(known, 9), 9u);
+        EXPECT_EQ(net.roomLeft, 30);
+        Login(4);
+        EXPECT_EQ(Got(Link(QUEUE)).size(), 1u);
+        EXPECT_EQ(net.roomLeft, 15) << "half for logins";
+    }
+}
 
 class RelayTest : public LobbyTest, public ::testing::WithParamInterface<Relay> {
   protected:

@@ -1,5 +1,8 @@
+#include <thread>
+
 #include "LobbyTest.h"
 #include "SessionList.h"
+#include "activitySystem/ActivitySystem.h"
 
 TEST_F(LobbyTest, EveryClientMessageNumberHasItsHandlerAndNoOther) {
     LobbyPlayer* player = Online(1);
@@ -101,14 +104,89 @@ TEST_F(LobbyTest, FailedLinkOrListenerEndsTheStart) {
     }
 }
 
-TEST(WorkerThreadTest, NobodyElseCallsItsFunctions) {
-    if (!kThreadsChecked) GTEST_SKIP() << "debug and sanitizer builds alone look";
+// Only debug and sanitizer builds look.
+TEST_F(LobbyTest, NobodyElseCallsWhatBelongsToTheWorker) {
+    if (!kThreadsChecked) GTEST_SKIP();
+    const auto process = std::exchange(
+        g_OnForeignThread, [](const char* function) { throw std::runtime_error(function); });
+    LobbyPlayer* const player = Online(1);
+    LobbyServer& server = *lobby;
+    LobbyClientHandler* const clients = server.GetLobbyClientHandler();
+    WebServerHandler* const web = server.GetWebServerHandler();
+    ActivitySystem* const activities = ActivitySystem::getInstance();
+    RelayGuard relays;
+    FarmKeys keys;
+    GameSiteList sites;
+    BulletinQueue bulletins;
+    ServerList servers;
+    CompeteConfig schedule;
     SessionList sessions;
-    sessions.Of(1);  // without a worker anybody may
-    const auto callFromElsewhere = [&sessions] {
-        const WorkerThread here;
-        sessions.Of(1);
-        std::thread([&sessions] { sessions.Of(1); }).join();
-    };
-    EXPECT_DEATH(callFromElsewhere(), "Of: called by another thread than the message worker");
+    LinkList links;
+    tagSiteMobileGameList site{};
+    TerminateGameSiteInfo siteKey{};
+    tagServerInfo info{};
+    tagUpdateServerInfo update{};
+    tagServerCloseNotice close{};
+    tagTerminateNotice end{};
+    WinCoinBulletinNotice_2 bulletin{};
+    LobbyActivitySingleProgressUpdate progress{};
+    const std::pair<const char*, std::function<void()>> calls[] = {
+        {"OnNetMessage", [&] { server.OnNetMessage(player, 1, nullptr, 0); }},
+        {"OnClosed", [&] { server.OnClosed(player, true); }},
+        {"OnTimer", [&] { server.OnTimer(1); }},
+        {"OnLobbyClientConnectNotice", [&] { server.OnLobbyClientConnectNotice(player, 0, 0); }},
+        {"CheckforClientIsReady", [&] { server.CheckforClientIsReady(player, 0); }},
+        {"KickOutLobbyPlayer", [&] { server.KickOutLobbyPlayer(1, nullptr); }},
+        {"KickOutAllLobbyPlayer", [&] { server.KickOutAllLobbyPlayer(); }},
+        {"publish", [&] { server.publish("", {}); }},
+        {"MayAsk", [&] { relays.MayAsk(*player, true); }},
+        {"Refuse", [&] { relays.Refuse(player, 1, ""); }},
+        {"OnTimer", [&] { activities->OnTimer(1); }},
+        {"SetActivityConfig", [&] { activities->SetActivityConfig({}, true); }},
+        {"UpdateLobbyActivityProgress", [&] { activities->UpdateLobbyActivityProgress(progress); }},
+        {"RemoveActivityProgress", [&] { activities->RemoveActivityProgress(player); }},
+        {"IsAllowed", [&] { keys.IsAllowed(""); }},
+        {"Subscribe", [&] { keys.Subscribe(*player, ""); }},
+        {"Unsubscribe", [&] { keys.Unsubscribe(*player, ""); }},
+        {"DropEarly", [&] { keys.DropEarly(*player); }},
+        {"SubscribersOf", [&] { keys.SubscribersOf(""); }},
+        {"InsertInfo", [&] { sites.InsertInfo(site); }},
+        {"DeleteInfo", [&] { sites.DeleteInfo(siteKey); }},
+        {"Push", [&] { bulletins.Push(bulletin); }},
+        {"Take", [&] { bulletins.Take(bulletin); }},
+        {"InsertInfo", [&] { servers.InsertInfo(info, sites, false); }},
+        {"UpdateInfo", [&] { servers.UpdateInfo(update, sites); }},
+        {"CloseInfo", [&] { servers.CloseInfo(close, sites); }},
+        {"DeleteInfo", [&] { servers.DeleteInfo(end, sites, false); }},
+        {"refreshShowGameList", [&] { servers.refreshShowGameList(sites); }},
+        {"SendServerList", [&] { servers.SendServerList(&server, player, sites); }},
+        {"Level", [&] { server.GetVipLevel(1); }},
+        {"OnTimer", [&] { schedule.OnTimer(1); }},
+        {"Insert", [&] { sessions.Insert(player); }},
+        {"Remove", [&] { sessions.Remove(player); }},
+        {"Of", [&] { sessions.Of(1); }},
+        {"OnNetMessage", [&] { clients->OnNetMessage(player, 1, nullptr, 0); }},
+        {"OnLobbyClientConnectNotice", [&] { clients->OnLobbyClientConnectNotice(player); }},
+        {"OnClosed", [&] { clients->OnClosed(player, true); }},
+        {"SendMsgToPlayerByID", [&] { clients->SendMsgToPlayerByID(1, 1, nullptr, 0); }},
+        {"SendMsgToAllLobbyClent", [&] { clients->SendMsgToAllLobbyClent(1, nullptr, 0); }},
+        {"SendMsgToLogServer",
+         [&] { server.GetLogServerHandler()->SendMsgToLogServer(1, nullptr, 0); }},
+        {"Take", [&] { links.Take(player, 1, nullptr, 0); }},
+        {"KeepAlive", [&] { web->KeepAlive(); }},
+        {"OnClosed", [&] { web->OnClosed(player, true); }},
+        {"OnTimer", [&] { web->OnTimer(1); }}};
+    const WorkerThread here;
+    for (const auto& [name, call] : calls) {
+        std::string noticed;
+        std::thread([&noticed, &call = call] {
+            try {
+                call();
+            } catch (const std::runtime_error& fault) {
+                noticed = fault.what();
+            }
+        }).join();
+        EXPECT_EQ(noticed, name);
+    }
+    g_OnForeignThread = process;
 }

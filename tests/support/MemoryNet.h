@@ -116,6 +116,7 @@ class MemoryNet {
     unsigned long interval = 0, timeout = 0;
     // Ports as they were opened, each with its time-out, the listener's with its most connections.
     std::vector<std::pair<int, unsigned long>> opened;
+    long roomLeft = 0;     // what the last send that asks for it leaves to others
     int closedNobody = 0;  // closes of a null node, which the framework logs
 
   private:
@@ -157,6 +158,11 @@ class MemoryNet {
         bool Initialize() override { return true; }
         bool SendData(IPlayerNode* node, unsigned short type, void* data, long length,
                       long) override {
+            return net.Send(node, type, data, length);
+        }
+        bool SendIfRoom(IPlayerNode* node, unsigned short type, void* data, long length, long,
+                        long room) override {
+            net.roomLeft = room;
             return net.Send(node, type, data, length);
         }
         bool SendData(IPlayerNode*, void*, long) override { return false; }

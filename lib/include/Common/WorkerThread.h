@@ -33,9 +33,13 @@ class WorkerThread {
     static inline std::atomic<int> g_count{0};
 };
 
-// For the entries that belong to the worker: ends the process when it is another thread that calls.
-inline void AssertWorker(const char* function = __builtin_FUNCTION()) {
-    if (!kThreadsChecked || WorkerThread::IsHere()) return;
+// What a call from another thread comes to; a test may throw instead.
+inline void (*g_OnForeignThread)(const char* function) = [](const char* function) {
     std::fprintf(stderr, "%s: called by another thread than the message worker\n", function);
     std::abort();
+};
+
+// For the entries that belong to the worker: ends the process when it is another thread that calls.
+inline void AssertWorker(const char* function = __builtin_FUNCTION()) {
+    if (kThreadsChecked && !WorkerThread::IsHere()) g_OnForeignThread(function);
 }

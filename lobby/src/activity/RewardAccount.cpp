@@ -15,13 +15,8 @@ RewardAccount::RewardAccount(const LobbyPlayer& player)
 }
 
 void ClosedAccounts::Keep(const LobbyPlayer& player) {
+    if (!player.m_bConfirmed) return;
     const Closed closed{NodeHandle(&player), player, RewardAccount(player)};
-    const RewardAccount& a = closed.account;
-    // Without figures the user id of the answer's record tells as much.
-    if (a.iClientSiteType == 0 && a.iTeamTag == 0 && a.iLianyunFlag == 0 && a.usRegisterType == 0 &&
-        a.szOutAccount[0] == '\0') {
-        return;
-    }
     if (m_ring.size() < kMost) {
         m_ring.push_back(closed);
     } else {
