@@ -145,8 +145,8 @@ class OrderTest : public RegistryTest {
         EXPECT_TRUE(!user.older || Closed(*user.older));
         user.older.reset();
     }
-    // A session closes at any moment, but for the newer of two: it is answered first, for a session
-    // that leaves before it was confirmed takes the user's mark with it.
+    // The older of two closes at any moment, another when it was answered: one that leaves before
+    // takes the user's mark with it, or is kicked out in the place of one that is still to come.
     void Step(int late) {
         User& user = users[random() % users.size()];
         if (!user.newest) {
@@ -155,10 +155,9 @@ class OrderTest : public RegistryTest {
             if (random() % 2) user.older.reset();
             AwaitAnswer(user);
             if (random() % 4 == 0) user.newest.reset();
-        } else if (random() % 3 == 0) {
+        } else if (AwaitAnswer(user); random() % 3 == 0) {
             user.newest.reset();
         } else {
-            AwaitAnswer(user);
             user.older = std::move(user.newest);
             Open(user);
             if (random() % 2) return;
