@@ -64,7 +64,7 @@ fi
 if [ "$what" = cppcheck ] || [ "$what" = all ]; then
     cppcheck --quiet --std=c++20 --language=c++ --library=googletest \
         --enable=warning,performance,portability \
-        --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$(nproc)" \
+        --max-configs=1 --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$(nproc)" \
         -I lib/include -I lobby/include -I Epoll/include -I AesLib/include -I xredis/include \
         -I lobby/catalog -I lobby/config -I tools/platform_sim -I tools/lobby_client -I tests/support \
         "${files[@]}" "${tests[@]}" || failed=1
