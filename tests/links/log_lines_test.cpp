@@ -19,12 +19,15 @@ class LogLines : public LobbyTest {
     // one that nothing else has; other nodes are told as NODE.
     template <class Node>
     Node* Named(Node* node, const std::string& name) {
-        char tag[16];
-        std::snprintf(tag, sizeof(tag), "%x", PtrTag(node));
-        m_told.emplace_front(std::to_string(int(NodeHandle(node))), name + "-NUMBER");
-        m_told.emplace_front(tag, name + "-SHORT");
-        std::snprintf(tag, sizeof(tag), "0x%08x", PtrTag(node));
-        m_told.emplace_front(tag, name);
+        const unsigned tag = PtrTag(node);
+        char text[32];
+        // Where a node is meant, for it may be 0.
+        std::snprintf(text, sizeof(text), "Node\\[%d\\]", static_cast<int>(tag));
+        m_told.emplace_front(text, "Node[" + name + "-NUMBER]");
+        std::snprintf(text, sizeof(text), "node\\[%x\\]", tag);
+        m_told.emplace_front(text, "node[" + name + "-SHORT]");
+        std::snprintf(text, sizeof(text), "0x%08x", tag);
+        m_told.emplace_front(text, name);
         static_cast<LobbyPlayer*>(static_cast<IPlayerNode*>(node))->m_ulPlayerNodeId = 7777;
         return node;
     }
