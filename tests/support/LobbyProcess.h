@@ -31,9 +31,10 @@ class LobbyProcess : public ChildProcess {
 
     // Starts it; returns at once.
     void Start() { ChildProcess::Start({Directory() / "LobbyServer"}); }
-    // True when it serves clients; false when it ended instead, or took too long.
+    // True when it serves clients and has Redis; false when it ended instead, or took too long. It
+    // listens first: who logs in before Redis is there enters unregistered.
     bool AwaitServing() {
-        Eventually([&] { return LogHas("listen and start service success") || Ended(); }, 30);
+        Eventually([&] { return LogHas("Create RedisThread Success") || Ended(); }, 30);
         return !Ended() && LogHas("listen and start service success");
     }
 
