@@ -54,7 +54,7 @@ void CLogCls::Variant::Close() {
 // Renames the file to the date of its lines and begins a new one; a file of that date that is there
 // makes way. Lines go to standard output where no new file can be opened.
 void CLogCls::Variant::RollOver(const tm& now) {
-    if (!m_bDay || now.tm_mday == m_tmToday.tm_mday || m_tmToday.tm_year == 0) return;
+    if (!m_bDay || now.tm_mday == m_tmToday.tm_mday) return;
     char date[16];
     char rotated[sizeof(m_pfn) + sizeof(date)];
     std::snprintf(date, sizeof(date), "%04d%02d%02d", m_tmToday.tm_year % 10000,

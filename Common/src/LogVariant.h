@@ -48,7 +48,7 @@ struct CLogCls::Variant {
     ListNode* m_tail GUARDED_BY(m_hWR) = nullptr;
     ListNode* m_read = nullptr;  // the writer thread's
     ListNode* m_free GUARDED_BY(m_hLQ) = nullptr;
-    tm m_tmToday{};      // date of the file, full year and month 1..12; year 0 while unknown
+    tm m_tmToday{};      // date of the file, full year and month 1..12
     long m_lLength = 0;  // of the path
     long m_lPos = 0;     // of the last '.' in the file's name, 0 if none
     bool m_bDelExist = false;

@@ -18,6 +18,12 @@ void ZeroMsg(T& msg) {
     asm volatile("" : : "r"(&msg) : "memory");
 }
 
+// A message to fill in and send.
+template <class T>
+struct Zeroed : T {
+    Zeroed() { ZeroMsg(static_cast<T&>(*this)); }
+};
+
 // A received message as a structure of its own: a short message reads as zeros past its end, and
 // nothing outside the received bytes is touched. Handlers never cast a received pointer: it may
 // lie at any offset of a receive block.

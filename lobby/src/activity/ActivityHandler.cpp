@@ -103,8 +103,7 @@ void IActivityHandler::setActivityConfig(DBSiteActivityConfig config) {
 }
 
 void IActivityHandler::onActicityClosed() {
-    ActivityCloseNotice notice;
-    ZeroMsg(notice);
+    Zeroed<ActivityCloseNotice> notice;
     notice.iActivity = m_iActivityId;
     ActivitySystem::getInstance()->SendMessageToAllClient(CLIENT_ACTIVITY_CLOSE_NOTICE, &notice,
                                                           sizeof(notice), ENCODE_NONE);

@@ -69,8 +69,7 @@ void ActivitySystem::AddMissingRecords(LobbyPlayer* player) {
             FindProgressByUserID(player->m_iUserID, id, &stored)) {
             continue;
         }
-        tagDBUserActivityProgressData record;
-        ZeroMsg(record);
+        Zeroed<tagDBUserActivityProgressData> record;
         record.iUserId = player->m_iUserID;
         record.iActivityId = id;
         std::printf("111111111111111iUserID:%d, iActivityId:%d\n", record.iUserId, id);
@@ -91,8 +90,7 @@ int ActivitySystem::FindProgressByUserID(int userId, int activityId,
 }
 
 void ActivitySystem::SendProgressBatch(int count) {
-    tagUserActivityProgressUpdate head;
-    ZeroMsg(head);
+    Zeroed<tagUserActivityProgressUpdate> head;
     head.iCount = count;
     std::memcpy(m_updateBuffer, &head, sizeof(head));
     const size_t length = sizeof(head) + count * sizeof(tagDBUserActivityProgressData);

@@ -10,8 +10,7 @@ constexpr const char* kTag = "LobbyServer::UpdateActivityUserPropInfo";
 
 tagDBUpdateUserPropInfo MakeBooking(const RewardAccount& account, int activityId, int sourceId,
                                     int value, int type) {
-    tagDBUpdateUserPropInfo booking;
-    ZeroMsg(booking);
+    Zeroed<tagDBUpdateUserPropInfo> booking;
     booking.iUserID = account.iUserID;
     booking.iSiteID = account.iSiteID;
     booking.iActivityID = activityId;

@@ -116,8 +116,7 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
         return;
     }
     const auto answer = [&](int code) {
-        typename Op::Res result;
-        ZeroMsg(result);
+        Zeroed<typename Op::Res> result;
         result.ucResultType = static_cast<decltype(result.ucResultType)>(code);
         m_lpLobbyServer->SendData(player, op.resultType, &result, sizeof(result), ENCODE_NONE);
     };
@@ -148,8 +147,7 @@ void LobbyClientHandler::RelayBankReq(const Op& op, IPlayerNode* node, void* dat
         answer(BANK_RESULT_OTHER_USER);
         return;
     }
-    typename Op::Trans msg;
-    ZeroMsg(msg);
+    Zeroed<typename Op::Trans> msg;
     msg.base = req;
     FillSession(msg, player);
     const bool sent = SendToQueue(player, op.queueType, &msg, sizeof(msg));

@@ -58,8 +58,7 @@ void LobbyClientHandler::HandleRechargeSucessNotice(void* data, long length) {
           notice.gameId, notice.serverId);
     LobbyPlayer* player = m_Sessions.Find(notice.userId);
     if (player == nullptr) return;
-    RechargeReFreshCoinReq req;
-    ZeroMsg(req);
+    Zeroed<RechargeReFreshCoinReq> req;
     req.iUserId = notice.userId;
     HandleRechargeRefreshCoinReq(player, &req, sizeof(req));
 }
@@ -97,8 +96,7 @@ void LobbyClientHandler::HandleRechargeRefreshCoinReq(IPlayerNode* node, void* d
         m_lpLobbyServer->Close(node);
         return;
     }
-    RechargeRefresReq_trans msg;
-    ZeroMsg(msg);
+    Zeroed<RechargeRefresReq_trans> msg;
     msg.iUserId = req.iUserId;
     SetSession(msg, player);
     if (!SendToQueue(player, REFRESH_COIN_L2Q, &msg, sizeof(msg))) {
@@ -229,8 +227,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
     const time_t now = ClockNow();
     const int32_t code = DecideExchange(player, req.iRecvUserID, req.llExhangeCoin, now);
     if (code != 0) {
-        ExchangeGameCoinRes answer;
-        ZeroMsg(answer);
+        Zeroed<ExchangeGameCoinRes> answer;
         answer.iErrorCode = code;
         answer.llExhangeCoin = req.llExhangeCoin;
         answer.llFirstMoney = player->llGameCoin;
@@ -238,8 +235,7 @@ void LobbyClientHandler::HandleClientExchangeCoinReq(IPlayerNode* node, void* da
         return;
     }
     player->m_tLastExchangeCoinTime = now;
-    QueueExchangeCoinReq msg;
-    ZeroMsg(msg);
+    Zeroed<QueueExchangeCoinReq> msg;
     SetSession(msg, player);
     msg.iUserIDFrom = player->m_iUserID;
     msg.iUserIDRecv = req.iRecvUserID;

@@ -54,8 +54,7 @@ void LobbyClientHandler::HandleClientCompeteInfoReq(IPlayerNode* node, void* dat
         return;
     }
     const auto msg = ReadMsg<ClientLobbyCompeteReq>(data, length);
-    CompeteLobbyUserInfoReq req;
-    ZeroMsg(req);
+    Zeroed<CompeteLobbyUserInfoReq> req;
     req.iUserID = msg.iUserID;
     const auto& player = *static_cast<LobbyPlayer*>(node);
     SetSession(req, &player);
@@ -88,8 +87,7 @@ void QueueServerHandler::OnCompeteLobbyUserInfoRes(void* data, long length) {
     tm today{};
     localtime_r(&now, &today);
     std::printf("mday[%d] hour[%d]\n", today.tm_mday, today.tm_hour);
-    LobbyClientCompeteRes res;
-    ZeroMsg(res);
+    Zeroed<LobbyClientCompeteRes> res;
     const CompeteConfig& config = m_lpLobbyServer->m_competeConfig;
     FillSchedule(config, today.tm_mday == config.m_iMonthOpenDay, res);
     FillFigures(msg, res);

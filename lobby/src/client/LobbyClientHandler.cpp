@@ -100,8 +100,7 @@ void LobbyClientHandler::OnLobbyClientConnectNotice(LobbyPlayer* player) {
     m_Sessions.Insert(player);
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->sessions.Add();
 
-    UserInfoReq req;
-    ZeroMsg(req);
+    Zeroed<UserInfoReq> req;
     req.userID = player->m_iUserID;
     CopyText(req.szPasswdToken, player->m_szToken);
     SetSession(req, player);

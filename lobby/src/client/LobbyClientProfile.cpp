@@ -48,8 +48,7 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
         return;
     }
     const auto answer = [&](uint8_t code) {
-        tagModifyPassWordRes result;
-        ZeroMsg(result);
+        Zeroed<tagModifyPassWordRes> result;
         result.ucResultType = code;
         m_lpLobbyServer->SendData(player, MODIFY_PASSWORD_S2C, &result, sizeof(result),
                                   ENCODE_NONE);
@@ -82,8 +81,7 @@ void LobbyClientHandler::HandleModifyPassWordReq(IPlayerNode* node, void* data,
 
 void LobbyClientHandler::RelayPassword(const tagModifyPassWordReq& req, LobbyPlayer* player) {
     constexpr const char* tag = "LobbyClientHandler::HandleModifyPassWordReq:";
-    ModifyPassWordReq_trans msg;
-    ZeroMsg(msg);
+    Zeroed<ModifyPassWordReq_trans> msg;
     msg.base = req;
     sockaddr_in addr{};
     m_lpLobbyServer->GetPlayerAddrIn(player, &addr, false);
@@ -110,8 +108,7 @@ void LobbyClientHandler::RelayProfileReq(uint16_t type, const char* tag, IPlayer
         m_lpLobbyServer->Close(node);
         return;
     }
-    Trans msg;
-    ZeroMsg(msg);
+    Zeroed<Trans> msg;
     msg.base = req;
     SetSession(msg, player);
     if (!SendToQueue(player, type, &msg, sizeof(msg))) {
@@ -127,8 +124,7 @@ void LobbyClientHandler::RelayNamedReq(const Op& op, IPlayerNode* node, void* da
     const bool isOwn =
         length == sizeof(req) && req.iUserId == static_cast<LobbyPlayer*>(node)->m_iUserID;
     if (isOwn && m_lpLobbyServer->isContainSensitiveName(TextStr(req.*op.text).c_str())) {
-        typename Op::Res refusal;
-        ZeroMsg(refusal);
+        Zeroed<typename Op::Res> refusal;
         refusal.iError = 1;
         m_lpLobbyServer->SendData(node, op.type, &refusal, sizeof(refusal), ENCODE_NONE);
         return;
@@ -187,8 +183,7 @@ void LobbyClientHandler::HandleModifyFaceFrameReq(IPlayerNode* node, void* data,
     const auto frame = frames.find(req.iFrameId);
     if (frame == frames.end() ||
         m_lpLobbyServer->GetVipLevel(player->iAllYuanBaoAmount) < frame->second.iLimitLv) {
-        ModifyFaceFrameRes refusal;
-        ZeroMsg(refusal);
+        Zeroed<ModifyFaceFrameRes> refusal;
         refusal.iError = FACE_FRAME_REFUSED;
         refusal.iFrameId = req.iFrameId;
         __log(_ERROR, tag, "UserId [%d], iError[%d]", player->m_iUserID, refusal.iError);

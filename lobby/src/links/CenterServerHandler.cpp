@@ -49,8 +49,7 @@ int64_t CenterServerHandler::ConnectServer() {
 void CenterServerHandler::CallCenterServerInfo(IPlayerNode* node) {
     __log(_DEBUG, "CenterServerHandler::CallCenterServerInfo", "start CallCenterServerInfo!!!");
     if (node == nullptr) return;
-    tagServerRegisterReq msg;
-    ZeroMsg(msg);
+    Zeroed<tagServerRegisterReq> msg;
     msg.iRegisterType = 3;  // a lobby; its game and server ids are 0
     m_lpLobbyServer->SendData(node, MSG_CENTER_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
 }

@@ -67,8 +67,7 @@ bool DataServerHandler::OnNetMessage(IPlayerNode* node, unsigned short type, voi
 void DataServerHandler::RegistDataServerReq() {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    RegisterActSystemServerReq request;
-    ZeroMsg(request);
+    Zeroed<RegisterActSystemServerReq> request;
     m_lpLobbyServer->SendData(link, ACT_REGISTER_REQ, &request, sizeof(request), ENCODE_NONE);
     SendActivityConfigReq(0);
 }
@@ -76,8 +75,7 @@ void DataServerHandler::RegistDataServerReq() {
 void DataServerHandler::SendActivityConfigReq(int gameId) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr) return;
-    tagDBGameActivityConfigReq request;
-    ZeroMsg(request);
+    Zeroed<tagDBGameActivityConfigReq> request;
     request.iGameID = gameId;
     m_lpLobbyServer->SendData(link, ACT_CONFIG_REQ, &request, sizeof(request), ENCODE_NONE);
     m_lpLobbyServer->SendData(link, ACT_ACCOUNT_TYPE_REQ, nullptr, 0, ENCODE_NONE);
@@ -86,8 +84,7 @@ void DataServerHandler::SendActivityConfigReq(int gameId) {
 void DataServerHandler::SendActivityProgressReq(LobbyPlayer* player) {
     IPlayerNode* const link = m_lpDataServer;
     if (link == nullptr || player == nullptr) return;
-    tagDBUserActivityProgressReq request;
-    ZeroMsg(request);
+    Zeroed<tagDBUserActivityProgressReq> request;
     request.ulPlayerNode = NodeHandle(player);
     request.ulPlayerNodeId = *player;
     request.iUserID = player->m_iUserID;

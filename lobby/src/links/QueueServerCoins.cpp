@@ -71,8 +71,7 @@ void QueueServerHandler::OnUserExchangeCoinRes(void* data, long length) {
                                    "lpRes->ulPlayerNodeId [%0x] != *pPlayerNode[%0x]");
     if (giver == nullptr) return;
     if (msg.iError == 0) BookExchange(giver, msg);
-    ExchangeGameCoinRes answer;
-    ZeroMsg(answer);
+    Zeroed<ExchangeGameCoinRes> answer;
     answer.iErrorCode = msg.iError;
     answer.llExhangeCoin = msg.llExchangeCoin;
     answer.llFirstMoney = giver->llGameCoin;
@@ -88,8 +87,7 @@ void QueueServerHandler::BookExchange(LobbyPlayer* giver, const QueueExchangeCoi
     LobbyPlayer* receiver = m_lpLobbyServer->GetPlayerByUserID(msg.iUserIDRecv);
     if (receiver != nullptr) {
         receiver->llGameCoin = WrapAdd(receiver->llGameCoin, msg.llExchangeCoin);
-        ExchangeGameCoinNotify notify;
-        ZeroMsg(notify);
+        Zeroed<ExchangeGameCoinNotify> notify;
         notify.iFromUserID = msg.iUserIDFrom;
         notify.llExhangeCoin = msg.llExchangeCoin;
         notify.llFirstMoney = receiver->llGameCoin;
@@ -102,8 +100,7 @@ void QueueServerHandler::BookExchange(LobbyPlayer* giver, const QueueExchangeCoi
         __log(_WARN, kExchangeTag, "sendid[%d] exchangecoin[%lld] receiverid[%d] not in lobby.",
               msg.iUserIDFrom, amount, msg.iUserIDRecv);
     }
-    UserExchangeCoinLog record;
-    ZeroMsg(record);
+    Zeroed<UserExchangeCoinLog> record;
     record.iSenderID = msg.iUserIDFrom;
     record.iReceiverID = msg.iUserIDRecv;
     record.llExchangeCoin = msg.llExchangeCoin;

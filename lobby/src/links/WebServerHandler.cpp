@@ -37,8 +37,7 @@ int64_t WebServerHandler::ConnectServer() {
 int WebServerHandler::RegisteWebServer(IPlayerNode* node) {
     __log(_DEBUG, "WebServerHandler::RegisteWebServer", "register bulletin server!!!");
     if (node == nullptr) return 1;
-    RegisterWebServerReq msg;
-    ZeroMsg(msg);
+    Zeroed<RegisterWebServerReq> msg;
     const bool sent =
         m_lpLobbyServer->SendData(node, MSG_WEB_REGISTER_REQ, &msg, sizeof(msg), ENCODE_NONE);
     return sent ? 0 : 1;
@@ -92,8 +91,7 @@ void WebServerHandler::HandlerWinBulletinNotice(void* data, long length) {
     }
     // Texts are copied with their full arrays, terminated or not. No channel: for everybody.
     const auto msg = ReadMsg<WinCoinBulletinNotice>(data, length);
-    WinCoinBulletinNotice_2 item;
-    ZeroMsg(item);
+    Zeroed<WinCoinBulletinNotice_2> item;
     item.usBulletType = msg.usBulletType;
     item.iUserId = msg.iUserId;
     item.iGameId = msg.iGameId;
@@ -115,8 +113,7 @@ void WebServerHandler::HandlerSysBulletinNotice(void* data, long length) {
     // Backwards, so that the first item of the message ends at the front.
     for (size_t i = ItemsWithin<SysBulletinCommon>(length, offset, count); i-- > 0;) {
         const auto from = ReadItem<SysBulletinCommon>(data, length, offset, i);
-        WinCoinBulletinNotice_2 item;
-        ZeroMsg(item);
+        Zeroed<WinCoinBulletinNotice_2> item;
         item.usBulletType = from.usBulletType;
         std::memcpy(item.szContent, from.szContent, sizeof(item.szContent));
         std::memcpy(item.cChannelId, from.cChannelId, sizeof(item.cChannelId));
@@ -134,8 +131,7 @@ void WebServerHandler::HandleFarmTransferMsg(void* data, long length) {
         return;
     }
     const auto msg = ReadMsg<BulletinTransferFarmNotice>(data, length);
-    LobbyTransferFarmNotice notice;
-    ZeroMsg(notice);
+    Zeroed<LobbyTransferFarmNotice> notice;
     notice.iMainID = msg.iMainID;
     notice.iSubID = msg.iSubID;
     notice.iUserID = msg.iUserID;

@@ -18,8 +18,7 @@ void LobbyServer::publish(const std::string& key, const LobbyTransferFarmNotice&
         __log(_DEBUG, tag, "no plyaer subscribe msg key[%s]", key.c_str());
         return;
     }
-    ClientPublishMsg msg;
-    ZeroMsg(msg);
+    Zeroed<ClientPublishMsg> msg;
     msg.iMainID = notice.iMainID;
     msg.iSubID = notice.iSubID;
     std::memcpy(msg.szKey, key.data(), std::min(key.size(), sizeof(msg.szKey)));
@@ -43,8 +42,7 @@ void LobbyServer::RequestSubscribeKeyCfg() {
         __log(_ERROR, tag, "m_pConfigServer is nullptr.");
         return;
     }
-    WebFarmSubscribeKeyReq msg;
-    ZeroMsg(msg);
+    Zeroed<WebFarmSubscribeKeyReq> msg;
     const int sent = SendMsgToConfigServer(MSG_CONFIG_SUBSCRIBE_KEY_REQ,
                                            reinterpret_cast<unsigned char*>(&msg), sizeof(msg));
     __log(sent != 0 ? _DEBUG : _ERROR, tag, "get subscribe key req");
@@ -55,8 +53,7 @@ void LobbyServer::SendFarmTransferLog(const BulletinTransferFarmNotice* message)
         __log(_ERROR, "LobbyServer::SendFarmTransferLog", "pMsg is nullptr.");
         return;
     }
-    LobbyFarmTransferLog record;
-    ZeroMsg(record);
+    Zeroed<LobbyFarmTransferLog> record;
     record.iMainID = message->iMainID;
     record.iSubID = message->iSubID;
     record.iUserID = message->iUserID;

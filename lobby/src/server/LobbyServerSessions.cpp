@@ -62,8 +62,7 @@ void LobbyServer::CheckforClientIsReady(IPlayerNode* node, unsigned char result)
     if (node == nullptr) return;
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->logins[result].Add();
     const auto* player = static_cast<LobbyPlayer*>(node);
-    LobbyAuthenRes answer;
-    ZeroMsg(answer);
+    Zeroed<LobbyAuthenRes> answer;
     answer.ucErrNo = result;
     answer.iReserve1 = player->iTeamTag;
     answer.iReserve2 = player->iLianyunFlag;
@@ -80,8 +79,7 @@ void LobbyServer::KickOutSession(LobbyPlayer* player, bool bStopSwitch) {
           bStopSwitch ? "LobbyServer::KickOutAllLobbyPlayer" : "LobbyServer::KickOutLobbyPlayer",
           "userid[%d] playernode[0x%08x] kickout", player->m_iUserID, PtrTag(player));
     if (auto* metrics = g_LobbyMetrics.Get()) metrics->kickOuts.Add();
-    LobbyKickOutNotice notice;
-    ZeroMsg(notice);
+    Zeroed<LobbyKickOutNotice> notice;
     notice.iUserID = player->m_iUserID;
     notice.bStopSwitch = bStopSwitch;
     SendData(player, LOBBY_KICK_OUT_S2C, &notice, sizeof(notice), ENCODE_NONE);
@@ -113,8 +111,7 @@ void LobbyServer::KickOutAllLobbyPlayer() {
 
 void LobbyServer::SendKickOutNoticeToCenter(int userID) {
     __log(_DEBUG, "LobbyServer::SendKickOutNoticeToCenter", "send kickout userid[%d]", userID);
-    NoticeLobbyKickOut notice;
-    ZeroMsg(notice);
+    Zeroed<NoticeLobbyKickOut> notice;
     notice.iUserID = userID;
     IPlayerNode* center = m_lpCenterServerHandler->m_lpCenterServer;
     if (center != nullptr) {
