@@ -123,6 +123,7 @@ TEST_F(LogLines, OfSessionsAndCoins) {
         {"message to nobody", [&] { lobby->SendMsgToPlayerByID(5, 0xB5, bytes, 12); }},
         {"message of nothing", [&] { lobby->SendMsgToPlayerByID(10002, 0xB5, nullptr, 12); }},
         {"message", [&] { lobby->SendMsgToPlayerByID(10002, 0xB5, bytes, 12); }},
+        {"take, cut", By(player, BANK_GET_COIN_C2S, Zeros(5))},
         {"exchange with oneself", By(player, 0x50, ExchangeGameCoinReq{{}, 10002, 5})},
         {"exchange of too much", By(player, 0x50, ExchangeGameCoinReq{{}, 10005, 900})},
         {"exchange", By(player, 0x50, ExchangeGameCoinReq{{}, 10005, 1})},

@@ -64,6 +64,25 @@ TEST(LobbyRedisServer, MarksTestsAndClearsAUser) {
     EXPECT_EQ(server.Command("EXISTS Lobby:OnLine:UserID:-1"), "1");
 }
 
+// A pass of its own begins two seconds after the one before.
+TEST(LobbyRedisServer, WhoMeetsALossHasTheConnectionsOpenedAtOnce) {
+    RedisServer server;
+    LobbyRedisServer registry;
+    Start(registry, server.Port());
+    MarkRequests work;
+    MarkTask entering{.userId = 10001, .enters = true};
+    MarkTask* const tasks[] = {&entering};
+    const std::function<void()> operations[] = {
+        [&] { registry.IsLobbyOnline(10001); }, [&] { registry.InsertLobbyOnline(10001); },
+        [&] { registry.DelLobbyOnline(10001); }, [&] { registry.Run(tasks, 1, work); }};
+    for (const auto& operation : operations) {
+        server.Command("CLIENT KILL TYPE normal");
+        operation();
+        EXPECT_TRUE(
+            Eventually([&] { return Count(server.Command("CLIENT LIST"), "\n") == 8 + 1; }, 1.5));
+    }
+}
+
 TEST(LobbyRedisServer, WithoutConfigurationEveryOperationFailsAndLogs) {
     LobbyRedisServer registry;
     EXPECT_EQ(registry.InsertLobbyOnline(1), 0) << "before the start";

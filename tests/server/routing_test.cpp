@@ -104,16 +104,7 @@ TEST_F(LobbyTest, FailedLinkOrListenerEndsTheStart) {
     }
 }
 
-// Only debug and sanitizer builds look.
-TEST_F(LobbyTest, NobodyElseCallsWhatBelongsToTheWorker) {
-    if (!kThreadsChecked) GTEST_SKIP();
-    const auto process = std::exchange(
-        g_OnForeignThread, [](const char* function) { throw std::runtime_error(function); });
-    LobbyPlayer* const player = Online(1);
-    LobbyServer& server = *lobby;
-    LobbyClientHandler* const clients = server.GetLobbyClientHandler();
-    WebServerHandler* const web = server.GetWebServerHandler();
-    ActivitySystem* const activities = ActivitySystem::getInstance();
+struct WorkerTest : LobbyTest {
     RelayGuard relays;
     FarmKeys keys;
     GameSiteList sites;
@@ -130,6 +121,18 @@ TEST_F(LobbyTest, NobodyElseCallsWhatBelongsToTheWorker) {
     tagTerminateNotice end{};
     WinCoinBulletinNotice_2 bulletin{};
     LobbyActivitySingleProgressUpdate progress{};
+};
+
+// Only debug and sanitizer builds look.
+TEST_F(WorkerTest, NobodyElseCallsWhatBelongsToTheWorker) {
+    if (!kThreadsChecked) GTEST_SKIP();
+    const auto process = std::exchange(
+        g_OnForeignThread, [](const char* function) { throw std::runtime_error(function); });
+    LobbyPlayer* const player = Online(1);
+    LobbyServer& server = *lobby;
+    LobbyClientHandler* const clients = server.GetLobbyClientHandler();
+    WebServerHandler* const web = server.GetWebServerHandler();
+    ActivitySystem* const activities = ActivitySystem::getInstance();
     const std::pair<const char*, std::function<void()>> calls[] = {
         {"OnNetMessage", [&] { server.OnNetMessage(player, 1, nullptr, 0); }},
         {"OnClosed", [&] { server.OnClosed(player, true); }},
